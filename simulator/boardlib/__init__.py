@@ -1,0 +1,1 @@
+"""Drives a panel: the program on this machine or on the emulated board."""

@@ -1,0 +1,159 @@
+#include "inspector.h"
+
+#include "dump.h"
+
+#include <QApplication>
+#include <QJsonDocument>
+#include <QLocalSocket>
+#include <QMetaMethod>
+#include <QPixmap>
+#include <QPointer>
+#include <QScreen>
+#include <QTest>
+#include <QWindow>
+
+namespace
+{
+
+QJsonObject failure(const QString &text)
+{
+    return {{"ok", false}, {"error", text}};
+}
+
+/// Presses and releases where a touch would land: on the topmost window at that position. The
+/// window system decides what a modal dialog lets through.
+void deliverClick(const QPoint &global)
+{
+    QPointer<QWindow> window = QGuiApplication::topLevelAt(global);
+    if (window == nullptr)
+        return;
+    const QPoint local = window->mapFromGlobal(global);
+    QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, local);
+    if (window != nullptr)
+        QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, local);
+}
+
+QObject *findByClass(const QByteArray &name)
+{
+    for (QWidget *top : QApplication::topLevelWidgets()) {
+        if (top->metaObject()->className() == name)
+            return top;
+        for (QObject *child : top->findChildren<QObject *>()) {
+            if (child->metaObject()->className() == name)
+                return child;
+        }
+    }
+    return nullptr;
+}
+
+QJsonObject takeShot(const QString &file)
+{
+    QScreen *screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr)
+        return failure("no screen");
+    if (!screen->grabWindow(0).save(file))
+        return failure("cannot write " + file);
+    return {{"ok", true}};
+}
+
+} // namespace
+
+Inspector::Inspector(const QString &socketPath)
+{
+    connect(&server_, &QLocalServer::newConnection, this, &Inspector::accept);
+    if (!server_.listen(socketPath))
+        qWarning("inspector: %s", qPrintable(server_.errorString()));
+}
+
+void Inspector::accept()
+{
+    while (QLocalSocket *client = server_.nextPendingConnection()) {
+        connect(client, &QLocalSocket::readyRead, this, [this, client] { serve(client); });
+        connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
+        serve(client);
+    }
+}
+
+void Inspector::serve(QLocalSocket *client)
+{
+    if (!client->canReadLine())
+        return;
+    const QString line = QString::fromUtf8(client->readLine()).simplified();
+    const QJsonObject reply = answer(line.split(' '));
+    client->write(QJsonDocument(reply).toJson(QJsonDocument::Compact) + '\n');
+    client->flush();
+    client->disconnectFromServer();
+}
+
+QJsonObject Inspector::answer(const QStringList &words)
+{
+    if (words == QStringList{"dump"}) {
+        QJsonObject dump = dumpApplication();
+        dump.insert("invoked", invoked_);
+        return dump;
+    }
+    if (words.first() == "click")
+        return click(words);
+    if (words.first() == "invoke")
+        return invoke(words);
+    if (words.first() == "shot" && words.size() == 2)
+        return takeShot(words.at(1));
+    return failure("unknown request: " + words.join(' '));
+}
+
+QJsonObject Inspector::click(const QStringList &words)
+{
+    bool xIsNumber = false;
+    bool yIsNumber = false;
+    const QPoint position(words.value(1).toInt(&xIsNumber), words.value(2).toInt(&yIsNumber));
+    if (words.size() != 3 || !xIsNumber || !yIsNumber)
+        return failure("click X Y");
+    QMetaObject::invokeMethod(
+        this, [position] { deliverClick(position); }, Qt::QueuedConnection);
+    return {{"ok", true}};
+}
+
+QJsonObject Inspector::invoke(const QStringList &words)
+{
+    bool isNumber = true;
+    const bool hasArgument = words.size() == 4;
+    const int argument = hasArgument ? words.at(3).toInt(&isNumber) : 0;
+    if (words.size() < 3 || words.size() > 4 || !isNumber)
+        return failure("invoke CLASS SLOT [INT]");
+    QPointer<QObject> target = findByClass(words.at(1).toLatin1());
+    if (target == nullptr)
+        return failure("no object of class " + words.at(1));
+    const QByteArray slot = words.at(2).toLatin1();
+    if (target->metaObject()->indexOfSlot(slot + (hasArgument ? "(int)" : "()")) == -1)
+        return failure("no such slot: " + words.at(2));
+    const int call = invoked_.size();
+    invoked_.append(QJsonObject{{"slot", words.at(2)}, {"running", true}});
+    const auto run = [this, target, slot, hasArgument, argument, call] {
+        if (target != nullptr)
+            callSlot(target, slot, hasArgument, argument, call);
+    };
+    QMetaObject::invokeMethod(this, run, Qt::QueuedConnection);
+    return {{"ok", true}};
+}
+
+void Inspector::callSlot(QObject *target, const QByteArray &slot, bool hasArgument, int argument,
+                         int call)
+{
+    const QMetaObject *meta = target->metaObject();
+    const QMetaMethod method =
+        meta->method(meta->indexOfSlot(slot + (hasArgument ? "(int)" : "()")));
+    const QGenericArgument first = hasArgument ? Q_ARG(int, argument) : QGenericArgument();
+    QJsonObject done{{"slot", QString::fromLatin1(slot)}, {"running", false}};
+    if (method.returnType() == QMetaType::Int) {
+        int result = 0;
+        method.invoke(target, Qt::DirectConnection, Q_RETURN_ARG(int, result), first);
+        done.insert("result", result);
+    } else if (method.returnType() == QMetaType::Bool) {
+        bool result = false;
+        method.invoke(target, Qt::DirectConnection, Q_RETURN_ARG(bool, result), first);
+        done.insert("result", result);
+    } else {
+        method.invoke(target, Qt::DirectConnection, first);
+    }
+    invoked_.replace(call, done);
+}
