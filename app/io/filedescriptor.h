@@ -1,0 +1,26 @@
+// A file descriptor that closes itself.
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+class FileDescriptor
+{
+public:
+    /** @param fd an open descriptor, which this object owns from here on, or -1 */
+    explicit FileDescriptor(int fd = -1) : m_fd(fd) {}
+    FileDescriptor(FileDescriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(FileDescriptor &&) = delete;
+    ~FileDescriptor() { close(); }
+
+    bool isOpen() const { return m_fd != -1; }
+    int get() const { return m_fd; }
+
+    /** Closes now. @return the result of close(2), 0 when nothing was open */
+    int close() { return m_fd == -1 ? 0 : ::close(std::exchange(m_fd, -1)); }
+
+private:
+    int m_fd;
+};

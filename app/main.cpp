@@ -1,0 +1,26 @@
+// Process start-up.
+#include "mfilter.h"
+#include "platform/inputmethodmanagement.h"
+#include "platform/panelstyle.h"
+#include "platform/qwsserver.h"
+#include "widget.h"
+
+#include <QApplication>
+#include <QBrush>
+#include <csignal>
+
+int main(int argc, char **argv)
+{
+    std::signal(SIGUSR1, SIG_IGN); // It kills a process that has no handler yet.
+    QApplication app(argc, argv);
+    PanelStyle::apply(app);
+    MFilter filter(nullptr);
+    app.installEventFilter(&filter);
+    auto *inputMethods = new InputMethodManagement; // Lives as long as the process.
+    QWSServer::setCurrentInputMethod(inputMethods->getCurrentInputMethod());
+    QWSServer::setBackground(QBrush(Qt::black, Qt::SolidPattern));
+    QWSServer::setCursorVisible(false);
+    Widget window;
+    window.show();
+    return app.exec();
+}

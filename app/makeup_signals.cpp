@@ -1,0 +1,62 @@
+// The controller's signal bridge: SIGUSR1 into the event loop.
+#include "makeup.h"
+
+#include <QSocketNotifier>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+int Makeup::sigUsrFd[2] = {0, 0};
+
+namespace
+{
+
+void setCloseOnExecAndNonBlocking(int fd)
+{
+    ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+}
+
+} // namespace
+
+void Makeup::createSignalBridge()
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, sigUsrFd) != 0)
+        qFatal("Couldn't create USR socketpair");
+    // Some hundred pending bytes fill the socket: a further signal is dropped then, as a check is
+    // pending anyway. A blocking write would stop the GUI thread, which alone empties it.
+    setCloseOnExecAndNonBlocking(sigUsrFd[0]);
+    setCloseOnExecAndNonBlocking(sigUsrFd[1]);
+    sigUsrNotifier = new QSocketNotifier(sigUsrFd[1], QSocketNotifier::Read, this);
+    connect(sigUsrNotifier, &QSocketNotifier::activated, this, &Makeup::handleSigUsr);
+    setup_unix_signal_handlers();
+}
+
+int Makeup::setup_unix_signal_handlers()
+{
+    struct sigaction action = {};
+    action.sa_handler = usrSignalHandler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    return ::sigaction(SIGUSR1, &action, nullptr);
+}
+
+void Makeup::usrSignalHandler(int)
+{
+    const int savedErrno = errno;
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(sigUsrFd[0], &byte, sizeof byte);
+    errno = savedErrno;
+}
+
+void Makeup::handleSigUsr()
+{
+    sigUsrNotifier->setEnabled(false);
+    char byte;
+    [[maybe_unused]] const ssize_t count = ::read(sigUsrFd[1], &byte, sizeof byte);
+    if (statusPage != nullptr)
+        checkPPPConnect();
+    sigUsrNotifier->setEnabled(true);
+}

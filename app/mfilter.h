@@ -1,0 +1,15 @@
+// The application-wide event filter: Escape leaves a line edit.
+#pragma once
+
+#include <QObject>
+
+class MFilter : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit MFilter(QObject *parent);
+
+    /** Consumes Escape in a line edit, which loses the focus; passes everything else on. */
+    bool eventFilter(QObject *watched, QEvent *event) override;
+};

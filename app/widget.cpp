@@ -1,0 +1,35 @@
+#include "widget.h"
+
+#include "io/servedwait.h"
+#include "makeup.h"
+#include "usb/checkusb.h"
+#include "usb/detectmsg.h"
+
+Widget::Widget(QWidget *parent) : QWidget(parent)
+{
+    setWindowTitle(tr("3G"));
+    setWindowFlags(Qt::FramelessWindowHint);
+
+    Makeup *makeup = Makeup::getInstance(this);
+    makeup->doShapping();
+    Makeup::setGlobalStyle();
+    Makeup::setStyle(this);
+    makeup->loadParam();
+    waitForDongle();
+    waitServed({[makeup] { return makeup->checkTTYUSB() == 0; }, {}});
+    makeup->checkPPPConnect();
+}
+
+Widget::~Widget()
+{
+    delete detectMsg;
+}
+
+void Widget::waitForDongle()
+{
+    if (CheckUSB::checkUSB() != 0)
+        return;
+    QString text = tr("Undetected dongle,Please plugin and wait a moment!");
+    detectMsg = new DetectMsg(this, &text, WAIT_USB);
+    detectMsg->exec();
+}

@@ -1,0 +1,54 @@
+#include "panelstyle.h"
+
+#include "screen.h"
+
+#include <QApplication>
+#include <QFont>
+
+namespace
+{
+
+constexpr int SmallPanelHeight = 300;
+constexpr int LargePanelHeight = 700;
+
+} // namespace
+
+PanelMetrics panelMetrics(const QSize &panel)
+{
+    if (panel.height() < SmallPanelHeight)
+        return {14, 4, 3};
+    if (panel.height() < LargePanelHeight)
+        return {14, 9, 6};
+    return {16, 11, 8};
+}
+
+PanelStyle::PanelStyle(const PanelMetrics &metrics)
+    : QProxyStyle(QStringLiteral("fusion")), m_metrics(metrics)
+{
+}
+
+int PanelStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
+                            const QWidget *widget) const
+{
+    switch (metric) {
+    case PM_LayoutLeftMargin:
+    case PM_LayoutTopMargin:
+    case PM_LayoutRightMargin:
+    case PM_LayoutBottomMargin:
+        return m_metrics.layoutMargin;
+    case PM_LayoutHorizontalSpacing:
+    case PM_LayoutVerticalSpacing:
+        return m_metrics.layoutSpacing;
+    default:
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+void PanelStyle::apply(QApplication &app)
+{
+    const PanelMetrics metrics = panelMetrics(deviceScreenSize());
+    app.setStyle(new PanelStyle(metrics)); // The application owns its style.
+    QFont font = app.font();
+    font.setPixelSize(metrics.fontPixels);
+    app.setFont(font);
+}

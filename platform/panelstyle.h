@@ -1,0 +1,35 @@
+// Default font and style metrics that fit the whole screen on a small panel.
+#pragma once
+
+#include <QProxyStyle>
+#include <QSize>
+
+class QApplication;
+
+/** Pixel measures of a panel. They hold where no style sheet says otherwise. */
+struct PanelMetrics {
+    int fontPixels;    ///< default font
+    int layoutMargin;  ///< on each side of a layout
+    int layoutSpacing; ///< between the rows and columns of a layout
+};
+
+/** Measures for a panel. @param panel width and height in device pixels, any size */
+PanelMetrics panelMetrics(const QSize &panel);
+
+class PanelStyle : public QProxyStyle
+{
+    Q_OBJECT
+
+public:
+    explicit PanelStyle(const PanelMetrics &metrics);
+
+    int pixelMetric(PixelMetric metric, const QStyleOption *option,
+                    const QWidget *widget) const override;
+
+    /** Gives the application the style and the default font of the primary screen's size. To be
+     *  called before the first widget is created. */
+    static void apply(QApplication &app);
+
+private:
+    PanelMetrics m_metrics;
+};

@@ -1,0 +1,95 @@
+#include "detectmsg.h"
+
+#include "app/io/shellcommand.h"
+#include "app/makeup.h"
+#include "checkusb.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+#include <chrono>
+
+namespace
+{
+
+constexpr std::chrono::milliseconds PollInterval{3000};
+
+} // namespace
+
+DetectMsg::DetectMsg(QWidget *parent, QString *text, Msg kind) : QDialog(parent)
+{
+    setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);
+
+    msgLabel = new QLabel(*text);
+    msgLabel->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
+    msgLabel->setObjectName(QStringLiteral("msgLabel"));
+    okButton = new QPushButton(tr("OK"));
+    closeButton = new QPushButton(tr("Close"));
+    gridLayout = new QGridLayout(this);
+    gridLayout->addWidget(msgLabel, 0, 0, 1, 3);
+
+    Makeup::setStyle(this);
+    resize(Makeup::monitorSize);
+    connect(okButton, &QPushButton::clicked, this, &DetectMsg::close);
+
+    switch (kind) {
+    case WAIT_USB:
+        startPolling(&DetectMsg::waitUSB);
+        placeButton(closeButton);
+        connect(closeButton, &QPushButton::clicked, this, &DetectMsg::closeWidget);
+        break;
+    case WAIT_AUTO_CONNECT:
+        startPolling(&DetectMsg::waitAutoConnect);
+        placeButton(okButton);
+        break;
+    case NOTICE:
+        placeButton(okButton);
+        break;
+    }
+    closeTarget = parent->parentWidget();
+}
+
+DetectMsg::~DetectMsg()
+{
+    delete msgLabel;
+    delete okButton;
+    delete closeButton;
+    delete gridLayout;
+}
+
+void DetectMsg::startPolling(void (DetectMsg::*poll)())
+{
+    pollTimer = new QTimer(this);
+    pollTimer->setTimerType(Qt::PreciseTimer);
+    connect(pollTimer, &QTimer::timeout, this, poll);
+    // The closed dialog stays in memory; its polls end here.
+    connect(this, &QDialog::finished, pollTimer, &QTimer::stop);
+    pollTimer->start(PollInterval);
+}
+
+void DetectMsg::placeButton(QPushButton *button)
+{
+    gridLayout->addWidget(button, 1, 1);
+}
+
+void DetectMsg::waitUSB()
+{
+    if (CheckUSB::checkUSB() != 0)
+        close();
+}
+
+void DetectMsg::waitAutoConnect()
+{
+    // Succeeds while a process runs 3g.sh; the bracket keeps the pipeline from finding itself.
+    if (runShell(QStringLiteral("ps ax | grep '[3]g\\.sh'")).status != 0)
+        close();
+}
+
+void DetectMsg::closeWidget()
+{
+    if (closeTarget != nullptr)
+        closeTarget->close();
+    else if (parentWidget()->isVisible())
+        close();
+}
