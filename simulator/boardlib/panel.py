@@ -12,6 +12,7 @@ import time
 from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import Any, TypeVar
+from urllib.parse import quote
 
 Widget = dict[str, Any]
 T = TypeVar("T")
@@ -224,6 +225,28 @@ class Panel:
     def press(self, text: str) -> None:
         """Touches the button with this text."""
         self.click(self.button(text))
+
+    def key(self, name: str) -> None:
+        """Presses one key, named as in "Esc" or "Ctrl+A", where the focus is."""
+        self._ask(f"key {name}")
+
+    def fill(self, label: str, text: str, timeout: float = 5.0) -> None:
+        """Touches the field beside a label and types a text over what it holds."""
+        self.click(self.field(label))
+        self.wait(lambda screen: screen.field(label)["focus"], timeout, f"focus in {label!r}")
+        self.key("Ctrl+A")
+        self.key("Del")
+        if text:
+            self._ask(f"type {quote(text, safe='')}")
+        self.wait(lambda screen: screen.field(label)["text"] == text, timeout,
+                  f"{text!r} in {label!r}")
+
+    def choose(self, label: str, row: str, timeout: float = 5.0) -> None:
+        """Touches the combo box beside a label and then a row of its list."""
+        self.click(self.field(label))
+        self.click(self.wait(lambda screen: screen.row(row), timeout, f"the row {row!r}"))
+        self.wait(lambda screen: screen.field(label)["text"] == row, timeout,
+                  f"{row!r} in {label!r}")
 
     def open_tab(self, text: str, timeout: float = 5.0) -> None:
         """Touches a tab and waits until its page is the one shown."""

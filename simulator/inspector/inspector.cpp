@@ -4,12 +4,14 @@
 
 #include <QApplication>
 #include <QJsonDocument>
+#include <QKeySequence>
 #include <QLocalSocket>
 #include <QMetaMethod>
 #include <QPixmap>
 #include <QPointer>
 #include <QScreen>
 #include <QTest>
+#include <QUrl>
 #include <QWindow>
 
 namespace
@@ -31,6 +33,12 @@ void deliverClick(const QPoint &global)
     QTest::mousePress(window, Qt::LeftButton, Qt::NoModifier, local);
     if (window != nullptr)
         QTest::mouseRelease(window, Qt::LeftButton, Qt::NoModifier, local);
+}
+
+void sendKey(Qt::Key key, Qt::KeyboardModifiers modifiers, const QString &text)
+{
+    if (QWindow *window = QGuiApplication::focusWindow())
+        QTest::sendKeyEvent(QTest::Click, window, key, text, modifiers);
 }
 
 QObject *findByClass(const QByteArray &name)
@@ -96,6 +104,10 @@ QJsonObject Inspector::answer(const QStringList &words)
         return click(words);
     if (words.first() == "invoke")
         return invoke(words);
+    if (words.first() == "type" && words.size() == 2)
+        return typeText(QUrl::fromPercentEncoding(words.at(1).toLatin1()));
+    if (words.first() == "key" && words.size() == 2)
+        return pressKey(words.at(1));
     if (words.first() == "shot" && words.size() == 2)
         return takeShot(words.at(1));
     return failure("unknown request: " + words.join(' '));
@@ -110,6 +122,28 @@ QJsonObject Inspector::click(const QStringList &words)
         return failure("click X Y");
     QMetaObject::invokeMethod(
         this, [position] { deliverClick(position); }, Qt::QueuedConnection);
+    return {{"ok", true}};
+}
+
+QJsonObject Inspector::typeText(const QString &text)
+{
+    const auto send = [text] {
+        for (const QChar character : text)
+            sendKey(Qt::Key_unknown, Qt::NoModifier, character);
+    };
+    QMetaObject::invokeMethod(this, send, Qt::QueuedConnection);
+    return {{"ok", true}};
+}
+
+QJsonObject Inspector::pressKey(const QString &name)
+{
+    const QKeySequence sequence = QKeySequence::fromString(name, QKeySequence::PortableText);
+    if (sequence.count() != 1 || sequence[0].key() == Qt::Key_unknown)
+        return failure("no such key: " + name);
+    const auto send = [combination = sequence[0]] {
+        sendKey(combination.key(), combination.keyboardModifiers(), QString());
+    };
+    QMetaObject::invokeMethod(this, send, Qt::QueuedConnection);
     return {{"ok", true}};
 }
 
