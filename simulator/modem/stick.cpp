@@ -1,0 +1,265 @@
+#include "stick.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace modem
+{
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr auto ReopenPause = 200ms;
+constexpr auto LineCheckPause = 250ms; // a line in PPP discipline does not wake up poll() itself
+constexpr auto StopGrace = 2s;         // pppd says good-bye to its peer before it ends
+
+} // namespace
+
+Stick::Stick(const Settings &settings, EventLog &log, NetworkSide &network)
+    : m_settings(settings), m_log(log), m_network(network), m_port(settings.port)
+{
+    loadScenarioNow();
+}
+
+void Stick::run(int signals)
+{
+    bool stopping = false;
+    while (!stopping || m_network.running()) {
+        pollfd descriptors[2] = {{signals, POLLIN, 0}, {-1, 0, 0}};
+        if (m_port.isOpen()) {
+            const bool listening = m_state == State::Command || m_state == State::Dialling;
+            descriptors[1].fd = m_port.descriptor();
+            descriptors[1].events =
+                static_cast<short>((listening ? POLLIN : 0) | (m_port.hasPending() ? POLLOUT : 0));
+        }
+        if (::poll(descriptors, 2, pollTimeout()) == -1 && errno != EINTR) {
+            m_log.event(std::string("poll: ") + std::strerror(errno));
+            return;
+        }
+        if (descriptors[0].revents != 0 && takeSignals(signals) && !stopping) {
+            stopping = true;
+            m_log.event("told to stop");
+            stopCall();
+        }
+        if (const auto how = m_network.ended())
+            finishCall(*how);
+        if (descriptors[1].revents != 0)
+            servePort(descriptors[1].revents);
+        serveTimers();
+    }
+    m_port.close();
+    m_log.event("stopped");
+}
+
+int Stick::pollTimeout() const
+{
+    Clock::time_point next = m_dropAt;
+    if (!m_port.isOpen() && !m_network.running())
+        next = std::min(next, m_reopenAt);
+    if (!m_due.empty())
+        next = std::min(next, m_due.front().at);
+    const auto now = Clock::now();
+    if (m_network.running())
+        next = std::min(next, now + LineCheckPause);
+    if (next == Clock::time_point::max())
+        return -1;
+    // One on top: a poll that ends early would turn the last millisecond into a busy loop.
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - now).count();
+    return static_cast<int>(std::clamp<long long>(left + 1, 0, 60000));
+}
+
+bool Stick::takeSignals(int signals)
+{
+    bool stop = false;
+    signalfd_siginfo info;
+    while (::read(signals, &info, sizeof info) == static_cast<ssize_t>(sizeof info))
+        stop = stop || info.ssi_signo == SIGTERM || info.ssi_signo == SIGINT;
+    return stop;
+}
+
+void Stick::serveTimers()
+{
+    const auto now = Clock::now();
+    sendDue();
+    if (m_network.running())
+        checkLineDuringCall();
+    else if (m_state == State::Dialling && m_due.empty() && !m_port.hasPending())
+        startCall();
+    if (now >= m_dropAt) {
+        m_log.event("network drops the call");
+        stopCall();
+    }
+    if (m_state == State::Stopping && now >= m_killAt)
+        m_network.signal(SIGKILL);
+    if (!m_port.isOpen() && !m_network.running() && now >= m_reopenAt)
+        openPort();
+}
+
+void Stick::checkLineDuringCall()
+{
+    pollfd line = {m_port.descriptor(), 0, 0};
+    if (m_port.isOpen() && ::poll(&line, 1, 0) == 1 && (line.revents & (POLLHUP | POLLERR)) != 0)
+        losePort();
+}
+
+void Stick::servePort(short events)
+{
+    if ((events & POLLOUT) != 0 && m_port.flush() == SerialPort::Status::Lost)
+        return losePort();
+    if ((events & POLLIN) != 0) {
+        std::string bytes;
+        const auto status = m_port.read(bytes);
+        receive(bytes);
+        if (status == SerialPort::Status::Lost)
+            losePort();
+    } else if ((events & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+        losePort();
+    }
+}
+
+void Stick::openPort()
+{
+    const int result = m_port.open();
+    m_reopenAt = Clock::now() + ReopenPause;
+    if (result == 0)
+        m_log.event("line open");
+    else if (result != m_openError)
+        m_log.event(m_port.path() + ": " + std::strerror(-result));
+    m_openError = result;
+}
+
+void Stick::losePort()
+{
+    if (!m_port.isOpen())
+        return;
+    m_log.event("line lost");
+    m_port.close();
+    m_due.clear();
+    m_assembler.reset();
+    m_modem.powerOn();
+    m_reopenAt = Clock::now() + ReopenPause;
+    if (m_network.running())
+        stopCall();
+    else
+        m_state = State::Command;
+}
+
+void Stick::receive(const std::string &bytes)
+{
+    std::string echo;
+    for (const char byte : bytes) {
+        if (m_state != State::Command)
+            break; // a data stick does not listen while it dials
+        if (m_modem.echoes())
+            echo += byte;
+        m_assembler.setControls(m_modem.terminator(), m_modem.backspace());
+        const auto line = m_assembler.feed(byte);
+        if (!line)
+            continue;
+        loadScenarioNow();
+        if (m_scenario.answer != Scenario::Answer::Silent && !echo.empty())
+            m_port.write(echo);
+        echo.clear();
+        executeLine(*line);
+    }
+    if (m_scenario.answer != Scenario::Answer::Silent && !echo.empty())
+        m_port.write(echo);
+}
+
+void Stick::executeLine(const std::string &line)
+{
+    m_log.heard(line);
+    if (m_scenario.answer == Scenario::Answer::Silent)
+        return;
+    const Reply reply = m_modem.execute(line);
+    if (reply.call) {
+        m_log.event("dialled, apn \"" + reply.call->apn + "\", " +
+                    (reply.call->connected ? "connected" : "refused"));
+        m_state = State::Dialling;
+        m_callPending = reply.call->connected;
+    }
+    answer(reply.bytes, reply.call ? m_scenario.dialTime : 0ms);
+}
+
+void Stick::loadScenarioNow()
+{
+    std::vector<std::string> faults;
+    if (!m_settings.scenario.empty())
+        m_scenario = loadScenario(m_settings.scenario, faults);
+    m_modem.setScenario(m_scenario);
+    if (faults != m_faults) {
+        for (const std::string &fault : faults)
+            m_log.event(fault);
+    }
+    m_faults = faults;
+}
+
+void Stick::answer(const std::string &bytes, std::chrono::milliseconds later)
+{
+    Clock::time_point at = m_due.empty() ? Clock::now() : m_due.back().at;
+    at += later;
+    for (TimedBytes &part : pace(m_scenario, bytes)) {
+        at += part.pause;
+        m_due.push_back({at, std::move(part.bytes)});
+    }
+    if (!bytes.empty())
+        m_log.reply(bytes);
+    sendDue();
+}
+
+void Stick::sendDue()
+{
+    while (!m_due.empty() && m_due.front().at <= Clock::now()) {
+        const std::string bytes = std::move(m_due.front().bytes);
+        m_due.pop_front();
+        if (m_port.isOpen() && m_port.write(bytes) == SerialPort::Status::Lost)
+            return losePort();
+    }
+}
+
+void Stick::startCall()
+{
+    if (!m_callPending) {
+        m_state = State::Command;
+        return;
+    }
+    const std::string fault = m_network.start(m_scenario, m_port.path());
+    if (!fault.empty())
+        return finishCall(fault);
+    m_state = State::Data;
+    m_log.event("network started, pid " + std::to_string(m_network.pid()));
+    if (m_scenario.dropAfter > 0s)
+        m_dropAt = Clock::now() + m_scenario.dropAfter;
+}
+
+void Stick::stopCall()
+{
+    m_dropAt = Clock::time_point::max();
+    if (!m_network.running() || m_state == State::Stopping)
+        return;
+    m_state = State::Stopping;
+    m_killAt = Clock::now() + StopGrace;
+    m_network.signal(SIGTERM);
+}
+
+void Stick::finishCall(const std::string &how)
+{
+    m_log.event("network ended, " + how);
+    m_state = State::Command;
+    m_dropAt = Clock::time_point::max();
+    m_assembler.reset();
+    if (!m_port.isOpen())
+        return;
+    if (m_port.configure() != 0)
+        return losePort();
+    loadScenarioNow();
+    answer(m_modem.callEnded(), 0ms);
+}
+
+} // namespace modem
