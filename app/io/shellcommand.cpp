@@ -6,6 +6,7 @@ ShellResult runShell(const QString &commandLine)
 {
     QProcess process;
     process.start(QStringLiteral("sh"), {QStringLiteral("-c"), commandLine}, QIODevice::ReadWrite);
+    process.closeWriteChannel(); // A command that reads its input must not wait for ever.
     const bool finished = process.waitForFinished(-1);
 
     ShellResult result;

@@ -1,0 +1,91 @@
+// Waiting while the event loop is served.
+#include "io/servedwait.h"
+
+#include <QtTest>
+
+using namespace std::chrono_literals;
+
+class ServedWaitTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void probesAtOnceAndAtMostOncePerInterval();
+    void servesEventsBetweenProbes();
+    void givesUpAtItsLimit();
+    void endsWhenAbandoned();
+    void doesNotSpinAfterQuit();
+};
+
+void ServedWaitTest::probesAtOnceAndAtMostOncePerInterval()
+{
+    int probes = 0;
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(waitServed({[&] { return ++probes == 1; }, {}}), WaitResult::Ready);
+    QVERIFY(time.elapsed() < 500);
+
+    QTimer ticks; // busy event traffic must not make the probe run more often
+    ticks.start(1ms);
+    probes = 0;
+    time.restart();
+    QCOMPARE(waitServed({[&] { return ++probes == 4; }, {}, 50ms}), WaitResult::Ready);
+    QVERIFY(time.elapsed() >= 150);
+}
+
+void ServedWaitTest::servesEventsBetweenProbes()
+{
+    int served = 0;
+    QTimer ticks;
+    connect(&ticks, &QTimer::timeout, this, [&] { ++served; });
+    ticks.start(5ms);
+    int servedAtSecondProbe = -1;
+    waitServed({[&] {
+                    servedAtSecondProbe = served;
+                    return served > 0;
+                },
+                {},
+                200ms});
+    QVERIFY2(servedAtSecondProbe >= 10, qPrintable(QString::number(servedAtSecondProbe)));
+}
+
+void ServedWaitTest::givesUpAtItsLimit()
+{
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(waitServed({[] { return false; }, {}, 10ms, 100ms}), WaitResult::TimedOut);
+    QVERIFY(time.elapsed() >= 100);
+}
+
+void ServedWaitTest::endsWhenAbandoned()
+{
+    bool gone = false;
+    int probes = 0;
+    QTimer::singleShot(20ms, this, [&] { gone = true; });
+    QElapsedTimer time;
+    time.start();
+    const auto result = waitServed({[&] { return ++probes > 1; }, [&] { return gone; }, 60000ms});
+    QCOMPARE(result, WaitResult::Abandoned);
+    QVERIFY(time.elapsed() < 5000);
+    QCOMPARE(probes, 1);
+}
+
+void ServedWaitTest::doesNotSpinAfterQuit()
+{
+    int probes = 0;
+    QTimer::singleShot(0, this, [&] {
+        QCoreApplication::quit(); // nested event loops return at once from here on
+        waitServed({[&] {
+                        ++probes;
+                        return false;
+                    },
+                    {},
+                    50ms,
+                    200ms});
+    });
+    QCoreApplication::exec();
+    QVERIFY2(probes <= 6, qPrintable(QString::number(probes)));
+}
+
+QTEST_GUILESS_MAIN(ServedWaitTest)
+#include "tst_servedwait.moc"
