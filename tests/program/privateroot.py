@@ -213,7 +213,8 @@ class PrivateRoot:
         arguments = ["bwrap", "--unshare-all", "--die-with-parent", "--new-session", "--info-fd",
                      str(info), "--uid", "0", "--gid", "0", "--cap-drop", "ALL", "--tmpfs", "/",
                      "--ro-bind", usr, usr, "--proc", "/proc", "--perms", "0700",
-                     "--tmpfs", "/tmp", f"{base}/dev", "/dev", "--dev-bind", "/dev/pts", "/dev/pts"]
+                     "--tmpfs", "/tmp", "--bind", f"{base}/dev", "/dev",
+                     "--dev-bind", "/dev/pts", "/dev/pts"]
         for folder in ("bin", "sbin", "lib", "lib32", "lib64"):
             if Path(usr, folder).exists():
                 arguments += ["--symlink", f"usr/{folder}", f"/{folder}"]
@@ -267,6 +268,8 @@ class PrivateRoot:
     def _find_program(self) -> bool:
         if self.exit_status() is not None:
             return True
+        if self._bwrap.poll() is not None:
+            raise RootError("bwrap: " + self._run.joinpath("bwrap").read_text())
         for session in _children(self._init):
             for pid in _children(session):
                 if _command(pid) == "corvanta":
