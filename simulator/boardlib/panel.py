@@ -179,7 +179,7 @@ class Screen:
             for widget in self.widgets:
                 if widget["window"] == at and widget["visible"] and widget.get("text"):
                     state = "" if widget["enabled"] else " (disabled)"
-                    lines.append(f'  {widget["class"]} {widget["text"]!r}{state}')
+                    lines.append(f'  {widget["class"]} {widget["text"][:60]!r}{state}')
         return "\n".join(lines)
 
 
@@ -239,7 +239,7 @@ class Panel:
         if text:
             self._ask(f"type {quote(text, safe='')}")
         self.wait(lambda screen: screen.field(label)["text"] == text, timeout,
-                  f"{text!r} in {label!r}")
+                  f"{text[:60]!r} in {label!r}")
 
     def choose(self, label: str, row: str, timeout: float = 5.0) -> None:
         """Touches the combo box beside a label and then a row of its list."""
@@ -265,7 +265,7 @@ class Panel:
         self._ask(f"invoke {cls} {slot}" + ("" if argument is None else f" {argument}"))
         return at
 
-    def shot(self, file: Path) -> None:
+    def shot(self, file: Path | str) -> None:
         """Has the screen's picture written, in the format that the name ends in."""
         self._ask(f"shot {file}")
 

@@ -159,9 +159,12 @@ class PrivateRoot:
                 return self._base / outside / path[len(inside) + 1:]
         raise ValueError(path)
 
-    def inner(self, path: str) -> Path:
-        """A path of the running program's own root, for what is mounted only there."""
-        return Path(f"/proc/{self.pid or self._init}/root{path}")
+    def inner_read(self, path: str) -> bytes | None:
+        """The content of a file on what is mounted only in the root; None when there is none."""
+        try:
+            return Path(f"/proc/{self._init}/root{path}").read_bytes()
+        except FileNotFoundError:
+            return None
 
     def write(self, path: str, content: bytes | str) -> None:
         data = content.encode() if isinstance(content, str) else content

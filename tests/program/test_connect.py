@@ -1,0 +1,303 @@
+"""The Connect button: what is called in which order, what is written, and when nothing is."""
+
+import time
+import unittest
+from collections.abc import Callable
+from signal import SIGUSR1
+from typing import NamedTuple
+
+from picture import Picture
+from privateroot import (AUTO_CONNECT, CHAT_SCRIPT, DONGLE, PARAMETERS, PEER_FILE, PrivateRoot,
+                         wait_until)
+from programtest import (AUTH, FILES, MISC, SETTING, STATUS, STORED, STORED_AUTO, UNDETECTED,
+                         ProgramTest)
+
+DIALLING = ["killall pppd", "pppd call ppp-connect"]
+# Keeps what the files hold at the moment of the call; the chat script is the last one copied.
+SNAPSHOT = """
+/usr/bin/mkdir /testrun/at-{name}
+/usr/bin/cp /quenfold/configs/* /etc/ppp/peers/* /etc/ppp/chat/* /testrun/at-{name} 2>/dev/null
+"""
+Act = Callable[[PrivateRoot], None]
+
+
+def fill(label: str, text: str) -> Act:
+    return lambda root: root.panel.fill(label, text)
+
+
+def touch(button: str) -> Act:
+    return lambda root: root.panel.press(button)
+
+
+def choose(row: str) -> Act:
+    return lambda root: root.panel.choose(AUTH, row)
+
+
+class Edit(NamedTuple):
+    """What is done on one page before Connect, and whether it is a change."""
+
+    name: str
+    tab: str
+    act: Act
+    changed: bool
+    parameters: bytes = STORED
+    auto: bytes = STORED_AUTO
+
+
+EDITS = (
+    Edit("nothing", SETTING, lambda root: None, False),
+    Edit("APN", SETTING, fill("APN NAME:", "Internet"), True),
+    Edit("dial number", SETTING, fill("Dial Num:", "*98#"), True),
+    Edit("user", SETTING, fill("USER:", ""), True),
+    Edit("password", SETTING, fill("PASSWORD:", "secret2"), True),
+    Edit("PIN", SETTING, fill("PinCode:", "0000"), True),
+    Edit("trailing blank", SETTING, fill("APN NAME:", "internet "), True),
+    Edit("method", SETTING, choose("PAP"), True),
+    Edit("radio", MISC, touch("YES"), True),
+    Edit("same radio", MISC, touch("NO"), False),
+    Edit("counts", MISC, fill("Counts:", "6"), True),
+    Edit("counts like the APN", MISC, fill("Counts:", "internet"), True),
+    Edit("typed as stored", SETTING, fill("USER:", "operator"), False),
+    Edit("other flag, YES", MISC, touch("YES"), False, auto=b"2\n5\n"),
+    Edit("YES stored, NO", MISC, touch("NO"), True, auto=b"0\n5\n"),
+    Edit("method is no number", SETTING, lambda root: None, False, STORED[:-2] + b"PAP\n"),
+    Edit("method beyond the list", SETTING, lambda root: None, True, STORED[:-2] + b"3\n"),
+    Edit("no parameters", SETTING, lambda root: None, False, b""),
+    Edit("only an APN line", SETTING, lambda root: None, True, b"internet\n"),
+    Edit("no settings", SETTING, lambda root: None, True, auto=b""),
+    Edit("only a flag line", SETTING, lambda root: None, True, auto=b"1\n"),
+)
+
+
+class Connect(ProgramTest):
+    def press_connect(self, root: PrivateRoot) -> list[str]:
+        """Touches Connect and waits for pppd. @return the commands since"""
+        before = len(root.calls())
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 1)
+        return root.commands(before)
+
+    def test_changes_after_visiting_every_tab(self) -> None:
+        for edit in EDITS:
+            with self.subTest(edit.name):
+                root = self.root()
+                root.write(PARAMETERS, edit.parameters)
+                root.write(AUTO_CONNECT, edit.auto)
+                root.write(CHAT_SCRIPT, "old")
+                root.write(PEER_FILE, "old")
+                root.start()
+                for tab in (MISC, STATUS, SETTING, edit.tab):
+                    root.panel.open_tab(tab)
+                edit.act(root)
+                self.assertEqual(self.press_connect(root), DIALLING)
+                kept = [root.read(PEER_FILE) == b"old", root.read(CHAT_SCRIPT) == b"old"]
+                self.assertEqual(kept, [not edit.changed] * 2)
+                if not edit.changed:
+                    self.assertEqual(root.read(PARAMETERS), edit.parameters)
+
+    def test_edits_on_every_tab_then_unchanged(self) -> None:
+        """A connect that found a change leaves nothing for the next one to find."""
+        root = self.stored_root().start()
+        root.panel.fill("APN NAME:", " web ")
+        root.panel.open_tab(MISC)
+        root.panel.fill("Counts:", "9")
+        self.press_connect(root)
+        self.assertEqual(root.panel.field("APN NAME:")["text"], "web")
+        stamps = [root.host(path).stat().st_mtime_ns for path in FILES]
+        root.signal(SIGUSR1)
+        self.assert_link(root, False)
+        root.panel.open_tab(STATUS)
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 2)
+        self.assertEqual([root.host(path).stat().st_mtime_ns for path in FILES], stamps)
+        self.assertEqual(root.calls("killall")[1].arguments, "pppd")
+        self.leave(root)
+
+    def test_unchanged_writes_nothing(self) -> None:
+        root = self.stored_root().start()
+        self.assertEqual(self.press_connect(root), DIALLING)
+        self.assertIsNone(root.read(PEER_FILE))
+        self.assertIsNone(root.read(CHAT_SCRIPT))
+        screen = root.panel.screen()
+        self.assertFalse(screen.button("Connect")["enabled"])
+        self.assertFalse(screen.field("APN NAME:")["enabled"])
+        self.assertEqual([bar["rect"] for bar in screen.busy_bars()], [[200, 200, 400, 40]])
+        self.leave(root)
+
+    def test_order_and_what_pppd_finds(self) -> None:
+        root = self.stored_root()
+        for name in ("killall", "pppd"):
+            root.answer(name, SNAPSHOT.format(name=name))
+        root.start()
+        root.panel.fill("APN NAME:", "web.example")
+        root.panel.fill("PinCode:", "1234")
+        before = len(root.calls())
+        root.panel.press("Connect")
+        wait_until(lambda: root.read("/testrun/at-pppd/chat"), 5, "pppd's answer")
+        since = [f"{call.name} {call.arguments}" for call in root.calls()[before:]]
+        self.assertEqual(since, ["usb balanced", "ls /dev", *DIALLING])
+        self.assertEqual(root.read("/testrun/at-killall/3gparam"), STORED)
+        self.assertIsNone(root.read("/testrun/at-killall/chat"))
+        for path in FILES:
+            name = path.rpartition("/")[2]
+            self.assertEqual(root.read(f"/testrun/at-pppd/{name}"), root.read(path), name)
+        self.assertIn(b"1234", root.read(CHAT_SCRIPT))
+
+    def test_pppd_inherits_nothing(self) -> None:
+        root = self.stored_root().start()
+        root.panel.fill("APN NAME:", "web")
+        self.press_connect(root)
+        wait_until(lambda: root.read("/testrun/descriptors"), 5, "pppd's answer")
+        inherited = root.read("/testrun/descriptors").decode().split("\n")
+        allowed = ("/dev/null", "pipe:", "/testrun/stdout", "/testrun/stderr",
+                   "/testroot/standin", "/testrun/answers/pppd", "/testrun/descriptors")
+        others = [target for target in inherited if target and not target.startswith(allowed)]
+        self.assertEqual(others, [])
+        self.assertLessEqual(len(inherited), 8, inherited)
+
+    def test_written_files(self) -> None:
+        table = (
+            # method, PIN, peer file, chat script
+            ("AUTO", "", "peer-auto", "chat-without-pin"),
+            ("PAP", "1234", "peer-pap", "chat-with-pin"),
+            ("CHAP", " 1234 ", "peer-chap", "chat-with-pin"),
+        )
+        values = (("APN NAME:", "web.example"), ("Dial Num:", " *99***1# "), ("USER:", "guest"),
+                  ("PASSWORD:", "pass word"))
+        for method, pin, peer, chat in table:
+            with self.subTest(method):
+                root = self.root()
+                for path in FILES:
+                    root.write(path, b"old\n" * 500)
+                    root.host(path).chmod(0o664)
+                root.start()
+                for label, text in values:
+                    root.panel.fill(label, text)
+                root.panel.fill("PinCode:", pin)
+                if method != "AUTO":
+                    root.panel.choose(AUTH, method)
+                self.press_connect(root)
+                self.assert_file(root, PEER_FILE, peer)
+                self.assert_file(root, CHAT_SCRIPT, chat)
+                index = {"AUTO": 0, "PAP": 1, "CHAP": 2}[method]
+                saved = f"web.example\n*99***1#\nguest\npass word\n{pin.strip()}\n{index}\n"
+                self.assertEqual(root.read(PARAMETERS), saved.encode())
+                self.assertEqual(root.read(AUTO_CONNECT), b"0\nold\n")
+                self.assertEqual([root.mode(path) for path in FILES], ["600"] * 4)
+                self.leave(root)
+
+    def test_method_beyond_the_list(self) -> None:
+        root = self.root()
+        root.write(PARAMETERS, b"web.example\n*99***1#\nguest\npass word\n\n3\n")
+        root.start()
+        self.press_connect(root)
+        self.assert_file(root, PEER_FILE, "peer-other")
+        self.assert_file(root, CHAT_SCRIPT, "chat-without-pin")
+        self.assertEqual(root.read(PARAMETERS).splitlines()[-1], b"-1")
+        self.leave(root)
+
+    def test_two_quick_presses(self) -> None:
+        root = self.stored_root()
+        root.answer("killall", "/usr/bin/sleep 0.3")
+        root.start()
+        button = root.panel.button("Connect")
+        root.panel.click(button)
+        root.panel.click(button)
+        root.wait_calls("pppd", 1)
+        # The second touch has been delivered by the time that the panel answers again.
+        root.panel.screen()
+        self.leave(root)
+        self.assertEqual(len(root.calls("pppd")), 1)
+
+
+class ConnectWait(ProgramTest):
+    """The stick's serial node is not there when Connect is touched."""
+
+    def waiting_root(self, **how: object) -> PrivateRoot:
+        root = self.stored_root(**how).start()
+        root.remove_node("ttyUSB0")
+        polls = len(root.calls("ls"))
+        root.panel.press("Connect")
+        root.wait_calls("ls", polls + 1)
+        return root
+
+    def test_served_with_a_moving_bar(self) -> None:
+        root = self.waiting_root()
+        bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
+        pictures = set()
+
+        def moving(_: object) -> bool:
+            pictures.add(Picture.of(root).part(bar["rect"]))
+            return len(pictures) >= 5
+
+        root.wait(moving, 3, "the busy bar moving")
+        root.panel.open_tab(STATUS, 0.7)
+        polls = len(root.calls("ls"))
+        root.wait_calls("ls", polls + 3, 4)
+        times = [call.time for call in root.calls("ls")[polls - 1:]]
+        for earlier, later in zip(times, times[1:]):
+            self.assertAlmostEqual(later - earlier, 1.0, delta=0.25)
+        self.assertEqual(root.commands()[1:], [], "nothing is dialled yet")
+        root.add_node("ttyUSB0")
+        root.wait_calls("pppd", 1, 1.5)
+        self.leave(root)
+
+    def test_exit_ends_it_at_once(self) -> None:
+        root = self.waiting_root()
+        root.panel.press("Exit")
+        self.assertEqual(root.wait_exit(1), 0)
+        self.assert_ended(root)
+        self.assertEqual(root.commands(), ["ifconfig"])
+
+    def test_newer_press_replaces_it(self) -> None:
+        root = self.waiting_root()
+        for _ in range(2):
+            root.signal(SIGUSR1)
+            self.assert_link(root, False)
+            root.panel.press("Connect")
+            root.wait(lambda screen: not screen.button("Connect")["enabled"], 2, "the attempt")
+        root.add_node("ttyUSB0")
+        dialled = root.wait_calls("pppd", 1, 2)
+        # Another attempt would find the node within a second.
+        wait_until(lambda: time.time() > dialled.time + 1.6, 3, "the time")
+        self.assertEqual(root.commands()[-2:], DIALLING)
+        self.assertEqual(len(root.calls("pppd")), 1)
+        self.assertEqual(len(root.calls("killall")), 1)
+        self.leave(root)
+
+    def test_dongle_dialog_then_none(self) -> None:
+        """The waiting dialog comes once; "Close" closes it and the wait for the node goes on."""
+        root = self.stored_root().start()
+        root.remove_node("ttyUSB0")
+        root.set_usb("")
+        root.panel.press("Connect")
+        root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
+        polls = len(root.calls("ls"))
+        root.panel.press("Close")
+        root.wait(lambda screen: not screen.has_dialog() and screen.busy_bars(), 2,
+                  "the dialog closed")
+        root.wait_calls("ls", polls + 1)
+        bus_polls = len(root.calls("usb"))
+        root.signal(SIGUSR1)
+        self.assert_link(root, False)
+        root.panel.press("Connect")
+        root.wait_calls("ls", polls + 5, 5)
+        self.assertFalse(root.panel.screen().has_dialog())
+        # The check and the second press asked; the closed dialog's timer did not.
+        self.assertEqual(len(root.calls("usb")), bus_polls + 2)
+        self.leave(root)
+        self.assertEqual(root.calls("pppd"), [])
+
+    def test_dongle_dialog_closes_itself(self) -> None:
+        root = self.stored_root(usb=DONGLE).start()
+        root.set_usb("")
+        root.panel.press("Connect")
+        root.wait(lambda screen: screen.has_dialog(), 2, "the dialog")
+        root.set_usb(DONGLE)
+        root.wait_calls("pppd", 1, 4)
+        self.assertFalse(root.panel.screen().has_dialog())
+        self.leave(root)
+
+
+if __name__ == "__main__":
+    unittest.main()
