@@ -1,4 +1,5 @@
 // Process start-up.
+#include "device/fram.h"
 #include "mfilter.h"
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
@@ -8,10 +9,13 @@
 #include <QApplication>
 #include <QBrush>
 #include <csignal>
+#include <cstdio>
 
 int main(int argc, char **argv)
 {
     std::signal(SIGUSR1, SIG_IGN); // It kills a process that has no handler yet.
+    std::setvbuf(stdout, nullptr, _IOLBF,
+                 0); // Whole lines as they are written, into a journal too.
     QApplication app(argc, argv);
     PanelStyle::apply(app);
     MFilter filter(nullptr);
@@ -20,6 +24,7 @@ int main(int argc, char **argv)
     QWSServer::setCurrentInputMethod(inputMethods->getCurrentInputMethod());
     QWSServer::setBackground(QBrush(Qt::black, Qt::SolidPattern));
     QWSServer::setCursorVisible(false);
+    Fram::getInstance()->applyTranslator(&app);
     Widget window;
     window.show();
     return app.exec();
