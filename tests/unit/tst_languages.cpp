@@ -1,0 +1,194 @@
+// The catalogues, and the whole screen in each language on the panel that the environment gives.
+#include "device/fram.h"
+#include "makeup.h"
+#include "platform/panelstyle.h"
+#include "usb/detectmsg.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+namespace
+{
+
+struct Message {
+    QString context;
+    QString source;
+    QString translations[2]; // of language 1 and 2
+};
+
+QList<Message> catalogue()
+{
+    QList<Message> messages;
+    QFile file(QStringLiteral(CATALOGUE_TABLE));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("no table");
+    for (const QString &line : QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts)) {
+        const QStringList columns = line.split('\t');
+        messages << Message{columns[0], columns[1], {columns[2], columns[3]}};
+    }
+    return messages;
+}
+
+QStringList itemTexts(const QWidget *widget)
+{
+    QStringList texts;
+    if (const auto *combo = qobject_cast<const QComboBox *>(widget)) {
+        for (int i = 0; i < combo->count(); ++i)
+            texts << combo->itemText(i);
+    }
+    if (const auto *tabs = qobject_cast<const QTabBar *>(widget)) {
+        for (int i = 0; i < tabs->count(); ++i)
+            texts << tabs->tabText(i);
+    }
+    if (const auto *label = qobject_cast<const QLabel *>(widget))
+        texts << label->text();
+    if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
+        texts << button->text();
+    return texts;
+}
+
+/** Widgets whose text does not fit where they stand. */
+QStringList cutOff(const QWidget &window)
+{
+    QStringList faults;
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        if (!widget->isVisible() || itemTexts(widget).isEmpty())
+            continue;
+        const QRect place(widget->mapTo(&window, QPoint(0, 0)), widget->size());
+        const QSize needed = widget->minimumSizeHint();
+        if (!window.rect().contains(place) || widget->width() < needed.width() ||
+            widget->height() < needed.height())
+            faults << itemTexts(widget).join('/');
+    }
+    for (const auto *tabs : window.findChildren<QTabBar *>()) {
+        if (tabs->sizeHint().width() > window.width())
+            faults << "tabs";
+    }
+    return faults;
+}
+
+} // namespace
+
+class LanguagesTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void cataloguesAreCarriedAsTheyAre_data();
+    void cataloguesAreCarriedAsTheyAre();
+    void everyMessageIsTranslated();
+    void theLastLanguageWins();
+    void wholeScreen_data();
+    void wholeScreen();
+};
+
+void LanguagesTest::initTestCase()
+{
+    PanelStyle::apply(*qApp);
+}
+
+void LanguagesTest::cleanup()
+{
+    Fram::getInstance()->translate(0);
+}
+
+void LanguagesTest::cataloguesAreCarriedAsTheyAre_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("zh_TW") << 1613;
+    QTest::newRow("zh_CN") << 1571;
+}
+
+void LanguagesTest::cataloguesAreCarriedAsTheyAre()
+{
+    const QResource resource(QStringLiteral(":/corvanta_%1.qm").arg(QTest::currentDataTag()));
+    QCOMPARE(resource.compressionAlgorithm(), QResource::NoCompression);
+    QTEST(int(resource.size()), "size");
+}
+
+void LanguagesTest::everyMessageIsTranslated()
+{
+    const QList<Message> messages = catalogue();
+    QCOMPARE(messages.size(), 26);
+    for (int language : {1, 2}) {
+        Fram::getInstance()->translate(language);
+        for (const Message &message : messages)
+            QCOMPARE(QCoreApplication::translate(qPrintable(message.context),
+                                                 qPrintable(message.source)),
+                     message.translations[language - 1]);
+    }
+}
+
+void LanguagesTest::theLastLanguageWins()
+{
+    const auto ok = [] { return QCoreApplication::translate("DetectMsg", "OK"); };
+    Fram *fram = Fram::getInstance();
+    for (int other : {0, 3, 256, 65535, -1}) {
+        QTest::ignoreMessage(QtDebugMsg, "load translator true");
+        fram->translate(1);
+        QCOMPARE(ok(), QStringLiteral("確認"));
+        QTest::ignoreMessage(QtDebugMsg, "load translator false");
+        fram->translate(other);
+        QCOMPARE(ok(), QStringLiteral("OK"));
+    }
+    fram->translate(1);
+    fram->translate(2);
+    QCOMPARE(ok(), QStringLiteral("确定"));
+}
+
+void LanguagesTest::wholeScreen_data()
+{
+    QTest::addColumn<int>("language");
+    QTest::newRow("English") << 0;
+    QTest::newRow("Traditional Chinese") << 1;
+    QTest::newRow("Simplified Chinese") << 2;
+}
+
+void LanguagesTest::wholeScreen()
+{
+    QFETCH(int, language);
+    Fram::getInstance()->translate(language);
+    QWidget window(nullptr, Qt::FramelessWindowHint);
+    Makeup *makeup = Makeup::getInstance(&window);
+    makeup->doShapping();
+    Makeup::setGlobalStyle();
+    Makeup::setStyle(&window);
+    window.show();
+
+    QStringList shown;
+    for (bool linkUp : {false, true}) { // both texts of the link; the widest ones stay within
+        makeup->updateStatus(linkUp);
+        auto *tabs = window.findChild<QTabWidget *>();
+        for (int i = 0; i < tabs->count(); ++i) {
+            tabs->setCurrentIndex(i);
+            QCoreApplication::processEvents();
+            QCOMPARE(cutOff(window), QStringList{});
+            QCOMPARE(window.size(), Makeup::monitorSize);
+        }
+        for (const QWidget *widget : window.findChildren<QWidget *>())
+            shown << itemTexts(widget);
+    }
+    for (const Message &message : catalogue()) {
+        if (!message.source.contains(' ') || message.source.size() < 40)
+            continue; // the two notices
+        QString text = QCoreApplication::translate("Makeup", qPrintable(message.source));
+        DetectMsg notice(&window, &text, NOTICE);
+        notice.show();
+        QCoreApplication::processEvents();
+        QCOMPARE(cutOff(notice), QStringList{});
+        QCOMPARE(notice.size(), Makeup::monitorSize);
+        for (const QWidget *widget : notice.findChildren<QWidget *>())
+            shown << itemTexts(widget);
+    }
+    if (language != 0) {
+        for (const Message &message : catalogue()) {
+            QVERIFY2(!shown.contains(message.source), qPrintable(message.source));
+        }
+        QVERIFY(shown.contains(QStringLiteral("PAP"))); // no entry: as it is in every language
+    }
+}
+
+QTEST_MAIN(LanguagesTest)
+#include "tst_languages.moc"
