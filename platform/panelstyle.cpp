@@ -48,7 +48,8 @@ void PanelStyle::apply(QApplication &app)
 {
     const PanelMetrics metrics = panelMetrics(deviceScreenSize());
     app.setStyle(new PanelStyle(metrics)); // The application owns its style.
-    QFont font = app.font();
+    // The style sheets' family, or what fontconfig puts in its place: one look for all texts.
+    QFont font(QStringLiteral("Microsoft JhengHei"));
     font.setPixelSize(metrics.fontPixels);
     app.setFont(font);
 }
