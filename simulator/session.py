@@ -1,0 +1,248 @@
+#!/usr/bin/env python3
+"""An operator's session on the simulated board: touches, a real dial-up, and pictures of it all."""
+
+import argparse
+import signal
+import sys
+import time
+from collections.abc import Callable
+from contextlib import contextmanager
+from pathlib import Path
+from typing import Any, Iterator
+
+from boardlib import qemu
+from boardlib.cli import size_of
+from boardlib.host import BoardError
+from boardlib.machine import Board
+from boardlib.panel import PanelError, Screen
+
+NETWORK_ADDRESS = "203.0.113.7"  # a host behind the simulated network
+VALUES = {"APN NAME:": "internet", "Dial Num:": "*99#", "USER:": "operator",
+          "PASSWORD:": "Secret-1!", "PinCode:": "1234"}
+MODEM = {"sim.pin": "1234", "apn": "internet", "auth": "pap", "user": "operator",
+         "password": "Secret-1!"}
+CHECK_SECONDS = 15  # from pppd's start to the check of an attempt
+GREEN, RED = "color:green;", "color:red;"
+
+
+class SessionError(Exception):
+    """A step did not hold."""
+
+
+def expect(holds: Any, what: str) -> None:
+    if not holds:
+        raise SessionError(what)
+
+
+class Session:
+    """The steps, in an operator's order. Each prints a line with the time it took."""
+
+    def __init__(self, board: Board) -> None:
+        self.board = board
+        self.panel = board.panel
+        self.pictures: list[Path] = []
+
+    def run(self) -> None:
+        for step in (self.start_without_stick, self.plug_in, self.fill_in, self.connect,
+                     self.see_connected, self.reach_network, self.check_on_signal,
+                     self.disconnect, self.connect_without_stick, self.plug_in_again,
+                     self.fail_to_dial, self.leave):
+            with self.timed(str(step.__doc__)):
+                step()
+
+    @contextmanager
+    def timed(self, what: str) -> Iterator[None]:
+        started = time.monotonic()
+        try:
+            yield
+        except (BoardError, PanelError, SessionError, OSError) as error:
+            print(f"  FAILED  {what}: {error}", flush=True)
+            self.picture("failed")
+            raise SessionError(what) from error
+        print(f"{time.monotonic() - started:7.1f} s  {what}", flush=True)
+
+    def picture(self, name: str) -> None:
+        path = self.board.shot(f"{len(self.pictures) + 1:02}-{name}.png")
+        self.pictures.append(path)
+
+    def await_screen(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
+        self.panel.wait(holds, seconds, what)
+
+    def await_link(self, text: str, style: str, seconds: float) -> None:
+        def holds(screen: Screen) -> bool:
+            value = screen.value("PPP Status:")
+            return value["text"] == text and value["style"] == style
+        self.await_screen(f"{text!r} in {style}", seconds, holds)
+
+    # Steps -----------------------------------------------------------------------------------
+
+    def start_without_stick(self) -> None:
+        """the panel starts without a stick: the waiting dialog"""
+        self.board.modem(MODEM)
+        self.board.start_panel()
+        self.await_screen("the waiting dialog", 30,
+                          lambda screen: "Undetected dongle" in screen.dialog()["text"])
+        self.picture("start-without-stick")
+
+    def plug_in(self) -> None:
+        """the stick is plugged: the dialog goes, the setting page comes"""
+        self.board.plug()
+        self.await_screen("the main window", 30,
+                          lambda screen: screen.main_window()["visible"]
+                          and not screen.has_dialog())
+        screen = self.panel.screen()
+        expect(tuple(screen.main_window()["rect"]) == (0, 0, *self.board.size),
+               "the window is exactly the panel")
+        expect(not screen.cut_off(), f"nothing is cut off: {screen.cut_off()}")
+
+    def fill_in(self) -> None:
+        """the parameters are filled in"""
+        for label, text in VALUES.items():
+            self.panel.fill(label, text)
+        self.panel.open_tab("Misc Setting")
+        self.panel.press("YES")
+        self.panel.fill("Counts:", "3")
+        self.picture("misc-setting")
+        self.panel.open_tab("3G/4G Setting")
+        self.picture("setting-filled")
+
+    def connect(self) -> None:
+        """Connect is touched: the busy bar shows and moves"""
+        self.panel.press("Connect")
+        self.await_screen("the busy bar", 5, lambda screen: screen.busy_bars())
+        screen = self.panel.screen()
+        expect(not screen.button("Connect")["enabled"], "Connect is disabled")
+        expect(not screen.field("APN NAME:")["enabled"], "the setting page is disabled")
+        self.picture("busy")
+        first = self.pictures[-1].read_bytes()
+        moving = self.board.shot("busy-later.png")
+        deadline = time.monotonic() + 3
+        while moving.read_bytes() == first:
+            expect(time.monotonic() < deadline, "the busy bar moves")
+            moving = self.board.shot("busy-later.png")
+        moving.unlink()
+
+    def see_connected(self) -> None:
+        """the link is up: "connected" in green, Disconnect enabled, the setting page disabled"""
+        self.panel.open_tab("3G/4G Status")
+        self.await_link("connected", GREEN, CHECK_SECONDS + 10)
+        screen = self.panel.screen()
+        expect(screen.value("Dongle Status:")["text"] == "detected", "the dongle is detected")
+        expect(screen.button("Disconnect")["enabled"], "Disconnect is enabled")
+        expect(not screen.button("Connect")["enabled"], "Connect is disabled")
+        expect(not screen.busy_bars(), "the busy bar has gone")
+        self.picture("connected")
+        self.panel.open_tab("3G/4G Setting")
+        expect(not self.panel.field("APN NAME:")["enabled"], "the setting page is disabled")
+        self.picture("setting-disabled")
+
+    def reach_network(self) -> None:
+        """the default route leads over ppp0, and a ping crosses the link"""
+        routes = self.board.sh("ip route show default")
+        expect("dev ppp0" in routes, f"the default route is over ppp0: {routes!r}")
+        self.board.sh(f"ping -c 3 -i 0.3 -W 5 {NETWORK_ADDRESS}", seconds=30)
+
+    def check_on_signal(self) -> None:
+        """SIGUSR1 makes the panel check the link: it sets the lost default route again"""
+        self.board.sh("ip route del default")
+        self.board.sh(f"kill -USR1 {self.board.panel_pid()}; "
+                      "until ip route show default | grep -q 'dev ppp0'; do sleep 0.1; done",
+                      seconds=10)
+
+    def disconnect(self) -> None:
+        """Disconnect is touched: "disconnected" in red"""
+        self.panel.open_tab("3G/4G Status")
+        self.panel.press("Disconnect")
+        self.await_link("disconnected", RED, 15)
+        expect(self.panel.button("Connect")["enabled"], "Connect is enabled")
+        expect(self.board.run("pgrep -x pppd").status != 0, "no pppd is left")
+        self.picture("disconnected")
+
+    def connect_without_stick(self) -> None:
+        """the stick is pulled and Connect touched: the waiting dialog"""
+        self.board.unplug()
+        self.board.modem(MODEM | {"dial": "busy"})
+        self.panel.open_tab("3G/4G Setting")
+        self.panel.press("Connect")
+        self.await_screen("the waiting dialog", 5,
+                          lambda screen: screen.dialog()["buttons"] == ["Close"])
+        self.picture("waiting-for-stick")
+
+    def plug_in_again(self) -> None:
+        """the stick is plugged again: the attempt goes on by itself"""
+        self.board.plug()
+        self.await_screen("the dialog gone", 10, lambda screen: not screen.has_dialog())
+        self.board.sh("until pgrep -x pppd >/dev/null; do sleep 0.1; done", seconds=10)
+
+    def fail_to_dial(self) -> None:
+        """the network is busy: the notice, and the setting page is back"""
+        self.await_screen("the notice", CHECK_SECONDS + 10,
+                          lambda screen: "Connect Fail!" in screen.dialog()["text"])
+        self.picture("connect-failed")
+        self.panel.press("OK")
+        self.await_screen("the setting page", 5, lambda screen: not screen.has_dialog()
+                          and screen.field("APN NAME:")["enabled"])
+        self.panel.fill("APN NAME:", "internet2")
+
+    def leave(self) -> None:
+        """Exit is touched: logs rotated, parameters saved, the program ended"""
+        self.panel.press("Exit")
+        expect(self.board.wait_panel_end(10) == 0, "exit status 0")
+        saved = self.board.read("/quenfold/configs/3gparam").decode()
+        expect(saved == "internet2\n*99#\noperator\nSecret-1!\n1234\n0\n", f"saved: {saved!r}")
+        saved = self.board.read("/quenfold/configs/autoparam").decode()
+        expect(saved == "0\n3\n", f"saved: {saved!r}")
+        for log in ("/etc/ppp/ppp.log.old", "/etc/ppp/chat.log.old"):
+            expect(self.board.read(log), f"{log} has the log of the run")
+        self.board.sh("killall pppd") # The link stays for the operator; here nobody needs it.
+        self.picture("ended")
+
+
+def interactive(board: Board, port: int) -> None:
+    """Leaves the panel to a person until the panel program ends or the person has enough."""
+    board.plug()
+    board.start_panel()
+    print(f"The panel is live: a VNC viewer on 127.0.0.1:{port} (display {port - 5900}).\n"
+          "Exit on the panel, or Ctrl-C here, ends it.", flush=True)
+    while board.panel_running():
+        time.sleep(0.5)
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--size", type=size_of, default=(800, 480), metavar="WxH",
+                        help="panel: " + ", ".join(f"{w}x{h}" for w, h in qemu.SIZES))
+    parser.add_argument("--interactive", action="store_true",
+                        help="leave the panel live for a person (VNC)")
+    parser.add_argument("--port", type=int, default=5907, help="TCP port of the live view")
+    options = parser.parse_args()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+
+    started = time.monotonic()
+    session = None
+    try:
+        with Board(options.size, "interactive" if options.interactive else "session",
+                   vnc_port=options.port if options.interactive else None) as board:
+            print(f"{time.monotonic() - started:7.1f} s  the board is up, a panel of "
+                  f"{options.size[0]}x{options.size[1]}", flush=True)
+            if options.interactive:
+                interactive(board, options.port)
+                return 0
+            session = Session(board)
+            session.run()
+    except (BoardError, SessionError) as error:
+        print(f"The session failed: {error}", file=sys.stderr)
+        return 1
+    except KeyboardInterrupt:
+        return 130
+    finally:
+        if session:
+            for path in session.pictures:
+                print(f"picture  {path.relative_to(Path.cwd())}")
+            print(f"logs     {session.board.folder.relative_to(Path.cwd())}")
+    print(f"Every step held ({time.monotonic() - started:.0f} s).")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
