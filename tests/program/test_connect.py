@@ -13,10 +13,11 @@ from programtest import (AUTH, FILES, MISC, SETTING, STATUS, STORED, STORED_AUTO
                          ProgramTest)
 
 DIALLING = ["killall pppd", "pppd call ppp-connect"]
-# Keeps what the files hold at the moment of the call; the chat script is the last one copied.
+# Keeps what the files hold at the moment of the call.
 SNAPSHOT = """
 /usr/bin/mkdir /testrun/at-{name}
 /usr/bin/cp /quenfold/configs/* /etc/ppp/peers/* /etc/ppp/chat/* /testrun/at-{name} 2>/dev/null
+echo >/testrun/at-{name}/complete
 """
 Act = Callable[[PrivateRoot], None]
 
@@ -133,7 +134,7 @@ class Connect(ProgramTest):
         root.panel.fill("PinCode:", "1234")
         before = len(root.calls())
         root.panel.press("Connect")
-        wait_until(lambda: root.read("/testrun/at-pppd/chat"), 5, "pppd's answer")
+        wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
         since = [f"{call.name} {call.arguments}" for call in root.calls()[before:]]
         self.assertEqual(since, ["usb balanced", "ls /dev", *DIALLING])
         self.assertEqual(root.read("/testrun/at-killall/3gparam"), STORED)

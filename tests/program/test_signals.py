@@ -1,0 +1,110 @@
+"""SIGUSR1 in numbers that no one sends on purpose."""
+
+import unittest
+from signal import SIGUSR1
+
+from privateroot import PrivateRoot, wait_until
+from programtest import STATUS, ProgramTest
+
+FLOOD = 5000
+PENDING = 278  # what the bridge's socket holds
+SLOW_ONCE = """
+if [ ! -e /testrun/slow ]; then echo >/testrun/slow; /usr/bin/sleep 1; fi
+/usr/bin/cat /testrun/interfaces
+"""
+
+
+class Floods(ProgramTest):
+    def flood(self, root: PrivateRoot) -> None:
+        for _ in range(FLOOD):
+            root.signal(SIGUSR1)
+
+    def busy_root(self) -> PrivateRoot:
+        """A program whose GUI thread is in a slow command."""
+        root = self.stored_root().start()
+        self.keep_busy(root)
+        return root
+
+    def keep_busy(self, root: PrivateRoot) -> None:
+        root.answer("ifconfig", SLOW_ONCE)
+        root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 2)
+
+    def test_while_busy(self) -> None:
+        """The handler drops what the socket cannot hold, and the panel answers afterwards."""
+        root = self.busy_root()
+        self.flood(root)
+        root.panel.open_tab(STATUS, 5)
+        root.wait_calls("ifconfig", 10)
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 1)
+        self.leave(root)
+        self.assertLessEqual(len(root.calls("ifconfig")), PENDING + 10)
+
+    def test_all_that_were_held_are_served(self) -> None:
+        root = self.busy_root()
+        self.flood(root)
+        root.wait_calls("ifconfig", 200, 30)
+        self.leave(root)
+
+    def test_exit_with_checks_pending(self) -> None:
+        root = self.stored_root().start()
+        button = root.panel.button("Exit")
+        self.keep_busy(root)
+        self.flood(root)
+        root.panel.click(button)
+        self.assert_ended(root)
+
+    def test_while_ending(self) -> None:
+        """The handler outlives the controller; late signals have no visible effect."""
+        root = self.stored_root().start()
+        root.panel.press("Exit")
+        for _ in range(20000):
+            if root.exit_status() is not None:
+                break
+            try:
+                root.signal(SIGUSR1)
+            except ProcessLookupError:
+                break
+        self.assert_ended(root)
+
+    def test_one_at_a_time(self) -> None:
+        """One signal, one check: no more and no less."""
+        root = self.stored_root().start()
+        for number in range(2, 12):
+            root.signal(SIGUSR1)
+            root.wait_calls("ifconfig", number)
+            # The status label's look at /dev ends the check.
+            wait_until(lambda: len(root.calls("ls")) == 1 + number, 2, "the check's end")
+        self.leave(root)
+        self.assertEqual(len(root.calls("ifconfig")), 11)
+
+    def test_in_the_waits(self) -> None:
+        """Signals neither hasten the polls for the node nor hold them up."""
+        root = self.stored_root(nodes=()).start(shown=False)
+        root.wait_calls("ls", 1)
+        root.set_usb("")  # so that a check does not look for the node itself
+        for number in range(1, 21):
+            root.signal(SIGUSR1)
+            root.wait_calls("ifconfig", number)
+        root.wait_calls("ls", 4, 5)
+        times = [call.time for call in root.calls("ls")]
+        self.assertAlmostEqual(times[3] - times[0], 3.0, delta=0.4)
+        root.add_node("ttyUSB0")
+        root.wait_shown(2)
+        self.leave(root)
+
+    def test_descriptors_and_processes_stay_few(self) -> None:
+        """Checks, polls and touches by the hundred leave nothing open."""
+        root = self.stored_root().start()
+        before = len(root.descriptors())
+        for number in range(60):
+            root.signal(SIGUSR1)
+            root.wait_calls("ifconfig", number + 2)
+        wait_until(lambda: len(root.descriptors()) <= before + 1, 3, "the descriptors closed")
+        self.assertEqual(root.processes(), [])
+        self.leave(root)
+
+
+if __name__ == "__main__":
+    unittest.main()

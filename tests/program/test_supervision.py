@@ -1,0 +1,192 @@
+"""The link checks: 15 s after a connect, 3 s after a disconnect and on SIGUSR1."""
+
+import unittest
+from signal import SIGUSR1
+
+from privateroot import DONGLE, PrivateRoot, wait_until
+from programtest import FAILED, GREEN, RED, ProgramTest
+
+# pppd logs its call from the background, a little after the shell that started it has ended.
+CONNECT_CHECK = (14.9, 15.5)
+DISCONNECT_CHECK = (3.0, 3.5)
+
+
+class AfterConnect(ProgramTest):
+    def dialling(self, **how: object) -> PrivateRoot:
+        root = self.stored_root(**how).start()
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 1)
+        return root
+
+    def assert_delay(self, since: float, until: float, limits: tuple[float, float]) -> None:
+        self.assertGreaterEqual(until - since, limits[0])
+        self.assertLess(until - since, limits[1])
+
+    def test_fifteen_seconds(self) -> None:
+        """Four attempts that go different ways, at the same time."""
+        fails, comes_up, early, leaves = (self.dialling() for _ in range(4))
+        dialled = {root: root.calls("pppd")[0].time for root in (fails, comes_up, early, leaves)}
+        comes_up.set_link(True)
+        self.check_early(early)
+        with self.subTest("Exit with the check pending"):
+            self.leave(leaves)
+        with self.subTest("the link is up by then"):
+            check = comes_up.wait_calls("ifconfig", 2, 17)
+            self.assert_delay(dialled[comes_up], check.time, CONNECT_CHECK)
+            comes_up.wait_calls("route", 1)
+            self.assert_link(comes_up, True)
+            screen = comes_up.panel.screen()
+            self.assertFalse(screen.has_dialog())
+            self.assertEqual(screen.busy_bars(), [])
+            self.check_disconnect(comes_up)
+        with self.subTest("an earlier check does not replace it"):
+            check = early.wait_calls("ifconfig", 3, 3)
+            self.assert_delay(dialled[early], check.time, CONNECT_CHECK)
+            early.wait_calls("route", 2)
+            self.assertFalse(early.panel.screen().has_dialog())
+            self.leave(early)
+        with self.subTest("no link"):
+            check = fails.wait_calls("ifconfig", 2, 1)
+            self.assert_delay(dialled[fails], check.time, CONNECT_CHECK)
+            self.check_failed(fails)
+
+    def check_early(self, root: PrivateRoot) -> None:
+        """SIGUSR1 shows the link up before the 15 seconds are over."""
+        root.set_link(True)
+        root.signal(SIGUSR1)
+        self.assert_link(root, True)
+        root.wait_calls("route", 1)
+        self.assertEqual(root.calls("route")[0].arguments, "add default ppp0")
+        self.assertEqual(root.panel.screen().busy_bars(), [])
+
+    def check_failed(self, root: PrivateRoot) -> None:
+        """The notice tells it; afterwards all is as before, but for the dongle's dialog."""
+        dialog = root.panel.wait(lambda screen: screen.dialog(), 2, "the notice")
+        self.assertEqual((dialog["text"], dialog["buttons"], dialog["rect"]),
+                         (FAILED, ["OK"], [0, 0, 800, 480]))
+        self.assertEqual(root.panel.screen().cut_off(), [])
+        root.panel.press("OK")
+        root.wait(lambda screen: not screen.has_dialog(), 2, "the notice closed")
+        self.assert_link(root, False)
+        self.assertEqual(root.panel.screen().busy_bars(), [])
+        self.assertEqual(root.calls("route"), [])
+        # No dialog for a missing stick once there has been one: the wait is all there is.
+        root.set_usb("")
+        root.remove_node("ttyUSB0")
+        polls = len(root.calls("ls"))
+        root.panel.press("Connect")
+        root.wait_calls("ls", polls + 2)
+        screen = root.panel.screen()
+        self.assertFalse(screen.has_dialog())
+        self.assertEqual(len(screen.busy_bars()), 1)
+        self.leave(root)
+
+    def check_disconnect(self, root: PrivateRoot) -> None:
+        """A pppd that takes its time, then one that ends."""
+        for up in (True, False):
+            checks, stops = len(root.calls("ifconfig")), len(root.calls("killall"))
+            root.panel.press("Disconnect")
+            stop = root.wait_calls("killall", stops + 1)
+            screen = root.panel.screen()
+            self.assertEqual([screen.button(name)["enabled"] for name in ("Connect", "Disconnect")],
+                             [False, False])
+            self.assertEqual(screen.value("PPP Status:")["text"], "connected")
+            self.assertFalse(screen.field("APN NAME:")["enabled"])
+            self.assertEqual(screen.busy_bars(), [])
+            root.set_link(up)
+            check = root.wait_calls("ifconfig", checks + 1)
+            self.assert_delay(stop.time, check.time, DISCONNECT_CHECK)
+            self.assert_link(root, up)
+        self.leave(root)
+
+    def test_notices_pile_up_and_are_released(self) -> None:
+        """Two failed attempts, the second notice over the first; then Exit ends orderly."""
+        root = self.stored_root().start()
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 1)
+        root.signal(SIGUSR1)
+        self.assert_link(root, False)
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 2)
+        for number in (1, 2):
+            root.wait(lambda screen: screen.has_dialog(), 16, f"notice {number}")
+            if number == 1:
+                root.wait(lambda screen: sum(w["class"] == "DetectMsg" and w["visible"]
+                                             for w in screen.windows) == 2, 5, "both notices")
+            root.panel.press("OK")
+        root.wait(lambda screen: not screen.has_dialog(), 2, "both notices closed")
+        self.leave(root)
+
+
+class OnSignal(ProgramTest):
+    def test_each_check_shows_what_is(self) -> None:
+        steps = (
+            # bus, node, link, dongle text, dongle colour
+            (DONGLE, True, True, "detected", GREEN),
+            ("", True, True, "undetected", RED),
+            (DONGLE, False, False, "undetected", RED),
+            (DONGLE, True, False, "detected", GREEN),
+            (DONGLE, False, True, "detected", GREEN),
+            ("init -1\n", False, False, "detected", GREEN),
+            ("", False, False, "undetected", RED),
+        )
+        root = self.stored_root().start()
+        node = root.host("/dev/ttyUSB0")
+        for number, (bus, has_node, link, text, colour) in enumerate(steps):
+            with self.subTest(step=number):
+                root.set_usb(bus)
+                root.set_link(link)
+                if node.exists() != has_node:
+                    root.add_node("ttyUSB0") if has_node else root.remove_node("ttyUSB0")
+                root.signal(SIGUSR1)
+                root.wait_calls("ifconfig", number + 2)
+                self.assert_link(root, link)
+                value = root.panel.value("Dongle Status:")
+                self.assertEqual((value["text"], value["style"]), (text, colour))
+        self.assertEqual(len(root.calls("route")), sum(step[2] for step in steps))
+        self.leave(root)
+
+    def test_any_ppp_interface_counts(self) -> None:
+        lists = {"ppp1: flags=4305<UP>\n": True, "eth0: flags=4163<UP>\n": False,
+                 "": False, "eth0 ether aa\n  wppp9 x\n": True}
+        root = self.stored_root().start()
+        for text, up in lists.items():
+            with self.subTest(text):
+                root.answer("ifconfig", f"echo '{text}'")
+                root.signal(SIGUSR1)
+                self.assert_link(root, up)
+        self.assertEqual({call.arguments for call in root.calls("route")}, {"add default ppp0"})
+        self.leave(root)
+
+    def test_failing_commands(self) -> None:
+        """Exit statuses do not matter where only the effect does."""
+        root = self.stored_root().start()
+        for name in ("route", "killall", "pppd"):
+            root.answer(name, "echo broken >&2; exit 1")
+        root.set_link(True)
+        root.signal(SIGUSR1)
+        self.assert_link(root, True)
+        root.set_link(False)
+        root.signal(SIGUSR1)
+        self.assert_link(root, False)
+        root.panel.press("Connect")
+        root.wait_calls("pppd", 1)
+        self.leave(root)
+
+    def test_served_after_a_running_check(self) -> None:
+        """A signal during a check is served by a further check, after it."""
+        root = self.stored_root().start()
+        root.answer("ifconfig", "/usr/bin/sleep 0.4; echo done >>/testrun/checks; exit 0")
+        root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 2)
+        root.signal(SIGUSR1)
+        third = root.wait_calls("ifconfig", 3)
+        self.assertGreaterEqual(third.time - root.calls("ifconfig")[1].time, 0.4)
+        wait_until(lambda: (root.read("/testrun/checks") or b"").count(b"done") == 2, 2,
+                   "the last check's end")
+        self.leave(root)
+        self.assertEqual(len(root.calls("ifconfig")), 3)
+
+
+if __name__ == "__main__":
+    unittest.main()
