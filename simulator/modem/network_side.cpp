@@ -6,7 +6,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <functional>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 
 namespace modem
@@ -17,6 +21,7 @@ namespace
 
 // Addresses that answer a ping: one for tests, and the target of the panel's own ping test.
 constexpr const char *Addresses[] = {"203.0.113.7/32", CORVANTA_PING_TARGET "/32"};
+constexpr char NamespaceFolder[] = "/run/netns/"; // of "ip netns"
 
 } // namespace
 
@@ -24,57 +29,61 @@ std::string NetworkSide::prepare()
 {
     if (m_settings.nameSpace.empty())
         return {};
-    const std::string &name = m_settings.nameSpace;
-    const auto ip = [this](const std::vector<std::string> &arguments) {
-        std::vector<std::string> all = {"ip"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return runProgram(all, m_settings.log) == 0;
-    };
     m_prepared = true;
-    if (!fs::exists("/run/netns/" + name) && !ip({"netns", "add", name}))
-        return "the network namespace " + name + " cannot be made";
-    bool ready = ip({"-n", name, "link", "set", "lo", "up"});
-    for (const char *address : Addresses)
-        ready = ready && ip({"-n", name, "address", "replace", address, "dev", "lo"});
-    if (!ready)
-        return "the addresses of the namespace " + name + " cannot be set";
-
     std::error_code error;
-    const fs::path link = "/etc/netns/" + name;
-    fs::create_directories(m_settings.folder + "/etc/ppp", error);
-    fs::create_directories("/etc/netns", error);
-    fs::remove(link, error);
-    fs::create_directory_symlink(m_settings.folder + "/etc", link, error);
-    return error ? link.string() + ": " + error.message() : std::string();
+    fs::create_directories(pppFolder(), error);
+    std::string commands = "link set lo up\n";
+    for (const char *address : Addresses)
+        commands += std::string("address replace ") + address + " dev lo\n";
+    const std::string batch = m_settings.folder + "/addresses";
+    const int result = error ? -error.value() : writePrivateFile(batch, commands);
+    if (result != 0)
+        return m_settings.folder + ": " + std::strerror(-result);
+
+    const std::string &name = m_settings.nameSpace;
+    if (!fs::exists(NamespaceFolder + name, error) &&
+        runProgram({"ip", "netns", "add", name}, m_settings.log) != 0)
+        return "the network namespace " + name + " cannot be made";
+    if (runProgram({"ip", "-n", name, "-batch", batch}, m_settings.log) != 0)
+        return "the addresses of the namespace " + name + " cannot be set";
+    return {};
 }
 
-std::string NetworkSide::writeSecrets(const Scenario &scenario)
+std::string NetworkSide::writeSecrets(const Scenario &scenario) const
 {
-    const std::string folder = m_settings.folder + "/etc/ppp/";
     const std::string secrets = networkSecrets(scenario);
-    for (const auto &[name, content] : {std::pair<const char *, std::string>("options", ""),
-                                        {"pap-secrets", secrets},
-                                        {"chap-secrets", secrets}}) {
-        const int result = writePrivateFile(folder + name, content);
+    for (const auto &[name, content] : {std::pair<const char *, std::string>("/options", ""),
+                                        {"/pap-secrets", secrets},
+                                        {"/chap-secrets", secrets}}) {
+        const int result = writePrivateFile(pppFolder() + name, content);
         if (result != 0)
-            return folder + name + ": " + std::strerror(-result);
+            return pppFolder() + name + ": " + std::strerror(-result);
     }
     return {};
 }
 
+// Not "ip netns exec": on the board that takes as long as the caller waits before its first packet,
+// which is then lost and sent again only three seconds later.
+bool NetworkSide::enter() const
+{
+    const std::string path = NamespaceFolder + m_settings.nameSpace;
+    const UniqueFd net(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return net.valid() && ::setns(net.get(), CLONE_NEWNET) == 0 && ::unshare(CLONE_NEWNS) == 0 &&
+           ::mount("", "/", "none", MS_SLAVE | MS_REC, nullptr) == 0 &&
+           ::mount(pppFolder().c_str(), "/etc/ppp", "none", MS_BIND, nullptr) == 0;
+}
+
 std::string NetworkSide::start(const Scenario &scenario, const std::string &port)
 {
-    std::vector<std::string> arguments;
+    const auto arguments = networkArguments(m_settings.program, port, m_settings.log, scenario);
+    std::function<bool()> prepare;
     if (!m_settings.nameSpace.empty()) {
         const std::string fault = writeSecrets(scenario);
         if (!fault.empty())
             return fault;
-        arguments = {"ip", "netns", "exec", m_settings.nameSpace};
+        prepare = [this] { return enter(); };
     }
-    for (std::string &argument :
-         networkArguments(m_settings.program, port, m_settings.log, scenario))
-        arguments.push_back(std::move(argument));
-    m_pid = startProgram(arguments, m_settings.log);
+    m_pid = startProgram(arguments, m_settings.log, prepare);
     return m_pid > 0 ? std::string() : std::string("fork: ") + std::strerror(-m_pid);
 }
 
@@ -84,14 +93,16 @@ void NetworkSide::signal(int signal)
         ::kill(m_pid, signal);
 }
 
-std::optional<std::string> NetworkSide::ended()
+std::optional<NetworkEnd> NetworkSide::ended()
 {
     int status = 0;
     if (!running() || ::waitpid(m_pid, &status, WNOHANG) != m_pid)
         return std::nullopt;
     m_pid = -1;
-    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
-                               : "exit " + std::to_string(WEXITSTATUS(status));
+    if (WIFSIGNALED(status))
+        return NetworkEnd{false, "signal " + std::to_string(WTERMSIG(status))};
+    const int code = WEXITSTATUS(status);
+    return NetworkEnd{pppdLostCaller(code), "exit " + std::to_string(code)};
 }
 
 void NetworkSide::remove()
@@ -106,7 +117,6 @@ void NetworkSide::remove()
         return;
     m_prepared = false;
     std::error_code error;
-    fs::remove("/etc/netns/" + m_settings.nameSpace, error);
     fs::remove_all(m_settings.folder, error);
     runProgram({"ip", "netns", "delete", m_settings.nameSpace}, m_settings.log);
 }

@@ -11,12 +11,17 @@
 namespace modem
 {
 
+/** How the network's pppd ended. */
+struct NetworkEnd {
+    bool callerLeft = false; ///< the other side ended the call or is not there any more
+    std::string text;        ///< "exit 5", "signal 9"
+};
+
 /**
  * Runs the network's pppd on the line of a call.
  *
- * Inside the namespace /etc/ppp is a folder of the simulator's own: "ip netns exec" binds what
- * stands in /etc/netns/NAME over /etc in a private mount namespace. The panel's pppd and this one
- * thereby have different options and secrets on the same file system.
+ * It also has a mount namespace of its own, in which /etc/ppp is a folder of the simulator's. The
+ * panel's pppd and this one thereby have different options and secrets on the same file system.
  */
 class NetworkSide
 {
@@ -24,8 +29,8 @@ public:
     struct Settings {
         std::string program = "/usr/sbin/netpppd"; ///< a pppd that "killall pppd" does not reach
         std::string nameSpace = "carrier";         ///< empty: run the program as it stands
-        std::string folder = "/run/modemsim";      ///< for the namespace's /etc
-        std::string log;                           ///< what the program prints and logs
+        std::string folder = "/run/modemsim"; ///< made and removed; the network's /etc/ppp is in it
+        std::string log;                      ///< what the program prints and logs
     };
 
     explicit NetworkSide(const Settings &settings) : m_settings(settings) {}
@@ -45,14 +50,16 @@ public:
     /** @param signal what to send to the program, if it runs. */
     void signal(int signal);
 
-    /** @return how the program ended, once, when it has: "exit 5", "signal 9". */
-    std::optional<std::string> ended();
+    /** @return how the program ended, once, when it has. */
+    std::optional<NetworkEnd> ended();
 
     /** Ends the program, if it still runs, and takes the namespace away. */
     void remove();
 
 private:
-    std::string writeSecrets(const Scenario &scenario);
+    std::string writeSecrets(const Scenario &scenario) const;
+    bool enter() const;
+    std::string pppFolder() const { return m_settings.folder + "/ppp"; }
 
     Settings m_settings;
     pid_t m_pid = -1;

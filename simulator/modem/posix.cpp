@@ -16,7 +16,8 @@ namespace
 
 constexpr int NotExecutable = 127;
 
-[[noreturn]] void becomeProgram(char *const *arguments, const char *output, pid_t parent)
+[[noreturn]] void becomeProgram(char *const *arguments, const char *output, pid_t parent,
+                                const std::function<bool()> &prepare)
 {
     // SIGHUP and SIGPIPE are ignored here, and exec would pass that and the signal mask on.
     ::signal(SIGHUP, SIG_DFL);
@@ -25,7 +26,7 @@ constexpr int NotExecutable = 127;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    if (::getppid() != parent)
+    if (::getppid() != parent || (prepare && !prepare()))
         ::_exit(NotExecutable);
 
     const int in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -61,7 +62,8 @@ void UniqueFd::reset()
         ::close(release());
 }
 
-pid_t startProgram(const std::vector<std::string> &arguments, const std::string &output)
+pid_t startProgram(const std::vector<std::string> &arguments, const std::string &output,
+                   const std::function<bool()> &prepare)
 {
     std::vector<char *> pointers;
     for (const std::string &argument : arguments)
@@ -71,7 +73,7 @@ pid_t startProgram(const std::vector<std::string> &arguments, const std::string 
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child == 0)
-        becomeProgram(pointers.data(), outputPath, parent);
+        becomeProgram(pointers.data(), outputPath, parent, prepare);
     return child == -1 ? -errno : child;
 }
 

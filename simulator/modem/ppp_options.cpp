@@ -77,4 +77,10 @@ std::string networkSecrets(const Scenario &scenario)
     return secrets;
 }
 
+bool pppdLostCaller(int exitStatus)
+{
+    // pppd(8), EXIT STATUS: negotiation failed, no reply to echo requests, modem hung up.
+    return exitStatus == 10 || exitStatus == 15 || exitStatus == 16;
+}
+
 } // namespace modem

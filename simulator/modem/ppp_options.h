@@ -20,4 +20,10 @@ std::vector<std::string> networkArguments(const std::string &program, const std:
 /** @return content of pap-secrets and chap-secrets of the network side. */
 std::string networkSecrets(const Scenario &scenario);
 
+/**
+ * @param exitStatus of pppd(8).
+ * @return whether the other side ended the call, or does not answer (any more).
+ */
+bool pppdLostCaller(int exitStatus);
+
 } // namespace modem

@@ -47,8 +47,8 @@ void Stick::run(int signals)
             m_log.event("told to stop");
             stopCall();
         }
-        if (const auto how = m_network.ended())
-            finishCall(*how);
+        if (const auto end = m_network.ended())
+            finishCall(*end);
         if (descriptors[1].revents != 0)
             servePort(descriptors[1].revents);
         serveTimers();
@@ -231,7 +231,7 @@ void Stick::startCall()
     }
     const std::string fault = m_network.start(m_scenario, m_port.path());
     if (!fault.empty())
-        return finishCall(fault);
+        return finishCall({false, fault});
     m_state = State::Data;
     m_log.event("network started, pid " + std::to_string(m_network.pid()));
     if (m_scenario.dropAfter > 0s)
@@ -248,9 +248,9 @@ void Stick::stopCall()
     m_network.signal(SIGTERM);
 }
 
-void Stick::finishCall(const std::string &how)
+void Stick::finishCall(const NetworkEnd &end)
 {
-    m_log.event("network ended, " + how);
+    m_log.event("network ended, " + end.text);
     m_state = State::Command;
     m_dropAt = Clock::time_point::max();
     m_assembler.reset();
@@ -259,7 +259,9 @@ void Stick::finishCall(const std::string &how)
     if (m_port.configure() != 0)
         return losePort();
     loadScenarioNow();
-    answer(m_modem.callEnded(), 0ms);
+    // A caller that hung up has closed the line: the result code would greet the next one.
+    if (!end.callerLeft)
+        answer(m_modem.callEnded(), 0ms);
 }
 
 } // namespace modem

@@ -61,7 +61,7 @@ private:
     void sendDue();
     void startCall();
     void stopCall();
-    void finishCall(const std::string &how);
+    void finishCall(const NetworkEnd &end);
     void checkLineDuringCall();
 
     Settings m_settings;

@@ -83,9 +83,9 @@ class Stick:
     def text(self) -> str:
         return self.log.read_text() if self.log.exists() else ""
 
-    def wait_for(self, text: str, timeout: float = 10) -> str:
+    def wait_for(self, text: str, timeout: float = 10, count: int = 1) -> str:
         end = time.monotonic() + timeout
-        while text not in self.text():
+        while self.text().count(text) < count:
             if time.monotonic() > end:
                 raise AssertionError(f"no {text!r} in the log:\n{self.text()}")
             time.sleep(0.01)
@@ -180,11 +180,18 @@ class ChatTest(unittest.TestCase):
         stick.wait_for("network started")
 
     def test_call_after_call(self) -> None:
-        stick = self.stick("exit 5")
+        stick = self.stick("exit 19")  # pppd: the caller failed to authenticate itself
         for call in range(1, 4):
             self.assertEqual(stick.chat(chat_script(wait_for_connect=True)), DONE)
             stick.read_until(b"\r\nNO CARRIER\r\n")
-            self.assertEqual(stick.text().count("network ended, exit 5"), call)
+            self.assertEqual(stick.text().count("network ended, exit 19"), call)
+
+    def test_caller_who_hung_up_leaves_nothing_to_the_next(self) -> None:
+        stick = self.stick("exit 16")  # pppd: the modem hung up
+        for call in range(1, 4):
+            self.assertEqual(stick.chat(chat_script()), DONE)
+            stick.wait_for("network ended, exit 16", count=call)
+        self.assertNotIn("NO CARRIER", stick.text())
 
     def test_network_drops_the_call(self) -> None:
         stick = self.stick()
