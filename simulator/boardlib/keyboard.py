@@ -1,0 +1,32 @@
+"""Key codes of the emulated US keyboard, for texts and for the names of keys and chords."""
+
+PLAIN = {" ": "spc", "-": "minus", "=": "equal", "[": "bracket_left", "]": "bracket_right",
+         "\\": "backslash", ";": "semicolon", "'": "apostrophe", "`": "grave_accent",
+         ",": "comma", ".": "dot", "/": "slash", "\n": "ret", "\t": "tab"}
+SHIFTED = {"~": "`", "!": "1", "@": "2", "#": "3", "$": "4", "%": "5", "^": "6", "&": "7",
+           "*": "8", "(": "9", ")": "0", "_": "-", "+": "=", "{": "[", "}": "]", "|": "\\",
+           ":": ";", '"': "'", "<": ",", ">": ".", "?": "/"}
+# Names as Qt writes them, beside QEMU's own.
+NAMES = {"enter": "ret", "return": "ret", "escape": "esc", "del": "delete", "ins": "insert",
+         "space": "spc", "pgup": "pgup", "pgdown": "pgdn", "backspace": "backspace"}
+
+
+def keys_of(character: str) -> list[str]:
+    """
+    Key codes that are down together for one character.
+
+    @raise ValueError for a character that a US keyboard cannot type
+    """
+    if character in SHIFTED:
+        return ["shift", *keys_of(SHIFTED[character])]
+    if character in PLAIN:
+        return [PLAIN[character]]
+    if character.isascii() and character.isalnum():
+        return ["shift", character.lower()] if character.isupper() else [character]
+    raise ValueError(f"a US keyboard has no key for {character!r}")
+
+
+def chord(name: str) -> list[str]:
+    """Key codes of a key or chord, such as "Tab", "Ctrl+A" or "Shift+Left"."""
+    parts = [part for part in name.split("+") if part] or [name]
+    return [NAMES.get(part.lower()) or PLAIN.get(part) or part.lower() for part in parts]

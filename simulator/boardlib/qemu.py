@@ -1,0 +1,72 @@
+"""The emulated machine: a 32-bit ARM board with panel, touch screen, keyboard and two disks."""
+
+import os
+import shlex
+import subprocess
+from pathlib import Path
+
+from . import host
+from .rootfs import INITRAMFS, KERNEL, ROOT_IMAGE
+
+SIZES = ((480, 272), (800, 480), (1280, 800))
+QMP_SOCKET = "qmp.sock"
+AGENT_SOCKET = "agent.sock"
+SERIAL_LOG = "serial.log"
+QEMU_LOG = "qemu.log"
+VNC_BASE = 5900
+
+
+def devices(size: tuple[int, int], machine: Path, app_disk: Path) -> list[str]:
+    """
+    What the machine consists of. A saved state fits exactly these devices: everything that may
+    differ from run to run stands elsewhere.
+    """
+    width, height = size
+    return [
+        "-M", "virt,highmem=off,gic-version=2", "-cpu", "cortex-a15",
+        "-accel", "tcg,thread=multi,tb-size=256", "-smp", "1", "-m", "256", "-nodefaults",
+        "-kernel", str(machine / KERNEL), "-initrd", str(machine / INITRAMFS),
+        "-append", "console=ttyAMA0 quiet loglevel=4 net.ifnames=0 mitigations=off",
+        "-drive", f"if=none,id=root,format=raw,readonly=on,file={_escaped(machine / ROOT_IMAGE)}",
+        "-device", "virtio-blk-pci,drive=root",
+        "-drive", f"if=none,id=app,format=raw,readonly=on,file={_escaped(app_disk)}",
+        "-device", "virtio-blk-pci,drive=app",
+        "-device", f"virtio-gpu-pci,xres={width},yres={height}",
+        "-device", "virtio-tablet-pci", "-device", "virtio-keyboard-pci",
+        "-device", "virtio-rng-pci", "-device", "virtio-serial-pci",
+        "-chardev", f"socket,id=agent,path={AGENT_SOCKET},server=on,wait=off",
+        "-device", "virtserialport,chardev=agent,name=board.agent",
+    ]
+
+
+def _escaped(path: Path) -> str:
+    """A file name inside one of QEMU's comma-separated options."""
+    return str(path).replace(",", ",,")
+
+
+def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
+          state: Path | None = None, vnc_port: int | None = None,
+          detached: bool = False) -> subprocess.Popen[bytes]:
+    """
+    Start a machine in a run's folder, where its sockets and logs appear.
+
+    @param state  saved state to start from; None boots
+    @param vnc_port  TCP port on the loopback for a live view
+    @param detached  it outlives this process; otherwise it dies with it, however that ends
+    """
+    for name in (QMP_SOCKET, AGENT_SOCKET):
+        host.remove(folder / name)
+    argv = ["qemu-system-arm", *devices(size, machine, app_disk), "-no-reboot", "-display", "none",
+            "-serial", f"file:{SERIAL_LOG}",
+            "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
+    if state is not None:
+        argv += ["-incoming", "exec:cat " + shlex.quote(str(state))]
+    if vnc_port is not None:
+        argv += ["-vnc", f"127.0.0.1:{vnc_port - VNC_BASE}"]
+    if not detached:
+        argv = ["setpriv", "--pdeathsig", "KILL", "--", *argv]
+    with open(folder / QEMU_LOG, "wb") as log:
+        # A session of its own: the terminal's Ctrl-C is for the one who drives the board.
+        return subprocess.Popen(argv, cwd=folder, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                                start_new_session=True,
+                                env=dict(os.environ, PATH=host.SEARCH_PATH))

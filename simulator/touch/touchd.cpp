@@ -1,0 +1,233 @@
+/// @file
+/// touchd WIDTH HEIGHT: makes the emulated pointer of the board a touch screen of that many pixels.
+///
+/// The machine's absolute pointer is grabbed, so that nobody sees a mouse, and comes out again as a
+/// multitouch screen with slots (type B of the kernel's multi-touch protocol) through uinput. It
+/// ends, with a message, only when one of the two devices fails.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <glob.h>
+#include <linux/input.h>
+#include <linux/uinput.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace
+{
+constexpr char pointerName[] = "QEMU Virtio Tablet";
+constexpr char screenName[] = "panel touchscreen";
+constexpr int pointerMaximum = 32767; // of either axis, from 0
+constexpr int trackingIds = 65536;
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int fd = -1) : m_fd(fd) {}
+    Descriptor(Descriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        std::swap(m_fd, other.m_fd);
+        return *this;
+    }
+    ~Descriptor()
+    {
+        if (m_fd != -1)
+            close(m_fd);
+    }
+    explicit operator bool() const { return m_fd != -1; }
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+/// @return the grabbed pointer; an invalid descriptor when there is none
+Descriptor grabPointer()
+{
+    glob_t nodes{};
+    Descriptor found;
+    if (glob("/dev/input/event*", 0, nullptr, &nodes) == 0) {
+        for (size_t i = 0; i < nodes.gl_pathc && !found; ++i) {
+            Descriptor node(open(nodes.gl_pathv[i], O_RDONLY | O_CLOEXEC));
+            char name[128] = {};
+            if (node && ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1
+                && std::strstr(name, pointerName) != nullptr)
+                found = std::move(node);
+        }
+    }
+    globfree(&nodes);
+    if (found && ioctl(found.get(), EVIOCGRAB, 1) == -1)
+        return Descriptor();
+    return found;
+}
+
+/// The touch screen that the board's programs see; coordinates are pixels from 0.
+class TouchScreen
+{
+public:
+    TouchScreen(int width, int height) : m_device(open("/dev/uinput", O_WRONLY | O_CLOEXEC))
+    {
+        m_ok = m_device && create(width, height);
+    }
+
+    bool isOk() const { return m_ok; }
+
+    void press(int x, int y)
+    {
+        emit(EV_ABS, ABS_MT_SLOT, 0);
+        emit(EV_ABS, ABS_MT_TRACKING_ID, m_nextId);
+        m_nextId = (m_nextId + 1) % trackingIds;
+        emit(EV_KEY, BTN_TOUCH, 1);
+        move(x, y);
+    }
+
+    void move(int x, int y)
+    {
+        emit(EV_ABS, ABS_MT_POSITION_X, x);
+        emit(EV_ABS, ABS_MT_POSITION_Y, y);
+        emit(EV_ABS, ABS_X, x);
+        emit(EV_ABS, ABS_Y, y);
+        emit(EV_SYN, SYN_REPORT, 0);
+    }
+
+    void release()
+    {
+        emit(EV_ABS, ABS_MT_TRACKING_ID, -1);
+        emit(EV_KEY, BTN_TOUCH, 0);
+        emit(EV_SYN, SYN_REPORT, 0);
+    }
+
+private:
+    bool set(unsigned long request, int value)
+    {
+        return ioctl(m_device.get(), request, value) != -1;
+    }
+
+    bool addAxis(__u16 code, int maximum)
+    {
+        uinput_abs_setup axis{};
+        axis.code = code;
+        axis.absinfo.maximum = maximum;
+        return set(UI_SET_ABSBIT, code) && ioctl(m_device.get(), UI_ABS_SETUP, &axis) != -1;
+    }
+
+    bool create(int width, int height)
+    {
+        uinput_setup setup{};
+        setup.id.bustype = BUS_I2C;
+        std::strncpy(setup.name, screenName, sizeof setup.name - 1);
+        return set(UI_SET_EVBIT, EV_KEY) && set(UI_SET_KEYBIT, BTN_TOUCH)
+               && set(UI_SET_EVBIT, EV_ABS) && set(UI_SET_PROPBIT, INPUT_PROP_DIRECT)
+               && addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1)
+               && addAxis(ABS_MT_SLOT, 4) && addAxis(ABS_MT_TRACKING_ID, trackingIds - 1)
+               && addAxis(ABS_MT_POSITION_X, width - 1)
+               && addAxis(ABS_MT_POSITION_Y, height - 1)
+               && ioctl(m_device.get(), UI_DEV_SETUP, &setup) != -1
+               && ioctl(m_device.get(), UI_DEV_CREATE) != -1;
+    }
+
+    void emit(__u16 type, __u16 code, int value)
+    {
+        input_event event{};
+        event.type = type;
+        event.code = code;
+        event.value = value;
+        m_ok = m_ok && write(m_device.get(), &event, sizeof event) == ssize_t(sizeof event);
+    }
+
+    Descriptor m_device;
+    bool m_ok = false;
+    int m_nextId = 0;
+};
+
+/// Gathers the pointer's events up to each report and applies them to the screen as one.
+class Translator
+{
+public:
+    Translator(TouchScreen &screen, int pointer, int width, int height)
+        : m_screen(screen), m_width(width), m_height(height)
+    {
+        // The kernel reports no axis that has not changed: start from where the pointer is.
+        input_absinfo axis{};
+        if (ioctl(pointer, EVIOCGABS(ABS_X), &axis) != -1)
+            m_x = pixel(axis.value, width);
+        if (ioctl(pointer, EVIOCGABS(ABS_Y), &axis) != -1)
+            m_y = pixel(axis.value, height);
+    }
+
+    void take(const input_event &event)
+    {
+        if (event.type == EV_ABS && event.code == ABS_X)
+            m_x = pixel(event.value, m_width);
+        else if (event.type == EV_ABS && event.code == ABS_Y)
+            m_y = pixel(event.value, m_height);
+        else if (event.type == EV_KEY && event.code == BTN_LEFT)
+            m_wanted = event.value != 0;
+        else if (event.type == EV_SYN && event.code == SYN_REPORT)
+            apply();
+    }
+
+private:
+    static int pixel(int position, int pixels)
+    {
+        return (position * (pixels - 1) + pointerMaximum / 2) / pointerMaximum;
+    }
+
+    void apply()
+    {
+        if (m_wanted && !m_down)
+            m_screen.press(m_x, m_y);
+        else if (m_wanted)
+            m_screen.move(m_x, m_y);
+        else if (m_down)
+            m_screen.release();
+        m_down = m_wanted;
+    }
+
+    TouchScreen &m_screen;
+    int m_width;
+    int m_height;
+    int m_x = 0;
+    int m_y = 0;
+    bool m_wanted = false;
+    bool m_down = false;
+};
+
+int fail(const char *what)
+{
+    std::fprintf(stderr, "touchd: %s: %s\n", what, std::strerror(errno));
+    return 1;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const int width = argc == 3 ? std::atoi(argv[1]) : 0;
+    const int height = argc == 3 ? std::atoi(argv[2]) : 0;
+    if (width < 2 || height < 2) {
+        std::fputs("usage: touchd WIDTH HEIGHT\n", stderr);
+        return 2;
+    }
+    Descriptor pointer = grabPointer();
+    if (!pointer)
+        return fail(pointerName);
+    TouchScreen screen(width, height);
+    if (!screen.isOk())
+        return fail("/dev/uinput");
+    Translator translator(screen, pointer.get(), width, height);
+    while (screen.isOk()) {
+        input_event event{};
+        const ssize_t got = read(pointer.get(), &event, sizeof event);
+        if (got == ssize_t(sizeof event))
+            translator.take(event);
+        else if (!(got == -1 && errno == EINTR))
+            return fail(pointerName);
+    }
+    return fail(screenName);
+}
