@@ -7,6 +7,7 @@ import time
 from pathlib import Path
 
 from . import appdisk, image, qemu, sysroot
+from .chip import FAULTS, LANGUAGE, LANGUAGES, start_chip
 from .host import BoardError
 from .machine import Board
 from .panel import PanelError, centre
@@ -29,6 +30,11 @@ def pair(text: str) -> tuple[str, str]:
     if not separator:
         raise argparse.ArgumentTypeError(f"{text!r} is not KEY=VALUE")
     return key, value
+
+
+def numbers(text: str) -> tuple[int, int]:
+    key, value = pair(text)
+    return int(key), int(value)
 
 
 def do_image(_: argparse.Namespace) -> None:
@@ -111,6 +117,11 @@ def do_modem(board: Board, options: argparse.Namespace) -> None:
     board.modem(dict(options.settings))
 
 
+def do_chip(board: Board, options: argparse.Namespace) -> None:
+    start_chip(board, {LANGUAGE: options.language} | dict(options.parameter),
+               marker=options.marker, fault=options.fault)
+
+
 def do_panel(board: Board, options: argparse.Namespace) -> None:
     if options.action == "start":
         board.start_panel(dict(options.environment))
@@ -166,6 +177,13 @@ def parser() -> argparse.ArgumentParser:
     command.add_argument("command", nargs="+")
     modem = verb("modem", do_modem, "tell the modem simulator how to behave")
     modem.add_argument("settings", nargs="*", type=pair, metavar="KEY=VALUE")
+    chip = verb("chip", do_chip, "put an F-RAM chip in, which the panel program reads as it starts")
+    chip.add_argument("--language", type=int, default=0, metavar="N", help=", ".join(
+        f"{number} {language}" for number, language in LANGUAGES.items()) + " (default: 0)")
+    chip.add_argument("--parameter", type=numbers, action="append", default=[], metavar="N=V")
+    chip.add_argument("--no-marker", dest="marker", action="store_false",
+                      help="without the file that has the program read the parameters")
+    chip.add_argument("--fault", choices=FAULTS)
     panel = verb("panel", do_panel, "the panel program: start it, stop it, say what it shows")
     panel.add_argument("action", choices=("start", "stop", "show"))
     panel.add_argument("environment", nargs="*", type=pair, metavar="NAME=VALUE")
