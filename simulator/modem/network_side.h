@@ -41,7 +41,7 @@ public:
     /** Makes the namespace with its addresses. @return an English fault, empty when all is well. */
     std::string prepare();
 
-    /** Starts the program on a serial line. @return an English fault, empty when it was started. */
+    /** Starts the program on a terminal. @return an English fault, empty when it was started. */
     std::string start(const Scenario &scenario, const std::string &port);
 
     bool running() const { return m_pid > 0; }

@@ -10,7 +10,7 @@ namespace modem
 {
 
 /**
- * @param program the pppd to run; @param port its serial device; @param log its debug log.
+ * @param program the pppd to run; @param port its terminal; @param log its debug log.
  * @return the argument list, the program first. The network has the address 10.64.64.64, its
  * caller gets 10.11.12.13.
  */

@@ -59,6 +59,8 @@ SerialPort::Status SerialPort::read(std::string &bytes)
 
 SerialPort::Status SerialPort::write(const std::string &bytes)
 {
+    if (!isOpen())
+        return Status::Ok;
     m_pending.append(bytes, 0, MaxPending - m_pending.size());
     return flush();
 }

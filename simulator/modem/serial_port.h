@@ -29,9 +29,6 @@ public:
     /** Discards what has not been sent, so that the driver does not wait for it, and closes. */
     void close();
 
-    /** Sets the line raw, also after another program had it. @return 0 or -errno. */
-    int configure();
-
     bool isOpen() const { return m_fd.valid(); }
     int descriptor() const { return m_fd.get(); }
     const std::string &path() const { return m_path; }
@@ -39,7 +36,7 @@ public:
     /** Appends what has arrived; Lost when the other end hung up. */
     Status read(std::string &bytes);
 
-    /** Queues bytes and sends what the line takes. */
+    /** Queues bytes and sends what the line takes; a closed line swallows them. */
     Status write(const std::string &bytes);
 
     /** Sends more of what is queued. */
@@ -48,6 +45,8 @@ public:
     bool hasPending() const { return !m_pending.empty(); }
 
 private:
+    int configure();
+
     std::string m_path;
     std::string m_pending;
     UniqueFd m_fd;

@@ -16,8 +16,7 @@ namespace
 using namespace std::chrono_literals;
 
 constexpr auto ReopenPause = 200ms;
-constexpr auto LineCheckPause = 250ms; // a line in PPP discipline does not wake up poll() itself
-constexpr auto StopGrace = 2s;         // pppd says good-bye to its peer before it ends
+constexpr auto StopGrace = 2s; // pppd says good-bye to its peer before it ends
 
 } // namespace
 
@@ -31,14 +30,10 @@ void Stick::run(int signals)
 {
     bool stopping = false;
     while (!stopping || m_network.running()) {
-        pollfd descriptors[2] = {{signals, POLLIN, 0}, {-1, 0, 0}};
-        if (m_port.isOpen()) {
-            const bool listening = m_state == State::Command || m_state == State::Dialling;
-            descriptors[1].fd = m_port.descriptor();
-            descriptors[1].events =
-                static_cast<short>((listening ? POLLIN : 0) | (m_port.hasPending() ? POLLOUT : 0));
-        }
-        if (::poll(descriptors, 2, pollTimeout()) == -1 && errno != EINTR) {
+        pollfd descriptors[3] = {{signals, POLLIN, 0},
+                                 {m_port.descriptor(), portEvents(), 0},
+                                 m_relay.pollEntry(!m_port.hasPending())};
+        if (::poll(descriptors, 3, pollTimeout()) == -1 && errno != EINTR) {
             m_log.event(std::string("poll: ") + std::strerror(errno));
             return;
         }
@@ -47,10 +42,15 @@ void Stick::run(int signals)
             m_log.event("told to stop");
             stopCall();
         }
+        const std::string fromNetwork =
+            descriptors[2].revents != 0 ? m_relay.serve(descriptors[2].revents) : std::string();
+        if (m_port.isOpen() && !fromNetwork.empty() &&
+            m_port.write(fromNetwork) == SerialPort::Status::Lost)
+            losePort();
+        else if (descriptors[1].revents != 0)
+            servePort(descriptors[1].revents);
         if (const auto end = m_network.ended())
             finishCall(*end);
-        if (descriptors[1].revents != 0)
-            servePort(descriptors[1].revents);
         serveTimers();
     }
     m_port.close();
@@ -65,8 +65,8 @@ int Stick::pollTimeout() const
     if (!m_due.empty())
         next = std::min(next, m_due.front().at);
     const auto now = Clock::now();
-    if (m_network.running())
-        next = std::min(next, now + LineCheckPause);
+    if (m_state == State::Stopping)
+        next = std::min(next, m_killAt);
     if (next == Clock::time_point::max())
         return -1;
     // One on top: a poll that ends early would turn the last millisecond into a busy loop.
@@ -87,9 +87,7 @@ void Stick::serveTimers()
 {
     const auto now = Clock::now();
     sendDue();
-    if (m_network.running())
-        checkLineDuringCall();
-    else if (m_state == State::Dialling && m_due.empty() && !m_port.hasPending())
+    if (m_state == State::Dialling && m_due.empty() && !m_port.hasPending())
         startCall();
     if (now >= m_dropAt) {
         m_log.event("network drops the call");
@@ -101,11 +99,11 @@ void Stick::serveTimers()
         openPort();
 }
 
-void Stick::checkLineDuringCall()
+short Stick::portEvents() const
 {
-    pollfd line = {m_port.descriptor(), 0, 0};
-    if (m_port.isOpen() && ::poll(&line, 1, 0) == 1 && (line.revents & (POLLHUP | POLLERR)) != 0)
-        losePort();
+    const bool listening =
+        m_state == State::Command || m_state == State::Dialling || m_relay.takesMore();
+    return static_cast<short>((listening ? POLLIN : 0) | (m_port.hasPending() ? POLLOUT : 0));
 }
 
 void Stick::servePort(short events)
@@ -140,6 +138,8 @@ void Stick::losePort()
         return;
     m_log.event("line lost");
     m_port.close();
+    m_relay.close();
+    m_redialled.clear();
     m_due.clear();
     m_assembler.reset();
     m_modem.powerOn();
@@ -150,8 +150,30 @@ void Stick::losePort()
         m_state = State::Command;
 }
 
+void Stick::relayFromCaller(const std::string &bytes)
+{
+    if (m_redialled.empty() && m_state == State::Data) {
+        const auto command = m_redial.feed(bytes);
+        if (!command) {
+            m_relay.send(bytes);
+            return;
+        }
+        m_log.event("caller starts over");
+        m_redialled = *command;
+        m_state = State::Stopping;
+        m_network.signal(SIGKILL);
+        m_relay.close();
+    } else if (!m_redialled.empty()) {
+        m_redialled += bytes;
+    } else {
+        m_relay.send(bytes);
+    }
+}
+
 void Stick::receive(const std::string &bytes)
 {
+    if (m_state == State::Data || m_state == State::Stopping)
+        return relayFromCaller(bytes);
     std::string echo;
     for (const char byte : bytes) {
         if (m_state != State::Command)
@@ -229,9 +251,13 @@ void Stick::startCall()
         m_state = State::Command;
         return;
     }
-    const std::string fault = m_network.start(m_scenario, m_port.path());
+    const int result = m_relay.open();
+    const std::string fault = result == 0
+                                  ? m_network.start(m_scenario, m_relay.device())
+                                  : std::string("pseudo-terminal: ") + std::strerror(-result);
     if (!fault.empty())
         return finishCall({false, fault});
+    m_redial.reset();
     m_state = State::Data;
     m_log.event("network started, pid " + std::to_string(m_network.pid()));
     if (m_scenario.dropAfter > 0s)
@@ -253,12 +279,17 @@ void Stick::finishCall(const NetworkEnd &end)
     m_log.event("network ended, " + end.text);
     m_state = State::Command;
     m_dropAt = Clock::time_point::max();
+    for (std::string rest; !(rest = m_relay.serve(POLLIN)).empty();)
+        m_port.write(rest);
+    m_relay.close();
     m_assembler.reset();
+    const std::string redialled = std::move(m_redialled);
+    m_redialled.clear();
     if (!m_port.isOpen())
         return;
-    if (m_port.configure() != 0)
-        return losePort();
     loadScenarioNow();
+    if (!redialled.empty())
+        return receive(redialled);
     // A caller that hung up has closed the line: the result code would greet the next one.
     if (!end.callerLeft)
         answer(m_modem.callEnded(), 0ms);

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "at_line.h"
+#include "data_relay.h"
 #include "event_log.h"
 #include "modem.h"
 #include "network_side.h"
 #include "pacing.h"
+#include "redial.h"
 #include "serial_port.h"
 
 #include <chrono>
@@ -40,7 +42,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     /** Command: lines are executed. Dialling: a dial command's result is on its way out. Data: the
-     * network's pppd has the line. Stopping: it was told to end, and is waited for. */
+     * network's pppd is on the line. Stopping: it was told to end, and is waited for. */
     enum class State { Command, Dialling, Data, Stopping };
 
     struct DueBytes {
@@ -51,6 +53,7 @@ private:
     int pollTimeout() const;
     bool takeSignals(int signals);
     void serveTimers();
+    short portEvents() const;
     void servePort(short events);
     void openPort();
     void losePort();
@@ -62,7 +65,7 @@ private:
     void startCall();
     void stopCall();
     void finishCall(const NetworkEnd &end);
-    void checkLineDuringCall();
+    void relayFromCaller(const std::string &bytes);
 
     Settings m_settings;
     EventLog &m_log;
@@ -70,6 +73,9 @@ private:
     SerialPort m_port;
     Modem m_modem;
     LineAssembler m_assembler;
+    DataRelay m_relay;
+    RedialDetector m_redial;
+    std::string m_redialled; ///< command text that ended the call and is to be executed after it
     Scenario m_scenario;
     std::vector<std::string> m_faults; ///< of the scenario, as last logged
     std::deque<DueBytes> m_due;

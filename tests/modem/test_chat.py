@@ -10,6 +10,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import tty
 import unittest
@@ -67,13 +68,14 @@ class Stick:
             os.close(self.terminal)
             self.terminal = -1
 
-    def read_until(self, end: bytes) -> None:
+    def read_until(self, end: bytes, length: int = 0) -> bytes:
         seen = b""
-        while not seen.endswith(end):
+        while not seen.endswith(end) or len(seen) < length:
             ready, _, _ = select.select([self.terminal], [], [], 10)
             if not ready:
                 raise AssertionError(f"no {end!r} after {seen!r}")
             seen += os.read(self.terminal, 256)
+        return seen
 
     def tell(self, *lines: str) -> None:
         new = self.folder / "scenario.new"
@@ -191,6 +193,24 @@ class ChatTest(unittest.TestCase):
         for call in range(1, 4):
             self.assertEqual(stick.chat(chat_script()), DONE)
             stick.wait_for("network ended, exit 16", count=call)
+        self.assertNotIn("NO CARRIER", stick.text())
+
+    def test_bytes_cross_during_a_call(self) -> None:
+        stick = self.stick("printf '~hello~' >$1; exec cat <$1 >$1")
+        self.assertEqual(stick.chat(chat_script()), DONE)
+        stick.read_until(b"~hello~")
+        for payload in (b"~" + bytes(set(range(256)) - {0x7e}) + b"~", b"~" + b"x" * 20000 + b"~"):
+            writer = threading.Thread(target=os.write, args=(stick.terminal, payload))
+            writer.start()
+            self.assertEqual(stick.read_until(b"~", length=len(payload)), payload)
+            writer.join()
+
+    def test_caller_starts_over(self) -> None:
+        stick = self.stick("printf '~frame' >$1; trap '' TERM; while :; do sleep 1; done")
+        for call in range(1, 4):
+            self.assertEqual(stick.chat(chat_script()), DONE, stick.text())
+            stick.wait_for("network started", count=call)
+        self.assertEqual(stick.text().count("caller starts over"), 2)
         self.assertNotIn("NO CARRIER", stick.text())
 
     def test_network_drops_the_call(self) -> None:

@@ -1,5 +1,6 @@
 // Assembly of command lines out of single bytes.
 #include "at_line.h"
+#include "redial.h"
 
 #include <QtTest>
 
@@ -13,6 +14,8 @@ private slots:
     void longLineIsDropped();
     void otherControls();
     void resetForgets();
+    void redial_data();
+    void redial();
 };
 
 namespace
@@ -78,6 +81,44 @@ void TestAtLine::resetForgets()
     QCOMPARE(feed(assembler, "AT+COPS"), QStringList{});
     assembler.reset();
     QCOMPARE(feed(assembler, "ATZ\r"), QStringList{"ATZ"});
+}
+
+void TestAtLine::redial_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("command"); // empty: the call goes on
+    const QByteArray frame("\x7e\xff\x03\xc0\x21\x01\x01\x7e", 8);
+    QTest::newRow("frames") << frame + frame << QByteArray();
+    QTest::newRow("script at the start") << QByteArray("\rATZ\r") << QByteArray("\rATZ\r");
+    QTest::newRow("script after frames")
+        << frame + "\rAT+CPIN=\"1\"\r" << QByteArray("\rAT+CPIN=\"1\"\r");
+    QTest::newRow("query without carriage return") << frame + "AAT+CSQ\r" << QByteArray();
+    QTest::newRow("small letters") << frame + "at\r" << QByteArray("at\r");
+    QTest::newRow("only a carriage return") << frame + "\r" << QByteArray();
+    QTest::newRow("inside a frame") << QByteArray("\x7e!E\rATZ\r\x7e") << QByteArray();
+    QTest::newRow("after a broken start") << frame + "AxAT\r" << QByteArray();
+}
+
+void TestAtLine::redial()
+{
+    QFETCH(QByteArray, bytes);
+    modem::RedialDetector whole;
+    const auto found = whole.feed(bytes.toStdString());
+    QTEST(QByteArray::fromStdString(found.value_or("")), "command");
+
+    modem::RedialDetector piecewise;
+    std::string text;
+    bool noticed = false;
+    for (const char byte : bytes) {
+        const std::string piece(1, byte);
+        if (noticed) {
+            text += piece;
+        } else if (const auto start = piecewise.feed(piece)) {
+            noticed = true;
+            text = *start;
+        }
+    }
+    QTEST(QByteArray::fromStdString(text), "command");
 }
 
 QTEST_APPLESS_MAIN(TestAtLine)
