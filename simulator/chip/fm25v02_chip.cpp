@@ -23,7 +23,6 @@ void Fm25v02Chip::select()
     m_waking = m_asleep;
     m_asleep = false;
     m_clocked = 0;
-    m_address = 0;
 }
 
 uint8_t Fm25v02Chip::exchange(uint8_t mosi)
@@ -44,7 +43,8 @@ uint8_t Fm25v02Chip::exchange(uint8_t mosi)
 
 void Fm25v02Chip::deselect()
 {
-    const bool served = m_selected && !m_waking && m_clocked > 0;
+    // Without a clocked byte this was no command; that goes for one lost to waking, too.
+    const bool served = m_selected && m_clocked > 0;
     m_selected = false;
     if (!served)
         return;

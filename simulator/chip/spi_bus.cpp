@@ -65,6 +65,7 @@ void SpiBus::clock(const spi_ioc_transfer &transfer, const uint8_t *sent,
     }
     const bool sends = transfer.tx_buf != 0;
     const bool receives = transfer.rx_buf != 0;
+    m_clockedOut += ' ';
     for (uint32_t i = 0; i < transfer.len; ++i) {
         const uint8_t miso = disturbed(m_chip.exchange(sends ? sent[i] : 0));
         if (sends)
@@ -75,7 +76,7 @@ void SpiBus::clock(const spi_ioc_transfer &transfer, const uint8_t *sent,
         }
     }
     if (receives)
-        m_clockedOut += (sends ? " x" : " r") + std::to_string(transfer.len);
+        m_clockedOut += (sends ? " x" : "r") + std::to_string(transfer.len);
 }
 
 uint8_t SpiBus::disturbed(uint8_t miso) const
@@ -94,7 +95,7 @@ void SpiBus::endCycle()
 {
     m_chip.deselect();
     m_selected = false;
-    m_log("cycle " + m_clockedOut + (m_clockedIn.empty() ? "" : ' ' + m_clockedIn));
+    m_log("cycle" + m_clockedOut + (m_clockedIn.empty() ? "" : ' ' + m_clockedIn));
     m_clockedOut.clear();
     m_clockedIn.clear();
 }

@@ -12,12 +12,13 @@
 namespace chip
 {
 
-/** Calls its log once per chip-select cycle, when chip select rises. An entry is "cycle", what was
- *  clocked out in hex, " rN" for every N bytes that were only clocked in (" xN" for N bytes clocked
- *  both ways), and all bytes clocked in:
+/**
+ * Calls its log once per chip-select cycle, when chip select rises. An entry is "cycle", then every
+ * transfer's bytes in hex, rN for N bytes that were only clocked in, xN behind bytes of which N
+ * were clocked in as well; at the end all bytes clocked in:
  *
- *      cycle 06
- *      cycle 030004 r2 0100
+ *     cycle 06
+ *     cycle 030004 r2 0100
  */
 class SpiBus
 {

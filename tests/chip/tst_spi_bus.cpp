@@ -75,7 +75,9 @@ void TestSpiBus::messages_data()
     row("two records are one cycle", {{"030004"}, {"", 3}}, 6, "010203",
         {"cycle 030004 r3 010203"});
     row("both ways", {{"9f0000", 3}}, 3, "ff7f7f", {"cycle 9f0000 x3 ff7f7f"});
-    row("only receiving clocks zeros out", {{"", 2}}, 2, "ffff", {"cycle  r2 ffff"});
+    row("only receiving clocks zeros out", {{"", 2, true}, {"05"}, {"", 1}}, 4, "ffff40",
+        {"cycle r2 ffff", "cycle 05 r1 40"});
+    row("two sending records", {{"0300"}, {"04"}, {"", 1}}, 4, "01", {"cycle 0300 04 r1 01"});
     row("two receiving records", {{"030004"}, {"", 1}, {"", 2}}, 6, "010203",
         {"cycle 030004 r1 r2 010203"});
     row("chip select changes between records", {{"06", 0, true}, {"05"}, {"", 1}}, 3, "42",
