@@ -175,23 +175,24 @@ void Stick::receive(const std::string &bytes)
     if (m_state == State::Data || m_state == State::Stopping)
         return relayFromCaller(bytes);
     std::string echo;
+    const auto sendEcho = [&] {
+        if (m_scenario.answer != Scenario::Answer::Silent)
+            m_port.write(echo);
+        echo.clear();
+    };
     for (const char byte : bytes) {
         if (m_state != State::Command)
             break; // a data stick does not listen while it dials
         if (m_modem.echoes())
             echo += byte;
         m_assembler.setControls(m_modem.terminator(), m_modem.backspace());
-        const auto line = m_assembler.feed(byte);
-        if (!line)
-            continue;
-        loadScenarioNow();
-        if (m_scenario.answer != Scenario::Answer::Silent && !echo.empty())
-            m_port.write(echo);
-        echo.clear();
-        executeLine(*line);
+        if (const auto line = m_assembler.feed(byte)) {
+            loadScenarioNow();
+            sendEcho();
+            executeLine(*line);
+        }
     }
-    if (m_scenario.answer != Scenario::Answer::Silent && !echo.empty())
-        m_port.write(echo);
+    sendEcho();
 }
 
 void Stick::executeLine(const std::string &line)

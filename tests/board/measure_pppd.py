@@ -1,0 +1,282 @@
+#!/usr/bin/env python3
+"""Measures what the board's pppd and chat make of the two generated files, as tables for docs/.
+
+Each row writes the files as the panel program does, runs the real programs against the simulated
+stick and reads what arrived at its network. Takes some minutes.
+"""
+
+from __future__ import annotations
+
+import argparse
+import itertools
+import re
+import sys
+from collections.abc import Callable, Iterable
+from dataclasses import dataclass
+from pathlib import Path
+from shlex import quote
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "simulator"))
+
+from boardlib.machine import Board  # noqa: E402
+
+Run = Callable[[str, float], str]
+PUKS = itertools.count(10000001)
+
+METHOD_LINES = {"AUTO": ["noauth"], "PAP": ["auth", "+pap"], "CHAP": ["auth", "+chap"],
+                "other": ["auth"]}
+NETWORK_SECRETS = "network * netsecret *\n"
+NETWORK_PROVES_ITSELF = ("network.user=network", "network.password=netsecret")
+
+
+def peer_file(method: str, user: str, password: str) -> str:
+    """The peer file as the panel program writes it, method by its name on the screen."""
+    return "\n".join(["/dev/ttyUSB0", "115200", "usepeerdns", *METHOD_LINES[method], "noipdefault",
+                      "defaultroute", "crtscts", "persist", "debug", f"user {user}",
+                      f"password {password}", "ms-dns 8.8.8.8", "logfile /etc/ppp/ppp.log",
+                      "connect 'chat -t5 -E -v -f /etc/ppp/chat/chat 2>/etc/ppp/chat.log'"]) + "\n"
+
+
+def chat_script(apn: str = "internet", dial: str = "*99#", pin: str = "") -> str:
+    """The chat script as the panel program writes it."""
+    aborts = "".join(f"ABORT '{text}'\n" for text in (
+        "BUSY", "NO CARRIER", "VOICE", "NO DIALTONE", "NO DIAL TONE", "NO ANSWER", "DELAYED"))
+    reset = f"'' 'AT+CPIN=\"{pin}\"'\n'ERROR-AT-OK' 'ATZ'\n" if pin else "'' 'ATZ'\n"
+    return (f"{aborts}ABORT   ERROR\nREPORT  CONNECT\nTIMEOUT 3\n'' ''\n{reset}'OK' 'ATI'\n"
+            f"'OK' 'AT+COPS?'\n'OK' 'AT+CGDCONT=1,\"IP\",\"{apn}\"'\n'OK' '\"ATD{dial}\"'\n")
+
+
+@dataclass(frozen=True)
+class PeerCase:
+    method: str
+    user: str
+    password: str
+    scenario: tuple[str, ...] = ()
+    files: tuple[tuple[str, str], ...] = ()  # further files on the board: path, content
+    note: str = ""
+
+
+@dataclass(frozen=True)
+class PeerResult:
+    status: int  # of the "pppd call" command
+    message: str  # what it printed, first line
+    dialled: bool
+    up: bool
+    credentials: str  # as they arrived at the network, empty when none did
+    end: str  # first reason in pppd's log for not getting up
+
+    def describe(self) -> str:
+        if not self.dialled:
+            return "does not dial" + (f": {self.message or self.end}" if self.message or self.end
+                                      else "")
+        return "link up" if self.up else f"dials, no link: {self.end or 'no reason logged'}"
+
+
+PEER_SCRIPT = r"""
+log=/run/stick/modem.log
+rm -f /etc/ppp/ppp.log /etc/ppp/chat.log
+: >/run/stick/network.log
+lines=$(wc -l <$log)
+new() { tail -n +$((lines + 1)) $log; }
+pppd call ppp-connect >/tmp/message 2>&1
+echo "STATUS $?"
+up=0
+while ((SECONDS < 40)); do
+    pgrep -x pppd >/dev/null || break
+    if ip -4 address show | grep -q "inet 10.11.12.13"; then up=1; break; fi
+    new | grep -q "event network ended" && break
+    grep -qs "script failed" /etc/ppp/ppp.log && break
+    sleep 0.3
+done
+echo "UP $up"
+killall -q pppd
+all_ended() {
+    ! pgrep -x pppd >/dev/null &&
+        [[ $(new | grep -c "network started") == $(new | grep -c "network ended") ]]
+}
+while ((SECONDS < 60)); do
+    all_ended && break
+    sleep 0.2
+done
+echo "MESSAGE $(head -1 /tmp/message)"
+echo "DIALLED $(new | grep -c 'event dialled')"
+sed 's/^/NETWORK /' /run/stick/network.log
+if [[ -e /etc/ppp/ppp.log ]]; then sed 's/^/PPPD /' /etc/ppp/ppp.log; fi
+"""
+
+REASONS = ("authentication failed", "refused to authenticate", "No auth is possible", "not allowed",
+           "no response", "timeout sending", "Modem hangup", "Connect script failed")
+
+
+def write_files(files: Iterable[tuple[str, str]]) -> str:
+    return "".join(f"mkdir -p {quote(str(Path(path).parent))}; "
+                   f"printf %s {quote(content)} >{quote(path)}; chmod 600 {quote(path)}\n"
+                   for path, content in files)
+
+
+def measure_peer(run: Run, case: PeerCase) -> PeerResult:
+    """One dialling. The board's own secrets and options are empty unless the case brings some."""
+    files = {"/etc/ppp/options": "", "/etc/ppp/options.ttyUSB0": "", "/etc/ppp/pap-secrets": "",
+             "/etc/ppp/chap-secrets": "", "/etc/ppp/chat/chat": chat_script(),
+             "/etc/ppp/peers/ppp-connect": peer_file(case.method, case.user, case.password),
+             "/run/stick/scenario": "\n".join(case.scenario) + "\n", **dict(case.files)}
+    output = run(write_files(files.items()) + PEER_SCRIPT, 90)
+    lines = {key: [line[len(key) + 1:] for line in output.splitlines()
+                   if line.startswith(key + " ")]
+             for key in ("STATUS", "UP", "MESSAGE", "DIALLED", "NETWORK", "PPPD")}
+    seen = "\n".join(lines["NETWORK"])
+    credentials = ""
+    if pap := re.search(r"rcvd \[PAP AuthReq id=\S+ user=(.*) password=(.*)\]", seen):
+        credentials = f"PAP user {pap[1]}, password {pap[2]}"
+    elif chap := re.search(r"rcvd \[CHAP Response .*name = (.*)\]", seen):
+        accepted = "accepted" if "sent [CHAP Success" in seen else "refused"
+        credentials = f"CHAP name {chap[1]}, {accepted}"
+    end = next((line for line in lines["PPPD"] if any(text in line for text in REASONS)), "")
+    return PeerResult(int(lines["STATUS"][0]), lines["MESSAGE"][0].strip(),
+                      int(lines["DIALLED"][0]) > 0, lines["UP"][0] == "1", credentials, end)
+
+
+def empty_value_cases() -> list[PeerCase]:
+    pap = ("auth=pap", "user=user", "password=secret")
+    return [PeerCase(method, user, password, pap)
+            for method in METHOD_LINES for user in ("user", "") for password in ("secret", "")] + [
+        PeerCase("AUTO", "", "", ("auth=none",))]
+
+
+def character_cases() -> list[PeerCase]:
+    """Values as typed, with what the operator means; the network accepts the meaning."""
+    passwords = {"pass word": "pass word", '"pass word"': "pass word", "'pass word'": "pass word",
+                 "pass\\ word": "pass word", "it's": "it's", '"it\'s"': "it's", 'say"so': 'say"so',
+                 '"say\\"so"': 'say"so', "'say\"so'": 'say"so', "back\\slash": "back\\slash",
+                 "back\\\\slash": "back\\slash", '"back\\slash"': "back\\slash",
+                 "ends\\": "ends\\", "a#b": "a#b", "#ab": "#ab", '"#ab"': "#ab", "a@b": "a@b",
+                 "a$b": "a$b", "a^b": "a^b", "p\u00e4ss": "p\u00e4ss"}
+    users = {"user@apn": "user@apn", "a user": "a user", '"a user"': "a user", "o'user": "o'user",
+             '"o\'user"': "o'user", "#user": "#user", "us\u00e9r": "us\u00e9r"}
+    return [PeerCase("AUTO", "user", typed, ("auth=pap", "user=user", f"password={meant}"))
+            for typed, meant in passwords.items()] + [
+        PeerCase("AUTO", typed, "secret", ("auth=pap", f"user={meant}", "password=secret"))
+        for typed, meant in users.items()]
+
+
+def secrets_cases() -> list[PeerCase]:
+    files = ("/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets")
+    anybody = tuple((path, '* * "" *\n') for path in files)
+    known = tuple((path, NETWORK_SECRETS) for path in files)
+    options = (("/etc/ppp/options", "noauth\n"),)
+    line_options = (("/etc/ppp/options.ttyUSB0", "noauth\n"),)
+    cases = []
+    for method, asked in (("AUTO", "none"), ("AUTO", "pap"), ("AUTO", "chap")):
+        cases.append(PeerCase(method, "user", "secret", (
+            f"auth={asked}", "user=user", "password=secret"), note=f"network asks for {asked}"))
+    for method, asked in (("PAP", "pap"), ("CHAP", "chap"), ("other", "pap")):
+        told = (f"auth={asked}", "user=user", "password=secret")
+        proves = told + NETWORK_PROVES_ITSELF
+        cases += [
+            PeerCase(method, "user", "secret", told, options, "`noauth` in options"),
+            PeerCase(method, "user", "secret", told, line_options, "`noauth` in options.ttyUSB0"),
+            PeerCase(method, "user", "secret", told, anybody, '`* * "" *` in both secrets files'),
+            PeerCase(method, "user", "secret", told, known,
+                     "`network * netsecret *`; network does not prove itself"),
+            PeerCase(method, "user", "secret", proves, known,
+                     "`network * netsecret *`; network proves itself"),
+        ]
+    return cases
+
+
+CHAT_SCRIPT = r"""
+log=/run/stick/modem.log
+lines=$(wc -l <$log)
+timeout 40 chat -t5 -E -v -f /etc/ppp/chat/chat </dev/ttyUSB0 >/dev/ttyUSB0 2>/tmp/message
+echo "STATUS $?"
+sleep 0.3
+echo "MESSAGE $(head -1 /tmp/message)"
+tail -n +$((lines + 1)) $log
+"""
+
+
+def measure_chat(run: Run, kind: str, value: str) -> tuple[int, str, str]:
+    """@return chat's exit status, the modem's line that carries the value, chat's first message."""
+    # Another PUK is another SIM: every PIN meets a fresh one.
+    card = f"sim.pin=1234\nsim.puk={next(PUKS)}\n" if kind == "pin" else ""
+    files = (("/run/stick/scenario", "dial=no-carrier\n" + card),
+             ("/etc/ppp/chat/chat", chat_script(**{kind: value})))
+    output = run(write_files(files) + CHAT_SCRIPT, 60)
+    status = re.search(r"^STATUS (\d+)", output, re.M)
+    message = re.search(r"^MESSAGE (.*)", output, re.M)
+    heard = re.findall(r'^\S+ heard (".*")$', output, re.M)
+    sign = {"apn": "CGDCONT", "dial": "ATD", "pin": "CPIN"}[kind]
+    carrying = [line for line in heard if sign in line]
+    assert status and message
+    return int(status[1]), carrying[0] if carrying else "", message[1]
+
+
+def chat_values() -> list[tuple[str, str]]:
+    common = ["a b", "o'b", 'a"b', "a\\b", "a\\\\b", "a\\nb", "a^b", "a^^b", "a\\^b", "a^Mb", "$HOME",
+              "a$", "a$b", "a\\$b", "#a", "\\c", "\u00e9"]
+    return ([("apn", "internet"), ("apn", "")] + [("apn", value) for value in common] +
+            [("dial", "*99#"), ("dial", ""), ("dial", "*99***1#")] +
+            [("dial", value) for value in ("*99# ", "*9 9#", "*99#'", '"*99#"', "*99#\\c", "^M*99#")] +
+            [("pin", value) for value in ("1234", "1111", "12 34", "12'34", '12"34', "12\\34",
+                                          "12^34", "12$34")])
+
+
+def row(*cells: str) -> None:
+    print("| " + " | ".join(cell.replace("|", "\\|") for cell in cells) + " |", flush=True)
+
+
+def code(text: str) -> str:
+    """Text as Markdown code, also with back ticks in it; empty stays recognisable."""
+    return f"`{text}`" if text else "(empty)"
+
+
+def print_peer_table(run: Run, title: str, cases: list[PeerCase]) -> None:
+    print(f"\n### {title}\n")
+    row("Method", "User", "Password", "Board and network", "Exit status", "What happens",
+        "What the network gets")
+    row(*["---"] * 7)
+    for case in cases:
+        result = measure_peer(run, case)
+        row(case.method, code(case.user), code(case.password), case.note or ", ".join(
+            line for line in case.scenario if line.startswith("auth")), str(result.status),
+            result.describe(), code(result.credentials) if result.credentials else "nothing")
+
+
+def print_chat_table(run: Run) -> None:
+    print("\n### chat\n")
+    row("Value", "Text", "Exit status", "What the modem hears", "chat's message")
+    row(*["---"] * 5)
+    for kind, value in chat_values():
+        status, heard, message = measure_chat(run, kind, value)
+        row(kind.upper(), code(value), str(status), code(heard), message)
+
+
+PEER_TABLES = {
+    "empty": ("Empty user name or password", empty_value_cases),
+    "characters": ("Characters in user name and password", character_cases),
+    "secrets": ("Methods, secrets and options", secrets_cases),
+}
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("tables", nargs="*", metavar="TABLE",
+                        help="which: " + ", ".join([*PEER_TABLES, "chat"]) + "; all by default")
+    tables = parser.parse_args().tables or [*PEER_TABLES, "chat"]
+    with Board(run="measure-pppd") as board:
+        board.plug()
+
+        def run(commands: str, seconds: float) -> str:
+            return board.sh(commands, seconds)
+
+        for name in tables:
+            if name == "chat":
+                print_chat_table(run)
+            else:
+                title, cases = PEER_TABLES[name]
+                print_peer_table(run, title, cases())
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
