@@ -14,7 +14,7 @@ LONG_PPPD = "/usr/bin/sleep 600\n:"  # the second command keeps the shell named 
 
 class LogRotation(ProgramTest):
     def test_every_combination(self) -> None:
-        """Per log: is there one, is there an old copy; 16 cases, four runs of four in a row."""
+        """Per log: is there one, and is there an old copy."""
         for ppp, ppp_old, chat, chat_old in itertools.product((False, True), repeat=4):
             have = {LOGS[0]: (ppp, ppp_old), LOGS[1]: (chat, chat_old)}
             with self.subTest(str(have)):

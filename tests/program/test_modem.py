@@ -137,8 +137,8 @@ class SignalQuery(ProgramTest):
                     self.assertEqual(got, result)
                 self.assertEqual(signal_value(root.panel.screen())["text"], text)
                 self.assertEqual(len(root.calls("ls")), before + looks)
-                self.assertEqual(root.read("/dev/ttyUSB0") if target is None and nodes
-                                 and nodes[0] == "ttyUSB0" else b"", b"")
+                if target is None:
+                    self.assertIn(root.read("/dev/ttyUSB0"), (None, b""))
                 self.leave(root)
 
     def test_stick_pulled_while_asked(self) -> None:

@@ -1,23 +1,35 @@
 """SIGUSR1 in numbers that no one sends on purpose."""
 
+import time
 import unittest
+from pathlib import Path
 from signal import SIGUSR1
 
 from privateroot import PrivateRoot, wait_until
 from programtest import STATUS, ProgramTest
 
-FLOOD = 5000
+FLOOD = 2000
 PENDING = 278  # what the bridge's socket holds
-SLOW_ONCE = """
-if [ ! -e /testrun/slow ]; then echo >/testrun/slow; /usr/bin/sleep 1; fi
+SLOW_UNTIL_TOLD = """
+while [ ! -e /testrun/go-on ]; do /usr/bin/sleep 0.02; done
 /usr/bin/cat /testrun/interfaces
 """
 
 
 class Floods(ProgramTest):
     def flood(self, root: PrivateRoot) -> None:
+        """Sends the signals so that none of them merges with another, then ends the command."""
         for _ in range(FLOOD):
             root.signal(SIGUSR1)
+            deadline = time.monotonic() + 2
+            while self.is_pending(root):
+                self.assertLess(time.monotonic(), deadline, "the handler does not return")
+        root.write("/testrun/go-on", "")
+
+    def is_pending(self, root: PrivateRoot) -> bool:
+        status = Path(f"/proc/{root.pid}/status").read_text()
+        pending = int(status.split("ShdPnd:")[1].split()[0], 16)
+        return bool(pending >> (SIGUSR1 - 1) & 1)
 
     def busy_root(self) -> PrivateRoot:
         """A program whose GUI thread is in a slow command."""
@@ -26,7 +38,7 @@ class Floods(ProgramTest):
         return root
 
     def keep_busy(self, root: PrivateRoot) -> None:
-        root.answer("ifconfig", SLOW_ONCE)
+        root.answer("ifconfig", SLOW_UNTIL_TOLD)
         root.signal(SIGUSR1)
         root.wait_calls("ifconfig", 2)
 
@@ -35,7 +47,7 @@ class Floods(ProgramTest):
         root = self.busy_root()
         self.flood(root)
         root.panel.open_tab(STATUS, 5)
-        root.wait_calls("ifconfig", 10)
+        root.wait_calls("ifconfig", 10, 10)
         root.panel.press("Connect")
         root.wait_calls("pppd", 1)
         self.leave(root)

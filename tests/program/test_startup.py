@@ -74,21 +74,21 @@ class StartUp(ProgramTest):
                 root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
                 # Start-up, the signal's check, then polls three seconds apart.
                 polls = [call.time for call in root.calls("usb")]
-                self.assertAlmostEqual(polls[-1] - polls[0], 3.0, delta=0.3)
+                self.assertAlmostEqual(polls[-1] - polls[0], 3.0, delta=0.5)
                 root.wait_calls("ls", 1)
                 root.add_node("ttyUSB0")
                 root.wait_shown(2)
                 self.leave(root)
 
-    def test_dongle_dialog_at_once_and_in_steps(self) -> None:
-        """A stick that comes after the first poll is found by the second one."""
+    def test_stick_after_the_first_poll(self) -> None:
+        """It is found by the second one; the closed dialog polls no more."""
         root = self.root(usb="").start(shown=False)
         root.wait_calls("usb", 2, 4)
         root.set_usb(DONGLE)
         root.wait_shown(4)
         first, second, third = (call.time for call in root.calls("usb")[:3])
-        self.assertAlmostEqual(third - second, 3.0, delta=0.15)
-        self.assertAlmostEqual(second - first, 3.0, delta=0.3)
+        self.assertAlmostEqual(third - second, 3.0, delta=0.4)
+        self.assertAlmostEqual(second - first, 3.0, delta=0.5)
         polled = len(root.calls("usb"))
         root.signal(SIGUSR1)
         root.wait_calls("ifconfig", 2)
@@ -106,7 +106,7 @@ class StartUp(ProgramTest):
         root.wait_calls("ls", 4, 5)
         polls = [call.time for call in root.calls("ls") if abs(call.time - check.time) > 0.1]
         for earlier, later in zip(polls, polls[1:]):
-            self.assertAlmostEqual(later - earlier, 1.0, delta=0.25)
+            self.assertAlmostEqual(later - earlier, 1.0, delta=0.4)
         root.add_node("ttyUSB3")
         root.wait_shown(1.5)
         self.assertNotEqual(Picture.of(root).colours(), {(0, 0, 0)})

@@ -7,8 +7,9 @@ from privateroot import DONGLE, PrivateRoot, wait_until
 from programtest import FAILED, GREEN, RED, ProgramTest
 
 # pppd logs its call from the background, a little after the shell that started it has ended.
-CONNECT_CHECK = (14.9, 15.5)
-DISCONNECT_CHECK = (3.0, 3.5)
+# A busy machine may be late; it must never be early.
+CONNECT_CHECK = (14.9, 16.0)
+DISCONNECT_CHECK = (3.0, 4.0)
 
 
 class AfterConnect(ProgramTest):
@@ -65,6 +66,11 @@ class AfterConnect(ProgramTest):
         self.assertEqual((dialog["text"], dialog["buttons"], dialog["rect"]),
                          (FAILED, ["OK"], [0, 0, 800, 480]))
         self.assertEqual(root.panel.screen().cut_off(), [])
+        # The panel beneath takes no touch: with it, the program would end.
+        root.panel.press("Exit")
+        root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 3)
+        self.assertTrue(root.panel.screen().has_dialog())
         root.panel.press("OK")
         root.wait(lambda screen: not screen.has_dialog(), 2, "the notice closed")
         self.assert_link(root, False)
