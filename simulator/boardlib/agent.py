@@ -15,7 +15,7 @@ GRACE_SECONDS = 10
 
 @dataclass(frozen=True)
 class Result:
-    """What a command on the board left: its exit status and all that it wrote."""
+    """What a request came to: a command's exit status and all that it wrote, or errno and data."""
 
     status: int
     output: bytes
@@ -35,18 +35,17 @@ class Agent:
     def close(self) -> None:
         self._socket.close()
 
-    def run(self, commands: str, seconds: float) -> Result:
+    def ask(self, verb: str, body: bytes, seconds: float) -> Result:
         """
-        Run shell commands as root; they are killed after that many seconds (status 124 or 137).
+        Have one request served, in at most that many seconds; board_agent.cpp has the verbs.
 
         @raise BoardError when the board does not answer at all
         """
         identity = secrets.token_hex(8)
-        body = commands.encode()
         self._deadline = time.monotonic() + seconds + GRACE_SECONDS
         self._socket.settimeout(seconds + GRACE_SECONDS)
         try:
-            self._socket.sendall(f"{identity} {seconds:g} {len(body)}\n".encode() + body)
+            self._socket.sendall(f"{identity} {verb} {seconds:g} {len(body)}\n".encode() + body)
         except OSError as error:
             raise BoardError(f"the board does not listen: {error}") from error
         # An answer that an earlier, interrupted host did not take comes first.

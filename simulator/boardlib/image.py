@@ -5,26 +5,28 @@ import time
 from collections.abc import Callable
 from pathlib import Path
 
-from . import host, machine, qemu, rootfs, sysroot
+from . import host, qemu, rootfs, sysroot
 from .debian import Archive
-from .machine import Board
+from .machine import Board, state_file
 from .paths import BOARD, MACHINE, cache
 
 MARK = ".fingerprint"
 KEPT_IN_CACHE = 2
 BOOT_SECONDS = 180
 
-# A board in its saved state: drivers, touch screen and agent run, the stick has been described to
-# the kernel but not plugged, fonts are indexed, and no block of the programs' disk is remembered.
+# A board in its saved state: drivers and agent run, the stick has been described to the kernel but
+# not plugged, fonts are indexed, and no block of the programs' disk is remembered.
 SETTLE = """
 set -e
 umount /app
-until grep -q 'panel touchscreen' /proc/bus/input/devices; do sleep 0.1; done
-stick plug 0x1001 3 && stick unplug
+stick plug 0x1001 3
+stick unplug
 fc-cache
-udevadm settle
+"""
+FORGET = """
+set -e
+umount /app
 blockdev --flushbufs /dev/vdb
-sync
 echo 3 >/proc/sys/vm/drop_caches
 """
 
@@ -74,17 +76,29 @@ def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None
     with host.whole(MACHINE) as unfinished:
         unfinished.mkdir()
         rootfs.build(board, initramfs, root, unfinished)
-    say(f"disk image built in {time.monotonic() - started:.0f} s")
+        say(f"disk image built in {time.monotonic() - started:.0f} s")
+        _save_states(unfinished, say)
+        (unfinished / MARK).write_text(key)
+
+
+def _save_states(folder: Path, say: Say) -> None:
+    """Boot once, without a panel, and save from there a state with each of the panels."""
+    base = folder / "state-without-panel"
+    started = time.monotonic()
+    with Board(run="save", fresh=True, machine=folder, screen=False) as booted:
+        booted.sh(SETTLE, seconds=BOOT_SECONDS)
+        booted.logs()
+        booted.save(base)
+    say(f"booted in {time.monotonic() - started:.0f} s")
     for size in qemu.SIZES:
         started = time.monotonic()
-        with (host.whole(machine.state_file(size)) as state,
-              Board(size, f"save-{size[0]}x{size[1]}", fresh=True) as first):
-            first.sh(SETTLE, seconds=BOOT_SECONDS)
-            first.logs()
-            first.save(state)
-        say(f"machine state for {size[0]}x{size[1]} saved in {time.monotonic() - started:.0f} s, "
-            f"{machine.state_file(size).stat().st_size >> 20} MB")
-    (MACHINE / MARK).write_text(key)
+        state = state_file(folder, size)
+        with Board(size, f"save-{size[0]}x{size[1]}", machine=folder, state=base) as board:
+            board.sh(FORGET, seconds=BOOT_SECONDS)
+            board.save(state)
+        say(f"saved with a panel of {size[0]}x{size[1]} in {time.monotonic() - started:.0f} s, "
+            f"{state.stat().st_size >> 20} MB")
+    base.unlink()
 
 
 def _copy(source: Path, target: Path) -> None:

@@ -1,6 +1,5 @@
 """One simulated board: started from a saved machine state, driven, looked at, taken down."""
 
-import base64
 import json
 import os
 import re
@@ -14,16 +13,17 @@ from pathlib import Path
 from typing import Any
 from urllib.parse import unquote
 
-from . import appdisk, host, keyboard, qemu
+from . import appdisk, host, keyboard, qemu, rootfs
 from .agent import Agent, Result
 from .host import BoardError
-from .panel import Panel, PanelError
+from .panel import Panel
 from .paths import MACHINE, RUNS
 from .qmp import Qmp
 
 STICK_PRODUCT = 0x1001
 STICK_PORTS = 3
 INSPECTOR = "/run/panel/inspector"
+INSPECTOR_SECONDS = 30.0  # for an answer: the program's event loop may be busy
 SCENARIO = "/run/stick/scenario"
 RECORD = "board.json"
 # What a run leaves behind: in the board, under the same names in the run's folder.
@@ -35,8 +35,8 @@ TOUCH_SECONDS = 0.08  # a finger's touch
 KEY_SECONDS = 0.01    # between keys: the emulated keyboard drops what the board has no time for
 
 
-def state_file(size: tuple[int, int]) -> Path:
-    return MACHINE / f"state-{size[0]}x{size[1]}"
+def state_file(machine: Path, size: tuple[int, int]) -> Path:
+    return machine / f"state-{size[0]}x{size[1]}"
 
 
 def _start_time(pid: int) -> str | None:
@@ -56,10 +56,14 @@ class Board:
     @param fresh  boot instead of starting from the saved state
     @param vnc_port  loopback TCP port for a live view
     @param detached  the board lives until `off`, also after this process
+    @param machine  folder of the image and of the saved states
+    @param state  a saved state other than the panel's own
+    @param screen  whether the panel is on when the board is up
     """
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
-                 fresh: bool = False, vnc_port: int | None = None, detached: bool = False) -> None:
+                 fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
+                 machine: Path = MACHINE, state: Path | None = None, screen: bool = True) -> None:
         if size not in qemu.SIZES:
             raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in qemu.SIZES))
         if not re.fullmatch(r"[\w][\w.-]*", run):
@@ -67,7 +71,10 @@ class Board:
         self.size = size
         self.folder = RUNS / run
         self.panel = Panel(self.request)
-        self._fresh, self._vnc_port, self._detached = fresh, vnc_port, detached
+        self._machine, self._screen = machine, screen
+        self._state = None if fresh else state or state_file(machine, size)
+        self._vnc_port, self._detached = vnc_port, detached
+        self._stands_still = False
         self._process: subprocess.Popen[bytes] | None = None
         self._qmp: Qmp | None = None
         self._agent: Agent | None = None
@@ -80,7 +87,8 @@ class Board:
 
     def __exit__(self, *_: object) -> None:
         try:
-            self.logs()
+            if not self._stands_still:
+                self.logs()
         except BoardError as error:
             (self.folder / "logs.error").write_text(f"{error}\n", encoding="utf-8")
         finally:
@@ -89,8 +97,7 @@ class Board:
     def start(self) -> None:
         """Bring the board up to where the panel program can be started; the stick is not plugged."""
         host.require_packages()
-        state = None if self._fresh else state_file(self.size)
-        if not (state or MACHINE / "kernel").is_file():
+        if not (self._state or self._machine / rootfs.KERNEL).is_file():
             raise BoardError("there is no image yet: run simulator/board image")
         disk = appdisk.ensure()
         with host.locked(RUNS / f".{self.folder.name}.lock"):
@@ -99,17 +106,18 @@ class Board:
                                  "simulator/board off, or another --run")
             host.remove(self.folder)
             self.folder.mkdir(parents=True)
-            self._process = qemu.start(self.size, self.folder, MACHINE, disk, state=state,
-                                       vnc_port=self._vnc_port, detached=self._detached)
+            self._process = qemu.start(self.size, self.folder, self._machine, disk,
+                                       state=self._state, vnc_port=self._vnc_port, detached=self._detached)
             (self.folder / RECORD).write_text(json.dumps(
                 {"pid": self._process.pid, "started": _start_time(self._process.pid),
                  "size": self.size}))
         try:
             self._connect()
-            if state:
+            if self._state:
                 self._qmp_now().resume()
-            self.sh(f"date -s @{time.time():.3f} >/dev/null; blockdev --flushbufs /dev/vdb; "
-                    "mount -o ro /dev/vdb /app", seconds=120)
+            self.sh("set -e; blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; "
+                    + ("[ -e /dev/fb0 ] || screen; " if self._screen else "")
+                    + f"date -s @{time.time():.3f} >/dev/null", seconds=120)
         except BaseException:
             self.off()
             raise
@@ -158,6 +166,7 @@ class Board:
     def save(self, file: Path) -> None:
         """Write the whole state of the machine, which then stands still."""
         self._qmp_now().save(file)
+        self._stands_still = True
 
     def _qmp_now(self) -> Qmp:
         if not self._qmp:
@@ -168,9 +177,7 @@ class Board:
 
     def run(self, commands: str, seconds: float = 30) -> Result:
         """Run shell commands as root, whatever their exit status."""
-        if not self._agent:
-            raise BoardError("the board is off")
-        return self._agent.run(commands, seconds)
+        return self._agent_now().ask("run", commands.encode(), seconds)
 
     def sh(self, commands: str, seconds: float = 30) -> str:
         """
@@ -184,17 +191,24 @@ class Board:
         return done.text
 
     def read(self, path: str) -> bytes:
-        """A file of the board; FileNotFoundError when it cannot be read."""
-        done = self.run(f"cat -- {shlex.quote(path)}")
-        if done.status:
-            raise FileNotFoundError(done.text.strip())
-        return done.output
+        """A file of the board. @raise OSError (FileNotFoundError, ...) as the board has it"""
+        return self._ask("read", path.encode())
 
     def write(self, path: str, data: bytes) -> None:
         """Make a file of the board, whole at once."""
-        there = shlex.quote(path)
-        text = base64.b64encode(data).decode()
-        self.sh(f"base64 -d <<<{text} >{there}.new && mv {there}.new {there}")
+        self._ask("write", path.encode() + b"\0" + data)
+
+    def _ask(self, verb: str, body: bytes, seconds: float = 30) -> bytes:
+        done = self._agent_now().ask(verb, body, seconds)
+        if done.status:
+            path = body.partition(b"\0")[0].decode(errors="replace")
+            raise OSError(done.status, f"on the board: {os.strerror(done.status)}", path)
+        return done.output
+
+    def _agent_now(self) -> Agent:
+        if not self._agent:
+            raise BoardError("the board is off")
+        return self._agent
 
     # The stick -----------------------------------------------------------------------------------
 
@@ -263,7 +277,7 @@ class Board:
         """
         What `Panel` asks: looks go to the inspector; touches and keys are real ones, pictures QEMU's.
 
-        @raise ConnectionError while the panel program does not answer
+        @raise OSError while the panel program does not answer
         """
         word, _, rest = line.partition(" ")
         if word == "click":
@@ -275,13 +289,10 @@ class Board:
         elif word == "shot":
             self.shot(rest)
         else:
-            done = self.run(f"socat -t 30 - UNIX-CONNECT:{INSPECTOR} <<<{shlex.quote(line)}")
-            if done.status or not done.output.endswith(b"\n"):
-                raise ConnectionError(f"no reply to {line!r}: {done.text.strip()}")
-            try:
-                return json.loads(done.output)
-            except json.JSONDecodeError as error:
-                raise PanelError(f"{line!r}: {done.text!r}") from error
+            reply = self._ask("ask", f"{INSPECTOR}\0{line}\n".encode(), INSPECTOR_SECONDS)
+            if not reply.endswith(b"\n"):
+                raise ConnectionError(f"no whole reply to {line!r}: {reply!r}")
+            return json.loads(reply)
         return {"ok": True}
 
     # Touch, keys, pictures -----------------------------------------------------------------------

@@ -14,16 +14,18 @@ ROOT_IMAGE = "root.ext4"
 # Maintainer scripts, which do not run, and git, which keeps no empty folders, would have made them.
 FOLDERS = ("app", "dev", "etc/ppp/chat", "etc/ppp/peers", "mnt", "proc", "quenfold/configs",
            "root", "run", "sys", "tmp", "var/cache/fontconfig", "var/log")
-LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "bash",
+LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash",
          "var/run": "/run", "var/lock": "/run/lock"}
+# The image's own programs: the saved machine states have them running.
+PROGRAMS = {"touchd": "touch/touchd.cpp", "board-agent": "agent/board_agent.cpp"}
 EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
 
 
 def inputs() -> list[str | Path]:
     """What the image depends on besides its packages, for a fingerprint."""
     here = Path(__file__)
-    return [here, here.with_name("unpack.py"), IMAGE_DATA, GUEST, SIMULATOR / "touch",
-            FONT_CONFIGURATION, IMAGE_SIZE]
+    return [here, here.with_name("unpack.py"), IMAGE_DATA, GUEST, FONT_CONFIGURATION,
+            IMAGE_SIZE, *(SIMULATOR / source for source in PROGRAMS.values())]
 
 
 def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, into: Path) -> None:
@@ -114,9 +116,9 @@ def _configure(root: Path, sysroot: Path) -> None:
     network_pppd = root / "usr/sbin/netpppd"
     network_pppd.write_bytes((root / "usr/sbin/pppd").read_bytes())
     network_pppd.chmod(0o755)
-    host.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2", "-Wall",
-              "-Wextra", "-o", root / "usr/sbin/touchd", SIMULATOR / "touch/touchd.cpp"],
-             "compiling the touch screen's daemon")
+    for name, source in PROGRAMS.items():
+        host.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2", "-o",
+                  root / "usr/sbin" / name, SIMULATOR / source], f"compiling the board's {name}")
     for folder in [root, *(p for p in root.rglob("*") if p.is_dir() and not p.is_symlink())]:
         folder.chmod(0o755)
     (root / "tmp").chmod(0o1777)

@@ -1,0 +1,270 @@
+/// @file
+/// board-agent PORT: does inside the board what the host asks for, one request after another.
+///
+/// A request is the line "ID VERB SECONDS LENGTH" and LENGTH bytes; the reply is the line
+/// "ID STATUS LENGTH" and LENGTH bytes. ID is any word. The verbs and their bytes:
+/// - run: shell commands, run by bash as root; the reply has their exit status (128 + N for signal
+///   N, 124 when they took longer than SECONDS and were killed) and all that they wrote;
+/// - read: the path of a file; the reply has its contents;
+/// - write: a path, a NUL and the contents that the file gets, whole at once;
+/// - ask: the path of a Unix socket, a NUL and what to send there; the reply has what came back
+///   until the other end closed.
+/// The status of the last three is 0, or errno.
+///
+/// Emulated processes are slow to start, some 50 ms each: this is why it is no shell script.
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sstream>
+#include <string>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+constexpr int timedOut = 124;
+constexpr std::chrono::milliseconds hostPoll{20};
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (m_fd != -1)
+            close(m_fd);
+    }
+    explicit operator bool() const { return m_fd != -1; }
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+struct Request {
+    std::string id;
+    std::string verb;
+    double seconds = 0;
+    size_t length = 0;
+    std::string body;
+};
+
+struct Reply {
+    int status = 0;
+    std::string output;
+};
+
+/// @return false, with errno, when not all of it could be written
+bool writeAll(int fd, const std::string &data)
+{
+    for (size_t done = 0; done < data.size();) {
+        const ssize_t put = write(fd, data.data() + done, data.size() - done);
+        if (put == -1 && errno != EINTR)
+            return false;
+        done += put == -1 ? 0 : size_t(put);
+    }
+    return true;
+}
+
+/// Everything up to the end of a file or connection. @return 0, or errno
+int readAll(int fd, std::string &data)
+{
+    char block[65536];
+    for (;;) {
+        const ssize_t got = read(fd, block, sizeof block);
+        if (got == 0)
+            return 0;
+        if (got > 0)
+            data.append(block, size_t(got));
+        else if (errno != EINTR)
+            return errno;
+    }
+}
+
+[[noreturn]] void becomeShell(const std::string &commands, int output)
+{
+    setpgid(0, 0);
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(nothing, STDIN_FILENO);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    execl("/bin/bash", "bash", "-c", commands.c_str(), nullptr);
+    _exit(127);
+}
+
+/// @return the exit status of a child of ours, which is killed with its group after that time
+int waitFor(pid_t child, double seconds)
+{
+    const Descriptor handle(int(syscall(SYS_pidfd_open, child, 0)));
+    pollfd ended{handle.get(), POLLIN, 0};
+    const bool late = poll(&ended, 1, int(seconds * 1000)) == 0;
+    if (late)
+        kill(-child, SIGKILL);
+    int status = 0;
+    while (waitpid(child, &status, 0) == -1 && errno == EINTR) {
+    }
+    if (late)
+        return timedOut;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+Reply run(const Request &request)
+{
+    // A file: processes that stay may keep it open without holding up the reply.
+    const Descriptor output(memfd_create("output", MFD_CLOEXEC));
+    const pid_t child = output ? fork() : -1;
+    if (child == -1)
+        return {127, std::strerror(errno)};
+    if (child == 0)
+        becomeShell(request.body, output.get());
+    Reply reply{waitFor(child, request.seconds), {}};
+    lseek(output.get(), 0, SEEK_SET);
+    readAll(output.get(), reply.output);
+    return reply;
+}
+
+Reply readFile(const Request &request)
+{
+    const Descriptor file(open(request.body.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    Reply reply;
+    reply.status = file ? readAll(file.get(), reply.output) : errno;
+    return reply;
+}
+
+/// A body's part before the first NUL, and the one behind it.
+std::pair<std::string, std::string> parts(const std::string &body)
+{
+    const size_t end = body.find('\0');
+    return {body.substr(0, end), end == std::string::npos ? "" : body.substr(end + 1)};
+}
+
+Reply writeFile(const Request &request)
+{
+    const auto [path, contents] = parts(request.body);
+    const std::string unfinished = path + ".unfinished";
+    const Descriptor file(
+        open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file || !writeAll(file.get(), contents)
+        || rename(unfinished.c_str(), path.c_str()) == -1)
+        return {errno, {}};
+    return {};
+}
+
+Reply ask(const Request &request)
+{
+    const auto [path, question] = parts(request.body);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    const Descriptor peer(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const timeval patience{time_t(request.seconds), 0};
+    setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    setsockopt(peer.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    if (connect(peer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1
+        || !writeAll(peer.get(), question))
+        return {errno, {}};
+    Reply reply;
+    reply.status = readAll(peer.get(), reply.output);
+    return reply;
+}
+
+Reply serve(const Request &request)
+{
+    if (request.verb == "run")
+        return run(request);
+    if (request.verb == "read")
+        return readFile(request);
+    if (request.verb == "write")
+        return writeFile(request);
+    if (request.verb == "ask")
+        return ask(request);
+    return {EINVAL, {}};
+}
+
+/// The port of the host; it reads as ended while no host listens.
+class Port
+{
+public:
+    explicit Port(const char *name) : m_device(open(name, O_RDWR | O_CLOEXEC)) {}
+
+    bool isOpen() const { return bool(m_device); }
+
+    /// @return false when the host went away in the middle of it
+    bool take(Request &request)
+    {
+        size_t end;
+        while ((end = m_received.find('\n')) == std::string::npos) {
+            if (!receive())
+                return false;
+        }
+        std::istringstream header(m_received.substr(0, end));
+        m_received.erase(0, end + 1);
+        if (!(header >> request.id >> request.verb >> request.seconds >> request.length))
+            return false;
+        while (m_received.size() < request.length) {
+            if (!receive())
+                return false;
+        }
+        request.body = m_received.substr(0, request.length);
+        m_received.erase(0, request.length);
+        return true;
+    }
+
+    void send(const Request &request, const Reply &reply)
+    {
+        writeAll(m_device.get(), request.id + ' ' + std::to_string(reply.status) + ' '
+                                     + std::to_string(reply.output.size()) + '\n'
+                                     + reply.output);
+    }
+
+private:
+    bool receive()
+    {
+        char block[4096];
+        const ssize_t got = read(m_device.get(), block, sizeof block);
+        if (got > 0) {
+            m_received.append(block, size_t(got));
+            return true;
+        }
+        m_received.clear();
+        std::this_thread::sleep_for(hostPoll);
+        return false;
+    }
+
+    Descriptor m_device;
+    std::string m_received;
+};
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        std::fputs("usage: board-agent PORT\n", stderr);
+        return 2;
+    }
+    signal(SIGCHLD, SIG_DFL);
+    signal(SIGINT, SIG_DFL);
+    signal(SIGQUIT, SIG_DFL);
+    Port port(argv[1]);
+    if (!port.isOpen()) {
+        std::fprintf(stderr, "board-agent: %s: %s\n", argv[1], std::strerror(errno));
+        return 1;
+    }
+    for (;;) {
+        Request request;
+        if (port.take(request))
+            port.send(request, serve(request));
+    }
+}
