@@ -151,7 +151,7 @@ def parser() -> argparse.ArgumentParser:
 
     def verb(name: str, action, text: str, *, running: bool = True) -> argparse.ArgumentParser:
         added = verbs.add_parser(name, help=text, description=text)
-        added.set_defaults(action=action, running=running)
+        added.set_defaults(perform=action, running=running)
         if running or name == "boot":
             added.add_argument("--run", default="board", help="which board (default: board)")
         return added
@@ -199,10 +199,10 @@ def main() -> int:
     options = parser().parse_args()
     try:
         if not options.running:
-            return options.action(options) or 0
+            return options.perform(options) or 0
         board = Board.attach(options.run)
         try:
-            return options.action(board, options) or 0
+            return options.perform(board, options) or 0
         finally:
             board.detach()
     except KeyboardInterrupt:
