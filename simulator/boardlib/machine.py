@@ -32,7 +32,9 @@ LOGS = ("/run/panel/panel.log", "/run/panel/status", "/run/stick/modem.log",
         "/etc/ppp/ppp.log", "/etc/ppp/ppp.log.old", "/etc/ppp/chat.log", "/etc/ppp/chat.log.old",
         "/run/dmesg.log", "/run/processes.log")
 TOUCH_SECONDS = 0.08  # a finger's touch
-KEY_SECONDS = 0.01    # between keys: the emulated keyboard drops what the board has no time for
+KEYS_AHEAD = 4        # keys pressed before the board must show that it keeps up: the kernel's queues
+                      # hold 64 events, of which a shifted key makes 8
+KEEP_UP_SECONDS = 2.0
 
 
 def state_file(machine: Path, size: tuple[int, int]) -> Path:
@@ -315,14 +317,20 @@ class Board:
 
     def type(self, text: str) -> None:
         """Type a text on the keyboard; ValueError, before the first key, for what it cannot type."""
-        for codes in [keyboard.keys_of(character) for character in text]:
+        for at, codes in enumerate([keyboard.keys_of(character) for character in text], 1):
             self._qmp_now().keys(codes)
-            time.sleep(KEY_SECONDS)
+            if at % KEYS_AHEAD == 0 or at == len(text):
+                self._keep_up()
 
     def key(self, name: str) -> None:
         """Press a key or chord, such as "Tab" or "Ctrl+A"."""
         self._qmp_now().keys(keyboard.chord(name))
-        time.sleep(KEY_SECONDS)
+        self._keep_up()
+
+    def _keep_up(self) -> None:
+        """Wait, within reason, until the board, and the panel program if it runs, is served again."""
+        question = f"{INSPECTOR}\0served\n".encode()
+        self._agent_now().ask("ask", question, KEEP_UP_SECONDS)
 
     def shot(self, file: str | Path) -> Path:
         """Photograph the panel as PNG; a relative name is one in the run's folder."""
