@@ -164,12 +164,15 @@ std::vector<std::string> splitArguments(const std::string &value)
     std::vector<std::string> arguments(1);
     bool quoted = false;
     for (const char c : value) {
-        if (c == '"')
-            quoted = !quoted;
-        else if (c == ',' && !quoted)
+        quoted ^= c == '"';
+        if (c == ',' && !quoted)
             arguments.emplace_back();
         else
             arguments.back() += c;
+    }
+    for (std::string &argument : arguments) {
+        if (argument.size() >= 2 && argument.front() == '"' && argument.back() == '"')
+            argument = argument.substr(1, argument.size() - 2);
     }
     return arguments;
 }

@@ -41,7 +41,7 @@ std::optional<std::string> commandBody(const std::string &line);
  */
 std::vector<Command> parseCommands(const std::string &body);
 
-/** @return the comma separated arguments of an extended command, quotes removed. */
+/** @return the comma separated arguments of an extended command, without the quotes around. */
 std::vector<std::string> splitArguments(const std::string &value);
 
 /**

@@ -105,7 +105,8 @@ class Stick:
         return [text[1:-1].replace('\\"', '"') for _, kind, text in entries if kind == "heard"]
 
     def children(self) -> list[str]:
-        return Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children").read_text().split()
+        pid = self.process.pid
+        return Path(f"/proc/{pid}/task/{pid}/children").read_text().split()
 
 
 class ChatTest(unittest.TestCase):

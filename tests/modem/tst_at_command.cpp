@@ -118,6 +118,7 @@ void TestAtCommand::arguments_data()
     QTest::newRow("context") << "1,\"IP\",\"internet\"" << QStringList{"1", "IP", "internet"};
     QTest::newRow("empty") << "" << QStringList{""};
     QTest::newRow("gaps") << ",,2" << QStringList{"", "", "2"};
+    QTest::newRow("quote inside") << "\"12\"34\"" << QStringList{"12\"34"};
     QTest::newRow("comma in quotes") << "\"a,b\",c" << QStringList{"a,b", "c"};
 }
 
