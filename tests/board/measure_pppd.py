@@ -230,7 +230,8 @@ def print_peer_table(run: Run, title: str, cases: list[PeerCase]) -> None:
         result = measure_peer(run, case)
         row(case.method, code(case.user), code(case.password), case.note or
             "network asks for " + case.scenario[0].removeprefix("auth="),
-            str(result.status), result.describe(), code(result.credentials) if result.credentials else "nothing")
+            str(result.status), result.describe(),
+            code(result.credentials) if result.credentials else "nothing")
 
 
 def print_chat_table(run: Run) -> None:

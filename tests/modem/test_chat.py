@@ -197,7 +197,7 @@ class ChatTest(unittest.TestCase):
         self.assertNotIn("NO CARRIER", stick.text())
 
     def test_bytes_cross_during_a_call(self) -> None:
-        stick = self.stick("printf '~hello~' >$1; exec cat <$1 >$1")
+        stick = self.stick("exec 3<>$1; printf '~hello~' >&3; exec cat <&3 >&3")
         self.assertEqual(stick.chat(chat_script()), DONE)
         stick.read_until(b"~hello~")
         for payload in (b"~" + bytes(set(range(256)) - {0x7e}) + b"~", b"~" + b"x" * 20000 + b"~"):
