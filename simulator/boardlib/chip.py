@@ -18,6 +18,27 @@ _PID = f"{_FOLDER}/pid"
 _LOG = f"{_FOLDER}/chip.log"
 _OUT = f"{_FOLDER}/chipsim.out"
 
+_TAKE_OUT = f"""
+if [ -e {_PID} ]; then
+    kill $(<{_PID}) 2>/dev/null
+    rm {_PID}
+    while [ -c {NODE} ]; do sleep 0.02; done
+fi"""
+
+
+def _put_in(options: list[str]) -> str:
+    return f"""
+[ -c /dev/cuse ] || modprobe cuse || exit
+setsid /app/chipsim --log={_LOG} {shlex.join(options)} </dev/null >{_OUT} 2>&1 &
+echo $! >{_PID}
+until [ -c {NODE} ]; do
+    if ! kill -0 $!; then # it does not like its options
+        cat {_OUT}
+        exit 1
+    fi
+    sleep 0.02
+done"""
+
 
 def start_chip(board: Board, parameters: Mapping[int, int] | None = None, *, marker: bool = True,
                fault: str | None = None) -> None:
@@ -31,27 +52,21 @@ def start_chip(board: Board, parameters: Mapping[int, int] | None = None, *, mar
     """
     if fault not in (None, *FAULTS):
         raise BoardError("faults of the chip are " + ", ".join(FAULTS))
-    stop_chip(board)
-    board.sh(f"mkdir -p {_FOLDER}; rm -f {_LOG}; "
-             + (f"touch {MARKER}" if marker else f"rm -f {MARKER}"))
-    if fault == "missing":
-        return
     options = [f"--parameter={index}={value}" for index, value in (parameters or {}).items()]
     if fault == "slow":
         options.append(f"--delay={SLOW_MS}")
     elif fault:
         options.append(f"--fault={fault}")
-    # It ends at once when it does not like its options.
-    board.sh(f"modprobe cuse || exit; setsid /app/chipsim --log={_LOG} {shlex.join(options)} "
-             f"</dev/null >{_OUT} 2>&1 & echo $! >{_PID}; "
-             f"until [ -c {NODE} ]; do kill -0 $! || {{ cat {_OUT}; exit 1; }}; sleep 0.02; done",
-             seconds=20)
+    mark = "touch" if marker else "rm -f"
+    put_in = "" if fault == "missing" else _put_in(options)
+    # One command: each costs the board noticeable time.
+    board.sh(f"{_TAKE_OUT}\nmkdir -p {_FOLDER}; rm -f {_LOG}; {mark} {MARKER}\n{put_in}",
+             seconds=30)
 
 
 def stop_chip(board: Board) -> None:
     """Take the chip out, if there is one; its log stays."""
-    board.sh(f"[ -e {_PID} ] || exit 0; kill $(<{_PID}) 2>/dev/null; rm -f {_PID}; "
-             f"while [ -c {NODE} ]; do sleep 0.02; done", seconds=20)
+    board.sh(_TAKE_OUT)
 
 
 def chip_log(board: Board) -> list[str]:
@@ -61,7 +76,5 @@ def chip_log(board: Board) -> list[str]:
 
 def timed_chip_log(board: Board) -> list[tuple[float, str]]:
     """The same with each entry's time, in seconds since the chip was put in."""
-    if board.run(f"test -e {_LOG}").status:
-        return []
-    lines = board.read(_LOG).decode().splitlines()
+    lines = board.sh(f"[ ! -e {_LOG} ] || cat {_LOG}").splitlines()
     return [(float(time), text) for time, _, text in (line.partition(" ") for line in lines)]
