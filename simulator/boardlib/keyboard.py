@@ -28,5 +28,7 @@ def keys_of(character: str) -> list[str]:
 
 def chord(name: str) -> list[str]:
     """Key codes of a key or chord, such as "Tab", "Ctrl+A" or "Shift+Left"."""
-    parts = [part for part in name.split("+") if part] or [name]
+    if len(name) == 1:
+        return keys_of(name)
+    parts = name.split("+")
     return [NAMES.get(part.lower()) or PLAIN.get(part) or part.lower() for part in parts]

@@ -20,6 +20,7 @@ T = TypeVar("T")
 BUTTONS = ("QPushButton", "QRadioButton", "QCheckBox")
 LEAVES = (*BUTTONS, "QLabel", "QLineEdit", "QComboBox", "QTabBar")
 POLL_SECONDS = 0.02
+SECONDS = 30.0  # for what a touch or a key does: the simulated board may be slow
 
 
 class PanelError(AssertionError):
@@ -230,7 +231,7 @@ class Panel:
         """Presses one key, named as in "Esc" or "Ctrl+A", where the focus is."""
         self._ask(f"key {name}")
 
-    def fill(self, label: str, text: str, timeout: float = 5.0) -> None:
+    def fill(self, label: str, text: str, timeout: float = SECONDS) -> None:
         """Touches the field beside a label and types a text over what it holds."""
         self.click(self.field(label))
         self.wait(lambda screen: screen.field(label)["focus"], timeout, f"focus in {label!r}")
@@ -241,14 +242,14 @@ class Panel:
         self.wait(lambda screen: screen.field(label)["text"] == text, timeout,
                   f"{text[:60]!r} in {label!r}")
 
-    def choose(self, label: str, row: str, timeout: float = 5.0) -> None:
+    def choose(self, label: str, row: str, timeout: float = SECONDS) -> None:
         """Touches the combo box beside a label and then a row of its list."""
         self.click(self.field(label))
         self.click(self.wait(lambda screen: screen.row(row), timeout, f"the row {row!r}"))
         self.wait(lambda screen: screen.field(label)["text"] == row, timeout,
                   f"{row!r} in {label!r}")
 
-    def open_tab(self, text: str, timeout: float = 5.0) -> None:
+    def open_tab(self, text: str, timeout: float = SECONDS) -> None:
         """Touches a tab and waits until its page is the one shown."""
         self.click(self.tab(text))
 

@@ -28,7 +28,7 @@ def unpack(packages: list[Path], into: Path) -> None:
 
 
 def _unpack_one(package: Path, into: Path) -> None:
-    tar = ["tar", "-C", str(into), "-x", "--keep-directory-symlink", "--no-same-owner",
+    tar = ["tar", "-C", str(into), "-x", "--keep-directory-symlink", "--no-same-owner", "-p",
            *(f"--exclude=./usr/share/{name}" for name in LEFT_OUT)]
     with subprocess.Popen(["dpkg-deb", "--fsys-tarfile", str(package)],
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE) as source:
