@@ -154,10 +154,8 @@ Reply writeFile(const Request &request)
 {
     const auto [path, contents] = parts(request.body);
     const std::string unfinished = path + ".unfinished";
-    const Descriptor file(
-        open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file || !writeAll(file.get(), contents)
-        || rename(unfinished.c_str(), path.c_str()) == -1)
+    const Descriptor file(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file || !writeAll(file.get(), contents) || rename(unfinished.c_str(), path.c_str()) == -1)
         return {errno, {}};
     return {};
 }
@@ -172,8 +170,8 @@ Reply ask(const Request &request)
     const timeval patience{time_t(request.seconds), 0};
     setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(peer.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    if (connect(peer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1
-        || !writeAll(peer.get(), question))
+    if (connect(peer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1 ||
+        !writeAll(peer.get(), question))
         return {errno, {}};
     Reply reply;
     reply.status = readAll(peer.get(), reply.output);
@@ -224,9 +222,8 @@ public:
 
     void send(const Request &request, const Reply &reply)
     {
-        writeAll(m_device.get(), request.id + ' ' + std::to_string(reply.status) + ' '
-                                     + std::to_string(reply.output.size()) + '\n'
-                                     + reply.output);
+        writeAll(m_device.get(), request.id + ' ' + std::to_string(reply.status) + ' ' +
+                                     std::to_string(reply.output.size()) + '\n' + reply.output);
     }
 
 private:

@@ -74,7 +74,7 @@ def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
 
 
 def acquire_settings() -> str:
-    """The host's settings of how apt fetches (proxies, timeouts, certificates), as apt dumps them."""
+    """The host's settings of how apt fetches (proxies, timeouts, certificates), as apt dumps it."""
     dump = host.run(["apt-config", "dump", "Acquire"], "reading the host's apt settings").decode()
     lines = re.findall(r'^Acquire::(?:http|https|ftp)::?.* "[^"]+";$', dump, re.MULTILINE)
     return "\n".join(lines)
@@ -98,7 +98,7 @@ class Package:
 
 
 class Archive:
-    """Package files in the cache, and for every list of packages a manifest of what it resolved to."""
+    """Package files in the cache, and for every list of packages a manifest of its resolution."""
 
     def __init__(self) -> None:
         self.folder = cache() / "packages"

@@ -30,10 +30,11 @@ RECORD = "board.json"
 LOGS = ("/run/panel/panel.log", "/run/panel/status", "/run/stick/modem.log",
         "/run/stick/modemsim.out", "/run/stick/network.log", "/run/stick/scenario",
         "/etc/ppp/ppp.log", "/etc/ppp/ppp.log.old", "/etc/ppp/chat.log", "/etc/ppp/chat.log.old",
-        "/run/dmesg.log", "/run/processes.log")
+        "/run/chip/chip.log", "/run/dmesg.log", "/run/processes.log")
 TOUCH_SECONDS = 0.08  # a finger's touch
-KEYS_AHEAD = 4        # keys pressed before the board must show that it keeps up: the kernel's queues
-                      # hold 64 events, of which a shifted key makes 8
+# Keys pressed before the board must show that it keeps up: the kernel's queues hold 64 events, of
+# which a shifted key makes 8.
+KEYS_AHEAD = 4
 KEEP_UP_SECONDS = 2.0
 
 
@@ -72,7 +73,7 @@ class Board:
             raise BoardError(f"{run!r} is no name for a run")
         self.size = size
         self.folder = RUNS / run
-        self.panel = Panel(self.request)
+        self.panel = Panel(self.request, LOOK_PAUSE)
         self._machine, self._screen = machine, screen
         self._state = None if fresh else state or state_file(machine, size)
         self._vnc_port, self._detached = vnc_port, detached
@@ -97,7 +98,7 @@ class Board:
             self.off()
 
     def start(self) -> None:
-        """Bring the board up to where the panel program can be started; the stick is not plugged."""
+        """Bring the board up to where the panel program can be started; no stick is plugged in."""
         host.require_packages()
         if not (self._state or self._machine / rootfs.KERNEL).is_file():
             raise BoardError("there is no image yet: run simulator/board image")
@@ -109,7 +110,8 @@ class Board:
             host.remove(self.folder)
             self.folder.mkdir(parents=True)
             self._process = qemu.start(self.size, self.folder, self._machine, disk,
-                                       state=self._state, vnc_port=self._vnc_port, detached=self._detached)
+                                       state=self._state, vnc_port=self._vnc_port,
+                                       detached=self._detached)
             (self.folder / RECORD).write_text(json.dumps(
                 {"pid": self._process.pid, "started": _start_time(self._process.pid),
                  "size": self.size}))
@@ -277,7 +279,7 @@ class Board:
 
     def request(self, line: str) -> dict[str, Any]:
         """
-        What `Panel` asks: looks go to the inspector; touches and keys are real ones, pictures QEMU's.
+        What `Panel` asks: looks go to the inspector; touches and keys are real, pictures QEMU's.
 
         @raise OSError while the panel program does not answer
         """
@@ -316,7 +318,7 @@ class Board:
         self._qmp_now().button(False)
 
     def type(self, text: str) -> None:
-        """Type a text on the keyboard; ValueError, before the first key, for what it cannot type."""
+        """Type a text on the keyboard. @raise ValueError, before the first key, for what has none"""
         for at, codes in enumerate([keyboard.keys_of(character) for character in text], 1):
             self._qmp_now().keys(codes)
             if at % KEYS_AHEAD == 0 or at == len(text):
@@ -328,7 +330,7 @@ class Board:
         self._keep_up()
 
     def _keep_up(self) -> None:
-        """Wait, within reason, until the board, and the panel program if it runs, is served again."""
+        """Wait, within reason, until the board, and the panel program if it runs, keeps up."""
         question = f"{INSPECTOR}\0served\n".encode()
         self._agent_now().ask("ask", question, KEEP_UP_SECONDS)
 

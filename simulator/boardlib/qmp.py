@@ -30,7 +30,8 @@ def connect(path: Path, timeout: float) -> socket.socket:
             except OSError as error:
                 client.close()
                 if time.monotonic() > deadline:
-                    raise BoardError(f"the board does not answer on {path.name}: {error}") from error
+                    raise BoardError(
+                        f"the board does not answer on {path.name}: {error}") from error
             time.sleep(0.01)
     finally:
         os.close(folder)

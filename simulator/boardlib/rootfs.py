@@ -39,7 +39,7 @@ def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, i
     _prune(root)
     _keep_modules(root, version)
     _configure(root, sysroot)
-    _build_disk(root, into / ROOT_IMAGE)
+    make_ext4(root, into / ROOT_IMAGE, IMAGE_SIZE)
     host.remove(root)
 
 
@@ -124,12 +124,8 @@ def _configure(root: Path, sysroot: Path) -> None:
     (root / "tmp").chmod(0o1777)
 
 
-def _build_disk(tree: Path, image: Path) -> None:
-    make_ext4(tree, image, IMAGE_SIZE)
-
-
 def make_ext4(tree: Path, image: Path, size: str) -> None:
-    """An ext4 image of a folder, in which everything belongs to root; size as truncate spells it."""
+    """An ext4 image of a folder, all of it root's; the size as truncate spells it."""
     host.run(["truncate", "-s", size, image], "making a disk image")
     host.run(["fakeroot", "--", "mke2fs", "-q", "-F", "-t", "ext4", "-O", "^has_journal",
               "-m", "0", "-d", tree, image], "filling a disk image")

@@ -56,8 +56,8 @@ Descriptor grabPointer()
         for (size_t i = 0; i < nodes.gl_pathc && !found; ++i) {
             Descriptor node(open(nodes.gl_pathv[i], O_RDONLY | O_CLOEXEC));
             char name[128] = {};
-            if (node && ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1
-                && std::strstr(name, pointerName) != nullptr)
+            if (node && ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1 &&
+                std::strstr(name, pointerName) != nullptr)
                 found = std::move(node);
         }
     }
@@ -122,14 +122,13 @@ private:
         uinput_setup setup{};
         setup.id.bustype = BUS_I2C;
         std::strncpy(setup.name, screenName, sizeof setup.name - 1);
-        return set(UI_SET_EVBIT, EV_KEY) && set(UI_SET_KEYBIT, BTN_TOUCH)
-               && set(UI_SET_EVBIT, EV_ABS) && set(UI_SET_PROPBIT, INPUT_PROP_DIRECT)
-               && addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1)
-               && addAxis(ABS_MT_SLOT, 4) && addAxis(ABS_MT_TRACKING_ID, trackingIds - 1)
-               && addAxis(ABS_MT_POSITION_X, width - 1)
-               && addAxis(ABS_MT_POSITION_Y, height - 1)
-               && ioctl(m_device.get(), UI_DEV_SETUP, &setup) != -1
-               && ioctl(m_device.get(), UI_DEV_CREATE) != -1;
+        return set(UI_SET_EVBIT, EV_KEY) && set(UI_SET_KEYBIT, BTN_TOUCH) &&
+               set(UI_SET_EVBIT, EV_ABS) && set(UI_SET_PROPBIT, INPUT_PROP_DIRECT) &&
+               addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1) && addAxis(ABS_MT_SLOT, 4) &&
+               addAxis(ABS_MT_TRACKING_ID, trackingIds - 1) &&
+               addAxis(ABS_MT_POSITION_X, width - 1) && addAxis(ABS_MT_POSITION_Y, height - 1) &&
+               ioctl(m_device.get(), UI_DEV_SETUP, &setup) != -1 &&
+               ioctl(m_device.get(), UI_DEV_CREATE) != -1;
     }
 
     void emit(__u16 type, __u16 code, int value)

@@ -72,7 +72,8 @@ class AgentTest(unittest.TestCase):
     def test_commands(self) -> None:
         for name, commands, expected in (
                 ("both outputs", "echo a; echo b >&2; exit 3", Result(3, b"a\nb\n")),
-                ("binary output", r"printf '\0\n\377%.0s' {1..40000}", Result(0, b"\0\n\xff" * 40000)),
+                ("binary output", r"printf '\0\n\377%.0s' {1..40000}",
+                 Result(0, b"\0\n\xff" * 40000)),
                 ("no input", "cat", Result(0, b"")),
                 ("several lines, quotes", "for i in 1 2; do\n  echo \"'$i'\"\ndone",
                  Result(0, b"'1'\n'2'\n")),
