@@ -32,6 +32,7 @@ LOGS = ("/run/panel/panel.log", "/run/panel/status", "/run/stick/modem.log",
         "/etc/ppp/ppp.log", "/etc/ppp/ppp.log.old", "/etc/ppp/chat.log", "/etc/ppp/chat.log.old",
         "/run/chip/chip.log", "/run/dmesg.log", "/run/processes.log")
 TOUCH_SECONDS = 0.08  # a finger's touch
+LOOK_PAUSE = 0.4      # between two looks at the panel: each costs the board time that it dials in
 # Keys pressed before the board must show that it keeps up: the kernel's queues hold 64 events, of
 # which a shifted key makes 8.
 KEYS_AHEAD = 4

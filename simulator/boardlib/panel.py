@@ -189,10 +189,13 @@ class Panel:
 
     @param request sends one request line to the inspector and gives its reply; it raises OSError
            or PanelError while nothing answers.
+    @param pause  seconds between two looks of a wait
     """
 
-    def __init__(self, request: Callable[[str], dict[str, Any]]) -> None:
+    def __init__(self, request: Callable[[str], dict[str, Any]],
+                 pause: float = POLL_SECONDS) -> None:
         self._request = request
+        self._pause = pause
 
     def _ask(self, line: str) -> dict[str, Any]:
         reply = self._request(line)
@@ -291,7 +294,7 @@ class Panel:
                 last = f"nothing: {error}"
             if time.monotonic() > deadline:
                 raise PanelError(f"not within {timeout:g} s: {what}; the panel showed {last}")
-            time.sleep(POLL_SECONDS)
+            time.sleep(self._pause)
 
 
 def unix_request(path: Path, timeout: float = 10.0) -> Callable[[str], dict[str, Any]]:
