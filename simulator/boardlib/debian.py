@@ -136,7 +136,7 @@ class Archive:
         env = {"APT_CONFIG": str(self._apt_root(mirror))}
         install = ["apt-get", "-y", "install"]
         hint = f"fetching Debian packages from {mirror.uri} (network, proxy or mirror at fault?)"
-        host.run(["apt-get", "update"], hint, env=env)
+        host.run(["apt-get", "update", "-o", "APT::Update::Error-Mode=any"], hint, env=env)
         # apt leaves out what it finds in its archives: look from a place where there are none.
         uris = host.run([*install, "-qq", "-o", f"Dir::Cache::archives={self.root}/none",
                          "--print-uris", *wanted], hint, env=env).decode()
