@@ -59,7 +59,7 @@ def _module_files(root: Path, version: str, names: list[str]) -> list[Path]:
 def _build_initramfs(root: Path, version: str, packages: list[Path], into: Path) -> None:
     tree = into / "initramfs"
     unpack(packages, tree)
-    for name in ("changes", "dev", "image", "lib/modules", "proc", "root", "sys"):
+    for name in ("changes", "dev", "image", "lib/modules", "proc", "sys", "system"):
         (tree / name).mkdir(parents=True, exist_ok=True)
     host.run(["depmod", "-b", root, version], "indexing the kernel's modules")
     modules = _module_files(root, version, host.read_list("initramfs-modules.txt"))

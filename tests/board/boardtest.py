@@ -43,6 +43,8 @@ class BoardTest(unittest.TestCase):
 
     def setUp(self) -> None:
         self.panel = self.board.panel
+        self.already_heard = 0
+        self.already_heard = len(self.heard())
         self.addCleanup(self.clear)
 
     def clear(self) -> None:
@@ -97,9 +99,10 @@ class BoardTest(unittest.TestCase):
         self.board.sh(f"kill -USR1 {self.board.panel_pid()}")
 
     def heard(self) -> list[str]:
-        """The commands that the modem has heard."""
-        log = self.board.read("/run/stick/modem.log").decode()
-        return [line.split(" heard ", 1)[1] for line in log.splitlines() if " heard " in line]
+        """The commands that the modem has heard in this test."""
+        log = self.board.run("cat /run/stick/modem.log 2>/dev/null").text
+        heard = [line.split(" heard ", 1)[1] for line in log.splitlines() if " heard " in line]
+        return heard[self.already_heard:]
 
     def assert_soon(self, holds: Callable[[], bool], what: str) -> None:
         deadline = time.monotonic() + SOON

@@ -16,9 +16,7 @@ from dataclasses import dataclass
 from pathlib import Path
 from shlex import quote
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "simulator"))
-
-from boardlib.machine import Board  # noqa: E402
+from boardlib.machine import Board
 
 Run = Callable[[str, float], str]
 PUKS = itertools.count(10000001)
