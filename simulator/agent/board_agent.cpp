@@ -13,6 +13,8 @@
 ///
 /// Emulated processes are slow to start, some 50 ms each: this is why it is no shell script.
 
+#include "io/filedescriptor.h"
+
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -34,24 +36,6 @@ namespace
 {
 constexpr int timedOut = 124;
 constexpr std::chrono::milliseconds hostPoll{20};
-
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (m_fd != -1)
-            close(m_fd);
-    }
-    explicit operator bool() const { return m_fd != -1; }
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 struct Request {
     std::string id;
@@ -107,7 +91,7 @@ int readAll(int fd, std::string &data)
 /// @return the exit status of a child of ours, which is killed with its group after that time
 int waitFor(pid_t child, double seconds)
 {
-    const Descriptor handle(int(syscall(SYS_pidfd_open, child, 0)));
+    const FileDescriptor handle(int(syscall(SYS_pidfd_open, child, 0)));
     pollfd ended{handle.get(), POLLIN, 0};
     const bool late = poll(&ended, 1, int(seconds * 1000)) == 0;
     if (late)
@@ -123,8 +107,8 @@ int waitFor(pid_t child, double seconds)
 Reply run(const Request &request)
 {
     // A file: processes that stay may keep it open without holding up the reply.
-    const Descriptor output(memfd_create("output", MFD_CLOEXEC));
-    const pid_t child = output ? fork() : -1;
+    const FileDescriptor output(memfd_create("output", MFD_CLOEXEC));
+    const pid_t child = output.isOpen() ? fork() : -1;
     if (child == -1)
         return {127, std::strerror(errno)};
     if (child == 0)
@@ -137,9 +121,9 @@ Reply run(const Request &request)
 
 Reply readFile(const Request &request)
 {
-    const Descriptor file(open(request.body.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const FileDescriptor file(open(request.body.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     Reply reply;
-    reply.status = file ? readAll(file.get(), reply.output) : errno;
+    reply.status = file.isOpen() ? readAll(file.get(), reply.output) : errno;
     return reply;
 }
 
@@ -154,8 +138,10 @@ Reply writeFile(const Request &request)
 {
     const auto [path, contents] = parts(request.body);
     const std::string unfinished = path + ".unfinished";
-    const Descriptor file(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file || !writeAll(file.get(), contents) || rename(unfinished.c_str(), path.c_str()) == -1)
+    const FileDescriptor file(
+        open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!file.isOpen() || !writeAll(file.get(), contents) ||
+        rename(unfinished.c_str(), path.c_str()) == -1)
         return {errno, {}};
     return {};
 }
@@ -166,7 +152,7 @@ Reply ask(const Request &request)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    const Descriptor peer(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const FileDescriptor peer(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const timeval patience{time_t(request.seconds), 0};
     setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(peer.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
@@ -197,7 +183,7 @@ class Port
 public:
     explicit Port(const char *name) : m_device(open(name, O_RDWR | O_CLOEXEC)) {}
 
-    bool isOpen() const { return bool(m_device); }
+    bool isOpen() const { return m_device.isOpen(); }
 
     /// @return false when the host went away in the middle of it
     bool take(Request &request)
@@ -240,7 +226,7 @@ private:
         return false;
     }
 
-    Descriptor m_device;
+    FileDescriptor m_device;
     std::string m_received;
 };
 } // namespace

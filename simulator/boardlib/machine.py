@@ -319,7 +319,7 @@ class Board:
         self._qmp_now().button(False)
 
     def type(self, text: str) -> None:
-        """Type a text on the keyboard. @raise ValueError, before the first key, for what has none"""
+        """Type a text on the keyboard. @raise ValueError, before the first key, if one has none"""
         for at, codes in enumerate([keyboard.keys_of(character) for character in text], 1):
             self._qmp_now().keys(codes)
             if at % KEYS_AHEAD == 0 or at == len(text):

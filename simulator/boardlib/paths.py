@@ -7,6 +7,7 @@ ROOT = Path(__file__).resolve().parents[2]
 SIMULATOR = ROOT / "simulator"
 IMAGE_DATA = SIMULATOR / "image"
 GUEST = SIMULATOR / "guest"
+HEADERS = ROOT / "app"
 TRANSLATIONS = ROOT / "resources/translations"
 FONT_CONFIGURATION = ROOT / "resources/fontconfig/64-corvanta.conf"
 

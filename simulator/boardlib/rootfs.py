@@ -3,7 +3,7 @@
 from pathlib import Path
 
 from . import host
-from .paths import FONT_CONFIGURATION, GUEST, IMAGE_DATA, SIMULATOR
+from .paths import FONT_CONFIGURATION, GUEST, HEADERS, IMAGE_DATA, SIMULATOR
 from .unpack import unpack
 
 IMAGE_SIZE = "400M"
@@ -25,7 +25,8 @@ def inputs() -> list[str | Path]:
     """What the image depends on besides its packages, for a fingerprint."""
     here = Path(__file__)
     return [here, here.with_name("unpack.py"), IMAGE_DATA, GUEST, FONT_CONFIGURATION,
-            IMAGE_SIZE, *(SIMULATOR / source for source in PROGRAMS.values())]
+            HEADERS / "io/filedescriptor.h", IMAGE_SIZE,
+            *(SIMULATOR / source for source in PROGRAMS.values())]
 
 
 def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, into: Path) -> None:
@@ -117,8 +118,9 @@ def _configure(root: Path, sysroot: Path) -> None:
     network_pppd.write_bytes((root / "usr/sbin/pppd").read_bytes())
     network_pppd.chmod(0o755)
     for name, source in PROGRAMS.items():
-        host.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2", "-o",
-                  root / "usr/sbin" / name, SIMULATOR / source], f"compiling the board's {name}")
+        host.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
+                  "-I", HEADERS, "-o", root / "usr/sbin" / name, SIMULATOR / source],
+                 f"compiling the board's {name}")
     for folder in [root, *(p for p in root.rglob("*") if p.is_dir() and not p.is_symlink())]:
         folder.chmod(0o755)
     (root / "tmp").chmod(0o1777)

@@ -5,6 +5,8 @@
 /// multitouch screen with slots (type B of the kernel's multi-touch protocol) through uinput. It
 /// ends, with a message, only when one of the two devices fails.
 
+#include "io/filedescriptor.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -25,45 +27,23 @@ constexpr char screenName[] = "panel touchscreen";
 constexpr int pointerMaximum = 32767; // of either axis, from 0
 constexpr int trackingIds = 65536;
 
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd = -1) : m_fd(fd) {}
-    Descriptor(Descriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-    Descriptor &operator=(Descriptor &&other) noexcept
-    {
-        std::swap(m_fd, other.m_fd);
-        return *this;
-    }
-    ~Descriptor()
-    {
-        if (m_fd != -1)
-            close(m_fd);
-    }
-    explicit operator bool() const { return m_fd != -1; }
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
-
 /// @return the grabbed pointer; an invalid descriptor when there is none
-Descriptor grabPointer()
+FileDescriptor grabPointer()
 {
     glob_t nodes{};
-    Descriptor found;
+    FileDescriptor found;
     if (glob("/dev/input/event*", 0, nullptr, &nodes) == 0) {
-        for (size_t i = 0; i < nodes.gl_pathc && !found; ++i) {
-            Descriptor node(open(nodes.gl_pathv[i], O_RDONLY | O_CLOEXEC));
+        for (size_t i = 0; i < nodes.gl_pathc && !found.isOpen(); ++i) {
+            FileDescriptor node(open(nodes.gl_pathv[i], O_RDONLY | O_CLOEXEC));
             char name[128] = {};
-            if (node && ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1 &&
+            if (node.isOpen() && ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1 &&
                 std::strstr(name, pointerName) != nullptr)
                 found = std::move(node);
         }
     }
     globfree(&nodes);
-    if (found && ioctl(found.get(), EVIOCGRAB, 1) == -1)
-        return Descriptor();
+    if (found.isOpen() && ioctl(found.get(), EVIOCGRAB, 1) == -1)
+        return FileDescriptor();
     return found;
 }
 
@@ -73,7 +53,7 @@ class TouchScreen
 public:
     TouchScreen(int width, int height) : m_device(open("/dev/uinput", O_WRONLY | O_CLOEXEC))
     {
-        m_ok = m_device && create(width, height);
+        m_ok = m_device.isOpen() && create(width, height);
     }
 
     bool isOk() const { return m_ok; }
@@ -140,7 +120,7 @@ private:
         m_ok = m_ok && write(m_device.get(), &event, sizeof event) == ssize_t(sizeof event);
     }
 
-    Descriptor m_device;
+    FileDescriptor m_device;
     bool m_ok = false;
     int m_nextId = 0;
 };
@@ -213,8 +193,8 @@ int main(int argc, char **argv)
         std::fputs("usage: touchd WIDTH HEIGHT\n", stderr);
         return 2;
     }
-    Descriptor pointer = grabPointer();
-    if (!pointer)
+    FileDescriptor pointer = grabPointer();
+    if (!pointer.isOpen())
         return fail(pointerName);
     TouchScreen screen(width, height);
     if (!screen.isOk())
