@@ -7,7 +7,6 @@
 #include "usb/detectmsg.h"
 
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 #include <chrono>
