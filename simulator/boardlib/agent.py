@@ -66,6 +66,8 @@ class Agent:
                 data = self._socket.recv(65536)
             except socket.timeout as error:
                 raise BoardError("the board does not answer") from error
+            except OSError as error:
+                raise BoardError(f"the board has ended: {error}") from error
             if not data:
                 raise BoardError("the board has ended")
             self._received += data
