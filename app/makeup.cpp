@@ -49,6 +49,11 @@ void Makeup::createSettingWidgets()
     passwordEdit->setEchoMode(QLineEdit::Password);
     pinLabel = new QLabel(tr("PinCode:"));
     pinEdit = new QLineEdit;
+    for (QLineEdit *edit : {apnEdit, userEdit, passwordEdit})
+        edit->setInputMethodHints(edit->inputMethodHints() | Qt::ImhNoPredictiveText |
+                                  Qt::ImhNoAutoUppercase);
+    dialNumEdit->setInputMethodHints(Qt::ImhDialableCharactersOnly);
+    pinEdit->setInputMethodHints(Qt::ImhDigitsOnly);
     authLabel = new QLabel(tr("APN Auth Methods:"));
     authCombo = new QComboBox;
     authCombo->insertItem(0, tr("AUTO"));
@@ -76,6 +81,7 @@ void Makeup::createMiscWidgets()
     autoNoRadio = new QRadioButton(tr("NO"));
     countsLabel = new QLabel(tr("Counts:"));
     countsEdit = new QLineEdit;
+    countsEdit->setInputMethodHints(Qt::ImhDigitsOnly);
 }
 
 void Makeup::createButtons()

@@ -1,6 +1,34 @@
 #include "inputmethodmanagement.h"
 
+#include "qwsinputmethod.h"
+
+#include <QDebug>
+#include <QPluginLoader>
+
+namespace
+{
+
+constexpr char QtKeyboard[] = "qtvirtualkeyboard"; // what Qt calls its on-screen keyboard
+
+/** The root object of a plug-in below Qt's plug-in paths; null, and a debug message, without it. */
+QObject *loaded(const QString &plugin)
+{
+    QPluginLoader loader(plugin);
+    QObject *root = loader.instance();
+    if (root == nullptr)
+        qDebug("No on-screen keyboard: %s", qPrintable(loader.errorString()));
+    return root;
+}
+
+} // namespace
+
 QWSInputMethod *InputMethodManagement::getCurrentInputMethod() const
 {
-    return nullptr; // No on-screen input method is part of the system yet.
+    if (qgetenv("QT_IM_MODULE") != QtKeyboard)
+        return nullptr;
+    // Left to itself, Qt would show its keyboard in a window over the whole panel.
+    qputenv("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", "1");
+    if (loaded(QStringLiteral("platforminputcontexts/qtvirtualkeyboardplugin")) == nullptr)
+        return nullptr;
+    return qobject_cast<QWSInputMethod *>(loaded(QStringLiteral("corvanta/corvantakeyboard")));
 }

@@ -6,7 +6,12 @@ class QWSInputMethod;
 class InputMethodManagement
 {
 public:
-    /** @return the input method that should be active, owned by this object; null when the machine
-     *          has none */
+    /**
+     * Loads the on-screen keyboard's module, if the launch environment has selected the keyboard:
+     * QT_IM_MODULE=qtvirtualkeyboard, read by Qt before the application object exists.
+     * @return the input method that should be active, owned by its module and valid to the end of
+     *         the process; null when none is selected or its module cannot be loaded, which a
+     *         debug message explains
+     */
     QWSInputMethod *getCurrentInputMethod() const;
 };

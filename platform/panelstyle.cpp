@@ -44,6 +44,14 @@ int PanelStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
     }
 }
 
+int PanelStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                          QStyleHintReturn *returned) const
+{
+    if (hint == SH_RequestSoftwareInputPanel)
+        return RSIP_OnMouseClick; // The first touch of a field is a wish to type.
+    return QProxyStyle::styleHint(hint, option, widget, returned);
+}
+
 void PanelStyle::apply(QApplication &app)
 {
     const PanelMetrics metrics = panelMetrics(deviceScreenSize());

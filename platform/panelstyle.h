@@ -1,4 +1,4 @@
-// Default font and style metrics that fit the whole screen on a small panel.
+// Default font and style metrics that fit the whole screen on a small panel, and a finger's habits.
 #pragma once
 
 #include <QProxyStyle>
@@ -25,6 +25,8 @@ public:
 
     int pixelMetric(PixelMetric metric, const QStyleOption *option,
                     const QWidget *widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *returned) const override;
 
     /** Gives the application the style and the default font of the primary screen's size. To be
      *  called before the first widget is created. */

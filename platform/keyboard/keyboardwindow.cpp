@@ -1,0 +1,57 @@
+#include "keyboardwindow.h"
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQuickItem>
+#include <QScreen>
+
+namespace
+{
+
+constexpr Qt::WindowFlags Flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                  Qt::WindowDoesNotAcceptFocus;
+
+} // namespace
+
+std::unique_ptr<KeyboardWindow> KeyboardWindow::create(QString *fault)
+{
+    if (QGuiApplication::primaryScreen() == nullptr) {
+        *fault = QStringLiteral("no screen");
+        return nullptr;
+    }
+    QQuickWindow::setSceneGraphBackend(QStringLiteral("software")); // The board has no GPU.
+    std::unique_ptr<KeyboardWindow> window(new KeyboardWindow);
+    if (!window->load(fault))
+        return nullptr;
+    return window;
+}
+
+KeyboardWindow::KeyboardWindow()
+{
+    setFlags(Flags);
+    setColor(Qt::black);
+    m_engine.addImportPath(QStringLiteral(":/corvanta/keyboard/imports"));
+}
+
+bool KeyboardWindow::load(QString *fault)
+{
+    QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/corvanta/keyboard/Panel.qml")));
+    m_panel = qobject_cast<QQuickItem *>(component.create());
+    if (m_panel == nullptr) {
+        *fault = component.errorString().trimmed();
+        return false;
+    }
+    m_panel->setParent(contentItem());
+    m_panel->setParentItem(contentItem());
+    connect(m_panel, SIGNAL(keysHeightChanged()), this, SLOT(fit()));
+    fit();
+    return true;
+}
+
+void KeyboardWindow::fit()
+{
+    const QRect panel = QGuiApplication::primaryScreen()->geometry();
+    m_panel->setWidth(panel.width());
+    const int height = qRound(m_panel->property("keysHeight").toReal());
+    setGeometry(panel.left(), panel.bottom() + 1 - height, panel.width(), height);
+}

@@ -1,0 +1,6 @@
+// The keys of a field for a number to dial.
+import "../.."
+
+Pages {
+    firstPage: digits
+}

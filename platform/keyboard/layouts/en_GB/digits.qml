@@ -1,0 +1,6 @@
+// The keys of a field for digits.
+import "../.."
+
+Pages {
+    firstPage: digits
+}

@@ -1,0 +1,4 @@
+// The keys of a field for any text.
+import "../.."
+
+Pages {}
