@@ -12,6 +12,8 @@ from .rootfs import make_ext4
 SIZE = "64M"
 CONTENTS = {"app/corvanta": "corvanta", "simulator/modem/modemsim": "modemsim",
             "simulator/chip/chipsim": "chipsim", "simulator/chip/chipcheck": "chipcheck",
+            "platform/keyboard/plugins/corvanta/libcorvantakeyboard.so":
+                "plugins/corvanta/libcorvantakeyboard.so",
             "simulator/inspector/plugins/generic/libinspector.so":
                 "plugins/generic/libinspector.so"}
 

@@ -74,7 +74,7 @@ class Board:
             raise BoardError(f"{run!r} is no name for a run")
         self.size = size
         self.folder = RUNS / run
-        self.panel = Panel(self.request, LOOK_PAUSE)
+        self.panel = Panel(self.request, LOOK_PAUSE, lambda seconds: self.sh(f"sleep {seconds}"))
         self._machine, self._screen = machine, screen
         self._state = None if fresh else state or state_file(machine, size)
         self._vnc_port, self._detached = vnc_port, detached

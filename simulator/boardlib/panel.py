@@ -19,6 +19,9 @@ T = TypeVar("T")
 
 BUTTONS = ("QPushButton", "QRadioButton", "QCheckBox")
 LEAVES = (*BUTTONS, "QLabel", "QLineEdit", "QComboBox", "QTabBar")
+# Keys that are found by what they do, as the keyboard's library numbers it; all others by their text.
+KEY_TYPES = {"Backspace": 1, "Enter": 3, "Hide": 6, "Shift": 11, " ": 12}
+DOUBLE_TOUCH = 0.5  # seconds after which a touch is not taken for the second of a double touch
 POLL_SECONDS = 0.02
 SECONDS = 30.0  # for what a touch or a key does: the simulated board may be slow
 
@@ -63,6 +66,7 @@ class Screen:
         self.windows: list[Widget] = dump["windows"]
         self.widgets: list[Widget] = dump["widgets"]
         self.invoked: list[Widget] = dump.get("invoked", [])
+        self.keys: list[Widget] = dump.get("keys", [])
 
     def all(self, *classes: str, visible: bool = True) -> Iterator[Widget]:
         """Every widget of these classes; hidden ones too when `visible` is false."""
@@ -116,6 +120,23 @@ class Screen:
                 if item["text"] == text:
                     return item
         raise NotShown(f"no item {text!r} on {self.short()}")
+
+    def key(self, name: str) -> Widget:
+        """The key of the on-screen keyboard with this text, or that does this (KEY_TYPES)."""
+        for key in self.keys:
+            if key["type"] == KEY_TYPES[name] if name in KEY_TYPES else key["text"] == name:
+                return key
+        raise NotShown(f"no key {name!r} among {[key['text'] for key in self.keys]}")
+
+    def key(self, name: str) -> Widget:
+        """The key of the on-screen keyboard with this text, or that does this (KEY_TYPES)."""
+        for key in self.keys:
+            if key["type"] == KEY_TYPES[name] if name in KEY_TYPES else key["text"] == name:
+                return key
+        raise NotShown(f"no key {name!r} among {[key['text'] for key in self.keys]}")
+
+    def has_key(self, text: str) -> bool:
+        return any(key["text"] == text for key in self.keys)
 
     def dialog(self) -> Widget:
         """The modal window on top, with "text" (its labels) and "buttons" (their texts)."""
@@ -190,12 +211,14 @@ class Panel:
     @param request sends one request line to the inspector and gives its reply; it raises OSError
            or PanelError while nothing answers.
     @param pause  seconds between two looks of a wait
+    @param rest  lets seconds pass for the panel, whose clock may be slower than ours
     """
 
-    def __init__(self, request: Callable[[str], dict[str, Any]],
-                 pause: float = POLL_SECONDS) -> None:
+    def __init__(self, request: Callable[[str], dict[str, Any]], pause: float = POLL_SECONDS,
+                 rest: Callable[[float], object] = time.sleep) -> None:
         self._request = request
         self._pause = pause
+        self._rest = rest
 
     def _ask(self, line: str) -> dict[str, Any]:
         reply = self._request(line)
@@ -242,8 +265,43 @@ class Panel:
         self.key("Del")
         if text:
             self._ask(f"type {quote(text, safe='')}")
-        self.wait(lambda screen: screen.field(label)["text"] == text, timeout,
-                  f"{text[:60]!r} in {label!r}")
+        self._wait_text(label, text, timeout)
+
+    def raise_keys(self, label: str, timeout: float = SECONDS) -> Screen:
+        """Touches the field beside a label; a look once the keyboard takes touches."""
+        self.click(self.field(label))
+        self.wait(lambda screen: screen.keys and screen.field(label)["focus"], timeout,
+                  f"keys for {label!r}")
+        self._rest(DOUBLE_TOUCH)
+        return self.screen()
+
+    def touch_in(self, label: str, text: str, timeout: float = SECONDS) -> None:
+        """Fills the field beside a label by touches on the drawn keys alone."""
+        screen = self.raise_keys(label, timeout)
+        for _ in screen.field(label)["text"]:
+            self.click(screen.key("Backspace"))
+        for at, character in enumerate(text, 1):
+            name = character.lower()
+            screen = self._turn_to(screen, name, timeout)
+            if name.isalpha() and screen.key(name)["upper"] != character.isupper():
+                self.click(screen.key("Shift"))
+            self.click(screen.key(name))
+            if character.isupper():  # Shift is for one letter: look again once it is typed.
+                screen = self._wait_text(label, text[:at], timeout)
+        self._wait_text(label, text, timeout)
+
+    def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
+        """Turns to the page that has a key; the look that shows it."""
+        while name not in KEY_TYPES and not screen.has_key(name):
+            page = "ABC" if name.isalpha() else "#+=" if screen.has_key("#+=") else "123"
+            self.click(screen.key(page))
+            screen = self.wait(lambda now, left=page: None if now.has_key(left) else now,
+                               timeout, f"the page behind {page!r}")
+        return screen
+
+    def _wait_text(self, label: str, text: str, timeout: float) -> Screen:
+        return self.wait(lambda screen: screen if screen.field(label)["text"] == text else None,
+                         timeout, f"{text[:60]!r} in {label!r}")
 
     def choose(self, label: str, row: str, timeout: float = SECONDS) -> None:
         """Touches the combo box beside a label and then a row of its list."""

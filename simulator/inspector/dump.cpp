@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
+#include <QQmlListProperty>
 #include <QScreen>
 #include <QTabBar>
 #include <QWidget>
@@ -148,6 +149,44 @@ bool isWidgetWindow(const QWindow *window)
     return window->inherits("QWidgetWindow");
 }
 
+/// A Qt Quick item in global pixels, of a window whose items are neither turned nor scaled.
+QRect globalRect(const QWindow *window, const QObject *item)
+{
+    const QSizeF size(item->property("width").toReal(), item->property("height").toReal());
+    QPointF at = window->position();
+    for (; item != nullptr; item = item->property("parent").value<QObject *>())
+        at += QPointF(item->property("x").toReal(), item->property("y").toReal());
+    return QRectF(at, size).toRect();
+}
+
+/// An item's child items. Of Qt Quick, which is in few of the programs looked at, nothing is linked:
+/// the property is a structure of functions, and an item begins with its QObject.
+QObjectList childItems(const QObject *item)
+{
+    const QVariant property = item->property("children");
+    auto list = *static_cast<const QQmlListProperty<QObject> *>(property.constData());
+    QObjectList children;
+    for (qsizetype i = 0; i < list.count(&list); ++i)
+        children.append(list.at(&list, i));
+    return children;
+}
+
+/// Appends the keys of an on-screen keyboard that are an item or below it, known by the properties
+/// that the keyboard's library gives them.
+void appendKeys(QJsonArray &keys, const QWindow *window, const QObject *item)
+{
+    if (!item->property("visible").toBool())
+        return;
+    const QVariant type = item->property("keyType");
+    if (type.isValid())
+        keys.append(QJsonObject{{"type", type.toInt()},
+                                {"text", item->property("displayText").toString()},
+                                {"upper", item->property("uppercased").toBool()},
+                                {"rect", rectToJson(globalRect(window, item))}});
+    for (const QObject *child : childItems(item))
+        appendKeys(keys, window, child);
+}
+
 void appendTree(QJsonArray &list, const QWidget *widget, int window)
 {
     list.append(widgetToJson(widget, window));
@@ -164,9 +203,13 @@ QJsonObject dumpApplication()
 {
     QJsonArray windows;
     QJsonArray widgets;
+    QJsonArray keys;
     for (const QWindow *window : QGuiApplication::topLevelWindows()) {
-        if (!isWidgetWindow(window))
-            windows.append(windowToJson(window));
+        if (isWidgetWindow(window))
+            continue;
+        windows.append(windowToJson(window));
+        if (window->isVisible() && window->inherits("QQuickWindow"))
+            appendKeys(keys, window, window->property("contentItem").value<QObject *>());
     }
     for (const QWidget *widget : stackedTopLevels()) {
         appendTree(widgets, widget, windows.size());
@@ -174,6 +217,7 @@ QJsonObject dumpApplication()
     }
     const QScreen *screen = QGuiApplication::primaryScreen();
     return {{"screen", screen != nullptr ? sizeToJson(screen->size()) : QJsonArray{0, 0}},
+            {"keys", keys},
             {"windows", windows},
             {"widgets", widgets}};
 }

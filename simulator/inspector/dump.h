@@ -8,5 +8,6 @@
 /// Rectangles are [x, y, width, height] in global pixels. Windows are listed from the bottom of
 /// the stack to its top; a bare QWindow is a window without widgets. Nothing is created, polished
 /// or laid out for it: a widget that has never been shown has the geometry that it has.
-/// @return {"screen", "windows", "widgets"}
+/// Keys are those of the on-screen keyboard, none while it is hidden.
+/// @return {"screen", "keys", "windows", "widgets"}
 QJsonObject dumpApplication();

@@ -105,16 +105,18 @@ class PrivateRoot:
     @param mounts further arguments for bwrap, after all others
     @param setup shell commands run inside before the program
     @param locale value of LC_ALL
+    @param keyboard whether the launch environment selects the on-screen keyboard
     """
 
     def __init__(self, *, size: tuple[int, int] = (800, 480), usb: str = DONGLE,
                  nodes: Iterable[str] = ("ttyUSB0",), missing: Iterable[str] = (),
                  preload: Iterable[str] = (), mounts: Iterable[str] = (), setup: str = "",
-                 locale: str = "C.UTF-8") -> None:
+                 locale: str = "C.UTF-8", keyboard: bool = False) -> None:
         self.size = size
         self._mounts = list(mounts)
         self._preload = ["fakeusb", *preload]
         self._locale = locale
+        self._keyboard = keyboard
         self._base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self._run = self._base / "testrun"
         self._bwrap: subprocess.Popen[bytes] | None = None
@@ -232,6 +234,7 @@ class PrivateRoot:
                       "--ro-bind", str(HERE / "root"), "/testroot",
                       "--ro-bind", str(BUILD / "tests/program/fakes"), "/testfakes",
                       "--ro-bind", str(BUILD / "simulator/inspector/plugins"), "/testplugins",
+                      "--ro-bind", str(BUILD / "platform/keyboard/plugins"), "/testkeyboard",
                       "--ro-bind", str(BUILD / "app/corvanta"), "/app/corvanta"]
         return arguments + self._mounts + ["--chdir", "/", "/testroot/session"]
 
@@ -241,7 +244,8 @@ class PrivateRoot:
             "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": self._locale,
             "PATH": os.environ["PATH"],
             "QT_QPA_PLATFORM": f"vnc:size={width}x{height}",
-            "QT_QPA_GENERIC_PLUGINS": "inspector", "QT_PLUGIN_PATH": "/testplugins",
+            "QT_QPA_GENERIC_PLUGINS": "inspector", "QT_PLUGIN_PATH": "/testplugins:/testkeyboard",
+            **({"QT_IM_MODULE": "qtvirtualkeyboard"} if self._keyboard else {}),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
             "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
             "CORVANTA_PRELOAD": ":".join(f"/testfakes/lib{name}.so" for name in self._preload),
