@@ -16,6 +16,7 @@ int main(int argc, char **argv)
     std::signal(SIGUSR1, SIG_IGN); // It kills a process that has no handler yet.
     std::setvbuf(stdout, nullptr, _IOLBF,
                  0); // Whole lines as they are written, into a journal too.
+    InputMethodManagement::prepare();
     QApplication app(argc, argv);
     PanelStyle::apply(app);
     MFilter filter(nullptr);

@@ -16,18 +16,22 @@ QObject *loaded(const QString &plugin)
     QPluginLoader loader(plugin);
     QObject *root = loader.instance();
     if (root == nullptr)
-        qDebug("No on-screen keyboard: %s", qPrintable(loader.errorString()));
+        qDebug("No on-screen keyboard: %s: %s", qPrintable(plugin),
+               qPrintable(loader.errorString()));
     return root;
 }
 
 } // namespace
 
+void InputMethodManagement::prepare()
+{
+    qputenv("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", "1");
+}
+
 QWSInputMethod *InputMethodManagement::getCurrentInputMethod() const
 {
     if (qgetenv("QT_IM_MODULE") != QtKeyboard)
         return nullptr;
-    // Left to itself, Qt would show its keyboard in a window over the whole panel.
-    qputenv("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", "1");
     if (loaded(QStringLiteral("platforminputcontexts/qtvirtualkeyboardplugin")) == nullptr)
         return nullptr;
     return qobject_cast<QWSInputMethod *>(loaded(QStringLiteral("corvanta/corvantakeyboard")));

@@ -6,6 +6,10 @@ class QWSInputMethod;
 class InputMethodManagement
 {
 public:
+    /** Keeps Qt from showing an on-screen keyboard of its own, in a window over the whole panel. To
+     *  be called before the application object exists. */
+    static void prepare();
+
     /**
      * Loads the on-screen keyboard's module, if the launch environment has selected the keyboard:
      * QT_IM_MODULE=qtvirtualkeyboard, read by Qt before the application object exists.

@@ -75,11 +75,7 @@ KeyboardLayoutLoader {
     inputMode: InputEngine.InputMode.Latin
     sourceComponent: firstPage
 
-    // Every field, and every time the keys come up, starts on its first page.
-    Connections {
-        target: InputContext.priv
-        function onInputItemChanged() { pages.sourceComponent = pages.firstPage }
-    }
+    // Every field starts on its first page, every time.
     Connections {
         target: Qt.inputMethod
         function onVisibleChanged() { pages.sourceComponent = pages.firstPage }

@@ -23,9 +23,6 @@ Item {
         id: keys
         active: false
         width: panel.width
-        sourceComponent: InputPanel {
-            // The field is in another window: no handles for its selection among the keys.
-            desktopPanel: true
-        }
+        sourceComponent: InputPanel {}
     }
 }

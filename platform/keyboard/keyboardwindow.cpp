@@ -36,11 +36,11 @@ KeyboardWindow::KeyboardWindow()
 bool KeyboardWindow::load(QString *fault)
 {
     QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/corvanta/keyboard/Panel.qml")));
-    m_panel = qobject_cast<QQuickItem *>(component.create());
-    if (m_panel == nullptr) {
-        *fault = component.errorString().trimmed();
+    if (!component.isReady()) {
+        *fault = component.errors().constFirst().toString();
         return false;
     }
+    m_panel = qobject_cast<QQuickItem *>(component.create());
     m_panel->setParent(contentItem());
     m_panel->setParentItem(contentItem());
     connect(m_panel, SIGNAL(keysHeightChanged()), this, SLOT(fit()));

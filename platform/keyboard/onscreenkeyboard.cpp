@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QInputMethod>
-#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPointerEvent>
 #include <QWindow>
@@ -15,14 +14,6 @@ constexpr int RoomBelowField = 4; // pixels between a field and the keys
 QInputMethod &inputMethod()
 {
     return *QGuiApplication::inputMethod();
-}
-
-bool isEnter(const QEvent *event)
-{
-    if (event->type() != QEvent::KeyPress)
-        return false;
-    const int key = static_cast<const QKeyEvent *>(event)->key();
-    return key == Qt::Key_Return || key == Qt::Key_Enter;
 }
 
 bool isOpeningDialog(const QObject *watched, const QEvent *event)
@@ -52,13 +43,9 @@ bool OnScreenKeyboard::eventFilter(QObject *watched, QEvent *event)
             m_fingerDown = false;
             settleSoon();
         }
-    } else if (event->type() == QEvent::MouseButtonPress ||
-               event->type() == QEvent::MouseButtonDblClick) {
+    } else if (event->type() == QEvent::MouseButtonPress) {
         if (auto *edit = qobject_cast<QLineEdit *>(watched))
             m_edit = edit;
-    } else if (isEnter(event) && watched == m_edit) {
-        m_edit = nullptr;
-        settleSoon(); // The edit gets its Enter first.
     } else if (isOpeningDialog(watched, event)) {
         putAway(); // Before the dialog finds its place over its parent.
     }
@@ -67,8 +54,7 @@ bool OnScreenKeyboard::eventFilter(QObject *watched, QEvent *event)
 
 bool OnScreenKeyboard::isWanted() const
 {
-    return inputMethod().isVisible() && m_edit != nullptr && m_edit == QApplication::focusWidget() &&
-           m_edit->isEnabled() && QApplication::activeModalWidget() == nullptr;
+    return inputMethod().isVisible() && m_edit != nullptr && m_edit == QApplication::focusWidget();
 }
 
 void OnScreenKeyboard::settle()
@@ -92,7 +78,7 @@ void OnScreenKeyboard::bringUp()
     const QPoint rest = window == m_lifted ? m_rest : window->pos();
     const QPoint top = rest + m_edit->mapTo(window, QPoint(0, 0));
     const int missing = top.y() + m_edit->height() + RoomBelowField - m_keys.y();
-    lift(window, qBound(0, missing, qMax(0, top.y())));
+    lift(window, qMax(0, missing));
     if (m_keys.isVisible())
         return;
     m_keys.setTransientParent(window->windowHandle()); // Closing that one closes the program.

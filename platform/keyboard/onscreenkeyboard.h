@@ -1,8 +1,8 @@
 // When the keyboard comes and goes, and what moves so that the field stays in sight.
 //
-// It comes when a finger is lifted from a line edit. It goes on Enter, on its hide key, when the edit
-// loses the focus or is disabled, and at once when a dialog opens. As long as a finger is on the
-// screen nothing moves under it, dialogs excepted.
+// It comes when a finger is lifted from a line edit. It goes on Enter and on its hide key, as Qt has
+// it, when the edit loses the focus, and at once when a dialog opens. As long as a
+// finger is on the screen nothing moves under it, dialogs excepted.
 #pragma once
 
 #include "touchguard.h"

@@ -290,6 +290,12 @@ class Panel:
                 screen = self._wait_text(label, text[:at], timeout)
         self._wait_text(label, text, timeout)
 
+    def put_keys_away(self, key: str = "Hide", timeout: float = SECONDS) -> None:
+        """Touches a key that ends typing: Hide or Enter."""
+        self.click(self.screen().key(key))
+        self.wait(lambda screen: not screen.keys, timeout, "the keyboard gone")
+        self._rest(DOUBLE_TOUCH)
+
     def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
         """Turns to the page that has a key; the look that shows it."""
         while name not in KEY_TYPES and not screen.has_key(name):
