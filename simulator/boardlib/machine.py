@@ -24,6 +24,7 @@ STICK_PRODUCT = 0x1001
 STICK_PORTS = 3
 INSPECTOR = "/run/panel/inspector"
 INSPECTOR_SECONDS = 30.0  # for an answer: the program's event loop may be busy
+KEYBOARD = {"QT_IM_MODULE": "qtvirtualkeyboard"}  # selects the on-screen keyboard at a start
 SCENARIO = "/run/stick/scenario"
 RECORD = "board.json"
 # What a run leaves behind: in the board, under the same names in the run's folder.
@@ -34,7 +35,7 @@ LOGS = ("/run/panel/panel.log", "/run/panel/status", "/run/stick/modem.log",
 TOUCH_SECONDS = 0.08  # a finger's touch
 LOOK_PAUSE = 0.4      # between two looks at the panel: each costs the board time that it dials in
 # Keys pressed before the board must show that it keeps up: the kernel's queues hold 64 events, of
-# which a shifted key makes 8.
+# which a shifted key makes 8. A touch makes 12.
 KEYS_AHEAD = 4
 KEEP_UP_SECONDS = 2.0
 
@@ -287,6 +288,7 @@ class Board:
         word, _, rest = line.partition(" ")
         if word == "click":
             self.touch(*map(int, rest.split()))
+            self._keep_up()
         elif word == "key":
             self.key(rest)
         elif word == "type":

@@ -10,7 +10,7 @@ from typing import Any
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "simulator"))
 
-from boardlib.machine import Board  # noqa: E402
+from boardlib.machine import KEYBOARD, Board  # noqa: E402
 from boardlib.panel import Screen  # noqa: E402
 
 EXPECTED = ROOT / "tests/expected"
@@ -63,8 +63,9 @@ class BoardTest(unittest.TestCase):
         self.board.write(PARAMETERS, parameters.encode())
         self.start_panel()
 
-    def start_panel(self) -> None:
-        self.board.start_panel()
+    def start_panel(self, keyboard: bool = False) -> None:
+        """@param keyboard  whether the on-screen keyboard is selected"""
+        self.board.start_panel(KEYBOARD if keyboard else {})
         self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
 
     def wait(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:

@@ -1,0 +1,103 @@
+#!/usr/bin/python3
+"""Touch typing on the simulated board: real touches on the keys that are drawn."""
+
+import unittest
+
+from boardtest import AUTO_CONNECT, FAILED, PARAMETERS, SOON, BoardTest
+
+VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
+          "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
+AUTH = "APN Auth Methods:"
+
+
+class Typing(BoardTest):
+    """An operator sets up a panel on which nothing was ever stored."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.board.plug()
+        self.start_panel(keyboard=True)
+
+    def test_every_value(self) -> None:
+        for label, text in VALUES.items():
+            self.panel.touch_in(label, text, SOON)
+            self.board.shot(f"{label.strip(':').replace(' ', '-').lower()}.png")
+            self.panel.put_keys_away(timeout=SOON)
+        self.panel.choose(AUTH, "CHAP", SOON)
+        self.panel.open_tab("Misc Setting", SOON)
+        self.panel.press("YES")
+        self.panel.touch_in("Counts:", "12", SOON)
+        self.board.shot("counts.png")
+        self.panel.put_keys_away("Enter", SOON)
+        self.panel.press("Exit")
+        self.assertEqual(self.board.wait_panel_end(SOON), 0)
+        self.assertEqual(self.board.read(PARAMETERS),
+                         "".join(f"{text}\n" for text in [*VALUES.values(), "2"]).encode())
+        self.assertEqual(self.board.read(AUTO_CONNECT), b"0\n12\n")
+
+
+class TypingSmall(Typing):
+    size = (480, 272)
+
+
+class TypingLarge(Typing):
+    size = (1280, 800)
+
+
+class Fingers(BoardTest):
+    """A finger that stays on the screen while what is under it changes."""
+
+    size = (480, 272)
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.board.plug()
+        self.board.write(PARAMETERS, b"internet\n*99#\noperator\nsecret\n\n0\n")
+        self.start_panel(keyboard=True)
+
+    def hold(self, rect: list[int]) -> tuple[int, int]:
+        x, y = rect[0] + rect[2] // 2, rect[1] + rect[3] // 2
+        self.board.finger_down(x, y)
+        self.board.sh("sleep 0.3")
+        return x, y
+
+    def test_a_finger_that_trembles_selects_nothing(self) -> None:
+        """The window moves to the touched field only when the finger is lifted."""
+        self.panel.raise_keys("PASSWORD:", SOON)
+        before = self.panel.screen().main_window()["rect"]
+        x, y = self.hold(self.panel.field("USER:")["rect"])
+        self.assertEqual(self.panel.screen().main_window()["rect"], before)
+        self.board.finger_move(x + 1, y + 1)
+        self.board.finger_up()
+        self.wait("the window moved", SOON,
+                  lambda screen: screen.main_window()["rect"] != before)
+        self.board.sh("sleep 0.5")
+        self.panel.click(self.panel.screen().key("x"))
+        self.wait("x typed at the end", SOON,
+                  lambda screen: screen.field("USER:")["text"] == "operatorx")
+
+    def test_held_while_a_dialog_opens(self) -> None:
+        self.hold(self.panel.raise_keys("PinCode:", SOON).key("7")["rect"])
+        self.panel.invoke("Makeup", "checkPPPMsg")
+        self.wait("the notice", SOON, lambda screen: screen.dialog()["text"] == FAILED)
+        screen = self.panel.screen()
+        self.assertEqual(screen.keys, [])
+        self.assertEqual(screen.cut_off(), [])
+        self.board.shot("notice.png")
+        self.board.finger_up()
+        self.board.sh("sleep 0.5")
+        self.assertTrue(self.panel.screen().has_dialog())
+        self.panel.press("OK")
+        self.wait("the notice gone", SOON, lambda now: not now.has_dialog())
+        self.assertEqual(self.panel.field("PinCode:")["text"], "")
+        self.panel.touch_in("PinCode:", "0471", SOON)  # and all goes on
+
+    def test_held_while_the_program_ends(self) -> None:
+        self.hold(self.panel.raise_keys("PinCode:", SOON).key("7")["rect"])
+        self.panel.invoke("Makeup", "mClose")
+        self.assertEqual(self.board.wait_panel_end(SOON), 0)
+        self.board.finger_up()
+
+
+if __name__ == "__main__":
+    unittest.main()
