@@ -16,7 +16,7 @@ from boardlib.catalogue import Texts
 from boardlib.chip import LANGUAGE, LANGUAGES, start_chip
 from boardlib.cli import size_of
 from boardlib.host import BoardError
-from boardlib.machine import Board
+from boardlib.machine import KEYBOARD, Board
 from boardlib.panel import PanelError, Screen
 
 NETWORK_ADDRESS = "203.0.113.7"  # a host behind the simulated network
@@ -90,7 +90,7 @@ class Session:
         """the panel starts without a stick: the waiting dialog"""
         self.board.modem(MODEM)
         start_chip(self.board, {LANGUAGE: self.language})
-        self.board.start_panel()
+        self.board.start_panel(KEYBOARD)
         self.await_screen("the waiting dialog", START_SECONDS,
                           lambda screen: screen.dialog()["text"] == self.text(UNDETECTED))
         self.picture("start-without-stick")
@@ -107,12 +107,16 @@ class Session:
         expect(not screen.cut_off(), f"nothing is cut off: {screen.cut_off()}")
 
     def fill_in(self) -> None:
-        """the parameters are filled in"""
+        """the parameters are typed on the drawn keys"""
         for label, text in VALUES.items():
-            self.panel.fill(self.text(label), text)
+            self.panel.touch_in(self.text(label), text)
+            if label in ("APN NAME:", "PASSWORD:"):
+                self.picture("typing-" + label.split()[0].strip(":").lower())
+            self.panel.put_keys_away()
         self.panel.open_tab(self.text("Misc Setting"))
         self.panel.press(self.text("YES"))
-        self.panel.fill(self.text("Counts:"), "3")
+        self.panel.touch_in(self.text("Counts:"), "3")
+        self.panel.put_keys_away("Enter")
         self.picture("misc-setting")
         self.panel.open_tab(self.text("3G/4G Setting"))
         self.picture("setting-filled")
@@ -195,7 +199,8 @@ class Session:
         self.panel.press(self.text("OK"))
         self.await_screen("the setting page", SOON, lambda screen: not screen.has_dialog()
                           and screen.field(self.text("APN NAME:"))["enabled"])
-        self.panel.fill(self.text("APN NAME:"), "internet2")
+        self.panel.touch_in(self.text("APN NAME:"), "internet2")
+        self.panel.put_keys_away()
 
     def leave(self) -> None:
         """Exit is touched: logs rotated, parameters saved, the program ended"""
@@ -230,7 +235,7 @@ class Gallery:
 
     def photograph(self, board: Board, text: Texts, language: int, name: str) -> None:
         start_chip(board, {LANGUAGE: language})
-        board.start_panel()
+        board.start_panel(KEYBOARD)
         board.panel.wait(lambda screen: screen.dialog()["text"] == text(UNDETECTED),
                          START_SECONDS, f"the waiting dialog in {name}")
         self.picture(board, name, "waiting")
@@ -243,6 +248,9 @@ class Gallery:
             expect(not board.panel.screen().cut_off(),
                    f"{name}, {tab}: {board.panel.screen().cut_off()}")
             self.picture(board, name, what)
+        board.panel.raise_keys(text("PinCode:"), START_SECONDS)
+        self.picture(board, name, "typing")
+        board.panel.put_keys_away(timeout=START_SECONDS)
         board.panel.press(text("Exit"))
         expect(board.wait_panel_end(START_SECONDS) == 0, "exit status 0")
         board.unplug()
@@ -255,7 +263,7 @@ def interactive(board: Board, language: int, port: int) -> None:
     """Leaves the panel to a person until the panel program ends or the person has enough."""
     start_chip(board, {LANGUAGE: language})
     board.plug()
-    board.start_panel()
+    board.start_panel(KEYBOARD)
     print(f"The panel is live: a VNC viewer on 127.0.0.1:{port} (display {port - 5900}).\n"
           "Exit on the panel, or Ctrl-C here, ends it.", flush=True)
     while board.panel_running():
