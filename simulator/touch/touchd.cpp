@@ -1,9 +1,11 @@
 /// @file
-/// touchd WIDTH HEIGHT: makes the emulated pointer of the board a touch screen of that many pixels.
+/// touchd WIDTH HEIGHT [single]: makes the emulated pointer of the board a touch screen of that many
+/// pixels.
 ///
-/// The machine's absolute pointer is grabbed, so that nobody sees a mouse, and comes out again as a
-/// multitouch screen with slots (type B of the kernel's multi-touch protocol) through uinput. It
-/// ends, with a message, only when one of the two devices fails.
+/// The machine's absolute pointer is grabbed, so that nobody sees a mouse, and comes out again through
+/// uinput: as a multitouch screen with slots (type B of the kernel's multi-touch protocol), or as a
+/// single-touch one that reports pressure, as resistive screens do. It ends, with a message, only
+/// when one of the two devices fails.
 
 #include "io/filedescriptor.h"
 
@@ -26,6 +28,7 @@ constexpr char pointerName[] = "QEMU Virtio Tablet";
 constexpr char screenName[] = "panel touchscreen";
 constexpr int pointerMaximum = 32767; // of either axis, from 0
 constexpr int trackingIds = 65536;
+constexpr int fullPressure = 255;
 
 /// @return the grabbed pointer; an invalid descriptor when there is none
 FileDescriptor grabPointer()
@@ -51,7 +54,8 @@ FileDescriptor grabPointer()
 class TouchScreen
 {
 public:
-    TouchScreen(int width, int height) : m_device(open("/dev/uinput", O_WRONLY | O_CLOEXEC))
+    TouchScreen(int width, int height, bool slots)
+        : m_device(open("/dev/uinput", O_WRONLY | O_CLOEXEC)), m_slots(slots)
     {
         m_ok = m_device.isOpen() && create(width, height);
     }
@@ -60,17 +64,23 @@ public:
 
     void press(int x, int y)
     {
-        emit(EV_ABS, ABS_MT_SLOT, 0);
-        emit(EV_ABS, ABS_MT_TRACKING_ID, m_nextId);
-        m_nextId = (m_nextId + 1) % trackingIds;
+        if (m_slots) {
+            emit(EV_ABS, ABS_MT_SLOT, 0);
+            emit(EV_ABS, ABS_MT_TRACKING_ID, m_nextId);
+            m_nextId = (m_nextId + 1) % trackingIds;
+        } else {
+            emit(EV_ABS, ABS_PRESSURE, fullPressure);
+        }
         emit(EV_KEY, BTN_TOUCH, 1);
         move(x, y);
     }
 
     void move(int x, int y)
     {
-        emit(EV_ABS, ABS_MT_POSITION_X, x);
-        emit(EV_ABS, ABS_MT_POSITION_Y, y);
+        if (m_slots) {
+            emit(EV_ABS, ABS_MT_POSITION_X, x);
+            emit(EV_ABS, ABS_MT_POSITION_Y, y);
+        }
         emit(EV_ABS, ABS_X, x);
         emit(EV_ABS, ABS_Y, y);
         emit(EV_SYN, SYN_REPORT, 0);
@@ -78,7 +88,10 @@ public:
 
     void release()
     {
-        emit(EV_ABS, ABS_MT_TRACKING_ID, -1);
+        if (m_slots)
+            emit(EV_ABS, ABS_MT_TRACKING_ID, -1);
+        else
+            emit(EV_ABS, ABS_PRESSURE, 0);
         emit(EV_KEY, BTN_TOUCH, 0);
         emit(EV_SYN, SYN_REPORT, 0);
     }
@@ -97,6 +110,12 @@ private:
         return set(UI_SET_ABSBIT, code) && ioctl(m_device.get(), UI_ABS_SETUP, &axis) != -1;
     }
 
+    bool addSlots(int width, int height)
+    {
+        return addAxis(ABS_MT_SLOT, 4) && addAxis(ABS_MT_TRACKING_ID, trackingIds - 1) &&
+               addAxis(ABS_MT_POSITION_X, width - 1) && addAxis(ABS_MT_POSITION_Y, height - 1);
+    }
+
     bool create(int width, int height)
     {
         uinput_setup setup{};
@@ -104,9 +123,8 @@ private:
         std::strncpy(setup.name, screenName, sizeof setup.name - 1);
         return set(UI_SET_EVBIT, EV_KEY) && set(UI_SET_KEYBIT, BTN_TOUCH) &&
                set(UI_SET_EVBIT, EV_ABS) && set(UI_SET_PROPBIT, INPUT_PROP_DIRECT) &&
-               addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1) && addAxis(ABS_MT_SLOT, 4) &&
-               addAxis(ABS_MT_TRACKING_ID, trackingIds - 1) &&
-               addAxis(ABS_MT_POSITION_X, width - 1) && addAxis(ABS_MT_POSITION_Y, height - 1) &&
+               addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1) &&
+               (m_slots ? addSlots(width, height) : addAxis(ABS_PRESSURE, fullPressure)) &&
                ioctl(m_device.get(), UI_DEV_SETUP, &setup) != -1 &&
                ioctl(m_device.get(), UI_DEV_CREATE) != -1;
     }
@@ -121,6 +139,7 @@ private:
     }
 
     FileDescriptor m_device;
+    bool m_slots;
     bool m_ok = false;
     int m_nextId = 0;
 };
@@ -187,16 +206,17 @@ int fail(const char *what)
 
 int main(int argc, char **argv)
 {
-    const int width = argc == 3 ? std::atoi(argv[1]) : 0;
-    const int height = argc == 3 ? std::atoi(argv[2]) : 0;
+    const bool single = argc == 4 && std::strcmp(argv[3], "single") == 0;
+    const int width = argc == 3 || single ? std::atoi(argv[1]) : 0;
+    const int height = argc == 3 || single ? std::atoi(argv[2]) : 0;
     if (width < 2 || height < 2) {
-        std::fputs("usage: touchd WIDTH HEIGHT\n", stderr);
+        std::fputs("usage: touchd WIDTH HEIGHT [single]\n", stderr);
         return 2;
     }
     FileDescriptor pointer = grabPointer();
     if (!pointer.isOpen())
         return fail(pointerName);
-    TouchScreen screen(width, height);
+    TouchScreen screen(width, height, !single);
     if (!screen.isOk())
         return fail("/dev/uinput");
     Translator translator(screen, pointer.get(), width, height);

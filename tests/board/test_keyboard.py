@@ -3,7 +3,8 @@
 
 import unittest
 
-from boardtest import AUTO_CONNECT, FAILED, PARAMETERS, SOON, BoardTest
+from boardtest import (AUTO_CONNECT, FAILED, KEYBOARD, PARAMETERS, SOON, START_SECONDS,
+                       BoardTest)
 
 VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
           "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
@@ -97,6 +98,48 @@ class Fingers(BoardTest):
         self.panel.invoke("Makeup", "mClose")
         self.assertEqual(self.board.wait_panel_end(SOON), 0)
         self.board.finger_up()
+
+
+class Drivers(BoardTest):
+    """The ways a touch screen reaches the program, beside libinput, which every other test has."""
+
+    size = (480, 272)
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.board.plug()
+
+    def node(self, name: str) -> str:
+        """The event device of that name."""
+        return self.board.sh(f"cd /sys/class/input && grep -lx '{name}' event*/device/name | "
+                             "sed 's|/device/name||; s|^|/dev/input/|'").strip()
+
+    def check_typing(self, environment: dict[str, str]) -> None:
+        self.board.start_panel(KEYBOARD | environment)
+        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
+        self.board.touch(20, 200)  # the kernel tells a coordinate only when it changes
+        self.panel.touch_in("PinCode:", "0471", SOON)
+        self.panel.put_keys_away(timeout=SOON)
+        self.board.stop_panel()
+
+    def test_evdev(self) -> None:
+        node = self.node("panel touchscreen")
+        self.check_typing({"QT_QPA_FB_NO_LIBINPUT": "1",
+                           "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS": node})
+
+    def test_tslib(self) -> None:
+        """A single-touch screen whose events tslib calibrates and hands on."""
+        self.board.sh("killall touchd; "
+                      "until ! grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
+                      "setsid touchd {} {} single </dev/null >/dev/null 2>&1 & "
+                      "until grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
+                      "udevadm settle".format(*self.size))
+        self.board.write("/etc/ts.conf", b"module_raw input grab_events=1\n"
+                         b"module pthres pmin=1\nmodule dejitter delta=100\nmodule linear\n")
+        self.board.sh(f"ts_uinput -d -i {self.node('panel touchscreen')}; "
+                      "until grep -q ts_uinput /proc/bus/input/devices; do sleep 0.1; done; "
+                      "udevadm settle")
+        self.check_typing({})
 
 
 if __name__ == "__main__":
