@@ -113,5 +113,8 @@ void OnScreenKeyboard::move(QWidget &window, const QPoint &position)
     if (window.pos() == position)
         return;
     window.move(position);
-    m_guard.refuse(window.geometry());
+    QRegion seen = window.geometry();
+    if (m_keys.isVisible())
+        seen -= m_keys.geometry(); // The keys have not moved.
+    m_guard.refuse(seen);
 }

@@ -50,19 +50,6 @@ class Refusals(BoardTest):
         self.panel.press("Connect")
         self.wait_link("connected", GREEN)
 
-    def test_helpful_modem(self) -> None:
-        """A modem that echoes, is slow or answers in pieces still dials."""
-        self.start(PARAMETERS.format(pin=""))
-        self.touch_counts()
-        for answer in ("echo", "pieces"):
-            with self.subTest(answer):
-                self.board.modem({"answer": answer})
-                self.panel.open_tab("3G/4G Setting")
-                self.panel.press("Connect")
-                self.wait_link("connected", GREEN)
-                self.panel.press("Disconnect")
-                self.wait_link("disconnected", "color:red;")
-
 
 if __name__ == "__main__":
     unittest.main()

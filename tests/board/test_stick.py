@@ -70,7 +70,8 @@ class Stick(BoardTest):
         self.wait_link("connected", GREEN)
         self.wait_dongle("detected", GREEN)
 
-    def test_pulled_while_connected(self) -> None:
+    def test_lost_while_connected(self) -> None:
+        """Pulled out first, then, after plugging again, dropped by the network."""
         self.start(PARAMETERS)
         self.touch_counts()
         self.panel.press("Connect")
@@ -84,16 +85,11 @@ class Stick(BoardTest):
         self.panel.press("Connect")
         self.wait("the waiting dialog", SOON,
                   lambda screen: screen.dialog()["text"] == UNDETECTED)
+        self.board.modem({"drop_after_s": "20"})
         self.board.plug()
         self.wait("the dialog gone", SOON, lambda screen: not screen.has_dialog())
         self.wait_link("connected", GREEN)
-
-    def test_dropped_by_the_network(self) -> None:
-        self.start(PARAMETERS, drop_after_s="20")
-        self.touch_counts()
-        self.panel.press("Connect")
-        self.wait_link("connected", GREEN)
-        self.board.modem({"dial": "busy"})
+        self.board.modem({"dial": "busy"})  # for pppd, which dials again
         self.wait_board("! ifconfig | grep -q ppp", CHECK_SECONDS)
         self.check_link()
         self.wait_link("disconnected", RED, SOON)
