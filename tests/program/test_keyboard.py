@@ -29,10 +29,12 @@ class KeyboardTest(ProgramTest):
 
 class Typing(KeyboardTest):
     def test_every_character(self) -> None:
-        panel = self.started().panel
-        panel.touch_in("APN NAME:", ASCII)
-        panel.put_keys_away()
-        panel.touch_in("Dial Num:", "aT*99***1#")  # a hint of digits refuses nothing
+        root = self.started()
+        root.panel.touch_in("APN NAME:", ASCII)
+        root.panel.put_keys_away()
+        root.panel.touch_in("Dial Num:", "aT*99***1#")  # a hint of digits refuses nothing
+        home = Path(f"/proc/{root.pid}/root/tmp")
+        self.assertEqual(list(home.glob(".cache/*/qmlcache/*")), [], "compiled at the start")
 
     def test_first_page(self) -> None:
         """Every field opens on its own page, whatever the one before was left on."""
