@@ -40,7 +40,9 @@ def cost(board: Board) -> Cost:
 
 def field_position(board: Board) -> tuple[int, int]:
     board.start_panel()
-    field = board.panel.wait(lambda screen: screen.field(FIELD), 120, "the main window")
+    field = board.panel.wait(
+        lambda screen: screen.field(FIELD) if screen.main_window()["visible"] else None,
+        120, "the main window")
     board.stop_panel()
     return centre(field)
 
