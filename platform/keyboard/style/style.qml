@@ -25,7 +25,7 @@ KeyboardStyle {
     enterKeyPanel: KeyFace { text: "\u21B5" }
     hideKeyPanel: KeyFace { text: "\u25BC" }
     shiftKeyPanel: KeyFace {
-        text: "\u2191"
+        text: InputContext.capsLockActive ? "\u25B2" : "\u2191"
         lit: InputContext.capsLockActive || InputContext.shiftActive
     }
     spaceKeyPanel: KeyFace { text: "" }
