@@ -84,9 +84,10 @@ def do_touch(board: Board, options: argparse.Namespace) -> None:
 
 
 def _find(board: Board, text: str) -> tuple[int, int]:
-    """The middle of what shows this text: a button, a tab, a row of a list, or a field's label."""
+    """The middle of what shows this text: a button, a tab, a row of a list, a field's label, or a
+    key of the on-screen keyboard."""
     screen = board.panel.screen()
-    for look in (screen.button, screen.row, screen.tab, screen.field):
+    for look in (screen.button, screen.row, screen.tab, screen.field, screen.key):
         try:
             return centre(look(text))
         except PanelError:

@@ -202,6 +202,8 @@ class Screen:
                 if widget["window"] == at and widget["visible"] and widget.get("text"):
                     state = "" if widget["enabled"] else " (disabled)"
                     lines.append(f'  {widget["class"]} {widget["text"][:60]!r}{state}')
+        if self.keys:
+            lines.append("keys " + "".join(key["text"] or " " for key in self.keys))
         return "\n".join(lines)
 
 
