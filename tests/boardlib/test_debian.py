@@ -13,33 +13,26 @@ from boardlib.debian import Archive, Mirror
 from boardlib.host import BoardError
 
 ONE_LINE = [
-    ("plain", "deb http://a/debian bookworm main contrib", [Mirror("http://a/debian")]),
-    ("options", "deb [arch=amd64 signed-by=/k.gpg] http://a/debian bookworm main",
+    ("options", "deb [arch=amd64 signed-by=/k.gpg] http://a/debian bookworm main contrib",
      [Mirror("http://a/debian", Path("/k.gpg"))]),
     ("source packages", "deb-src http://a/debian bookworm main", []),
     ("commented out", "# deb http://a/debian bookworm main", []),
     ("security suite", "deb http://a/security bookworm-security main", []),
     ("other component", "deb http://a/debian bookworm contrib # main", []),
-    ("other release", "deb http://a/debian trixie main", []),
 ]
 STANZAS = [
-    ("several suites", "Types: deb deb-src\nURIs: http://a/debian\n"
-     "Suites: bookworm bookworm-updates\nComponents: main", [Mirror("http://a/debian")]),
-    ("comment between fields, folded field", "Types: deb\n# old\nURIs:\n http://a/debian\n"
-     " http://b/debian\nSuites: bookworm\nComponents: main\nSigned-By: /k.gpg",
+    ("comment between fields, folded field", "Types: deb deb-src\n# old\nURIs:\n http://a/debian\n"
+     " http://b/debian\nSuites: bookworm bookworm-updates\nComponents: main\nSigned-By: /k.gpg",
      [Mirror("http://a/debian", Path("/k.gpg")), Mirror("http://b/debian", Path("/k.gpg"))]),
-    ("key inside", "Types: deb\nURIs: http://a/debian\nSuites: bookworm\nComponents: main\n"
-     "Signed-By:\n -----BEGIN PGP PUBLIC KEY BLOCK-----\n .\n x", [Mirror("http://a/debian")]),
     ("disabled", "Enabled: no\nTypes: deb\nURIs: http://a/debian\nSuites: bookworm\n"
      "Components: main", []),
-    ("second stanza", "Types: deb\nURIs: http://a/s\nSuites: bookworm-security\nComponents: main\n"
-     "\nTypes: deb\nURIs: http://a/debian\nSuites: bookworm\nComponents: main",
-     [Mirror("http://a/debian")]),
+    ("second stanza, key inside", "Types: deb\nURIs: http://a/s\nSuites: bookworm-security\n"
+     "Components: main\n\nTypes: deb\nURIs: http://a/debian\nSuites: bookworm\nComponents: main\n"
+     "Signed-By:\n -----BEGIN PGP PUBLIC KEY BLOCK-----\n .\n x", [Mirror("http://a/debian")]),
 ]
 
 # Stands in for apt: its mirror is the folder $MIRROR, its index the lines of $MIRROR/index.
 APT = """#!/bin/bash
-echo "$@" >>"$MIRROR/calls"
 case "$*" in
 *--print-uris*) cat "$MIRROR/index" ;;
 *--download-only*)
@@ -61,13 +54,11 @@ class FindingTheMirror(unittest.TestCase):
         with tempfile.TemporaryDirectory() as etc:
             parts = Path(etc, "sources.list.d")
             parts.mkdir()
-            (parts / "debian.sources.bak").write_text(ONE_LINE[0][1])
+            (parts / "debian.sources.bak").write_text(STANZAS[-1][1])
             with self.assertRaisesRegex(BoardError, "CORVANTA_MIRROR="):
                 debian.find_mirror(Path(etc))
-            (parts / "debian.sources").write_text(STANZAS[4][1])
+            (parts / "debian.sources").write_text(STANZAS[-1][1])
             self.assertEqual(debian.find_mirror(Path(etc)).uri, "http://a/debian")
-            with mock.patch.dict(os.environ, CORVANTA_MIRROR="http://mine"):
-                self.assertEqual(debian.find_mirror(Path(etc)).uri, "http://mine")
 
 
 class Downloading(unittest.TestCase):
@@ -79,27 +70,18 @@ class Downloading(unittest.TestCase):
         (programs / "apt-get").write_text(APT)
         (programs / "apt-get").chmod(0o755)
         self.archives = self.cache / "packages"
-        self.enterContext(mock.patch.dict(
-            os.environ, CORVANTA_CACHE=str(self.cache), CORVANTA_MIRROR="http://mirror",
-            MIRROR=str(self.mirror), ARCHIVES=str(self.archives)))
+        self.enterContext(mock.patch.dict(os.environ, CORVANTA_CACHE=str(self.cache),
+                                          MIRROR=str(self.mirror), ARCHIVES=str(self.archives)))
         self.enterContext(mock.patch.object(
             host, "SEARCH_PATH", f"{programs}:{host.SEARCH_PATH}"))
-        self.enterContext(mock.patch.object(debian, "KEYRING", Path(__file__)))
         self.enterContext(mock.patch.object(
             debian, "find_mirror", lambda: Mirror("http://mirror", Path(__file__))))
-        self.publish({"a_1.deb": b"aaa", "b_1%3a2.deb": b"bbbb"})
-
-    def publish(self, files: dict[str, bytes]) -> None:
-        lines = []
-        for name, data in files.items():
+        index = ""
+        for name, data in (("a_1.deb", b"aaa"), ("b_1%3a2.deb", b"bbbb")):
             (self.mirror / name).write_bytes(data)
             digest = hashlib.md5(data).hexdigest()
-            lines.append(f"'http://mirror/{name}' {name} {len(data)} MD5Sum:{digest}\n")
-        (self.mirror / "index").write_text("".join(lines))
-
-    def calls(self) -> int:
-        calls = self.mirror / "calls"
-        return len(calls.read_text().splitlines()) if calls.exists() else 0
+            index += f"'http://mirror/{name}' {name} {len(data)} MD5Sum:{digest}\n"
+        (self.mirror / "index").write_text(index)
 
     def fetch(self) -> dict[str, bytes]:
         return {file.name: file.read_bytes() for file in Archive().fetch(["a", "b"])}
@@ -107,28 +89,24 @@ class Downloading(unittest.TestCase):
     def test_second_time_asks_nobody(self) -> None:
         first = self.fetch()
         self.assertEqual(first, {"a_1.deb": b"aaa", "b_1%3a2.deb": b"bbbb"})
-        asked = self.calls()
+        (self.mirror / "down").touch()
         self.assertEqual(self.fetch(), first)
-        self.assertEqual(self.calls(), asked)
 
     def test_damage_in_the_cache_is_repaired(self) -> None:
-        for name, damage in (("same size", b"aXa"), ("cut short", b"a"), ("gone", None)):
-            with self.subTest(name):
-                self.fetch()
-                file = self.archives / "a_1.deb"
-                file.write_bytes(damage) if damage else file.unlink()
-                self.assertEqual(self.fetch()["a_1.deb"], b"aaa")
-
-    def test_unreadable_manifest_is_made_again(self) -> None:
         self.fetch()
         manifest, = self.cache.glob("manifest-*")
-        for text in ("", "md5 short\n", "md5 d not-a-size name\n"):
-            with self.subTest(text):
-                manifest.write_text(text)
-                self.assertEqual(len(self.fetch()), 2)
+        file = self.archives / "a_1.deb"
+        for name, damage in (("same size", lambda: file.write_bytes(b"aXa")),
+                             ("cut short", lambda: file.write_bytes(b"a")),
+                             ("gone", file.unlink),
+                             ("empty manifest", lambda: manifest.write_text("")),
+                             ("other manifest", lambda: manifest.write_text("md5 d no-size n\n"))):
+            with self.subTest(name):
+                damage()
+                self.assertEqual(self.fetch(), {"a_1.deb": b"aaa", "b_1%3a2.deb": b"bbbb"})
 
     def test_failures_say_where_and_what(self) -> None:
-        (self.mirror / "a_1.deb").write_bytes(b"aa")
+        (self.mirror / "a_1.deb").write_bytes(b"aXa")
         with self.assertRaisesRegex(BoardError, r"http://mirror.*damaged or missing: a_1\.deb"):
             self.fetch()
         (self.mirror / "down").touch()
