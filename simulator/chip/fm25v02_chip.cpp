@@ -54,13 +54,6 @@ void Fm25v02Chip::deselect()
         m_asleep = true;
 }
 
-void Fm25v02Chip::powerCycle()
-{
-    m_writeEnabled = false;
-    m_asleep = false;
-    m_selected = false;
-}
-
 uint8_t Fm25v02Chip::status() const
 {
     return m_kept | Bit6 | (m_writeEnabled ? WEL : 0);
@@ -105,8 +98,7 @@ uint8_t Fm25v02Chip::memoryByte(uint8_t mosi, std::size_t headerLength)
 
 void Fm25v02Chip::writeStatus(uint8_t value)
 {
-    const bool locked = (m_kept & WPEN) != 0 && !m_writeProtectHigh;
-    if (m_writeEnabled && !locked)
+    if (m_writeEnabled)
         m_kept = value & KeptBits;
 }
 

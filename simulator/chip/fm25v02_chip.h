@@ -17,10 +17,9 @@ namespace chip
  *   memory after its eighth clock, so a cycle cut short keeps what was complete.
  * - Addresses count up and wrap from 0x7FFF to 0. Address bit 15 is not there.
  * - BP1 and BP0 protect nothing (0), the upper quarter (1), the upper half (2) or all (3) of the
- *   memory. WPEN, with the WP pin low, protects the status register.
+ *   memory. WPEN is kept but protects nothing: the board has the WP pin high.
  * - SLEEP takes effect when chip select rises. The next cycle wakes the chip and is itself lost:
  *   waking takes up to 0.4 ms, longer than a command; the one after it is served.
- * Memory, BP1, BP0 and WPEN outlast the supply; the latch and sleep do not.
  */
 class Fm25v02Chip
 {
@@ -62,11 +61,6 @@ public:
     /** Chip select rises; without a select before it, nothing. */
     void deselect();
 
-    /** The supply goes and comes back, chip select high. */
-    void powerCycle();
-
-    void setWriteProtectPin(bool high) { m_writeProtectHigh = high; }
-
     /** The status register as RDSR reads it. */
     uint8_t status() const;
 
@@ -83,7 +77,6 @@ private:
     uint8_t m_kept = 0; ///< BP0, BP1 and WPEN
     bool m_writeEnabled = false;
     bool m_asleep = false;
-    bool m_writeProtectHigh = true;
 
     // Of the cycle under way
     bool m_selected = false;
