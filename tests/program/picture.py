@@ -22,15 +22,8 @@ class Picture:
         root.panel.shot("/testrun/picture.ppm")
         return cls(root.read("/testrun/picture.ppm"))
 
-    def at(self, x: int, y: int) -> Colour:
-        start = 3 * (y * self.width + x)
-        return tuple(self.pixels[start:start + 3])
-
     def colours(self) -> set[Colour]:
         return {tuple(self.pixels[i:i + 3]) for i in range(0, len(self.pixels), 3)}
-
-    def corners(self) -> list[Colour]:
-        return [self.at(x, y) for x in (0, self.width - 1) for y in (0, self.height - 1)]
 
     def part(self, rect: list[int]) -> bytes:
         """The pixels of a rectangle [x, y, width, height]."""

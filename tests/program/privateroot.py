@@ -36,12 +36,11 @@ LINK_UP = "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST>  mtu 1500"
 
 # Programs of the board that are answered by the test, and those that do their usual work.
 STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
-TOOLS = ("sh", "grep", "ps", "cat", "sleep", "readlink", "echo", "kill")
+TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 DEVICES = ("null", "zero", "full", "random", "urandom")
 ANSWERS = {
     "ls": 'exec /usr/bin/ls "$@"\n',
     "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
-    "pppd": "/usr/bin/readlink /proc/$$/fd/* >/testrun/descriptors\n",
 }
 # Written on every start, by the platform plug-in and about the chip that the root does not have.
 USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
@@ -68,27 +67,20 @@ def wait_until(condition: Callable[[], object], timeout: float, what: str) -> No
         time.sleep(0.01)
 
 
-def _parent(pid: int) -> int | None:
+def _process(pid: int) -> tuple[str, int | None]:
+    """The process's name, "<defunct>" for a zombie, and its parent; ("", None) once it is gone."""
     try:
-        fields = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+        text = Path(f"/proc/{pid}/stat").read_text()
     except (FileNotFoundError, ProcessLookupError):
-        return None
-    return int(fields[1])
+        return "", None
+    name, _, fields = text.partition("(")[2].rpartition(")")
+    state, parent, *_ = fields.split()
+    return "<defunct>" if state == "Z" else name, int(parent)
 
 
 def _children(parent: int) -> list[int]:
     pids = [int(entry) for entry in os.listdir("/proc") if entry.isdigit()]
-    return [pid for pid in pids if _parent(pid) == parent]
-
-
-def _command(pid: int) -> str:
-    """The process's name; "" when it has ended meanwhile, "<defunct>" for a zombie."""
-    try:
-        text = Path(f"/proc/{pid}/stat").read_text()
-    except (FileNotFoundError, ProcessLookupError):
-        return ""
-    name, _, fields = text.partition("(")[2].rpartition(")")
-    return "<defunct>" if fields.split()[0] == "Z" else name
+    return [pid for pid in pids if _process(pid)[1] == parent]
 
 
 class PrivateRoot:
@@ -279,7 +271,7 @@ class PrivateRoot:
             raise RootError("bwrap: " + self._run.joinpath("bwrap").read_text())
         for session in _children(self._init):
             for pid in _children(session):
-                if _command(pid) == "corvanta":
+                if _process(pid)[0] == "corvanta":
                     self.pid = pid
         return self.pid != 0
 
@@ -298,8 +290,8 @@ class PrivateRoot:
         if self._bwrap is not None:
             self._bwrap.kill()
             self._bwrap.wait()
-            wait_until(lambda: _parent(self._init) is None or _command(self._init) == "<defunct>",
-                       10, "the private root's processes gone")
+            wait_until(lambda: _process(self._init)[0] in ("", "<defunct>"), 10,
+                       "the private root's processes gone")
             self._bwrap = None
         for folder in self._base.rglob("*"):
             if folder.is_dir() and not folder.is_symlink():
@@ -371,7 +363,7 @@ class PrivateRoot:
         while waiting:
             pid = waiting.pop()
             waiting += _children(pid)
-            name = _command(pid)
+            name, _ = _process(pid)
             if name and pid != self.pid and not self._keeps_root(pid):
                 found.append(name)
         return sorted(found)

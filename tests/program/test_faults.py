@@ -1,14 +1,13 @@
-"""Programs that are missing, disks that take nothing, a stick that is pulled."""
+"""Programs that are missing, and disks that take nothing."""
 
 import os
 import time
 import unittest
 from pathlib import Path
-from signal import SIGTERM, SIGUSR1
+from signal import SIGUSR1
 
-from privateroot import (AUTO_CONNECT, CHAT_SCRIPT, DONGLE, PARAMETERS, PEER_FILE, PrivateRoot,
-                         wait_until)
-from programtest import STATUS, STORED, STORED_AUTO, ProgramTest
+from privateroot import CHAT_SCRIPT, PARAMETERS, PEER_FILE, PrivateRoot, wait_until
+from programtest import FILES, STORED, ProgramTest
 
 DIALLING = ["killall pppd", "pppd call ppp-connect"]
 TICKS = os.sysconf("SC_CLK_TCK")
@@ -30,7 +29,6 @@ class MissingPrograms(ProgramTest):
             ("ifconfig", False, DIALLING),
             ("grep", False, []),
             ("route", True, DIALLING),
-            ("ping", True, DIALLING),
         )
         for name, shown_up, commands in table:
             with self.subTest(name):
@@ -69,39 +67,6 @@ class MissingPrograms(ProgramTest):
         root.wait_shown(2)
         self.leave(root)
 
-    def test_no_shell_later(self) -> None:
-        root = self.stored_root().start()
-        root.host("/testrun/bin/sh").unlink()
-        root.signal(SIGUSR1)
-        root.panel.open_tab(STATUS)
-        self.assert_link(root, False)
-        root.panel.press("Connect")
-        root.wait(lambda screen: screen.busy_bars(), 3, "the wait for a node")
-        self.leave(root)
-        self.assertEqual(root.calls("pppd"), [])
-
-
-class Waits(ProgramTest):
-    def test_they_cost_little(self) -> None:
-        """Two polls a second apart, and the processor idle in between."""
-        root = self.stored_root(nodes=()).start(shown=False)
-        root.wait_calls("ls", 1)
-        begin, used = time.monotonic(), processor_seconds(root)
-        polls = len(root.calls("ls"))
-        wait_until(lambda: time.monotonic() > begin + 3, 4, "the time")
-        self.assertIn(len(root.calls("ls")) - polls, (2, 3, 4))
-        self.assertLess(processor_seconds(root) - used, 0.6)
-
-    def test_killed_in_the_start_up(self) -> None:
-        """The board's own shutdown ends a program that waits, and leaves no process."""
-        for usb in (DONGLE, ""):
-            with self.subTest(usb):
-                root = self.stored_root(nodes=(), usb=usb).start(shown=False)
-                root.panel.wait(lambda screen: screen.main_window(), 5, "the start-up")
-                root.signal(SIGTERM)
-                self.assertEqual(root.wait_exit(), 128 + SIGTERM)
-                wait_until(lambda: root.processes() == [], 2, "no process left")
-
 
 class Disks(ProgramTest):
     def test_connect_on_disks_that_take_nothing(self) -> None:
@@ -109,7 +74,6 @@ class Disks(ProgramTest):
         table = {
             "parameters read-only": ["--remount-ro", "/quenfold"],
             "scripts read-only": ["--remount-ro", "/etc/ppp"],
-            "both read-only": ["--remount-ro", "/quenfold", "--remount-ro", "/etc/ppp"],
         }
         for name, mounts in table.items():
             with self.subTest(name):
@@ -135,7 +99,7 @@ class Disks(ProgramTest):
 
     def test_one_file_in_the_way(self) -> None:
         """A path that cannot be written does not keep the others from being written."""
-        for blocked in (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT):
+        for blocked in FILES:
             for kind in ("directory", "FIFO", "device"):
                 with self.subTest(f"{blocked} is a {kind}"):
                     self.check_blocked(blocked, kind)
@@ -149,7 +113,7 @@ class Disks(ProgramTest):
         root.panel.fill("APN NAME:", "web")
         root.panel.press("Connect")
         root.wait_calls("pppd", 1)
-        for other in {PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT} - {blocked}:
+        for other in set(FILES) - {blocked}:
             self.assertTrue(root.read(other), other)
         # The list's earlier entries stand when the reload cannot read.
         apn = "internet" if blocked == PARAMETERS else "web"
@@ -158,81 +122,6 @@ class Disks(ProgramTest):
             self.assertIn(f'"{apn}"'.encode(), root.read(CHAT_SCRIPT))
         self.leave(root)
         self.assertFalse(path.is_file())
-
-    def test_scripts_without_a_folder(self) -> None:
-        root = self.stored_root()
-        for path in (PEER_FILE, CHAT_SCRIPT):
-            root.host(path).parent.rmdir()
-        root.start()
-        root.panel.fill("APN NAME:", "web")
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
-        self.leave(root)
-        self.assertFalse(root.host(PEER_FILE).parent.exists())
-        self.assertEqual(root.read(AUTO_CONNECT), STORED_AUTO)
-
-    def test_full_disk_for_the_scripts(self) -> None:
-        folder = "/etc/ppp/chat"
-        root = self.stored_root(setup=f"/usr/bin/cat /dev/zero >{folder}/filler 2>/dev/null\n",
-                                mounts=["--size", "8192", "--tmpfs", folder]).start()
-        root.panel.fill("APN NAME:", "web")
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
-        self.assertIn(root.inner_read(CHAT_SCRIPT), (None, b""))
-        self.assertTrue(root.read(PEER_FILE))
-        self.leave(root)
-
-
-class PulledStick(ProgramTest):
-    def pull(self, root: PrivateRoot) -> None:
-        root.set_usb("")
-        root.remove_node("ttyUSB0")
-
-    def test_in_every_phase(self) -> None:
-        """Pulled before, while dialling and while connected: the next check tells, Exit ends."""
-        phases = {
-            "idle": [],
-            "dialling": ["Connect"],
-            "disconnecting": ["Disconnect"],
-        }
-        for name, presses in phases.items():
-            with self.subTest(name):
-                root = self.stored_root()
-                root.set_link("Disconnect" in presses)
-                root.start()
-                for button in presses:
-                    root.panel.press(button)
-                    root.wait_calls("killall", 1)
-                self.pull(root)
-                root.set_link(False)
-                root.signal(SIGUSR1)
-                self.assert_link(root, False)
-                root.wait(lambda screen: screen.value("Dongle Status:")["text"] == "undetected",
-                          2, "the stick missed")
-                self.leave(root)
-
-    def test_during_killall(self) -> None:
-        """Gone after the wait for its node: pppd is started all the same, and may fail."""
-        root = self.stored_root().start()
-        root.answer("killall", "/usr/bin/rm /dev/ttyUSB0")
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
-        self.leave(root)
-
-    def test_in_the_connect_wait(self) -> None:
-        root = self.stored_root().start()
-        root.remove_node("ttyUSB0")
-        root.panel.press("Connect")
-        root.wait(lambda screen: screen.busy_bars(), 2, "the wait")
-        root.set_usb("")
-        for _ in range(2):
-            root.add_node("ttyUSB0", "/nowhere")
-            root.remove_node("ttyUSB0")
-        root.set_usb(DONGLE)
-        root.add_node("ttyUSB0")
-        root.wait_calls("pppd", 1, 2)
-        self.leave(root)
-        self.assertEqual(len(root.calls("pppd")), 1)
 
 
 if __name__ == "__main__":

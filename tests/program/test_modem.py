@@ -25,16 +25,8 @@ class Reply(NamedTuple):
 
 REPLIES = (
     Reply("17", [b"\r\n+CSQ: 17,99\r\n\r\nOK\r\n"], "\r\n+CSQ: 17,99\r\n\r\nOK\r\n", 54),
-    Reply("31", [b"\r\n+CSQ: 31,0\r\n"], "\r\n+CSQ: 31,0\r\n", 100),
-    Reply("10", [b"\r\n+CSQ: 10,99\r\n"], "\r\n+CSQ: 10,99\r\n", 32),
-    Reply("0", [b"\r\n+CSQ: 00,99\r\n"], "\r\n+CSQ: 00,99\r\n", 0),
     Reply("99", [b"\r\n+CSQ: 99,99\r\n\r\nOK\r\n"], "No Signal", 0),
-    Reply("one digit", [b"\r\n+CSQ: 7,99\r\n"], "\r\n+CSQ: 7,99\r\n", 0),
-    Reply("error", [b"\r\nERROR\r\n"], "\r\nERROR\r\n", 0),
-    Reply("echo", [b"AT+CSQ\r\r\n+CSQ: 17,99\r\n"], "AT+CSQ\r\r\n+CSQ: 17,99\r\n", 0),
     Reply("in pieces", [b"\r\n+CSQ", b": 17,99\r\n"], "\r\n+CSQ", 0, 0.3),
-    Reply("one byte", [b"\r"], "\r", 0),
-    Reply("cut inside the figure", [b"\r\n+CSQ: 1", b"7,99\r\n"], "\r\n+CSQ: 1", 3, 0.3),
     Reply("late", [b"\r\n+CSQ: 17,99\r\n"], "\r\n+CSQ: 17,99\r\n", 54, 2.0),
     Reply("markup", [b"\r\n<b>QQ:17,</b>\r\n"], "\r\n<b>QQ:17,</b>\r\n", 54),
     Reply("more than a read", [b"\r\n+CSQ: 17" + b"x" * 300], "\r\n+CSQ: 17" + "x" * 118, 54),
@@ -152,15 +144,6 @@ class SignalQuery(ProgramTest):
         self.assertEqual(signal_value(root.panel.screen())["text"], SILENCE)
         self.leave(root)
 
-    def test_exit_while_asked(self) -> None:
-        modem = self.modem()
-        root = self.with_modem(modem)
-        self.ask(root)
-        root.wait(lambda screen: modem.heard == QUERY, 2, "the query")
-        root.panel.press("Exit")
-        self.assertEqual(root.wait_exit(1), 0)
-        self.assert_ended(root)
-
 
 class Ping(ProgramTest):
     def ping(self, root: PrivateRoot) -> list[str]:
@@ -170,27 +153,14 @@ class Ping(ProgramTest):
 
     def test_output(self) -> None:
         root = self.root().start()
-        root.answer("ping", "echo one; echo bad >&2; echo two")
+        root.answer("ping", "echo one; echo bad >&2; echo '<b>two</b>'")
         # QTextEdit ends a paragraph for the output's own last line feed, too.
-        first = ["oo", "one", "two", "", "bad", ""]
+        first = ["oo", "one", "<b>two</b>", "", "bad", ""]
         self.assertEqual(self.ping(root), first)
         root.answer("ping", "printf 'seen\\0unseen'; exit 1")
         self.assertEqual(self.ping(root), first + ["oo", "seen", ""])
         self.assertEqual([call.arguments for call in root.calls("ping")],
                          ["-c 3 168.95.1.1"] * 2)
-        self.leave(root)
-
-    def test_no_ping(self) -> None:
-        root = self.root(missing=["ping"]).start()
-        lines = self.ping(root)
-        self.assertEqual(lines[:2], ["oo", ""])
-        self.assertIn("ping", lines[2])
-        self.leave(root)
-
-    def test_no_shell(self) -> None:
-        root = self.root().start()
-        root.host("/testrun/bin/sh").unlink()
-        self.assertEqual(self.ping(root), ["oo", "", ""])
         self.leave(root)
 
 

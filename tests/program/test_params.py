@@ -5,7 +5,7 @@ import unittest
 from signal import SIGUSR1
 from typing import NamedTuple
 
-from privateroot import AUTO_CONNECT, DONGLE, PARAMETERS, PrivateRoot
+from privateroot import AUTO_CONNECT, PARAMETERS, PrivateRoot
 from programtest import AUTH, FIELDS, STORED, STORED_AUTO, ProgramTest
 
 EMPTY = ["", "", "", "", ""]
@@ -45,14 +45,6 @@ PARAMETER_FILES = (
                b"a\nb\nc\nd\ne\n0\n"),
     Parameters("very long", b"a\nb\nc\nd\ne\n1\n" + b"x\n" * 200000, ["a", "b", "c", "d", "e"], 1,
                b"a\nb\nc\nd\ne\n1\n"),
-    Parameters("CR LF", b"a\r\nb\r\nc\r\nd\r\ne\r\n2\r\n", ["a", "b", "c", "d", "e"], 2,
-               b"a\nb\nc\nd\ne\n2\n"),
-    Parameters("white space", b" a\t\n\v\fb c \n\r\n d\n \n 1 \n", ["a", "b c", "", "d", ""], 1,
-               b"a\nb c\n\nd\n\n1\n"),
-    Parameters("no-break space is kept", "\u00a0a\u00a0\n\n\n\n\n0\n".encode(),
-               ["\u00a0a\u00a0", "", "", "", ""], 0, "\u00a0a\u00a0\n\n\n\n\n0\n".encode()),
-    Parameters("NUL ends a value", b"ab\0cd\nb\n\0c\nd\ne\n0\n", ["ab", "b", "", "d", "e"], 0,
-               b"ab\nb\n\nd\ne\n0\n"),
     Parameters("UTF-8", "gr\u00fcn\n\u4e2d\u6587\n\n\n\n0\n".encode(),
                ["gr\u00fcn", "\u4e2d\u6587", "", "", ""], 0,
                "gr\u00fcn\n\u4e2d\u6587\n\n\n\n0\n".encode()),
@@ -62,8 +54,6 @@ PARAMETER_FILES = (
     Parameters("method beyond the list", b"\n\n\n\n\n3\n", EMPTY, -1, b"\n\n\n\n\n-1\n"),
     Parameters("negative method", b"\n\n\n\n\n-1\n", EMPTY, -1, b"\n\n\n\n\n-1\n"),
     Parameters("method is no number", b"\n\n\n\n\nPAP\n", EMPTY, 0, b"\n\n\n\n\n0\n"),
-    Parameters("method overflows", b"\n\n\n\n\n4294967297\n", EMPTY, 0, b"\n\n\n\n\n0\n"),
-    Parameters("method is no integer", b"\n\n\n\n\n1.5\n", EMPTY, 0, b"\n\n\n\n\n0\n"),
     Parameters("quotes and markup", b"it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n",
                ["it's", '"q"', "<b>x</b>", "%s\\n", "&amp;"], 0,
                b"it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n"),
@@ -74,12 +64,10 @@ AUTO_CONNECT_FILES = (
     AutoConnect("one line", b"0\n", NEITHER, "", b"1\n\n"),
     AutoConnect("yes", b"0\n7\n", YES, "7", b"0\n7\n"),
     AutoConnect("no", b"1\n7\n", NO, "7", b"1\n7\n"),
-    AutoConnect("CR LF", b"0\r\n7\r\n", YES, "7", b"0\n7\n"),
     AutoConnect("empty flag", b"\n7\n", YES, "7", b"0\n7\n"),
     AutoConnect("flag is no number", b"NO\n7\n", YES, "7", b"0\n7\n"),
     AutoConnect("other number", b"2\n many \nx\n", NO, "many", b"1\nmany\n"),
     AutoConnect("negative", b"-1\n\n", NO, "", b"1\n\n"),
-    AutoConnect("NUL", b"1\0\n5\0\n", NO, "5", b"1\n5\n"),
 )
 
 
@@ -97,7 +85,7 @@ class Files(ProgramTest):
     def test_parameter_file(self) -> None:
         for case in PARAMETER_FILES:
             with self.subTest(case.name):
-                root = self.root()
+                root = self.root(locale="C")  # which decides no encoding
                 if case.content is not None:
                     root.write(PARAMETERS, case.content)
                     root.host(PARAMETERS).chmod(0o644)
@@ -144,17 +132,6 @@ class Files(ProgramTest):
                 after = [root.host(path).lstat().st_mode for path in (PARAMETERS, AUTO_CONNECT)]
                 self.assertEqual(after, before)
 
-    def test_fifo_with_a_writer_is_not_read(self) -> None:
-        root = self.root()
-        os.mkfifo(root.host(PARAMETERS))
-        writer = os.open(root.host(PARAMETERS), os.O_RDWR | os.O_NONBLOCK)
-        self.addCleanup(os.close, writer)
-        os.write(writer, STORED)
-        root.start()
-        self.assertEqual(self.shown_fields(root), (EMPTY, 0))
-        self.leave(root)
-        self.assertEqual(os.read(writer, 4096), STORED)
-
     def test_unreadable_and_unwritable(self) -> None:
         """One file that cannot be used does not keep the other from being saved."""
         new = b"new\nnew\nnew\nnew\nnew\n0\n"
@@ -181,13 +158,6 @@ class Files(ProgramTest):
                     root.host(path).chmod(0o600)
                 self.assertEqual(root.read(PARAMETERS), left)
                 self.assertEqual(root.read(AUTO_CONNECT), left_auto)
-
-    def test_read_only_file_system(self) -> None:
-        root = self.stored_root(mounts=["--remount-ro", "/quenfold"]).start()
-        root.panel.fill("APN NAME:", "other")
-        self.leave(root)
-        self.assertEqual(root.read(PARAMETERS), STORED)
-        self.assertEqual(root.read(AUTO_CONNECT), STORED_AUTO)
 
     def test_missing_folder(self) -> None:
         root = self.root()
@@ -217,8 +187,7 @@ class Files(ProgramTest):
                 root.wait_calls("ifconfig", 2)
                 self.leave(root)
                 for path, content in ((PARAMETERS, parameters), (AUTO_CONNECT, auto)):
-                    left = root.inner_read(path)
-                    self.assertIn(left, (content, b"") if content is None else (content,), path)
+                    self.assertEqual(root.inner_read(path), content, path)
 
     def test_edits_are_saved_trimmed_in_place(self) -> None:
         root = self.stored_root()
@@ -237,15 +206,6 @@ class Files(ProgramTest):
         self.assertEqual(root.read(AUTO_CONNECT), "0\n\u00a012\n".encode())
         self.assertEqual(root.host(PARAMETERS).stat().st_ino, before, "rewritten in place")
         self.assertEqual(root.mode(PARAMETERS), "600")
-
-    def test_encoding_does_not_follow_the_locale(self) -> None:
-        content = "gr\u00fcn\n\n\n\n\n0\n".encode()
-        root = self.root(locale="C", usb=DONGLE)
-        root.write(PARAMETERS, content)
-        root.start()
-        self.assertEqual(root.panel.field("APN NAME:")["text"], "gr\u00fcn")
-        self.leave(root)
-        self.assertEqual(root.read(PARAMETERS), content)
 
 
 if __name__ == "__main__":

@@ -43,21 +43,15 @@ class Floods(ProgramTest):
         root.wait_calls("ifconfig", 2)
 
     def test_while_busy(self) -> None:
-        """The handler drops what the socket cannot hold, and the panel answers afterwards."""
+        """The handler drops what the socket cannot hold; all else is served, and so is a touch."""
         root = self.busy_root()
         self.flood(root)
         root.panel.open_tab(STATUS, 5)
-        root.wait_calls("ifconfig", 10, 10)
         root.panel.press("Connect")
         root.wait_calls("pppd", 1)
-        self.leave(root)
-        self.assertLessEqual(len(root.calls("ifconfig")), PENDING + 10)
-
-    def test_all_that_were_held_are_served(self) -> None:
-        root = self.busy_root()
-        self.flood(root)
         root.wait_calls("ifconfig", 200, 30)
         self.leave(root)
+        self.assertLessEqual(len(root.calls("ifconfig")), PENDING + 10)
 
     def test_exit_with_checks_pending(self) -> None:
         root = self.stored_root().start()
@@ -90,21 +84,6 @@ class Floods(ProgramTest):
             wait_until(lambda: len(root.calls("ls")) == 1 + number, 2, "the check's end")
         self.leave(root)
         self.assertEqual(len(root.calls("ifconfig")), 11)
-
-    def test_in_the_waits(self) -> None:
-        """Signals neither hasten the polls for the node nor hold them up."""
-        root = self.stored_root(nodes=()).start(shown=False)
-        root.wait_calls("ls", 1)
-        root.set_usb("")  # so that a check does not look for the node itself
-        for number in range(1, 21):
-            root.signal(SIGUSR1)
-            root.wait_calls("ifconfig", number)
-        root.wait_calls("ls", 4, 5)
-        times = [call.time for call in root.calls("ls")]
-        self.assertAlmostEqual(times[3] - times[0], 3.0, delta=0.4)
-        root.add_node("ttyUSB0")
-        root.wait_shown(2)
-        self.leave(root)
 
     def test_descriptors_and_processes_stay_few(self) -> None:
         """Checks, polls and touches by the hundred leave nothing open."""

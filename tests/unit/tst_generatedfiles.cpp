@@ -12,8 +12,6 @@ class GeneratedFilesTest : public QObject
 private slots:
     void chatValues_data();
     void chatValues();
-    void peerAuthentication_data();
-    void peerAuthentication();
     void peerValuesStandAsTheyAre();
 };
 
@@ -23,19 +21,10 @@ void GeneratedFilesTest::chatValues_data()
     QTest::addColumn<QStringList>("tail"); // everything after the eleven fixed lines
 
     const QStringList information{"'OK' 'ATI'", "'OK' 'AT+COPS?'"};
-    QTest::newRow("no PIN") << QStringList{"net", "*99#", "", "", "", "0"}
-                            << (QStringList{"'' 'ATZ'"} + information +
-                                QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"net\"'",
-                                            "'OK' '\"ATD*99#\"'"});
     QTest::newRow("blank PIN, blanks around values")
         << QStringList{" net ", "\t*99# ", "", "", " \v ", "0"}
         << (QStringList{"'' 'ATZ'"} + information +
             QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"net\"'", "'OK' '\"ATD*99#\"'"});
-    QTest::newRow("PIN") << QStringList{"net", "*99#", "", "", "0000", "0"}
-                         << (QStringList{"'' 'AT+CPIN=\"0000\"'", "'ERROR-AT-OK' 'ATZ'"} +
-                             information +
-                             QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"net\"'",
-                                         "'OK' '\"ATD*99#\"'"});
     QTest::newRow("empty values, short list")
         << QStringList{}
         << (QStringList{"'' 'ATZ'"} + information +
@@ -50,29 +39,6 @@ void GeneratedFilesTest::chatValues()
 {
     QFETCH(QStringList, params);
     QTEST(chatScriptLines(params).mid(11), "tail");
-}
-
-void GeneratedFilesTest::peerAuthentication_data()
-{
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QStringList>("authentication");
-
-    QTest::newRow("AUTO") << "0" << QStringList{"noauth"};
-    QTest::newRow("PAP") << "1" << QStringList{"auth", "+pap"};
-    QTest::newRow("CHAP") << "2" << QStringList{"auth", "+chap"};
-    QTest::newRow("no combo item") << "-1" << QStringList{"auth"};
-    QTest::newRow("out of range") << "3" << QStringList{"auth"};
-    QTest::newRow("text") << "PAP" << QStringList{"noauth"};
-}
-
-void GeneratedFilesTest::peerAuthentication()
-{
-    QFETCH(QString, method);
-    QFETCH(QStringList, authentication);
-    const QStringList lines = peerFileLines({"", "", "", "", "", method}, "8.8.8.8");
-    QCOMPARE(lines.mid(3, authentication.size()), authentication);
-    QCOMPARE(lines.at(3 + authentication.size()), QStringLiteral("noipdefault"));
-    QCOMPARE(lines.size(), 13 + authentication.size());
 }
 
 void GeneratedFilesTest::peerValuesStandAsTheyAre()

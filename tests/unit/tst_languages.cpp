@@ -76,8 +76,6 @@ class LanguagesTest : public QObject
 private slots:
     void initTestCase();
     void cleanup();
-    void cataloguesAreCarriedAsTheyAre_data();
-    void cataloguesAreCarriedAsTheyAre();
     void everyMessageIsTranslated();
     void theLastLanguageWins();
     void wholeScreen_data();
@@ -92,20 +90,6 @@ void LanguagesTest::initTestCase()
 void LanguagesTest::cleanup()
 {
     Fram::getInstance()->translate(0);
-}
-
-void LanguagesTest::cataloguesAreCarriedAsTheyAre_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::newRow("zh_TW") << 1613;
-    QTest::newRow("zh_CN") << 1571;
-}
-
-void LanguagesTest::cataloguesAreCarriedAsTheyAre()
-{
-    const QResource resource(QStringLiteral(":/corvanta_%1.qm").arg(QTest::currentDataTag()));
-    QCOMPARE(resource.compressionAlgorithm(), QResource::NoCompression);
-    QTEST(int(resource.size()), "size");
 }
 
 void LanguagesTest::everyMessageIsTranslated()
@@ -157,10 +141,14 @@ void LanguagesTest::wholeScreen()
     Makeup::setStyle(&window);
     window.show();
 
+    auto *tabs = window.findChild<QTabWidget *>();
+    const bool roomy = window.width() == 1280;
+    QCOMPARE(tabs->widget(0)->layout()->contentsMargins() == QMargins(10, 30, 0, 0), roomy);
+    QCOMPARE(tabs->widget(1)->layout()->contentsMargins(), QMargins(10, 20, 0, 0));
+
     QStringList shown;
     for (bool linkUp : {false, true}) { // both texts of the link; the widest ones stay within
         makeup->updateStatus(linkUp);
-        auto *tabs = window.findChild<QTabWidget *>();
         for (int i = 0; i < tabs->count(); ++i) {
             tabs->setCurrentIndex(i);
             QCoreApplication::processEvents();

@@ -1,9 +1,7 @@
-// The controller and its dialog where the whole program is not needed: class contracts, field
-// comparison, probes and teardown.
+// The controller and its dialog where the whole program does not reach: style sheets, the signal
+// handler, the dialog that waits for a script, the HTTP probe and teardown.
 #include "makeup.h"
-#include "mfilter.h"
 #include "usb/detectmsg.h"
-#include "widget.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
@@ -13,8 +11,6 @@
 #include <QtTest>
 #include <QtWidgets>
 #include <csignal>
-#include <fcntl.h>
-#include <sys/ioctl.h>
 
 namespace
 {
@@ -24,14 +20,6 @@ QStringList logged;
 void recordMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 {
     logged << text;
-}
-
-QStringList ownMethods(const QMetaObject &meta)
-{
-    QStringList signatures;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        signatures << QString::fromLatin1(meta.method(i).methodSignature());
-    return signatures;
 }
 
 /** Answers every HTTP request with one fixed reply. */
@@ -63,30 +51,16 @@ class MakeupTest : public QObject
 private slots:
     void init();
     void cleanup();
-    void classContracts();
-    void oneController();
     void styleSheetsAreFixedTexts_data();
     void styleSheetsAreFixedTexts();
-    void settingPageMargins_data();
-    void settingPageMargins();
-    void comparesTheFieldsWhateverTheTabOrder_data();
-    void comparesTheFieldsWhateverTheTabOrder();
-    void busyBars();
-    void signalBridgeNeverBlocks();
-    void dialogKinds_data();
-    void dialogKinds();
-    void closeNeedsAWindowBeneath();
-    void modemTextIsNoMarkup();
-    void pingOutputIsPlainAndAppended();
+    void signalHandlerKeepsErrno();
+    void autoConnectDialogWaitsForItsScript();
     void httpProbe_data();
     void httpProbe();
     void httpProbeReleasesItsObjects();
-    void escapeLeavesALineEdit();
     void teardownReleasesEveryWidget();
 
 private:
-    void build();
-
     QWidget *window = nullptr;
     Makeup *makeup = nullptr;
     qsizetype widgetsBefore = 0;
@@ -105,36 +79,6 @@ void MakeupTest::cleanup()
     window = nullptr;
 }
 
-void MakeupTest::build()
-{
-    makeup->doShapping();
-    makeup->loadParam();
-    window->show();
-}
-
-void MakeupTest::classContracts()
-{
-    QCOMPARE(ownMethods(Makeup::staticMetaObject),
-             (QStringList{"saveParam()", "doPPPConnect()", "doPPPDisconnect()", "checkPPPConnect()",
-                          "checkPPPMsg()", "pinResponse()", "handleSigUsr()", "mClose()",
-                          "managerFinished(QNetworkReply*)", "checkSignalStrength(int)"}));
-    QCOMPARE(ownMethods(DetectMsg::staticMetaObject),
-             (QStringList{"waitUSB()", "waitAutoConnect()", "closeWidget()"}));
-    QCOMPARE(ownMethods(Widget::staticMetaObject), QStringList{});
-    QCOMPARE(ownMethods(MFilter::staticMetaObject), QStringList{});
-}
-
-void MakeupTest::oneController()
-{
-    QWidget other;
-    QCOMPARE(Makeup::getInstance(&other), makeup);
-    QCOMPARE(makeup->parent(), window);
-    delete window;
-    window = new QWidget;
-    makeup = Makeup::getInstance(window); // a new one, once the first has gone
-    QCOMPARE(makeup->parent(), window);
-}
-
 void MakeupTest::styleSheetsAreFixedTexts_data()
 {
     QTest::addColumn<QByteArray>("sha1");
@@ -151,179 +95,38 @@ void MakeupTest::styleSheetsAreFixedTexts()
     QTEST(QCryptographicHash::hash(sheet.readAll(), QCryptographicHash::Sha1).toHex(), "sha1");
 }
 
-void MakeupTest::settingPageMargins_data()
+void MakeupTest::signalHandlerKeepsErrno()
 {
-    QTest::addColumn<int>("model");
-    QTest::addColumn<bool>("roomy");
-    QTest::newRow("small") << 4 << false;
-    QTest::newRow("medium") << 7 << false;
-    QTest::newRow("large") << 10 << true;
-    QTest::newRow("unknown") << 0 << false;
+    errno = EINTR;
+    std::raise(SIGUSR1);
+    QCOMPARE(errno, EINTR);
+    QTest::qWait(0); // served before there is a screen: nothing happens
 }
 
-void MakeupTest::settingPageMargins()
-{
-    QFETCH(int, model);
-    QFETCH(bool, roomy);
-    Makeup::monitorModel = model;
-    build();
-    QCOMPARE(makeup->settingGrid->contentsMargins() == QMargins(10, 30, 0, 0), roomy);
-    QCOMPARE(makeup->settingGrid->verticalSpacing() == 30, roomy);
-    QCOMPARE(makeup->settingGrid->rowStretch(6), roomy ? 1 : 0);
-    QCOMPARE(makeup->statusGrid->contentsMargins(), QMargins(10, 20, 0, 0));
-    QCOMPARE(makeup->miscGrid->columnStretch(3), 1);
-    QCOMPARE(window->size(), Makeup::monitorSize);
-}
-
-void MakeupTest::comparesTheFieldsWhateverTheTabOrder_data()
-{
-    QTest::addColumn<QList<int>>("visits");
-    QTest::newRow("at start-up") << QList<int>{};
-    QTest::newRow("every tab") << QList<int>{1, 2, 0};
-    QTest::newRow("the last tab stays open") << QList<int>{1, 2};
-    QTest::newRow("back and forth") << QList<int>{2, 0, 2, 1, 0};
-}
-
-void MakeupTest::comparesTheFieldsWhateverTheTabOrder()
-{
-    QFETCH(QList<int>, visits);
-    build();
-    makeup->paramList = {"a", "b", "c", "d", "e", "0"};
-    makeup->autoParamList = {"1", "f"};
-    QLineEdit *const edits[] = {makeup->apnEdit,      makeup->dialNumEdit, makeup->userEdit,
-                                makeup->passwordEdit, makeup->pinEdit,     makeup->countsEdit};
-    const char *texts[] = {"a", "b", "c", "d", "e", "f"};
-    for (int i = 0; i < 6; ++i)
-        edits[i]->setText(QLatin1String(texts[i]));
-    for (int tab : visits)
-        makeup->tabWidget->setCurrentIndex(tab);
-
-    QVERIFY(!makeup->checkParamModify());
-    for (QLineEdit *edit : edits) {
-        const QString before = edit->text();
-        edit->setText(before + "x");
-        QVERIFY(makeup->checkParamModify());
-        edit->setText(before);
-        QVERIFY(!makeup->checkParamModify());
-    }
-    makeup->authCombo->setCurrentIndex(2);
-    QVERIFY(makeup->checkParamModify());
-    makeup->authCombo->setCurrentIndex(0);
-    makeup->autoYesRadio->setChecked(true);
-    QVERIFY(makeup->checkParamModify());
-    QVERIFY(!makeup->autoNoRadio->isChecked());
-}
-
-void MakeupTest::busyBars()
-{
-    build();
-    makeup->progressBar(false); // none yet: nothing happens
-    makeup->progressBar(true);
-    QProgressBar *first = makeup->busyBar;
-    makeup->progressBar(true);
-    QVERIFY(makeup->busyBar != first);
-    makeup->progressBar(false);
-    QVERIFY(makeup->busyBar->isHidden());
-    QVERIFY(first->isVisible());
-    QCOMPARE(first->maximum(), 0);
-    QCOMPARE(window->findChildren<QProgressBar *>().size(), 2);
-}
-
-void MakeupTest::signalBridgeNeverBlocks()
-{
-    for (int fd : Makeup::sigUsrFd) {
-        QVERIFY(::fcntl(fd, F_GETFD) & FD_CLOEXEC);
-        QVERIFY(::fcntl(fd, F_GETFL) & O_NONBLOCK);
-    }
-    for (int i = 0; i < 5000; ++i) {
-        errno = EINTR;
-        std::raise(SIGUSR1);
-        QCOMPARE(errno, EINTR);
-    }
-    // Before the screen is built a signal is consumed, one byte each, and nothing else happens.
-    const auto pending = [] {
-        int bytes = 0;
-        ::ioctl(Makeup::sigUsrFd[1], FIONREAD, &bytes);
-        return bytes;
-    };
-    const int before = pending();
-    QVERIFY(before > 0);
-    makeup->handleSigUsr();
-    QVERIFY(pending() < before);
-    QVERIFY(makeup->sigUsrNotifier->isEnabled());
-    char byte;
-    while (::read(Makeup::sigUsrFd[1], &byte, 1) == 1) {
-    }
-}
-
-void MakeupTest::dialogKinds_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<bool>("polls");
-    QTest::newRow("dongle") << int(WAIT_USB) << "Close" << true;
-    QTest::newRow("auto connect") << int(WAIT_AUTO_CONNECT) << "OK" << true;
-    QTest::newRow("notice") << int(NOTICE) << "OK" << false;
-    QTest::newRow("unknown") << 3 << "" << false;
-}
-
-void MakeupTest::dialogKinds()
-{
-    QFETCH(int, kind);
-    QString text = "Some text";
-    auto dialog = std::make_unique<DetectMsg>(window, &text, static_cast<Msg>(kind));
-    text.clear();
-    dialog->show();
-    QString buttons;
-    for (auto *button : dialog->findChildren<QPushButton *>())
-        buttons += button->isVisible() ? button->text() : QString();
-    QTEST(buttons, "button");
-    const auto *label = dialog->findChild<QLabel *>("msgLabel");
-    QCOMPARE(label->text(), QStringLiteral("Some text"));
-    QCOMPARE(label->alignment(), Qt::AlignCenter);
-    QCOMPARE(dialog->size(), Makeup::monitorSize);
-    QCOMPARE(dialog->pos(), QPoint(0, 0));
-
-    const auto *timer = dialog->findChild<QTimer *>();
-    QFETCH(bool, polls);
-    QCOMPARE(timer != nullptr && timer->isActive() && timer->interval() == 3000, polls);
-    dialog->close();
-    QVERIFY(timer == nullptr || !timer->isActive());
-}
-
-void MakeupTest::closeNeedsAWindowBeneath()
-{
-    QString text;
-    DetectMsg dialog(window, &text, WAIT_USB);
-    dialog.show();
-    dialog.closeWidget();
-    QVERIFY(dialog.isVisible());
-    window->show();
-    dialog.closeWidget();
-    QVERIFY(!dialog.isVisible());
-    QVERIFY(window->isVisible());
-}
-
-void MakeupTest::modemTextIsNoMarkup()
-{
-    QCOMPARE(makeup->signalValue->textFormat(), Qt::PlainText);
-}
-
-void MakeupTest::pingOutputIsPlainAndAppended()
+void MakeupTest::autoConnectDialogWaitsForItsScript()
 {
     QTemporaryDir folder;
-    QFile ping(folder.filePath("ping"));
-    QVERIFY(ping.open(QIODevice::WriteOnly));
-    ping.write("#!/bin/sh\necho \"$*\"; printf '<b>x</b>\\000lost'; echo wrong >&2\n");
-    ping.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-    ping.close();
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", folder.path().toLocal8Bit() + ':' + path);
-    makeup->pinResponse();
-    makeup->pinResponse();
-    qputenv("PATH", path);
-    const QString once = "oo\n-c 3 168.95.1.1\n<b>x</b>\nwrong\n";
-    QCOMPARE(makeup->pingOutput->toPlainText(), once + '\n' + once);
+    QFile script(folder.filePath("3g.sh"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("read line\n");
+    script.close();
+    QProcess running;
+    running.start("sh", {script.fileName()});
+    QVERIFY(running.waitForStarted());
+
+    QString text = "Some text";
+    DetectMsg dialog(window, &text, WAIT_AUTO_CONNECT);
+    dialog.show();
+    const auto *timer = dialog.findChild<QTimer *>();
+    QVERIFY(timer->isActive());
+    QCOMPARE(timer->interval(), 3000);
+    dialog.waitAutoConnect();
+    QVERIFY(dialog.isVisible());
+    running.kill();
+    running.waitForFinished();
+    dialog.waitAutoConnect();
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(!timer->isActive());
 }
 
 void MakeupTest::httpProbe_data()
@@ -369,30 +172,9 @@ void MakeupTest::httpProbeReleasesItsObjects()
     QVERIFY(reply.isNull());
 }
 
-void MakeupTest::escapeLeavesALineEdit()
-{
-    MFilter filter(nullptr);
-    qApp->installEventFilter(&filter);
-    build();
-    window->activateWindow();
-    makeup->apnEdit->setFocus();
-    QTRY_VERIFY(makeup->apnEdit->hasFocus());
-    QTest::keyClick(makeup->apnEdit, Qt::Key_A);
-    QVERIFY(makeup->apnEdit->hasFocus());
-    QTest::keyClick(makeup->apnEdit, Qt::Key_Escape);
-    QVERIFY(!makeup->apnEdit->hasFocus());
-    QCOMPARE(makeup->apnEdit->text(), QStringLiteral("a"));
-
-    QString text;
-    DetectMsg dialog(window, &text, NOTICE); // elsewhere Escape arrives: it closes a dialog
-    dialog.show();
-    QTest::keyClick(&dialog, Qt::Key_Escape);
-    QVERIFY(!dialog.isVisible());
-}
-
 void MakeupTest::teardownReleasesEveryWidget()
 {
-    build();
+    makeup->doShapping();
     QString text;
     for (int i = 0; i < 2; ++i) {
         makeup->progressBar(true);

@@ -1,6 +1,5 @@
-// Small decisions on values: signal figures, display profiles, foreign text.
+// Small decisions on values: signal figures and display profiles.
 #include "core/displayprofile.h"
-#include "core/plaintext.h"
 #include "core/signalreply.h"
 
 #include <QtTest>
@@ -14,7 +13,6 @@ private slots:
     void signalReplies();
     void profiles_data();
     void profiles();
-    void plainTextStopsAtZero();
 };
 
 void TextsTest::signalReplies_data()
@@ -31,6 +29,7 @@ void TextsTest::signalReplies_data()
     QTest::newRow("99 as error rate only") << QByteArray("\r\n+CSQ: 5,99\r\n") << false << 0;
     QTest::newRow("one digit") << QByteArray("\r\n+CSQ: 7,99\r\n") << false << 0;
     QTest::newRow("echoed command") << QByteArray("AAT+CSQ\r\r\n+CSQ: 17,99\r\n") << false << 0;
+    QTest::newRow("error") << QByteArray("\r\nERROR\r\n") << false << 0;
     QTest::newRow("cut before the figure") << QByteArray("\r\n+CS") << false << 0;
     QTest::newRow("cut within the figure") << QByteArray("\r\n+CSQ: 1") << false << 3;
 }
@@ -64,13 +63,8 @@ void TextsTest::profiles()
     const int model = DisplayProfile::modelFor(screen);
     QTEST(model, "model");
     QTEST(DisplayProfile::busyBarGeometry(screen), "busyBar");
-    QCOMPARE(DisplayProfile::styleSheetPath(model).isEmpty(), model == 0);
-}
-
-void TextsTest::plainTextStopsAtZero()
-{
-    QCOMPARE(plainText(QByteArray("ab\0cd", 5)), QStringLiteral("ab"));
-    QCOMPARE(plainText("\xE9<b>"), QString::fromLatin1("\xE9<b>"));
+    const QString sheet = QStringLiteral(":/styles/profile%1.qss").arg(model);
+    QCOMPARE(DisplayProfile::styleSheetPath(model), model == 0 ? QString() : sheet);
 }
 
 QTEST_GUILESS_MAIN(TextsTest)

@@ -1,0 +1,38 @@
+// What a command line gives back.
+#include "io/shellcommand.h"
+
+#include <QtTest>
+
+class ShellCommandTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void results_data();
+    void results();
+};
+
+void ShellCommandTest::results_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QByteArray>("errors");
+
+    QTest::newRow("success") << "echo a; echo b >&2" << 0 << QByteArray("a\n") << QByteArray("b\n");
+    QTest::newRow("pipe without a match") << "echo a | grep b" << 1 << QByteArray() << QByteArray();
+    QTest::newRow("killed") << "kill -9 $$" << -1 << QByteArray() << QByteArray();
+    QTest::newRow("reads no input") << "cat" << 0 << QByteArray() << QByteArray();
+}
+
+void ShellCommandTest::results()
+{
+    QFETCH(QString, line);
+    const ShellResult result = runShell(line);
+    QTEST(result.status, "status");
+    QTEST(result.output, "output");
+    QTEST(result.errors, "errors");
+}
+
+QTEST_GUILESS_MAIN(ShellCommandTest)
+#include "tst_shellcommand.moc"
