@@ -10,8 +10,9 @@ from picture import Picture
 from privateroot import DONGLE, PrivateRoot, wait_until
 from programtest import GREEN, MISC, RED, SETTING, STATUS, UNDETECTED, ProgramTest
 
-PANELS = ((480, 272), (800, 480), (1280, 800))
-OTHER_SIZES = ((1024, 600), (600, 1024))
+# A button's font size and padding in the style sheet of each panel; none for other sizes.
+SIZES = {(480, 272): 14 + 6, (800, 480): 16 + 24, (1280, 800): 18 + 24, (1024, 600): 0,
+         (600, 1024): 0}
 
 
 def all_calls(root: PrivateRoot) -> list[str]:
@@ -128,7 +129,7 @@ class StartUp(ProgramTest):
 
 class Panels(ProgramTest):
     def test_everything_fits(self) -> None:
-        for size in (*PANELS, *OTHER_SIZES):
+        for size, button_height in SIZES.items():
             with self.subTest(size):
                 root = self.root(size=size).start()
                 for tab in (SETTING, STATUS, MISC):
@@ -136,6 +137,8 @@ class Panels(ProgramTest):
                     screen = root.panel.screen()
                     self.assertEqual(screen.main_window()["rect"], [0, 0, *size])
                     self.assertEqual(screen.cut_off(), [], tab)
+                _, _, _, height = root.panel.button("Exit")["rect"]
+                self.assertGreaterEqual(height, button_height, "the panel's style sheet")
                 self.leave(root)
 
     def test_pages(self) -> None:
