@@ -14,8 +14,8 @@
 int main(int argc, char **argv)
 {
     std::signal(SIGUSR1, SIG_IGN); // It kills a process that has no handler yet.
-    std::setvbuf(stdout, nullptr, _IOLBF,
-                 0); // Whole lines as they are written, into a journal too.
+    // Whole lines as they are written, into a journal too.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     InputMethodManagement::prepare();
     QApplication app(argc, argv);
     PanelStyle::apply(app);

@@ -128,13 +128,6 @@ class Screen:
                 return key
         raise NotShown(f"no key {name!r} among {[key['text'] for key in self.keys]}")
 
-    def key(self, name: str) -> Widget:
-        """The key of the on-screen keyboard with this text, or that does this (KEY_TYPES)."""
-        for key in self.keys:
-            if key["type"] == KEY_TYPES[name] if name in KEY_TYPES else key["text"] == name:
-                return key
-        raise NotShown(f"no key {name!r} among {[key['text'] for key in self.keys]}")
-
     def has_key(self, text: str) -> bool:
         return any(key["text"] == text for key in self.keys)
 
