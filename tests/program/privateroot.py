@@ -226,7 +226,8 @@ class PrivateRoot:
                       "--ro-bind", str(HERE / "root"), "/testroot",
                       "--ro-bind", str(BUILD / "tests/program/fakes"), "/testfakes",
                       "--ro-bind", str(BUILD / "simulator/inspector/plugins"), "/testplugins",
-                      "--ro-bind-try", str(BUILD / "platform/keyboard/plugins"), "/testkeyboard",
+                      "--ro-bind-try", str(BUILD / "platform/keyboard/plugins"),
+                      "/testkeyboard",
                       "--ro-bind", str(BUILD / "app/corvanta"), "/app/corvanta"]
         return arguments + self._mounts + ["--chdir", "/", "/testroot/session"]
 
