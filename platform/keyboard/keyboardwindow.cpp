@@ -33,6 +33,11 @@ KeyboardWindow::KeyboardWindow()
     m_engine.addImportPath(QStringLiteral(":/corvanta/keyboard/imports"));
 }
 
+KeyboardWindow::~KeyboardWindow()
+{
+    delete m_panel; // Its engine goes before the window's content does.
+}
+
 bool KeyboardWindow::load(QString *fault)
 {
     QQmlComponent component(&m_engine, QUrl(QStringLiteral("qrc:/corvanta/keyboard/Panel.qml")));
@@ -44,6 +49,8 @@ bool KeyboardWindow::load(QString *fault)
     m_panel->setParent(contentItem());
     m_panel->setParentItem(contentItem());
     connect(m_panel, SIGNAL(keysHeightChanged()), this, SLOT(fit()));
+    // Left to itself the engine collects so seldom that its memory seems to leak.
+    connect(this, &QWindow::visibleChanged, this, [this] { m_engine.collectGarbage(); });
     fit();
     return true;
 }

@@ -19,6 +19,7 @@ public:
      * @return null when the keyboard's library or one of its modules cannot be used
      */
     static std::unique_ptr<KeyboardWindow> create(QString *fault);
+    ~KeyboardWindow() override;
 
 private slots:
     void fit();
