@@ -10,7 +10,7 @@ ShellResult runShell(const QString &commandLine)
     const bool finished = process.waitForFinished(-1);
 
     ShellResult result;
-    // A process that never started has exit code 0, which would read as success.
+    // A shell that could not be started failed, whatever exit code the process object has.
     if (finished && process.exitStatus() == QProcess::NormalExit)
         result.status = process.exitCode();
     result.output = process.readAllStandardOutput();
