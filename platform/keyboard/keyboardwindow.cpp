@@ -35,7 +35,9 @@ KeyboardWindow::KeyboardWindow()
 
 KeyboardWindow::~KeyboardWindow()
 {
-    delete m_panel; // Its engine goes before the window's content does.
+    // The engine is gone when the base class hides the window and deletes its content.
+    hide();
+    delete m_panel;
 }
 
 bool KeyboardWindow::load(QString *fault)
