@@ -34,5 +34,9 @@ QWSInputMethod *InputMethodManagement::getCurrentInputMethod() const
         return nullptr;
     if (loaded(QStringLiteral("platforminputcontexts/qtvirtualkeyboardplugin")) == nullptr)
         return nullptr;
-    return qobject_cast<QWSInputMethod *>(loaded(QStringLiteral("corvanta/corvantakeyboard")));
+    QObject *module = loaded(QStringLiteral("corvanta/corvantakeyboard"));
+    auto *method = qobject_cast<QWSInputMethod *>(module);
+    if (module != nullptr && method == nullptr)
+        qDebug("No on-screen keyboard: its module is not of this program's version");
+    return method;
 }

@@ -183,6 +183,8 @@ class Without(KeyboardTest):
         table = {
             "module": (["--tmpfs", "/testkeyboard"], "corvantakeyboard"),
             "other Qt": (self.other_version(), "incompatible Qt library"),
+            "another module": (["--ro-bind", f"{QT}/plugins/generic/libqevdevmouseplugin.so",
+                                MODULE], "version"),
             "Qt's plug-in": (["--tmpfs", f"{QT}/plugins/platforminputcontexts"],
                              "qtvirtualkeyboard"),
             "keyboard library": (["--tmpfs", f"{QT}/qml/QtQuick/VirtualKeyboard"],
