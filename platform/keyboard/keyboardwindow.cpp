@@ -8,8 +8,8 @@
 namespace
 {
 
-constexpr Qt::WindowFlags Flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                                  Qt::WindowDoesNotAcceptFocus;
+constexpr Qt::WindowFlags Flags =
+    Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus;
 
 } // namespace
 

@@ -27,6 +27,6 @@ private:
 
     QRegion m_area;
     QTimer m_timer;
-    bool m_served = false;    ///< events have been served since the latest change
-    bool m_refusing = false;  ///< a press was refused; what follows up to its release is, too
+    bool m_served = false;   ///< events have been served since the latest change
+    bool m_refusing = false; ///< a press was refused; what follows up to its release is, too
 };

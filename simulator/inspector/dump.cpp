@@ -159,8 +159,8 @@ QRect globalRect(const QWindow *window, const QObject *item)
     return QRectF(at, size).toRect();
 }
 
-/// An item's child items. Of Qt Quick, which is in few of the programs looked at, nothing is linked:
-/// the property is a structure of functions, and an item begins with its QObject.
+/// An item's child items. Of Qt Quick, which is in few of the programs looked at, nothing is
+/// linked: the property is a structure of functions, and an item begins with its QObject.
 QObjectList childItems(const QObject *item)
 {
     const QVariant property = item->property("children");

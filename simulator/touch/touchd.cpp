@@ -1,11 +1,11 @@
 /// @file
-/// touchd WIDTH HEIGHT [single]: makes the emulated pointer of the board a touch screen of that many
-/// pixels.
+/// touchd WIDTH HEIGHT [single]: makes the emulated pointer of the board a touch screen of that
+/// many pixels.
 ///
-/// The machine's absolute pointer is grabbed, so that nobody sees a mouse, and comes out again through
-/// uinput: as a multitouch screen with slots (type B of the kernel's multi-touch protocol), or as a
-/// single-touch one that reports pressure, as resistive screens do. It ends, with a message, only
-/// when one of the two devices fails.
+/// The machine's absolute pointer is grabbed, so that nobody sees a mouse, and comes out again
+/// through uinput: as a multitouch screen with slots (type B of the kernel's multi-touch protocol),
+/// or as a single-touch one that reports pressure, as resistive screens do. It ends, with a
+/// message, only when one of the two devices fails.
 
 #include "io/filedescriptor.h"
 
