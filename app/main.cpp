@@ -1,10 +1,10 @@
 // Process start-up.
+#include "app/mfilter.h"
+#include "app/widget.h"
 #include "device/fram.h"
-#include "mfilter.h"
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
-#include "widget.h"
 
 #include <QApplication>
 #include <QBrush>
@@ -13,10 +13,9 @@
 
 int main(int argc, char **argv)
 {
-    std::signal(SIGUSR1, SIG_IGN); // It kills a process that has no handler yet.
-    // Whole lines as they are written, into a journal too.
+    std::signal(SIGUSR1, SIG_IGN); // Without a handler the signal would end the process.
+    // Each line reaches a journal at once, too.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    InputMethodManagement::prepare();
     QApplication app(argc, argv);
     PanelStyle::apply(app);
     MFilter filter(nullptr);

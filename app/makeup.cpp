@@ -1,4 +1,4 @@
-#include "makeup.h"
+#include "app/makeup.h"
 
 #include "usb/detectmsg.h"
 
@@ -69,7 +69,7 @@ void Makeup::createStatusWidgets()
     pppStatusValue = new QLabel;
     signalLabel = new QLabel(tr("Signal Strength:"));
     signalValue = new QLabel;
-    signalValue->setTextFormat(Qt::PlainText); // It shows what a modem sends.
+    signalValue->setTextFormat(Qt::PlainText); // A modem's answer may look like markup.
     signalBar = new QProgressBar;
     signalBar->setRange(0, 100);
 }
@@ -98,7 +98,7 @@ Makeup::~Makeup()
     parentWidget = nullptr;
     instancePtr = nullptr;
 
-    // What lies on a page goes before the page, and the pages before the tab widget.
+    // A page would delete its children: they go first, then the pages, then the tab widget.
     QWidget *const owned[] = {
         apnLabel,          apnEdit,          dialNumLabel,   dialNumEdit,    userLabel,
         userEdit,          passwordLabel,    passwordEdit,   pinLabel,       pinEdit,

@@ -29,11 +29,14 @@ class QTabWidget;
 class QTextEdit;
 class QVBoxLayout;
 class QWidget;
+struct SignalReply;
 
-namespace ParamList
+namespace paramlist
 {
+struct AutoConnectValues;
+struct DialUpValues;
 struct ScreenValues;
-}
+} // namespace paramlist
 
 class Makeup : public QObject
 {
@@ -41,9 +44,8 @@ class Makeup : public QObject
 
 public:
     /**
-     * The one controller; the first call creates it.
-     * @param parent the main window (a QWidget), used by the first call only; it owns the
-     * controller
+     * Gives the one controller. The first call creates it.
+     * @param parent main window (a QWidget), which owns the controller; later calls ignore it
      */
     static Makeup *getInstance(QObject *parent);
     ~Makeup() override;
@@ -62,7 +64,7 @@ public:
     static void getMonitorModel();
     /** Installs the style sheet that every profile shares on the application. */
     static void setGlobalStyle();
-    /** Installs the profile's style sheet on a window; without a profile nothing changes. */
+    /** Installs the profile's style sheet on a window. Without a profile nothing changes. */
     static void setStyle(QWidget *widget);
 
     // --- Signal bridge ------------------------------------------------------------------------
@@ -70,8 +72,8 @@ public:
     static int setup_unix_signal_handlers();
     /** The handler: one byte into the socket pair. Never blocks. */
     static void usrSignalHandler(int);
-    /** Connected stream sockets, both non-blocking: the handler writes to [0], the notifier reads
-     *  from [1]. Never closed. */
+    /** Pair of connected stream sockets, both non-blocking. The handler writes to [0], the notifier
+     *  reads from [1]. They are never closed. */
     static int sigUsrFd[2];
 
     // --- Dial-up ------------------------------------------------------------------------------
@@ -81,7 +83,7 @@ public:
     // --- Parameters ---------------------------------------------------------------------------
     /** Reads both parameter files into the lists and shows their values. */
     void loadParam();
-    /** @return whether the screen differs from the lists as last loaded */
+    /** @return whether the screen differs from the lists that were last loaded */
     bool checkParamModify();
     /** Writes the chat script from the lists. */
     void modifyChatFile();
@@ -91,23 +93,26 @@ public:
     // --- Probes -------------------------------------------------------------------------------
     /** @return 0 when /dev has a ttyUSB node, 1 when it has none, else the shell's failure */
     int checkTTYUSB();
-    /** Starts fetching the probe page; managerFinished() gets the outcome. */
+    /** @return whether /dev has a ttyUSB node */
+    bool hasModemNode();
+    /** Starts to fetch the probe page. managerFinished() gets the outcome. */
     void httpGet();
 
 public slots:
     /** Writes both parameter files from the screen. */
     void saveParam();
-    /** The Connect button: one attempt, checked 15 s after pppd has been started. */
+    /** The Connect button: makes one attempt. The link is checked 15 s after pppd has started. */
     void doPPPConnect();
-    /** The Disconnect button: stops every pppd, and checks the link 3 s later. */
+    /** The Disconnect button: stops every pppd. The link is checked 3 s later. */
     void doPPPDisconnect();
-    /** Brings buttons, setting page and labels in line with the link. @return whether it is up */
+    /** Checks the link and sets buttons, setting page and labels from it. @return whether it is up
+     */
     bool checkPPPConnect();
-    /** The check at the end of an attempt; tells the operator when the link is down. */
+    /** Ends an attempt: checks the link, and shows a notice when it is down. */
     void checkPPPMsg();
-    /** The ping button: pings three times and appends what ping printed. Blocks meanwhile. */
+    /** The ping button: pings three times and shows what ping printed. Blocks meanwhile. */
     void pinResponse();
-    /** Serves one SIGUSR1: one link check. */
+    /** Serves one SIGUSR1 with one link check. */
     void handleSigUsr();
     /** The Exit button: rotates the logs, saves the parameters and closes the main window. */
     void mClose();
@@ -115,9 +120,9 @@ public slots:
     void managerFinished(QNetworkReply *reply);
     /**
      * Asks the modem for its received signal strength and shows the answer.
-     * @param request only 1 asks; any other value does nothing
-     * @return 0; the status of checkTTYUSB() without a node; -1 when the port fails, the modem
-     *         is silent for 3 s, or the main window closes meanwhile
+     * @param request 1 to ask; any other value does nothing
+     * @return 0 when the modem answered or was not asked; checkTTYUSB() when there is no node; -1
+     *         when the port fails, the modem is silent for 3 s, or the main window closes
      */
     int checkSignalStrength(int request);
 
@@ -137,8 +142,11 @@ private:
     void waitForDongle();
     bool waitForModemNode();
     void rewriteFilesIfModified();
-    ParamList::ScreenValues screenValues() const;
-    int signalPortError(const QString &text);
+    bool isScreenBuilt() const { return statusPage != nullptr; }
+    paramlist::ScreenValues screenValues() const;
+    void showDialUp(const paramlist::DialUpValues &values);
+    void showAutoConnect(const paramlist::AutoConnectValues &values);
+    void showSignal(const SignalReply &reply);
 
     static Makeup *instancePtr;
 
@@ -197,12 +205,12 @@ private:
     QVBoxLayout *mainLayout = nullptr;
 
     QProgressBar *busyBar = nullptr;    ///< the newest; hidden once closed
-    DetectMsg *messageDialog = nullptr; ///< the newest message dialog, open or closed
+    DetectMsg *messageDialog = nullptr; ///< the newest; open or closed
 
-    QList<QString> paramList;     ///< lines of the parameter file as last loaded
-    QList<QString> autoParamList; ///< lines of the auto-connect file as last loaded
+    QList<QString> paramList;     ///< lines of the parameter file, from the last load
+    QList<QString> autoParamList; ///< lines of the auto-connect file, from the last load
 
     QSocketNotifier *sigUsrNotifier = nullptr;
 
-    bool awaitingModemNode = false; ///< a connect attempt is in its wait for the serial node
+    bool awaitingModemNode = false; ///< an attempt waits for the modem's serial node
 };

@@ -1,8 +1,8 @@
 // The controller's dial-up operations: connect, disconnect, link check and status.
-#include "makeup.h"
+#include "app/makeup.h"
 
+#include "io/boardcommands.h"
 #include "io/servedwait.h"
-#include "io/shellcommand.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
 
@@ -22,7 +22,9 @@ constexpr auto DisconnectCheckDelay = 3000ms;
 void showState(QLabel *label, const QString &text, bool good)
 {
     label->setText(text);
-    label->setStyleSheet(good ? QStringLiteral("color:green;") : QStringLiteral("color:red;"));
+    const QString sheet = good ? QStringLiteral("color:green;") : QStringLiteral("color:red;");
+    if (label->styleSheet() != sheet) // Qt polishes and repaints a label even for the same sheet.
+        label->setStyleSheet(sheet);
 }
 
 } // namespace
@@ -35,10 +37,10 @@ void Makeup::doPPPConnect()
     waitForDongle();
     if (!waitForModemNode())
         return;
-    runShell(QStringLiteral("killall pppd"));
+    boardcommands::stopAll();
     rewriteFilesIfModified();
-    runShell(QStringLiteral("pppd call ppp-connect &"));
-    // Precise: a coarse timer may fire half a second early.
+    boardcommands::dial();
+    // A coarse timer may fire half a second early.
     QTimer::singleShot(ConnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPMsg);
 }
 
@@ -52,9 +54,9 @@ void Makeup::waitForDongle()
 }
 
 /**
- * Waits until a ttyUSB node exists.
- * @return whether to dial. A link check can enable the button again during the wait; the newer
- *         press then takes over the wait that is under way, so that one attempt dials, once.
+ * Waits until a ttyUSB node exists. A link check can enable Connect during the wait. A newer press
+ * then returns at once and leaves the wait to the older one, so that one attempt dials, once.
+ * @return whether to dial
  */
 bool Makeup::waitForModemNode()
 {
@@ -62,7 +64,7 @@ bool Makeup::waitForModemNode()
         return false;
     awaitingModemNode = true;
     const WaitResult result = waitServed({
-        [this] { return checkTTYUSB() == 0; },
+        [this] { return hasModemNode(); },
         [this] { return !parentWidget->isVisible(); },
     });
     awaitingModemNode = false;
@@ -91,20 +93,20 @@ void Makeup::checkPPPMsg()
 void Makeup::doPPPDisconnect()
 {
     disconnectButton->setEnabled(false);
-    runShell(QStringLiteral("killall pppd"));
+    boardcommands::stopAll();
     QTimer::singleShot(DisconnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPConnect);
 }
 
 bool Makeup::checkPPPConnect()
 {
     progressBar(false);
-    const bool linkUp = runShell(QStringLiteral("ifconfig | grep ppp")).status == 0;
+    const bool linkUp = boardcommands::isUp();
     connectButton->setEnabled(!linkUp);
     disconnectButton->setEnabled(linkUp);
     updateStatus(linkUp);
     settingPage->setEnabled(!linkUp);
     if (linkUp)
-        runShell(QStringLiteral("route add default ppp0"));
+        boardcommands::setDefaultRoute();
     return linkUp;
 }
 
@@ -112,7 +114,7 @@ void Makeup::updateStatus(bool linkUp)
 {
     if (CheckUSB::checkUSB() == 0)
         showState(dongleStatusValue, tr("undetected"), false);
-    else if (checkTTYUSB() == 0)
+    else if (hasModemNode())
         showState(dongleStatusValue, tr("detected"), true);
     showState(pppStatusValue, linkUp ? tr("connected") : tr("disconnected"), linkUp);
 }

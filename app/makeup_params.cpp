@@ -1,6 +1,7 @@
 // The controller's parameters: the two parameter files, the files generated from them, and exit.
-#include "makeup.h"
+#include "app/makeup.h"
 
+#include "core/boardpaths.h"
 #include "core/chatscript.h"
 #include "core/paramlist.h"
 #include "core/peerfile.h"
@@ -14,21 +15,11 @@
 namespace
 {
 
-QString paramFile()
-{
-    return QStringLiteral("/quenfold/configs/3gparam");
-}
-
-QString autoParamFile()
-{
-    return QStringLiteral("/quenfold/configs/autoparam");
-}
-
 /** Replaces a list by the lines of a file, or appends the defaults when it cannot be opened. */
-void loadList(QStringList &list, const QString &path, const QStringList &defaults)
+void loadList(QStringList &list, const char *path, const QStringList &defaults)
 {
-    if (const auto content = LineFile::read(path))
-        list = ParamList::parse(*content);
+    if (const auto content = linefile::read(path))
+        list = paramlist::parse(*content);
     else
         list.append(defaults);
 }
@@ -37,68 +28,70 @@ void loadList(QStringList &list, const QString &path, const QStringList &default
 
 void Makeup::loadParam()
 {
-    using namespace ParamList;
-    loadList(paramList, paramFile(), dialUpDefaults());
-    if (paramList.size() >= DialUpCount) {
-        apnEdit->setText(paramList[Apn]);
-        dialNumEdit->setText(paramList[DialNumber]);
-        userEdit->setText(paramList[User]);
-        passwordEdit->setText(paramList[Password]);
-        pinEdit->setText(paramList[Pin]);
-        authCombo->setCurrentIndex(authMethod(paramList));
-    }
-    loadList(autoParamList, autoParamFile(), autoConnectDefaults());
-    if (autoParamList.size() >= AutoConnectCount) {
-        const bool yes = autoChoice(autoParamList) == AutoChoice::Yes;
-        (yes ? autoYesRadio : autoNoRadio)->setChecked(true);
-        countsEdit->setText(autoParamList[Counts]);
-    }
+    loadList(paramList, boardpaths::ParameterFile, paramlist::dialUpDefaults());
+    if (const auto values = paramlist::dialUpValues(paramList))
+        showDialUp(*values);
+    loadList(autoParamList, boardpaths::AutoConnectFile, paramlist::autoConnectDefaults());
+    if (const auto values = paramlist::autoConnectValues(autoParamList))
+        showAutoConnect(*values);
 }
 
-ParamList::ScreenValues Makeup::screenValues() const
+void Makeup::showDialUp(const paramlist::DialUpValues &values)
 {
-    using ParamList::AutoChoice;
-    ParamList::ScreenValues values;
-    values.apn = apnEdit->text();
-    values.dialNumber = dialNumEdit->text();
-    values.user = userEdit->text();
-    values.password = passwordEdit->text();
-    values.pin = pinEdit->text();
-    values.authMethod = authCombo->currentIndex();
+    apnEdit->setText(values.apn);
+    dialNumEdit->setText(values.dialNumber);
+    userEdit->setText(values.user);
+    passwordEdit->setText(values.password);
+    pinEdit->setText(values.pin);
+    authCombo->setCurrentIndex(values.authMethod);
+}
+
+void Makeup::showAutoConnect(const paramlist::AutoConnectValues &values)
+{
+    const bool yes = values.choice == paramlist::AutoChoice::Yes;
+    (yes ? autoYesRadio : autoNoRadio)->setChecked(true);
+    countsEdit->setText(values.counts);
+}
+
+paramlist::ScreenValues Makeup::screenValues() const
+{
+    using paramlist::AutoChoice;
+    AutoChoice choice = AutoChoice::Unset;
     if (autoYesRadio->isChecked())
-        values.autoConnect = AutoChoice::Yes;
+        choice = AutoChoice::Yes;
     else if (autoNoRadio->isChecked())
-        values.autoConnect = AutoChoice::No;
-    values.counts = countsEdit->text();
-    return values;
+        choice = AutoChoice::No;
+    return {{apnEdit->text(), dialNumEdit->text(), userEdit->text(), passwordEdit->text(),
+             pinEdit->text(), authCombo->currentIndex()},
+            {choice, countsEdit->text()}};
 }
 
 void Makeup::saveParam()
 {
-    const ParamList::ScreenValues values = screenValues();
-    LineFile::write(paramFile(), ParamList::dialUpLines(values));
-    LineFile::write(autoParamFile(), ParamList::autoConnectLines(values));
+    const paramlist::ScreenValues values = screenValues();
+    linefile::write(boardpaths::ParameterFile, paramlist::dialUpLines(values.dialUp));
+    linefile::write(boardpaths::AutoConnectFile, paramlist::autoConnectLines(values.autoConnect));
 }
 
 bool Makeup::checkParamModify()
 {
-    return ParamList::differs(screenValues(), paramList, autoParamList);
+    return paramlist::differs(screenValues(), paramList, autoParamList);
 }
 
 void Makeup::modifyChatFile()
 {
-    LineFile::write(QStringLiteral("/etc/ppp/chat/chat"), chatScriptLines(paramList));
+    linefile::write(boardpaths::ChatScript, chatScriptLines(paramList));
 }
 
 void Makeup::modifyConnectFile()
 {
-    LineFile::write(QStringLiteral("/etc/ppp/peers/ppp-connect"),
+    linefile::write(boardpaths::PeerFile,
                     peerFileLines(paramList, QStringLiteral(CORVANTA_DNS_ADDRESS)));
 }
 
 void Makeup::mClose()
 {
-    rotateLogs({QStringLiteral("/etc/ppp/ppp.log"), QStringLiteral("/etc/ppp/chat.log")});
+    rotateLogs({boardpaths::PppLog, boardpaths::ChatLog});
     saveParam();
     parentWidget->close();
 }

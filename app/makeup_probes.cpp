@@ -1,20 +1,20 @@
 // The controller's probes: the modem's device node and signal strength, ping and HTTP.
-#include "makeup.h"
+#include "app/makeup.h"
 
+#include "app/httpprobe.h"
+#include "core/boardpaths.h"
 #include "core/plaintext.h"
 #include "core/signalreply.h"
 #include "io/atport.h"
+#include "io/boardcommands.h"
 #include "io/servedwait.h"
 #include "io/shellcommand.h"
 
 #include <QDebug>
 #include <QLabel>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
+#include <QPluginLoader>
 #include <QProgressBar>
 #include <QTextEdit>
-#include <QUrl>
 #include <chrono>
 
 using namespace std::chrono_literals;
@@ -25,7 +25,50 @@ namespace
 constexpr auto ReplyPollInterval = 10ms;
 constexpr auto ReplyLimit = 3000ms;
 
-/** Next paragraph of the box, never taken for markup. */
+/** Outcome of asking the modem for its signal. */
+struct SignalAnswer {
+    int result = -1;             ///< of the exchange: what close(2) returned, or -1
+    QByteArray chunk;            ///< the modem's answer; empty when there is none
+    const char *error = nullptr; ///< for the operator; null when there is nothing to say
+};
+
+/** One AT+CSQ exchange over the modem's port. @param abandoned whether to give up waiting */
+SignalAnswer askForSignal(const std::function<bool()> &abandoned)
+{
+    AtPort port(boardpaths::ModemPort);
+    if (!port.isOpen())
+        return {-1, {}, "open ttyUSB0 error"};
+    // The single A starts no command: the modem answers the query alone.
+    if (!port.write("A"))
+        return {-1, {}, "write ATZ error"};
+    if (!port.write("AT+CSQ\r"))
+        return {-1, {}, "write ttyUSB0 error"};
+    QByteArray chunk;
+    const WaitResult waited = waitServed({
+        [&port, &chunk] { return !(chunk = port.readChunk()).isEmpty(); },
+        abandoned,
+        ReplyPollInterval,
+        ReplyLimit,
+    });
+    if (waited != WaitResult::Ready)
+        return {-1, {}, waited == WaitResult::TimedOut ? "read ttyUSB0 error" : nullptr};
+    return {port.close(), chunk, nullptr};
+}
+
+/** The module of the HTTP probe, loaded by the first call; null, and a debug line, without it. */
+HttpProbe *httpProbe()
+{
+    static HttpProbe *const probe = [] {
+        QPluginLoader loader(QStringLiteral("corvanta/corvantahttpprobe"));
+        auto *module = qobject_cast<HttpProbe *>(loader.instance());
+        if (module == nullptr)
+            qDebug("No HTTP probe: %s", qPrintable(loader.errorString()));
+        return module;
+    }();
+    return probe;
+}
+
+/** Appends a paragraph as plain text, whatever it looks like. */
 void appendPlain(QTextEdit *box, const QString &text)
 {
     QTextCursor cursor(box->document());
@@ -39,13 +82,12 @@ void appendPlain(QTextEdit *box, const QString &text)
 
 int Makeup::checkTTYUSB()
 {
-    return runShell(QStringLiteral("ls /dev | grep ttyUSB")).status;
+    return boardcommands::findModemNode();
 }
 
-int Makeup::signalPortError(const QString &text)
+bool Makeup::hasModemNode()
 {
-    signalValue->setText(text);
-    return -1;
+    return checkTTYUSB() == 0;
 }
 
 int Makeup::checkSignalStrength(int request)
@@ -54,37 +96,25 @@ int Makeup::checkSignalStrength(int request)
         return 0;
     if (const int status = checkTTYUSB(); status != 0)
         return status;
-    AtPort port("/dev/ttyUSB0");
-    if (!port.isOpen())
-        return signalPortError(QStringLiteral("open ttyUSB0 error"));
-    // One byte of a reset command, which starts none: the modem answers the query alone.
-    if (!port.write("A"))
-        return signalPortError(QStringLiteral("write ATZ error"));
-    if (!port.write("AT+CSQ\r"))
-        return signalPortError(QStringLiteral("write ttyUSB0 error"));
-
-    QByteArray chunk;
     const bool wasVisible = parentWidget->isVisible();
-    const WaitResult result = waitServed({
-        [&port, &chunk] { return !(chunk = port.readChunk()).isEmpty(); },
-        [this, wasVisible] { return wasVisible && !parentWidget->isVisible(); },
-        ReplyPollInterval,
-        ReplyLimit,
-    });
-    if (result == WaitResult::Abandoned)
-        return -1;
-    if (result == WaitResult::TimedOut)
-        return signalPortError(QStringLiteral("read ttyUSB0 error"));
+    const SignalAnswer answer =
+        askForSignal([this, wasVisible] { return wasVisible && !parentWidget->isVisible(); });
+    if (answer.error != nullptr)
+        signalValue->setText(QString::fromLatin1(answer.error));
+    else if (!answer.chunk.isEmpty())
+        showSignal(parseSignalReply(answer.chunk));
+    return answer.result;
+}
 
-    const SignalReply reply = parseSignalReply(chunk);
+void Makeup::showSignal(const SignalReply &reply)
+{
     signalValue->setText(reply.noSignal ? tr("No Signal") : reply.text);
     signalBar->setValue(reply.noSignal ? 0 : reply.percent);
-    return port.close();
 }
 
 void Makeup::pinResponse()
 {
-    const ShellResult ping = runShell(QStringLiteral("ping -c 3 " CORVANTA_PING_TARGET));
+    const ShellResult ping = boardcommands::ping();
     appendPlain(pingOutput, QStringLiteral("oo"));
     appendPlain(pingOutput, plainText(ping.output));
     appendPlain(pingOutput, plainText(ping.errors));
@@ -92,20 +122,19 @@ void Makeup::pinResponse()
 
 void Makeup::httpGet()
 {
-    QNetworkRequest request(QUrl(QStringLiteral(CORVANTA_PROBE_URL)));
-    // The first answer is the outcome: a redirection is not followed.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    auto *manager = new QNetworkAccessManager;
-    manager->get(request);
-    connect(manager, &QNetworkAccessManager::finished, this, &Makeup::managerFinished);
+    HttpProbe *probe = httpProbe();
+    if (probe == nullptr)
+        return;
+    // By name: the signal's class is of QtNetwork, which is not linked.
+    connect(probe->fetch(QStringLiteral(CORVANTA_PROBE_URL)), SIGNAL(finished(QNetworkReply *)),
+            this, SLOT(managerFinished(QNetworkReply *)));
 }
 
 void Makeup::managerFinished(QNetworkReply *reply)
 {
-    if (reply->error() == QNetworkReply::NoError)
-        qDebug() << plainText(reply->readAll());
-    else
-        qDebug() << reply->errorString();
-    reply->manager()->deleteLater(); // The reply is its child.
+    HttpProbe *probe = httpProbe();
+    if (probe == nullptr)
+        return;
+    const HttpProbe::Outcome outcome = probe->take(reply);
+    qDebug() << (outcome.error.isNull() ? plainText(outcome.body) : outcome.error);
 }

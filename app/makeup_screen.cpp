@@ -1,12 +1,11 @@
 // The controller's screen: layout, busy bar, display profile and style sheets.
-#include "makeup.h"
+#include "app/makeup.h"
 
 #include "core/displayprofile.h"
 #include "platform/screen.h"
+#include "platform/stylesheets.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QFile>
 #include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -19,14 +18,6 @@ namespace
 {
 
 constexpr int LargeProfile = 10;
-
-QString styleSheet(const QString &resourcePath)
-{
-    QFile file(resourcePath);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Missing resource %s", qPrintable(resourcePath));
-    return QString::fromUtf8(file.readAll());
-}
 
 /** Margins and spacing that the status and the misc page share. */
 void looseGrid(QGridLayout *grid, int stretchColumn)
@@ -42,19 +33,17 @@ void looseGrid(QGridLayout *grid, int stretchColumn)
 void Makeup::getMonitorModel()
 {
     monitorSize = deviceScreenSize();
-    monitorModel = DisplayProfile::modelFor(monitorSize);
+    monitorModel = displayprofile::modelFor(monitorSize);
 }
 
 void Makeup::setGlobalStyle()
 {
-    qApp->setStyleSheet(styleSheet(DisplayProfile::globalStyleSheetPath()));
+    setGlobalStyleSheet();
 }
 
 void Makeup::setStyle(QWidget *widget)
 {
-    const QString path = DisplayProfile::styleSheetPath(monitorModel);
-    if (!path.isEmpty())
-        widget->setStyleSheet(styleSheet(path));
+    setProfileStyleSheet(widget, monitorModel);
 }
 
 void Makeup::setConnect()
@@ -133,7 +122,7 @@ void Makeup::progressBar(bool show)
 {
     if (show) {
         busyBar = new QProgressBar(parentWidget);
-        busyBar->setGeometry(DisplayProfile::busyBarGeometry(monitorSize));
+        busyBar->setGeometry(displayprofile::busyBarGeometry(monitorSize));
         busyBar->setRange(0, 0);
         busyBar->show();
     } else if (busyBar != nullptr) {

@@ -1,5 +1,5 @@
 // The controller's signal bridge: SIGUSR1 into the event loop.
-#include "makeup.h"
+#include "app/makeup.h"
 
 #include <QSocketNotifier>
 #include <cerrno>
@@ -25,8 +25,8 @@ void Makeup::createSignalBridge()
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, sigUsrFd) != 0)
         qFatal("Couldn't create USR socketpair");
-    // Some hundred pending bytes fill the socket: a further signal is dropped then, as a check is
-    // pending anyway. A blocking write would stop the GUI thread, which alone empties it.
+    // Some hundred unread bytes fill the socket. The handler then drops its byte: checks are
+    // pending anyway, and a blocking write would stop the GUI thread, which alone reads the socket.
     setCloseOnExecAndNonBlocking(sigUsrFd[0]);
     setCloseOnExecAndNonBlocking(sigUsrFd[1]);
     sigUsrNotifier = new QSocketNotifier(sigUsrFd[1], QSocketNotifier::Read, this);
@@ -56,7 +56,7 @@ void Makeup::handleSigUsr()
     sigUsrNotifier->setEnabled(false);
     char byte;
     [[maybe_unused]] const ssize_t count = ::read(sigUsrFd[1], &byte, sizeof byte);
-    if (statusPage != nullptr)
+    if (isScreenBuilt())
         checkPPPConnect();
     sigUsrNotifier->setEnabled(true);
 }

@@ -1,4 +1,4 @@
-#include "mfilter.h"
+#include "app/mfilter.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>

@@ -10,6 +10,6 @@ class MFilter : public QObject
 public:
     explicit MFilter(QObject *parent);
 
-    /** Consumes Escape in a line edit, which loses the focus; passes everything else on. */
+    /** Consumes Escape in a line edit and takes the focus from it. Passes every other event on. */
     bool eventFilter(QObject *watched, QEvent *event) override;
 };

@@ -1,7 +1,7 @@
-#include "widget.h"
+#include "app/widget.h"
 
+#include "app/makeup.h"
 #include "io/servedwait.h"
-#include "makeup.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
 
@@ -16,7 +16,7 @@ Widget::Widget(QWidget *parent) : QWidget(parent)
     Makeup::setStyle(this);
     makeup->loadParam();
     waitForDongle();
-    waitServed({[makeup] { return makeup->checkTTYUSB() == 0; }, {}});
+    waitServed({[makeup] { return makeup->hasModemNode(); }, {}});
     makeup->checkPPPConnect();
 }
 

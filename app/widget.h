@@ -10,8 +10,9 @@ class Widget : public QWidget
     Q_OBJECT
 
 public:
-    /** Returns when the modem's serial device node exists, however long that takes; touches,
-     *  timers and signals are served meanwhile. */
+    /** Performs the start-up. It returns when the modem's serial device node exists, however long
+     *  that takes. Timers, signals and the waiting dialog are served meanwhile. The window is not
+     *  visible yet. */
     explicit Widget(QWidget *parent = nullptr);
     ~Widget() override;
 

@@ -1,4 +1,6 @@
-#include "fm25v02.h"
+#include "device/fm25v02.h"
+
+#include "core/boardpaths.h"
 
 #include <QByteArray>
 #include <QDebug>
@@ -39,7 +41,7 @@ uint64_t pointer(const void *buffer)
     return reinterpret_cast<uintptr_t>(buffer);
 }
 
-/** One chip-select cycle that only sends. */
+/** Sends bytes in one chip-select cycle. */
 int send(const uint8_t *bytes, unsigned int count)
 {
     std::memset(xfer, 0, sizeof xfer);
@@ -48,7 +50,7 @@ int send(const uint8_t *bytes, unsigned int count)
     return ::ioctl(spi_fb, SPI_IOC_MESSAGE(1), xfer);
 }
 
-/** One chip-select cycle that sends, then clocks bytes in. */
+/** Sends bytes, then receives n bytes, in one chip-select cycle. */
 int sendThenReceive(const uint8_t *bytes, unsigned int count, void *received, unsigned int n)
 {
     std::memset(xfer, 0, sizeof xfer);
@@ -74,7 +76,7 @@ uint8_t addressLow(unsigned int addr)
     return addr & 0xFF;
 }
 
-/** A query whose failure is reported, without a line end, and otherwise ignored. */
+/** Queries a setting. A failure is printed without a line end, and otherwise ignored. */
 void query(unsigned long request, void *value, const char *failure)
 {
     if (::ioctl(spi_fb, request, value) == -1)
@@ -85,7 +87,7 @@ void query(unsigned long request, void *value, const char *failure)
 
 int FM25V02_Init()
 {
-    spi_fb = ::open("/dev/spidev1.0", O_RDWR | O_CLOEXEC);
+    spi_fb = ::open(boardpaths::ChipDevice, O_RDWR | O_CLOEXEC);
     if (spi_fb == -1) {
         std::puts("Can't open SPI device ,load parameter by default!");
         return 0;
@@ -165,7 +167,7 @@ void FM25V02_Exit()
     std::fputs("FM25V02_Exit()!", stdout);
     if (spi_fb >= 0)
         ::close(spi_fb);
-    spi_fb = -1; // The number may soon be another file's.
+    spi_fb = -1; // The next file may get the same number.
 }
 
 int MSPISendData(char byte)

@@ -1,23 +1,22 @@
 // Driver of the FM25V02, a 32 KB serial F-RAM on SPI bus 1, chip select 0, over the kernel's
 // spidev.
 //
-// One device, opened by FM25V02_Init() and shared by all functions; not reentrant. A function that
-// returns int returns the result of its last transfer: the number of bytes transferred, or -1 when
-// the kernel refuses it (no device, or a message larger than spidev's bufsiz, say).
+// FM25V02_Init() opens the one device, which all functions share. They are not reentrant. A
+// function that returns int returns the result of its last transfer: the number of bytes, or -1
+// when the kernel refuses it (no device, for example, or a message larger than spidev's bufsiz).
 #pragma once
 
-/** Opens /dev/spidev1.0, close-on-exec, and queries its settings. Reports failures on standard
- *  output and goes on. @return 1 when the device was opened, 0 when not */
+/** Opens the chip's device, close-on-exec, and queries its settings. Failures are printed on
+ *  standard output. @return 1 when the device was opened, 0 when not */
 int FM25V02_Init();
 
-/** Reads the chip's 9-byte identification and writes it to the debug log, as 18 hexadecimal digits.
- */
+/** Reads the chip's identification, 9 bytes, and logs it as 18 hexadecimal digits. */
 void FM25V02_RDID();
 
 /**
  * Reads memory.
  * @param addr 0 to 0x7FFF; higher bits are dropped
- * @param buf receives n bytes; left as it is when the transfer fails
+ * @param buf receives n bytes; unchanged when the transfer fails
  */
 int FM25V02_READ(unsigned int addr, char *buf, unsigned int n);
 

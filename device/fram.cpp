@@ -1,6 +1,7 @@
-#include "fram.h"
+#include "device/fram.h"
 
-#include "fm25v02.h"
+#include "core/boardpaths.h"
+#include "device/fm25v02.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -17,7 +18,6 @@ constexpr unsigned BlockAddress = 0x0004; ///< in the F-RAM
 constexpr int BlockLength = 200;
 constexpr int ParameterLength = 2;
 constexpr int LanguageParameter = 10;
-constexpr char MarkerFile[] = "/quenfold/configs/initedFram";
 
 QByteArray *param_buffer = nullptr;
 QTranslator *GLOBAL_TRANSLATOR = nullptr;
@@ -71,7 +71,7 @@ bool Fram::load_param()
     }
     char block[BlockLength] = {};
     struct stat info;
-    if (::stat(MarkerFile, &info) == 0)
+    if (::stat(boardpaths::ChipMarkerFile, &info) == 0)
         FM25V02_READ(BlockAddress, block, BlockLength);
     *buffer = QByteArray(block, BlockLength);
     return true;
@@ -79,9 +79,9 @@ bool Fram::load_param()
 
 QByteArray Fram::getparam(int index)
 {
-    // Compared as an index: twice a huge one would overflow.
+    // The index itself is compared: twice a huge one would overflow.
     if (index >= 0 && index < BlockLength / ParameterLength && param_buffer != nullptr)
-        return param_buffer->mid(ParameterLength * index, ParameterLength);
+        return param_buffer->mid(qsizetype(ParameterLength) * index, ParameterLength);
     qDebug() << "address exceed";
     return QByteArray();
 }

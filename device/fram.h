@@ -11,20 +11,20 @@ class Fram : public QObject
     Q_OBJECT
 
 public:
-    /** The one instance. The first call opens the chip, prints its identification and loads the
-     *  block; the instance lives until the process ends. */
+    /** Gives the one instance, which lives until the process ends. The first call opens the chip,
+     *  logs its identification and loads the block. */
     static Fram *getInstance();
 
     explicit Fram(QObject *parent);
 
     // --- Parameter block ----------------------------------------------------------------------
-    /** The copy of the block in memory: empty at first, 200 bytes once loaded. */
+    /** The copy of the block in memory: 200 bytes, or none before it is loaded. */
     QByteArray *get_param_buffer();
 
     /**
-     * Fills the buffer: from the chip when the marker file /quenfold/configs/initedFram exists,
-     * with zeros when it does not or when the chip cannot be read.
-     * @return false only when there is no buffer
+     * Fills the buffer from the chip, or with zeros when the marker file is missing or the read
+     * fails.
+     * @return false when memory for the buffer ran out
      */
     bool load_param();
 
@@ -34,15 +34,15 @@ public:
 
     // --- Language -----------------------------------------------------------------------------
     /** @return parameter 10: 1 Traditional Chinese, 2 Simplified Chinese, any other value English
-     */
+     *          (0 when the chip could not be read) */
     quint16 getLanguageID();
 
-    /** Shows the program in the language of the parameter block. To be called before any widget
-     *  exists: what exists is not translated again. @param app not used */
+    /** Installs the catalogue of the parameter block's language. Must be called before any widget
+     *  exists, because a widget keeps its texts. @param app not used */
     void applyTranslator(QApplication *app);
 
-    /** Installs the catalogue of a language, or removes the one that is installed when the language
-     *  has none. */
+    /** Installs the catalogue of a language. For a language without one, the installed catalogue is
+     *  removed. */
     void translate(int languageId);
 
 private:

@@ -6,16 +6,11 @@ class QWSInputMethod;
 class InputMethodManagement
 {
 public:
-    /** Keeps Qt from showing an on-screen keyboard of its own, in a window over the whole panel. To
-     *  be called before the application object exists. */
-    static void prepare();
-
     /**
-     * Loads the on-screen keyboard's module, if the launch environment has selected the keyboard:
-     * QT_IM_MODULE=qtvirtualkeyboard, read by Qt before the application object exists.
-     * @return the input method that should be active, owned by its module and valid to the end of
-     *         the process; null when none is selected or its module cannot be loaded, which a
-     *         debug message explains
+     * The input method that should be active: the program's own keys, unless the launch environment
+     * names another one (QT_IM_MODULE or, as later versions of Qt have it, QT_IM_MODULES) or there
+     * is no screen. To be called once.
+     * @return owned by the application object; null when Qt looks after the input method by itself
      */
     QWSInputMethod *getCurrentInputMethod() const;
 };

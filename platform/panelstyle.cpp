@@ -1,6 +1,6 @@
-#include "panelstyle.h"
+#include "platform/panelstyle.h"
 
-#include "screen.h"
+#include "platform/screen.h"
 
 #include <QApplication>
 #include <QFont>

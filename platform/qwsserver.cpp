@@ -1,28 +1,34 @@
-#include "qwsserver.h"
+#include "platform/qwsserver.h"
 
-#include "qwsinputmethod.h"
+#include "platform/qwsinputmethod.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPointer>
+#include <QRasterWindow>
 #include <QScreen>
-#include <QWidget>
 
 namespace
 {
 
-/** The window behind all windows. */
-class Backdrop : public QWidget
+// Of this type Qt does not count it when the last window closes: it is visible to the end.
+constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
+                                  Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
+                                  Qt::WindowTransparentForInput;
+
+/** Whether the platform paints pixels like this for which a window has no picture. */
+bool isUnpainted(const QBrush &brush)
+{
+    return brush == QBrush(Qt::black) && QGuiApplication::platformName() != QLatin1String("eglfs");
+}
+
+/** The window behind all windows. A picture of it would be as large as the panel. */
+class Backdrop : public QRasterWindow
 {
 public:
-    explicit Backdrop(const QBrush &brush)
-        : QWidget(nullptr, Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus |
-                               Qt::WindowStaysOnBottomHint | Qt::WindowTransparentForInput),
-          m_brush(brush)
+    explicit Backdrop(const QBrush &brush) : m_brush(brush)
     {
-        setAttribute(Qt::WA_QuitOnClose, false); // Visible to the end, and no reason to go on.
-        setAttribute(Qt::WA_OpaquePaintEvent);
-        setAttribute(Qt::WA_ShowWithoutActivating);
+        setFlags(Flags);
         setGeometry(QGuiApplication::primaryScreen()->geometry());
     }
 
@@ -33,7 +39,17 @@ public:
     }
 
 protected:
-    void paintEvent(QPaintEvent *) override { QPainter(this).fillRect(rect(), m_brush); }
+    bool event(QEvent *event) override
+    {
+        const bool paints = event->type() == QEvent::Paint || event->type() == QEvent::Expose ||
+                            event->type() == QEvent::UpdateRequest;
+        return (paints && isUnpainted(m_brush)) || QRasterWindow::event(event);
+    }
+
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter(this).fillRect(QRect(QPoint(0, 0), size()), m_brush);
+    }
 
 private:
     QBrush m_brush;

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Measures what the board's pppd and chat make of the two generated files, as tables for docs/.
 
-Each row writes the files as the panel program does, runs the real programs against the simulated
-stick and reads what arrived at its network. Takes some minutes.
+Each row has the files written by the program's own code, runs the real programs against the
+simulated dongle and reads what arrived at its network. Takes some minutes.
 """
 
 from __future__ import annotations
@@ -14,34 +14,31 @@ import sys
 from collections.abc import Callable, Iterable
 from dataclasses import dataclass
 from pathlib import Path
-from shlex import quote
+from shlex import join, quote
 
-from boardlib.machine import Board
+from panel.facts import CHAT_LOG, CHAT_SCRIPT, PEER_FILE, PPP_LOG
+from virtualboard.board import Board
+from virtualboard.dongle import MODEM_LOG, NETWORK_LOG, SCENARIO
 
 Run = Callable[[str, float], str]
 PUKS = itertools.count(10000001)
 
-METHOD_LINES = {"AUTO": ["noauth"], "PAP": ["auth", "+pap"], "CHAP": ["auth", "+chap"],
-                "other": ["auth"]}
+METHODS = {"AUTO": 0, "PAP": 1, "CHAP": 2, "other": 3}  # by their names on the screen
 NETWORK_SECRETS = "network * netsecret *\n"
 NETWORK_PROVES_ITSELF = ("network.user=network", "network.password=netsecret")
 
 
-def peer_file(method: str, user: str, password: str) -> str:
-    """The peer file as the panel program writes it, method by its name on the screen."""
-    return "\n".join(["/dev/ttyUSB0", "115200", "usepeerdns", *METHOD_LINES[method], "noipdefault",
-                      "defaultroute", "crtscts", "persist", "debug", f"user {user}",
-                      f"password {password}", "ms-dns 8.8.8.8", "logfile /etc/ppp/ppp.log",
-                      "connect 'chat -t5 -E -v -f /etc/ppp/chat/chat 2>/etc/ppp/chat.log'"]) + "\n"
+def generate(**values: str | int) -> str:
+    """
+    Shell commands that make the chat script and the peer file by the program's own code.
 
-
-def chat_script(apn: str = "internet", dial: str = "*99#", pin: str = "") -> str:
-    """The chat script as the panel program writes it."""
-    aborts = "".join(f"ABORT '{text}'\n" for text in (
-        "BUSY", "NO CARRIER", "VOICE", "NO DIALTONE", "NO DIAL TONE", "NO ANSWER", "DELAYED"))
-    reset = f"'' 'AT+CPIN=\"{pin}\"'\n'ERROR-AT-OK' 'ATZ'\n" if pin else "'' 'ATZ'\n"
-    return (f"{aborts}ABORT   ERROR\nREPORT  CONNECT\nTIMEOUT 3\n'' ''\n{reset}'OK' 'ATI'\n"
-            f"'OK' 'AT+COPS?'\n'OK' 'AT+CGDCONT=1,\"IP\",\"{apn}\"'\n'OK' '\"ATD{dial}\"'\n")
+    @param values  as `pppfiles --help` names them
+    """
+    words = [word for name, value in values.items() for word in (f"--{name}", str(value))]
+    return (f"/app/pppfiles {join(words)} /tmp || exit\n"
+            f"mkdir -p {Path(CHAT_SCRIPT).parent} {Path(PEER_FILE).parent}\n"
+            f"install -m 600 /tmp/chat {CHAT_SCRIPT}\n"
+            f"install -m 600 /tmp/ppp-connect {PEER_FILE}\n")
 
 
 @dataclass(frozen=True)
@@ -70,13 +67,13 @@ class PeerResult:
         return "link up" if self.up else f"dials, no link: {self.end or 'no reason logged'}"
 
 
-# The next case's dialling ends what this one leaves of a call on the network's side.
-PEER_SCRIPT = r"""
-log=/run/stick/modem.log
-rm -f /etc/ppp/ppp.log /etc/ppp/chat.log
-: >/run/stick/network.log
-lines=$(wc -l <$log)
-new() { tail -n +$((lines + 1)) $log; }
+LOGS = f"modem_log={MODEM_LOG} network_log={NETWORK_LOG} ppp_log={PPP_LOG} chat_log={CHAT_LOG}\n"
+# A call that is left on the network's side ends when the next case dials.
+PEER_COMMANDS = LOGS + r"""
+rm -f $ppp_log $chat_log
+: >$network_log
+lines=$(wc -l <$modem_log)
+new() { tail -n +$((lines + 1)) $modem_log; }
 pppd call ppp-connect >/tmp/message 2>&1
 echo "STATUS $?"
 up=0
@@ -84,15 +81,15 @@ while ((SECONDS < 20)); do
     pgrep -x pppd >/dev/null || break
     if ip -4 address show | grep -q "inet 10.11.12.13"; then up=1; break; fi
     new | sed '1,/event dialled/d' | grep -q "event network ended" && break
-    grep -qs "script failed" /etc/ppp/ppp.log && break
+    grep -qs "script failed" $ppp_log && break
     sleep 0.3
 done
 echo "UP $up"
 killall -q -KILL pppd
 echo "MESSAGE $(head -1 /tmp/message)"
 echo "DIALLED $(new | grep -c 'event dialled')"
-sed 's/^/NETWORK /' /run/stick/network.log
-if [[ -e /etc/ppp/ppp.log ]]; then sed 's/^/PPPD /' /etc/ppp/ppp.log; fi
+sed 's/^/NETWORK /' $network_log
+if [[ -e $ppp_log ]]; then sed 's/^/PPPD /' $ppp_log; fi
 """
 
 REASONS = ("authentication failed", "refused to authenticate", "No auth is possible", "not allowed",
@@ -106,12 +103,12 @@ def write_files(files: Iterable[tuple[str, str]]) -> str:
 
 
 def measure_peer(run: Run, case: PeerCase) -> PeerResult:
-    """One dialling. The board's own secrets and options are empty unless the case brings some."""
+    """Dials once. The board's secrets and options are empty unless the case brings some."""
     files = {"/etc/ppp/options": "", "/etc/ppp/options.ttyUSB0": "", "/etc/ppp/pap-secrets": "",
-             "/etc/ppp/chap-secrets": "", "/etc/ppp/chat/chat": chat_script(),
-             "/etc/ppp/peers/ppp-connect": peer_file(case.method, case.user, case.password),
-             "/run/stick/scenario": "\n".join(case.scenario) + "\n", **dict(case.files)}
-    output = run(write_files(files.items()) + PEER_SCRIPT, 300)
+             "/etc/ppp/chap-secrets": "", SCENARIO: "\n".join(case.scenario) + "\n",
+             **dict(case.files)}
+    generated = generate(user=case.user, password=case.password, method=METHODS[case.method])
+    output = run(write_files(files.items()) + generated + PEER_COMMANDS, 300)
     lines = {key: [line[len(key) + 1:] for line in output.splitlines()
                    if line.startswith(key + " ")]
              for key in ("STATUS", "UP", "MESSAGE", "DIALLED", "NETWORK", "PPPD")}
@@ -130,12 +127,12 @@ def measure_peer(run: Run, case: PeerCase) -> PeerResult:
 def empty_value_cases() -> list[PeerCase]:
     pap = ("auth=pap", "user=user", "password=secret")
     return [PeerCase(method, user, password, pap)
-            for method in METHOD_LINES for user in ("user", "") for password in ("secret", "")] + [
+            for method in METHODS for user in ("user", "") for password in ("secret", "")] + [
         PeerCase("AUTO", "", "", ("auth=none",))]
 
 
 def character_cases() -> list[PeerCase]:
-    """Values as typed, with what the operator means; the network accepts the meaning."""
+    """Values as they are typed; the network accepts what the operator means by them."""
     passwords = {"pass word": "pass word", '"pass word"': "pass word", "'pass word'": "pass word",
                  "pass\\ word": "pass word", "it's": "it's", '"it\'s"': "it's", 'say"so': 'say"so',
                  '"say\\"so"': 'say"so', "'say\"so'": 'say"so', "back\\slash": "back\\slash",
@@ -175,23 +172,21 @@ def secrets_cases() -> list[PeerCase]:
     return cases
 
 
-CHAT_SCRIPT = r"""
-log=/run/stick/modem.log
-lines=$(wc -l <$log)
-timeout 40 chat -t5 -E -v -f /etc/ppp/chat/chat </dev/ttyUSB0 >/dev/ttyUSB0 2>/dev/null
+CHAT_COMMANDS = f"""
+lines=$(wc -l <{MODEM_LOG})
+timeout 40 chat -t5 -E -v -f {CHAT_SCRIPT} </dev/ttyUSB0 >/dev/ttyUSB0 2>/dev/null
 echo "STATUS $?"
 sleep 0.3
-tail -n +$((lines + 1)) $log
+tail -n +$((lines + 1)) {MODEM_LOG}
 """
 
 
 def measure_chat(run: Run, kind: str, value: str) -> tuple[int, str]:
-    """@return chat's exit status, and the modem's line that carries the value."""
-    # Another PUK is another SIM: every PIN meets a fresh one.
+    """@return chat's exit status, and the line in which the modem has heard the value"""
+    # Each PUK stands for another SIM, so that every PIN meets a fresh one.
     card = f"sim.pin=1234\nsim.puk={next(PUKS)}\n" if kind == "pin" else ""
-    files = (("/run/stick/scenario", "dial=no-carrier\n" + card),
-             ("/etc/ppp/chat/chat", chat_script(**{kind: value})))
-    output = run(write_files(files) + CHAT_SCRIPT, 300)
+    files = ((SCENARIO, "dial=no-carrier\n" + card),)
+    output = run(write_files(files) + generate(**{kind: value}) + CHAT_COMMANDS, 300)
     status = re.search(r"^STATUS (\d+)", output, re.M)
     heard = re.findall(r'^\S+ heard (".*")$', output, re.M)
     sign = {"apn": "CGDCONT", "dial": "ATD", "pin": "CPIN"}[kind]
@@ -215,7 +210,7 @@ def row(*cells: str) -> None:
 
 
 def code(text: str) -> str:
-    """Text as Markdown code, also with back ticks in it; empty stays recognisable."""
+    """A text as Markdown code; an empty one can still be seen."""
     return f"`{text}`" if text else "(empty)"
 
 
@@ -246,25 +241,24 @@ PEER_TABLES = {
     "characters": ("Characters in user name and password", character_cases),
     "secrets": ("Methods, secrets and options", secrets_cases),
 }
+TABLES = (*PEER_TABLES, "chat")
 
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("tables", nargs="*", metavar="TABLE",
-                        help="which: " + ", ".join([*PEER_TABLES, "chat"]) + "; all by default")
-    tables = parser.parse_args().tables or [*PEER_TABLES, "chat"]
+                        help="which: " + ", ".join(TABLES) + "; all by default")
+    tables = parser.parse_args().tables or TABLES
+    if unknown := set(tables) - set(TABLES):
+        parser.error("tables are " + ", ".join(TABLES) + ", not " + ", ".join(unknown))
     with Board(run="measure-pppd") as board:
-        board.plug()
-
-        def run(commands: str, seconds: float) -> str:
-            return board.sh(commands, seconds)
-
+        board.dongle.plug()
         for name in tables:
             if name == "chat":
-                print_chat_table(run)
+                print_chat_table(board.guest.sh)
             else:
                 title, cases = PEER_TABLES[name]
-                print_peer_table(run, title, cases())
+                print_peer_table(board.guest.sh, title, cases())
     return 0
 
 

@@ -1,4 +1,4 @@
-#include "checkusb.h"
+#include "usb/checkusb.h"
 
 #include <libusb.h>
 
@@ -8,48 +8,48 @@ namespace
 constexpr uint16_t DongleVendor = 0x12D1;
 constexpr uint16_t DongleProduct = 0x1001;
 
-/** The default libusb context, for the life of the object. */
+/** Holds the default libusb context. */
 class DefaultContext
 {
 public:
-    DefaultContext() : m_result(libusb_init(nullptr)) {}
+    DefaultContext() : initResult(libusb_init(nullptr)) {}
     DefaultContext(const DefaultContext &) = delete;
     DefaultContext &operator=(const DefaultContext &) = delete;
     ~DefaultContext()
     {
-        if (m_result >= 0)
+        if (initResult >= 0)
             libusb_exit(nullptr);
     }
 
     /** @return 0, or a negative libusb error code */
-    int result() const { return m_result; }
+    int result() const { return initResult; }
 
 private:
-    int m_result;
+    int initResult;
 };
 
-/** The devices now attached; holds a reference to each of them. */
+/** Holds a reference to every attached device. */
 class DeviceList
 {
 public:
-    DeviceList() : m_count(libusb_get_device_list(nullptr, &m_devices)) {}
+    DeviceList() : deviceCount(libusb_get_device_list(nullptr, &devices)) {}
     DeviceList(const DeviceList &) = delete;
     DeviceList &operator=(const DeviceList &) = delete;
     ~DeviceList()
     {
-        if (m_count >= 0)
-            libusb_free_device_list(m_devices, 1);
+        if (deviceCount >= 0)
+            libusb_free_device_list(devices, 1);
     }
 
     /** @return how many devices there are, or a negative libusb error code */
-    ssize_t count() const { return m_count; }
+    ssize_t count() const { return deviceCount; }
 
-    libusb_device **begin() const { return m_devices; }
-    libusb_device **end() const { return m_devices + m_count; }
+    libusb_device **begin() const { return devices; }
+    libusb_device **end() const { return devices + deviceCount; }
 
 private:
-    libusb_device **m_devices = nullptr;
-    ssize_t m_count;
+    libusb_device **devices = nullptr;
+    ssize_t deviceCount;
 };
 
 bool isDongle(libusb_device *device)

@@ -1,8 +1,10 @@
-#include "detectmsg.h"
+#include "usb/detectmsg.h"
 
-#include "app/io/shellcommand.h"
-#include "app/makeup.h"
-#include "checkusb.h"
+#include "core/displayprofile.h"
+#include "io/boardcommands.h"
+#include "platform/screen.h"
+#include "platform/stylesheets.h"
+#include "usb/checkusb.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -29,8 +31,9 @@ DetectMsg::DetectMsg(QWidget *parent, QString *text, Msg kind) : QDialog(parent)
     gridLayout = new QGridLayout(this);
     gridLayout->addWidget(msgLabel, 0, 0, 1, 3);
 
-    Makeup::setStyle(this);
-    resize(Makeup::monitorSize);
+    const QSize panel = deviceScreenSize();
+    setProfileStyleSheet(this, displayprofile::modelFor(panel));
+    resize(panel);
     connect(okButton, &QPushButton::clicked, this, &DetectMsg::close);
 
     switch (kind) {
@@ -63,7 +66,7 @@ void DetectMsg::startPolling(void (DetectMsg::*poll)())
     pollTimer = new QTimer(this);
     pollTimer->setTimerType(Qt::PreciseTimer);
     connect(pollTimer, &QTimer::timeout, this, poll);
-    // The closed dialog stays in memory; its polls end here.
+    // A closed dialog stays in memory, but polls no longer.
     connect(this, &QDialog::finished, pollTimer, &QTimer::stop);
     pollTimer->start(PollInterval);
 }
@@ -81,8 +84,7 @@ void DetectMsg::waitUSB()
 
 void DetectMsg::waitAutoConnect()
 {
-    // Succeeds while a process runs 3g.sh; the bracket keeps the pipeline from finding itself.
-    if (runShell(QStringLiteral("ps ax | grep '[3]g\\.sh'")).status != 0)
+    if (!boardcommands::isAutoConnectRunning())
         close();
 }
 

@@ -23,7 +23,7 @@ public:
     /**
      * @param parent the main window; not null
      * @param text the message; copied
-     * @param kind any other value than those of Msg shows just the text
+     * @param kind one of Msg; any other value shows just the text
      */
     DetectMsg(QWidget *parent, QString *text, Msg kind);
     ~DetectMsg() override;
@@ -33,8 +33,8 @@ public slots:
     void waitUSB();
     /** Closes the dialog when no process runs 3g.sh. Blocks while the probe runs. */
     void waitAutoConnect();
-    /** The "Close" button. Without a target it closes the dialog, but only when the main window is
-     *  visible beneath it: at start-up there would be nothing but a black panel. */
+    /** The "Close" button: closes the main window's own parent. Without such a parent it closes the
+     *  dialog, but only over a visible main window: at start-up the panel would be black. */
     void closeWidget();
 
 private:
@@ -45,6 +45,6 @@ private:
     QPushButton *okButton;
     QPushButton *closeButton;
     QGridLayout *gridLayout;
-    QTimer *pollTimer = nullptr;    ///< kinds 0 and 1 only
+    QTimer *pollTimer = nullptr;    ///< of the kinds 0 and 1
     QWidget *closeTarget = nullptr; ///< what "Close" closes: the parent's own parent
 };

@@ -7,6 +7,10 @@
         <source>OK</source>
         <translation>確認</translation>
     </message>
+    <message>
+        <source>Close</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>Makeup</name>
@@ -106,12 +110,36 @@
         <source>undetected</source>
         <translation>未偵測</translation>
     </message>
+    <message>
+        <source>PAP</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CHAP</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Signal Strength:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No Signal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>3G/4G Setting</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>Widget</name>
     <message>
         <source>Undetected dongle,Please plugin and wait a moment!</source>
         <translation>未偵測到USB網卡，請重新插入並等待一段時間!</translation>
+    </message>
+    <message>
+        <source>3G</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 </TS>

@@ -1,37 +1,25 @@
 """What the tests on the simulated board share."""
 
-import sys
 import time
 import unittest
-from collections.abc import Callable
-from pathlib import Path
+from collections.abc import Callable, Mapping
 from typing import Any
 
-ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "simulator"))
-
-from boardlib.machine import KEYBOARD, Board  # noqa: E402
-from boardlib.panel import Screen  # noqa: E402
+from host.paths import ROOT
+from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, FAILED, FILES, LINK_STATUS, MISC, OLD_LOG,
+                         PARAMETERS, PPP_LOG, SETTING, SOON_SECONDS, START_SECONDS, STATUS,
+                         WITHOUT_KEYS)
+from panel.screen import Screen
+from virtualboard.board import Board
+from virtualboard.dongle import MODEM_LOG
 
 EXPECTED = ROOT / "tests/expected"
-PARAMETERS = "/quenfold/configs/3gparam"
-AUTO_CONNECT = "/quenfold/configs/autoparam"
-CHAT_SCRIPT = "/etc/ppp/chat/chat"
-PEER_FILE = "/etc/ppp/peers/ppp-connect"
-NETWORK_ADDRESS = "203.0.113.7"
-GREEN, RED = "color:green;", "color:red;"
-FAILED = "Connect Fail! Please Check the Parameter And Try Again!"
-UNDETECTED = "Undetected dongle,Please plugin and wait a moment!"
-SETTING, STATUS = "3G/4G Setting", "3G/4G Status"
-
-# Limits of waits, in the host's time: the board's runs slower on a busy host.
-START_SECONDS = 120
-CHECK_SECONDS = 120
-SOON = 30
+CLEAR_SECONDS = 60
+LOOK_SECONDS = 0.2  # between two looks at the board
 
 
 class BoardTest(unittest.TestCase):
-    """One board per class, from the saved machine state; the panel program of each test ends."""
+    """One board per class, from the saved machine state; the program of each test ends."""
 
     size = (800, 480)
     board: Board
@@ -49,41 +37,40 @@ class BoardTest(unittest.TestCase):
 
     def clear(self) -> None:
         """Back to a board on which nothing was ever dialled."""
-        self.board.stop_panel()
-        self.board.sh("killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done; "
-                      f"rm -f {PARAMETERS} {AUTO_CONNECT} {CHAT_SCRIPT} {PEER_FILE} "
-                      "/etc/ppp/*.log /etc/ppp/*.old", seconds=60)
-        self.board.unplug()
-        self.board.modem()
+        self.board.program.stop()
+        self.board.guest.sh(
+            "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done; "
+            f"rm -f {' '.join(FILES)} {{{PPP_LOG},{CHAT_LOG}}}{{,{OLD_LOG}}}", CLEAR_SECONDS)
+        self.board.dongle.unplug()
+        self.board.dongle.tell_modem()
 
-    def start(self, parameters: str, **modem: str) -> None:
-        """Plugs the stick and starts the panel program with stored parameters."""
-        self.board.modem({key.replace("_", ".", 1) if key.startswith("sim_") else key: value for key, value in modem.items()})
-        self.board.plug()
-        self.board.write(PARAMETERS, parameters.encode())
-        self.start_panel()
+    def start(self, parameters: bytes, modem: Mapping[str, str] | None = None) -> None:
+        """Plugs the dongle and starts the program with stored parameters."""
+        self.board.dongle.tell_modem(modem)
+        self.board.dongle.plug()
+        self.board.guest.write(PARAMETERS, parameters)
+        self.start_program()
 
-    def start_panel(self, keyboard: bool = False) -> None:
-        """@param keyboard  whether the on-screen keyboard is selected"""
-        self.board.start_panel(KEYBOARD if keyboard else {})
+    def start_program(self, environment: Mapping[str, str] = WITHOUT_KEYS) -> None:
+        self.board.program.start(environment)
         self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
 
     def wait(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
         self.panel.wait(holds, seconds, what)
 
-    def wait_board(self, condition: str, seconds: float = SOON) -> None:
+    def wait_board(self, condition: str, seconds: float = SOON_SECONDS) -> None:
         """Waits for a shell condition on the board."""
-        self.board.sh(f"until {condition}; do sleep 0.1; done", seconds=seconds)
+        self.board.guest.sh(f"until {condition}; do sleep 0.1; done", seconds)
 
     def touch_counts(self) -> None:
         """Changes a value that neither generated file has, so that a connect writes both."""
-        self.panel.open_tab("Misc Setting")
-        self.panel.fill("Counts:", "7", SOON)
+        self.panel.open_tab(MISC)
+        self.panel.fill(COUNTS, "7")
         self.panel.open_tab(SETTING)
 
     def wait_link(self, text: str, style: str, seconds: float = CHECK_SECONDS) -> None:
         def holds(screen: Screen) -> bool:
-            value = screen.value("PPP Status:")
+            value = screen.value(LINK_STATUS)
             return value["text"] == text and value["style"] == style
         self.panel.open_tab(STATUS)
         self.wait(f"{text!r} in {style}", seconds, holds)
@@ -92,21 +79,21 @@ class BoardTest(unittest.TestCase):
         """Waits for the notice at the end of an attempt, and takes it away."""
         self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
         self.panel.press("OK")
-        self.wait("Connect enabled", SOON, lambda screen: not screen.has_dialog()
+        self.wait("Connect enabled", SOON_SECONDS, lambda screen: not screen.has_dialog()
                   and screen.button("Connect")["enabled"])
 
     def check_link(self) -> None:
         """Sends SIGUSR1, as an outside process that knows of a change."""
-        self.board.sh(f"kill -USR1 {self.board.panel_pid()}")
+        self.board.guest.sh(f"kill -USR1 {self.board.program.pid()}")
 
     def heard(self) -> list[str]:
         """The commands that the modem has heard in this test."""
-        log = self.board.run("cat /run/stick/modem.log 2>/dev/null").text
+        log = self.board.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text
         heard = [line.split(" heard ", 1)[1] for line in log.splitlines() if " heard " in line]
         return heard[self.already_heard:]
 
     def assert_soon(self, holds: Callable[[], bool], what: str) -> None:
-        deadline = time.monotonic() + SOON
+        deadline = time.monotonic() + SOON_SECONDS
         while not holds():
             self.assertLess(time.monotonic(), deadline, what)
-            time.sleep(0.2)
+            time.sleep(LOOK_SECONDS)

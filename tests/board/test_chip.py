@@ -1,23 +1,21 @@
 #!/usr/bin/python3
-"""The F-RAM chip on the simulated board: what the driver and the unchanged panel program ask of it,
-and what the panel makes of what the chip answers."""
+"""The F-RAM chip on the simulated board: what the driver and the unchanged program ask of it.
 
-import sys
+What the program makes of the chip's answers is seen on its screen.
+"""
+
 import unittest
 from dataclasses import dataclass, field
-from pathlib import Path
+from typing import Any
 
-ROOT = Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "simulator"))
+from boardtest import EXPECTED
+from panel.facts import LANGUAGE, START_SECONDS
+from panel.screen import Screen
+from virtualboard import program
+from virtualboard.board import Board
+from virtualboard.chip import SLOW_MS
 
-from boardlib.chip import (LANGUAGE, SLOW_MS, chip_log, start_chip, stop_chip,  # noqa: E402
-                           timed_chip_log)
-from boardlib.machine import Board  # noqa: E402
-from boardlib.panel import Screen  # noqa: E402
-
-EXPECTED = ROOT / "tests/expected"
-PANEL_LOG = "/run/panel/panel.log"
-START_SECONDS = 60
+ERRORS = "/run/chip/check.err"
 
 OPENED = ["open", "RD_MODE 0", "WR_MODE 0", "RD_BITS_PER_WORD 8", "RD_MAX_SPEED_HZ 10000000"]
 IDENTIFIED = "cycle 9f r9 7f7f7f7f7f7fc22208"
@@ -36,18 +34,18 @@ def block(language: int) -> str:
 
 
 def said(opened: str, identity: str, language: int) -> str:
-    """What the program writes while it starts, as far as it has to do with the chip."""
+    """What the program writes about the chip while it starts."""
     loaded = "true" if language in (1, 2) else "false"
     return (f'{opened}RDID: "{identity}"\nlangid {language}\nload translator {loaded}\n')
 
 
 @dataclass
 class Start:
-    """One start of the panel program: the chip that is there, and what must come of it."""
+    """One start of the program: the chip that is there, and what must come of it."""
 
     name: str
     shown: str = "English"
-    chip: dict[str, object] = field(default_factory=dict)
+    chip: dict[str, Any] = field(default_factory=dict)
     holds: int = 1  # the language in the chip
     output: str = ""
     log: list[str] = field(default_factory=list)
@@ -86,45 +84,46 @@ FAULTS = [
 ]
 
 
-class ChipTest(unittest.TestCase):
+class Chip(unittest.TestCase):
     maxDiff = None
+    board: Board
 
     @classmethod
     def setUpClass(cls) -> None:
-        cls.board = cls.enterClassContext(Board(run="test-chip"))
-        cls.board.plug()
+        cls.board = Board(run="test-chip")
+        cls.enterClassContext(cls.board)
+        cls.board.dongle.plug()
 
-    def start_panel(self, start: Start) -> Screen:
-        """Start the program with that chip; the first look at its main window."""
-        self.board.sh("if [ -e /run/panel/pid ]; then kill -KILL $(</run/panel/pid) 2>/dev/null; "
-                      "until [ -e /run/panel/status ]; do sleep 0.05; done; fi; "
-                      f"rm -f {PANEL_LOG}")
-        start_chip(self.board, {LANGUAGE: start.holds}, **start.chip)
-        self.board.start_panel()
+    def start_program(self, start: Start) -> Screen:
+        """Starts the program with that chip. @return the first look at its main window"""
+        self.board.program.kill()
+        self.board.guest.sh(f"rm -f {program.LOG}")
+        self.board.chip.put_in({LANGUAGE: start.holds}, **start.chip)
+        self.board.program.start()
         return self.board.panel.wait(
             lambda screen: screen if screen.main_window()["visible"] else None,
             START_SECONDS, "the main window")
 
     def output(self) -> str:
         """What the program has written, up to the choice of the language."""
-        lines = self.board.read(PANEL_LOG).decode().splitlines(keepends=True)
+        lines = self.board.guest.read(program.LOG).decode().splitlines(keepends=True)
         lines = [line for line in lines if not line.startswith("QStandardPaths: ")]
         last = next(i for i, line in enumerate(lines) if line.startswith("load translator "))
         return "".join(lines[:last + 1])
 
     def check(self, start: Start) -> None:
-        screen = self.start_panel(start)
+        screen = self.start_program(start)
         self.assertFalse(screen.has_dialog(), screen.short())
         shown = [button["text"] for button in screen.all("QPushButton")]
         self.assertEqual(shown, BUTTONS[start.shown])
         self.assertEqual(self.output(), start.output)
-        self.assertEqual(chip_log(self.board), start.log)
+        self.assertEqual(self.board.chip.log(), start.log)
 
     def test_languages(self) -> None:
         for start in LANGUAGES:
             with self.subTest(start.name):
                 self.check(start)
-                self.board.shot(start.name.replace(" ", "-") + ".png")
+                self.board.photograph(start.name.replace(" ", "-") + ".png")
 
     def test_faults(self) -> None:
         for start in FAULTS:
@@ -136,27 +135,26 @@ class ChipTest(unittest.TestCase):
                       said(SPEED, IDENTITY, 2),
                       [*OPENED, IDENTIFIED, f"cycle 030004 r200 {block(2)}"])
         self.check(start)
-        times = [time for time, _ in timed_chip_log(self.board)]
+        times = [time for time, _ in self.board.chip.timed_log()]
         asked = times[-1] - times[0]
         self.assertGreaterEqual(asked, 2 * SLOW_MS / 1000)
         self.assertLess(asked, 3 * SLOW_MS / 1000)
         # What comes later asks the chip nothing, and so is as quick as ever.
         self.board.panel.open_tab("其他设定", SLOW_MS / 1000)
-        self.assertEqual(chip_log(self.board), start.log)
+        self.assertEqual(self.board.chip.log(), start.log)
 
     def test_every_function_of_the_driver(self) -> None:
-        start_chip(self.board)
+        self.board.chip.put_in()
         self.check_driver("chipcheck-output", IDENTITY)
-        log = "".join(f"{entry}\n" for entry in chip_log(self.board))
+        log = "".join(f"{entry}\n" for entry in self.board.chip.log())
         self.assertEqual(log, (EXPECTED / "chipcheck-log").read_text())
-        stop_chip(self.board)
+        self.board.chip.take_out()
         self.check_driver("chipcheck-no-device", ZEROS)
 
     def check_driver(self, expected: str, identity: str) -> None:
-        errors = "/run/chip/check.err"
-        printed = self.board.sh(f"/app/chipcheck 2>{errors}")
+        printed = self.board.guest.sh(f"/app/chipcheck 2>{ERRORS}")
         self.assertEqual(printed, (EXPECTED / expected).read_text())
-        self.assertEqual(self.board.read(errors).decode(), f'RDID: "{identity}"\n')
+        self.assertEqual(self.board.guest.read(ERRORS).decode(), f'RDID: "{identity}"\n')
 
 
 if __name__ == "__main__":

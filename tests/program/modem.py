@@ -43,7 +43,7 @@ class Modem:
         return self._end in select.select(watched, [], [], timeout)[0]
 
     def drop(self) -> None:
-        """The stick is pulled: the port's other end is gone."""
+        """The dongle is pulled: the port's other end is gone."""
         self.close()
 
     def close(self) -> None:

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from privateroot import PrivateRoot
+from privateroot.process import PrivateRoot
 
 Colour = tuple[int, ...]
 
@@ -20,7 +20,7 @@ class Picture:
     def of(cls, root: PrivateRoot) -> Picture:
         """Takes a picture of a running program's screen."""
         root.panel.shot("/testrun/picture.ppm")
-        return cls(root.read("/testrun/picture.ppm"))
+        return cls(root.content("/testrun/picture.ppm"))
 
     def colours(self) -> set[Colour]:
         return {tuple(self.pixels[i:i + 3]) for i in range(0, len(self.pixels), 3)}

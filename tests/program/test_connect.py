@@ -7,12 +7,13 @@ from signal import SIGUSR1
 from typing import NamedTuple
 
 from picture import Picture
-from privateroot import (AUTO_CONNECT, CHAT_SCRIPT, DONGLE, PARAMETERS, PEER_FILE, PrivateRoot,
-                         wait_until)
-from programtest import (AUTH, FILES, MISC, SETTING, STATUS, STORED, STORED_AUTO, UNDETECTED,
-                         ProgramTest)
+from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FILES, MISC, PARAMETERS, PEER_FILE,
+                         SETTING, STATUS, UNDETECTED)
+from privateroot.files import DONGLE
+from privateroot.process import PrivateRoot
+from privateroot.waiting import wait_until
+from programtest import DIALLING, STORED, STORED_AUTO, ProgramTest
 
-DIALLING = ["killall pppd", "pppd call ppp-connect"]
 # Keeps what the files hold at the moment of the call.
 SNAPSHOT = """
 /usr/bin/mkdir /testrun/at-{name}
@@ -123,8 +124,8 @@ class Connect(ProgramTest):
         root.panel.fill("PinCode:", "1234")
         before = len(root.calls())
         root.panel.press("Connect")
-        wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
-        since = [f"{call.name} {call.arguments}" for call in root.calls()[before:]]
+        root.wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
+        since = [str(call) for call in root.calls()[before:]]
         self.assertEqual(since, ["usb balanced", "ls /dev", *DIALLING])
         screen = root.panel.screen()
         self.assertFalse(screen.button("Connect")["enabled"])
@@ -135,7 +136,7 @@ class Connect(ProgramTest):
         for path in FILES:
             name = path.rpartition("/")[2]
             self.assertEqual(root.read(f"/testrun/at-pppd/{name}"), root.read(path), name)
-        self.assertIn(b"1234", root.read(CHAT_SCRIPT))
+        self.assertIn(b"1234", root.content(CHAT_SCRIPT))
 
     def test_written_files(self) -> None:
         table = (
@@ -182,7 +183,7 @@ class Connect(ProgramTest):
 
 
 class ConnectWait(ProgramTest):
-    """The stick's serial node is not there when Connect is touched."""
+    """The dongle's serial node is not there when Connect is touched."""
 
     def waiting_root(self, **how: object) -> PrivateRoot:
         root = self.stored_root(**how).start()
@@ -213,7 +214,7 @@ class ConnectWait(ProgramTest):
         root.wait_calls("pppd", 1, 1.5)
         self.leave(root)
 
-    def test_newer_press_replaces_it(self) -> None:
+    def test_second_press_dials_no_second_time(self) -> None:
         root = self.waiting_root()
         for _ in range(2):
             root.signal(SIGUSR1)

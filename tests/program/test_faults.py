@@ -3,26 +3,25 @@
 import os
 import time
 import unittest
-from pathlib import Path
 from signal import SIGUSR1
 
-from privateroot import CHAT_SCRIPT, PARAMETERS, PEER_FILE, PrivateRoot, wait_until
-from programtest import FILES, STORED, ProgramTest
+from panel.facts import CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE
+from privateroot.process import PrivateRoot
+from privateroot.procfs import processor_ticks
+from privateroot.waiting import wait_until
+from programtest import DIALLING, NO_FILES, STORED, ProgramTest
 
-DIALLING = ["killall pppd", "pppd call ppp-connect"]
 TICKS = os.sysconf("SC_CLK_TCK")
 
 
 def processor_seconds(root: PrivateRoot) -> float:
-    """Processor time of the program and of the children that it has waited for."""
-    fields = Path(f"/proc/{root.pid}/stat").read_text().rpartition(")")[2].split()
-    return sum(int(field) for field in fields[11:15]) / TICKS
+    return processor_ticks(root.pid) / TICKS
 
 
 class MissingPrograms(ProgramTest):
     def test_each(self) -> None:
         """The panel shows the link down or up as ever, dials and ends."""
-        table = (
+        table: tuple[tuple[str, bool, list[str]], ...] = (
             # name, link shown when there is one, commands of a connect
             ("pppd", True, ["killall pppd"]),
             ("killall", True, ["pppd call ppp-connect"]),
@@ -52,8 +51,8 @@ class MissingPrograms(ProgramTest):
         if missing == "grep":  # The node cannot be found: the wait goes on.
             root.wait_calls("ls", len(root.calls("ls")) + 2)
             return
-        wait_until(lambda: root.commands(before) == commands, 3, f"{commands}")
-        wait_until(lambda: root.read(CHAT_SCRIPT), 3, "the chat script")
+        root.wait_until(lambda: root.commands(before) == commands, 3, f"{commands}")
+        root.wait_until(lambda: root.read(CHAT_SCRIPT), 3, "the chat script")
 
     def test_no_shell_at_start(self) -> None:
         """Nothing can be asked: the start-up waits, without spinning, and still answers."""
@@ -94,13 +93,13 @@ class Disks(ProgramTest):
                 if "/etc/ppp" in mounts:
                     self.assertEqual([root.read(PEER_FILE), root.read(CHAT_SCRIPT)], [b"old"] * 2)
                 else:
-                    self.assertIn(f'"{apn}"'.encode(), root.read(CHAT_SCRIPT))
+                    self.assertIn(f'"{apn}"'.encode(), root.content(CHAT_SCRIPT))
                 self.leave(root)
 
     def test_one_file_in_the_way(self) -> None:
         """A path that cannot be written does not keep the others from being written."""
         for blocked in FILES:
-            for kind in ("directory", "FIFO", "device"):
+            for kind in NO_FILES:
                 with self.subTest(f"{blocked} is a {kind}"):
                     self.check_blocked(blocked, kind)
 
@@ -108,8 +107,7 @@ class Disks(ProgramTest):
         root = self.stored_root().start()
         path = root.host(blocked)
         path.unlink(missing_ok=True)
-        {"directory": path.mkdir, "FIFO": lambda: os.mkfifo(path),
-         "device": lambda: path.symlink_to("/dev/full")}[kind]()
+        NO_FILES[kind](path)
         root.panel.fill("APN NAME:", "web")
         root.panel.press("Connect")
         root.wait_calls("pppd", 1)
@@ -119,7 +117,7 @@ class Disks(ProgramTest):
         apn = "internet" if blocked == PARAMETERS else "web"
         self.assertEqual(root.panel.field("APN NAME:")["text"], apn)
         if blocked != CHAT_SCRIPT:
-            self.assertIn(f'"{apn}"'.encode(), root.read(CHAT_SCRIPT))
+            self.assertIn(f'"{apn}"'.encode(), root.content(CHAT_SCRIPT))
         self.leave(root)
         self.assertFalse(path.is_file())
 

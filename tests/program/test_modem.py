@@ -2,10 +2,12 @@
 
 import time
 import unittest
+from collections.abc import Iterable
 from typing import NamedTuple
 
 from modem import Modem
-from privateroot import PrivateRoot, Screen, Widget
+from panel.screen import Screen, Widget
+from privateroot.process import PrivateRoot
 from programtest import ProgramTest
 
 PLAIN_TEXT = 0
@@ -39,12 +41,12 @@ def signal_value(screen: Screen) -> Widget:
 
 
 def signal_bar(screen: Screen) -> int:
-    return screen.orphans("QProgressBar")[0]["value"]
+    return int(screen.orphans("QProgressBar")[0]["value"])
 
 
 class SignalQuery(ProgramTest):
-    def modem(self, *how: object) -> Modem:
-        modem = Modem(*how)
+    def modem(self, chunks: Iterable[bytes] = (), pause: float = 0.0) -> Modem:
+        modem = Modem(chunks, pause)
         self.addCleanup(modem.close)
         return modem
 
@@ -59,7 +61,7 @@ class SignalQuery(ProgramTest):
     def result(self, root: PrivateRoot, call: int, timeout: float = 5.0) -> int:
         """Waits for the end of an asked query. @return its result"""
         root.wait(lambda screen: not screen.invoked[call]["running"], timeout, "the query's end")
-        return root.panel.screen().invoked[call]["result"]
+        return int(root.panel.screen().invoked[call].get("result", 0))
 
     def assert_port_closed(self, root: PrivateRoot, modem: Modem) -> None:
         self.assertNotIn(modem.path, root.descriptors().values())
@@ -133,7 +135,7 @@ class SignalQuery(ProgramTest):
                     self.assertIn(root.read("/dev/ttyUSB0"), (None, b""))
                 self.leave(root)
 
-    def test_stick_pulled_while_asked(self) -> None:
+    def test_dongle_pulled_while_asked(self) -> None:
         modem = self.modem()
         root = self.with_modem(modem)
         call = self.ask(root)
@@ -149,7 +151,7 @@ class Ping(ProgramTest):
     def ping(self, root: PrivateRoot) -> list[str]:
         call = root.panel.invoke("Makeup", "pinResponse")
         root.wait(lambda screen: not screen.invoked[call]["running"], 5, "the ping's end")
-        return root.panel.screen().orphans("QTextEdit")[0]["text"].split("\n")
+        return str(root.panel.screen().orphans("QTextEdit")[0]["text"]).split("\n")
 
     def test_output(self) -> None:
         root = self.root().start()

@@ -1,21 +1,27 @@
 """How things are found on the panel, on screens made up for it."""
 
 import unittest
-from typing import Any
+from typing import Any, cast
 
-from privateroot import Screen, Widget
+from panel.screen import Screen, Widget
 
 
 def widget(cls: str, rect: tuple[int, int, int, int], text: str = "", **more: Any) -> Widget:
     """A widget of window 0 that is as large as it needs to be."""
     size = list(rect[2:])
-    return {"class": cls, "rect": list(rect), "text": text, "window": 0, "visible": True,
-            "enabled": True, "hint": size, "minimumHint": size, **more}
+    made = {"class": cls, "rect": list(rect), "text": text, "window": 0, "visible": True,
+            "enabled": True, "hint": size, "minimumHint": size}
+    return cast(Widget, made | more)
+
+
+def changed(widget: Widget, **other: Any) -> Widget:
+    """A copy of a widget with other values."""
+    return cast(Widget, {**widget, **other})
 
 
 def screen(*widgets: Widget, window: tuple[int, int, int, int] = (0, 0, 480, 272)) -> Screen:
-    top = {"class": "Widget", "rect": list(window), "visible": True, "modal": False}
-    return Screen({"screen": [480, 272], "windows": [top, {**top, "visible": False}],
+    top = widget("Widget", window, modal=False)
+    return Screen({"screen": [480, 272], "windows": [top, changed(top, visible=False)],
                    "widgets": list(widgets)})
 
 
@@ -32,7 +38,7 @@ class Beside(unittest.TestCase):
         self.assertEqual(shown.field("USER:")["text"], "near")
 
     def test_nothing_there(self) -> None:
-        other = {**widget("QLineEdit", (80, 40, 90, 20)), "window": 1}
+        other = widget("QLineEdit", (80, 40, 90, 20), window=1)
         hidden = widget("QLineEdit", (80, 40, 90, 20), visible=False)
         for name, found in {"no label": screen(), "only the label": screen(self.LABEL),
                             "in another window": screen(self.LABEL, other),
@@ -41,7 +47,7 @@ class Beside(unittest.TestCase):
                 found.field("USER:")
 
     def test_hidden_page(self) -> None:
-        label = {**self.LABEL, "visible": False}
+        label = changed(self.LABEL, visible=False)
         value = widget("QLabel", (0, 0, 640, 480), "value", visible=False)
         self.assertEqual(screen(label, value).value("USER:")["text"], "value")
         with self.assertRaises(LookupError):
@@ -51,9 +57,9 @@ class Beside(unittest.TestCase):
 class CutOff(unittest.TestCase):
     def test_faults(self) -> None:
         button = widget("QPushButton", (10, 240, 100, 32), "Exit")
-        small = {**button, "hint": [101, 32]}
-        low = {**button, "hint": [100, 33]}
-        table = {
+        small = changed(button, hint=[101, 32])
+        low = changed(button, hint=[100, 33])
+        table: dict[str, tuple[Screen, list[str]]] = {
             "all well": (screen(button), []),
             "one pixel below the window": (screen(widget("QPushButton", (10, 241, 100, 32))),
                                            ["leaves its window"]),
@@ -65,7 +71,7 @@ class CutOff(unittest.TestCase):
             "one pixel over": (screen(button, widget("QLabel", (109, 240, 20, 20))),
                                ["overlaps QLabel"]),
             "a wide window": (screen(button, window=(0, 0, 481, 272)), ["leaves the screen"]),
-            "a hidden one": (screen({**small, "visible": False}), []),
+            "a hidden one": (screen(changed(small, visible=False)), []),
         }
         for name, (shown, faults) in table.items():
             with self.subTest(name):

@@ -5,12 +5,14 @@ import unittest
 from signal import SIGUSR1
 from typing import NamedTuple
 
-from privateroot import AUTO_CONNECT, PARAMETERS, PrivateRoot
-from programtest import AUTH, FIELDS, STORED, STORED_AUTO, ProgramTest
+from panel.facts import AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, stored_parameters
+from privateroot.process import PrivateRoot
+from programtest import NO_FILES, STORED, STORED_AUTO, ProgramTest
 
 EMPTY = ["", "", "", "", ""]
 YES, NO, NEITHER = (True, False), (False, True), (False, False)
 CONFIGS = "/quenfold/configs"
+PAGE = os.sysconf("SC_PAGE_SIZE")  # bytes
 
 
 class Parameters(NamedTuple):
@@ -113,13 +115,8 @@ class Files(ProgramTest):
 
     def test_paths_that_are_no_files(self) -> None:
         """They count as files that cannot be opened, and stay what they are."""
-        makers = {
-            "directory": lambda path: path.mkdir(),
-            "FIFO": lambda path: os.mkfifo(path),
-            "device": lambda path: path.symlink_to("/dev/zero"),
-            "dangling folder": lambda path: path.symlink_to("/nowhere/at/all"),
-        }
-        for name, make in makers.items():
+        dangling = {"dangling link": lambda path: path.symlink_to("/nowhere/at/all")}
+        for name, make in (NO_FILES | dangling).items():
             with self.subTest(name):
                 root = self.root()
                 make(root.host(PARAMETERS))
@@ -132,17 +129,25 @@ class Files(ProgramTest):
                 after = [root.host(path).lstat().st_mode for path in (PARAMETERS, AUTO_CONNECT)]
                 self.assertEqual(after, before)
 
+    def edit_everything(self, root: PrivateRoot, text: str) -> None:
+        """Leaves no line of either file as it was stored."""
+        for label in FIELDS:
+            root.panel.fill(label, text)
+        root.panel.choose(AUTH, "CHAP")
+        root.panel.open_tab(MISC)
+        root.panel.press("YES")
+        root.panel.fill(COUNTS, text)
+
     def test_unreadable_and_unwritable(self) -> None:
         """One file that cannot be used does not keep the other from being saved."""
-        new = b"new\nnew\nnew\nnew\nnew\n0\n"
+        new, new_auto = b"new\nnew\nnew\nnew\nnew\n2\n", b"0\nnew\n"
+        nothing, stored = (EMPTY, 0), (["internet", "*99#", "operator", "secret", ""], 0)
         table = (
             # name, mode of each file, what is shown, what is left
-            ("unreadable parameters", 0o000, 0o644, (EMPTY, 0), STORED, STORED_AUTO),
-            ("write-only parameters", 0o200, 0o644, (EMPTY, 0), STORED, STORED_AUTO),
-            ("read-only parameters", 0o444, 0o644,
-             (["internet", "*99#", "operator", "secret", ""], 0), STORED, STORED_AUTO),
-            ("unreadable settings", 0o644, 0o000,
-             (["internet", "*99#", "operator", "secret", ""], 0), new, STORED_AUTO),
+            ("unreadable parameters", 0o000, 0o644, nothing, STORED, new_auto),
+            ("write-only parameters", 0o200, 0o644, nothing, STORED, new_auto),
+            ("read-only parameters", 0o444, 0o644, stored, STORED, new_auto),
+            ("unreadable settings", 0o644, 0o000, stored, new, STORED_AUTO),
         )
         for name, parameters, auto, shown, left, left_auto in table:
             with self.subTest(name):
@@ -151,8 +156,7 @@ class Files(ProgramTest):
                 root.host(AUTO_CONNECT).chmod(auto)
                 root.start()
                 self.assertEqual(self.shown_fields(root), shown)
-                for label in FIELDS:
-                    root.panel.fill(label, "new")
+                self.edit_everything(root, "new")
                 self.leave(root)
                 for path in (PARAMETERS, AUTO_CONNECT):
                     root.host(path).chmod(0o600)
@@ -168,26 +172,25 @@ class Files(ProgramTest):
         self.assertFalse(root.host(CONFIGS).exists())
 
     def test_full_file_system(self) -> None:
-        """A save that finds no room keeps what was stored, and the program runs on. The new value
-        takes more pages than the old one frees."""
+        """A save that finds no room keeps what was stored, and the program runs on. Each stored
+        file fills a page, and its new content is a little longer."""
+        parameters = stored_parameters(user="u" * (PAGE - len(stored_parameters())))
+        auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # without a flag, which a save puts there
         fill = f"/usr/bin/cat /dev/zero >{CONFIGS}/filler 2>/dev/null\n"
-        table = (
-            ("empty disk, full", fill, None, None),
-            ("stored, full", "printf 'a\\nb\\nc\\nd\\ne\\n0\\n' >%s/3gparam\n" % CONFIGS
-             + "printf '1\\n5\\n' >%s/autoparam\n" % CONFIGS + fill,
-             b"a\nb\nc\nd\ne\n0\n", b"1\n5\n"),
-        )
-        for name, setup, parameters, auto in table:
+        store = f"/usr/bin/cp /testrun/*param {CONFIGS}\n"
+        for name, setup, left in (("empty disk, full", fill, [None, None]),
+                                  ("stored, full", store + fill, [parameters, auto])):
             with self.subTest(name):
-                root = self.root(setup=setup,
-                                 mounts=["--size", "16384", "--tmpfs", CONFIGS]).start()
-                for label in FIELDS:
-                    root.panel.fill(label, "x" * 900)
+                root = self.root(setup=setup, mounts=["--size", str(4 * PAGE), "--tmpfs", CONFIGS])
+                root.write("/testrun/3gparam", parameters)
+                root.write("/testrun/autoparam", auto)
+                root.start()
+                root.panel.fill("PASSWORD:", "new")
                 root.signal(SIGUSR1)
                 root.wait_calls("ifconfig", 2)
                 self.leave(root)
-                for path, content in ((PARAMETERS, parameters), (AUTO_CONNECT, auto)):
-                    self.assertEqual(root.inner_read(path), content, path)
+                self.assertEqual([root.inner_read(path) for path in (PARAMETERS, AUTO_CONNECT)],
+                                 left)
 
     def test_edits_are_saved_trimmed_in_place(self) -> None:
         root = self.stored_root()
@@ -197,9 +200,9 @@ class Files(ProgramTest):
         for label, text in zip(FIELDS, (" web ", "*99***1#", "\u00fcser", "p w", "0000")):
             root.panel.fill(label, text)
         root.panel.choose(AUTH, "CHAP")
-        root.panel.open_tab("Misc Setting")
+        root.panel.open_tab(MISC)
         root.panel.press("YES")
-        root.panel.fill("Counts:", "\u00a012 ")
+        root.panel.fill(COUNTS, "\u00a012 ")
         self.leave(root)
         self.assertEqual(root.read(PARAMETERS),
                          "web\n*99***1#\n\u00fcser\np w\n0000\n2\n".encode())

@@ -5,8 +5,10 @@ import unittest
 from pathlib import Path
 from signal import SIGUSR1
 
-from privateroot import PrivateRoot, wait_until
-from programtest import STATUS, ProgramTest
+from panel.facts import STATUS
+from privateroot.process import PrivateRoot
+from privateroot.waiting import wait_until
+from programtest import ProgramTest
 
 FLOOD = 2000
 PENDING = 278  # what the bridge's socket holds

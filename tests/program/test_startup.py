@@ -7,16 +7,16 @@ from pathlib import Path
 
 from modem import Modem
 from picture import Picture
-from privateroot import DONGLE, PrivateRoot, wait_until
-from programtest import GREEN, MISC, RED, SETTING, STATUS, UNDETECTED, ProgramTest
+from panel.facts import GREEN, MISC, RED, SETTING, STATUS, UNDETECTED
+from privateroot.files import DONGLE
+from privateroot.waiting import wait_until
+from programtest import ProgramTest
 
-# A button's font size and padding in the style sheet of each panel; none for other sizes.
-SIZES = {(480, 272): 14 + 6, (800, 480): 16 + 24, (1280, 800): 18 + 24, (1024, 600): 0,
-         (600, 1024): 0}
-
-
-def all_calls(root: PrivateRoot) -> list[str]:
-    return [f"{call.name} {call.arguments}".rstrip() for call in root.calls()]
+# The height that a button needs on each panel, in pixels: its font's, which fonts differ in, and
+# padding and border of the style sheets. Without a sheet of the panel's own there is no padding.
+BUTTONS = {(480, 272): range(22, 30), (800, 480): range(42, 51), (1280, 800): range(44, 54),
+           (1024, 600): range(16, 22), (600, 1024): range(18, 26)}
+BLACK = (0, 0, 0)
 
 
 class StartUp(ProgramTest):
@@ -27,7 +27,7 @@ class StartUp(ProgramTest):
             ("link down", DONGLE, False, seen + ["ifconfig"] + seen, ("detected", GREEN)),
             ("link up", DONGLE, True, seen + ["ifconfig"] + seen + ["route add default ppp0"],
              ("detected", GREEN)),
-            ("two sticks", DONGLE + DONGLE, False, seen + ["ifconfig"] + seen,
+            ("two dongles", DONGLE + DONGLE, False, seen + ["ifconfig"] + seen,
              ("detected", GREEN)),
             ("among others", "device 1d6b 2\ndevice 12d1 1003\n" + DONGLE, False,
              seen + ["ifconfig"] + seen, ("detected", GREEN)),
@@ -41,7 +41,7 @@ class StartUp(ProgramTest):
                 root = self.root(usb=usb)
                 root.set_link(link)
                 root.start()
-                self.assertEqual(all_calls(root), calls)
+                self.assertEqual([str(call) for call in root.calls()], calls)
                 self.assert_link(root, link)
                 value = root.panel.value("Dongle Status:")
                 self.assertEqual((value["text"], value["style"]), dongle)
@@ -50,7 +50,7 @@ class StartUp(ProgramTest):
                 self.leave(root)
 
     def test_dongle_dialog(self) -> None:
-        """Until a stick that differs in neither number is found, by polls three seconds apart."""
+        """Until a dongle that differs in neither number is found, by polls three seconds apart."""
         root = self.root(usb="device 12d1 1003\ndevice 05c6 1001\ndevice 1001 12d1\n", nodes=())
         root.start(shown=False)
         root.wait(lambda screen: screen.has_dialog(), 5, "the dialog")
@@ -82,7 +82,7 @@ class StartUp(ProgramTest):
         root = self.root(nodes=("ttyS0", "tty", "USB0")).start(shown=False)
         root.wait_calls("ls", 1)
         picture = Picture.of(root)
-        self.assertEqual(picture.colours(), {(0, 0, 0)}, "the panel is black meanwhile")
+        self.assertEqual(picture.colours(), {BLACK}, "the panel is black meanwhile")
         root.signal(SIGUSR1)
         check = root.wait_calls("ifconfig", 1, 0.7)
         self.assertFalse(root.panel.screen().main_window()["visible"])
@@ -92,7 +92,7 @@ class StartUp(ProgramTest):
             self.assertAlmostEqual(later - earlier, 1.0, delta=0.4)
         root.add_node("ttyUSB3")
         root.wait_shown(1.5)
-        self.assertNotEqual(Picture.of(root).colours(), {(0, 0, 0)})
+        self.assertNotEqual(Picture.of(root).colours(), {BLACK})
         self.leave(root)
 
     def test_signals_before_the_handler(self) -> None:
@@ -121,15 +121,14 @@ class StartUp(ProgramTest):
         root.panel.invoke("Makeup", "checkSignalStrength", 1)
         root.wait(lambda _: modem.path in root.descriptors().values(), 2, "the modem asked")
         for number in root.descriptors():
-            flags = Path(f"/proc/{root.pid}/fdinfo/{number}").read_text().split("flags:")[1]
-            if number > 2:
-                self.assertTrue(int(flags.split()[0], 8) & os.O_CLOEXEC, root.descriptors())
+            if number > 2 and (flags := root.descriptor_flags(number)) is not None:
+                self.assertTrue(flags & os.O_CLOEXEC, f"{number} of {root.descriptors()}")
         self.leave(root)
 
 
 class Panels(ProgramTest):
     def test_everything_fits(self) -> None:
-        for size, button_height in SIZES.items():
+        for size, button_heights in BUTTONS.items():
             with self.subTest(size):
                 root = self.root(size=size).start()
                 for tab in (SETTING, STATUS, MISC):
@@ -137,8 +136,13 @@ class Panels(ProgramTest):
                     screen = root.panel.screen()
                     self.assertEqual(screen.main_window()["rect"], [0, 0, *size])
                     self.assertEqual(screen.cut_off(), [], tab)
-                _, _, _, height = root.panel.button("Exit")["rect"]
-                self.assertGreaterEqual(height, button_height, "the panel's style sheet")
+                button = root.panel.button("Exit")
+                self.assertIn(button["hint"][1], button_heights, "the panel's style sheet")
+                # The sheet that all panels share: a black edge around a light face.
+                x, y, _, height = button["rect"]
+                face = Picture.of(root).part([x, y + height // 2, 4, 1])
+                self.assertEqual(tuple(face[:3]), BLACK)
+                self.assertGreater(min(face[-3:]), 0xd0)
                 self.leave(root)
 
     def test_pages(self) -> None:

@@ -3,8 +3,10 @@
 import unittest
 from signal import SIGUSR1
 
-from privateroot import DONGLE, PrivateRoot
-from programtest import FAILED, GREEN, RED, ProgramTest
+from panel.facts import FAILED, GREEN, RED
+from privateroot.files import DONGLE
+from privateroot.process import PrivateRoot
+from programtest import ProgramTest
 
 # pppd logs its call from the background, a little after the shell that started it has ended.
 # A busy machine may be late; it must never be early.
@@ -76,7 +78,7 @@ class AfterConnect(ProgramTest):
         self.assert_link(root, False)
         self.assertEqual(root.panel.screen().busy_bars(), [])
         self.assertEqual(root.calls("route"), [])
-        # No dialog for a missing stick once there has been one: the wait is all there is.
+        # No dialog for a missing dongle once there has been one: the wait is all there is.
         root.set_usb("")
         root.remove_node("ttyUSB0")
         polls = len(root.calls("ls"))
@@ -93,6 +95,7 @@ class AfterConnect(ProgramTest):
             checks, stops = len(root.calls("ifconfig")), len(root.calls("killall"))
             root.panel.press("Disconnect")
             stop = root.wait_calls("killall", stops + 1)
+            self.assertEqual(stop.arguments, "pppd")
             screen = root.panel.screen()
             self.assertEqual([screen.button(name)["enabled"] for name in ("Connect", "Disconnect")],
                              [False, False])

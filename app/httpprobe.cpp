@@ -1,0 +1,35 @@
+// The module that does the HTTP probe.
+#include "app/httpprobe.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QUrl>
+
+class HttpProbeModule : public QObject, public HttpProbe
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID HttpProbe_iid)
+    Q_INTERFACES(HttpProbe)
+
+public:
+    QObject *fetch(const QString &url) override
+    {
+        QNetworkRequest request{QUrl(url)};
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::ManualRedirectPolicy);
+        auto *manager = new QNetworkAccessManager;
+        manager->get(request);
+        return manager;
+    }
+
+    Outcome take(QNetworkReply *reply) override
+    {
+        reply->manager()->deleteLater(); // The reply is its child.
+        if (reply->error() != QNetworkReply::NoError)
+            return {{}, reply->errorString()};
+        return {reply->readAll(), {}};
+    }
+};
+
+#include "httpprobe.moc"

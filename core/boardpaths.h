@@ -1,0 +1,20 @@
+// Where the board keeps its files and devices. Each path stands here alone.
+#pragma once
+
+namespace boardpaths
+{
+
+// Parameters and the chip
+inline constexpr char ParameterFile[] = "/quenfold/configs/3gparam";
+inline constexpr char AutoConnectFile[] = "/quenfold/configs/autoparam";
+inline constexpr char ChipMarkerFile[] = "/quenfold/configs/initedFram";
+inline constexpr char ChipDevice[] = "/dev/spidev1.0";
+
+// Dial-up
+inline constexpr char ModemPort[] = "/dev/ttyUSB0";
+inline constexpr char ChatScript[] = "/etc/ppp/chat/chat";
+inline constexpr char PeerFile[] = "/etc/ppp/peers/ppp-connect";
+inline constexpr char PppLog[] = "/etc/ppp/ppp.log";
+inline constexpr char ChatLog[] = "/etc/ppp/chat.log";
+
+} // namespace boardpaths

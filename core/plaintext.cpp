@@ -1,0 +1,8 @@
+#include "core/plaintext.h"
+
+QString plainText(const QByteArray &bytes)
+{
+    // fromLatin1() would keep the NUL and what follows it.
+    const qsizetype nul = bytes.indexOf('\0');
+    return QString::fromLatin1(nul < 0 ? bytes : bytes.left(nul));
+}

@@ -1,6 +1,0 @@
-// The keys of a field for digits.
-import "../.."
-
-Pages {
-    firstPage: digits
-}

@@ -1,4 +1,0 @@
-// The keys of a field for any text.
-import "../.."
-
-Pages {}

@@ -1,0 +1,123 @@
+#include "platform/keys/keylayout.h"
+
+namespace keylayout
+{
+
+namespace
+{
+
+constexpr int Rows = 4;
+// Widths, in parts of a row.
+constexpr int WholeRow = 240;
+constexpr int Character = 24;
+constexpr int BesideCharacters = 36;
+constexpr int LastRowCharacter = 26;
+constexpr int LastRowEnd = 37;
+constexpr int Space = 62;
+
+/** What is not the same on every page. */
+struct Content {
+    const char *rows[3];
+    const char *besideSpace;
+    Key thirdRowStart;
+    Key lastRowStart;
+};
+
+Content content(Page page)
+{
+    const Key letters{Action::Turn, QStringLiteral("ABC"), {}, Page::Letters};
+    const Key digits{Action::Turn, QStringLiteral("123"), {}, Page::Digits};
+    const Key symbols{Action::Turn, QStringLiteral("#+="), {}, Page::Symbols};
+    const Key shift{Action::Shift, QStringLiteral("Shift"), {}, page};
+    switch (page) {
+    case Page::Digits:
+        return {{"1234567890", "*#+-_@/&()", ":;!?\"'$"}, ",%", symbols, letters};
+    case Page::Symbols:
+        return {{"1234567890", "[]{}<>=^\\|", "`~-_*#+"}, ",%", digits, letters};
+    case Page::Letters:
+        break;
+    }
+    return {{"qwertyuiop", "asdfghjkl", "zxcvbnm"}, "@-", shift, digits};
+}
+
+/** Appends the keys of one row, from left to right. */
+class Row
+{
+public:
+    Row(QList<Key> &keys, int row, const QSize &size)
+        : m_keys(keys), m_width(size.width()), m_top(row * size.height() / Rows),
+          m_bottom((row + 1) * size.height() / Rows)
+    {
+    }
+
+    void skip(int parts) { m_parts += parts; }
+
+    void add(Key key, int parts)
+    {
+        const int left = m_parts * m_width / WholeRow;
+        m_parts += parts;
+        key.rect = QRect(QPoint(left, m_top),
+                         QPoint(m_parts * m_width / WholeRow, m_bottom) - QPoint(1, 1));
+        m_keys.append(key);
+    }
+
+    void addCharacters(const QString &characters, int parts)
+    {
+        for (const QChar character : characters)
+            add({Action::Type, character, {}, {}}, parts);
+    }
+
+private:
+    QList<Key> &m_keys;
+    int m_width;
+    int m_top;
+    int m_bottom;
+    int m_parts = 0;
+};
+
+} // namespace
+
+QSize size(const QSize &panel)
+{
+    // Of a wide and low panel the field must be seen, too.
+    return {panel.width(), qMin(panel.width() * 5 / 16, panel.height() * 5 / 9)};
+}
+
+QList<Key> keys(Page page, const QSize &size)
+{
+    const Content content = keylayout::content(page);
+    QList<Key> keys;
+    for (int at : {0, 1}) {
+        const QString characters = QString::fromLatin1(content.rows[at]);
+        Row row(keys, at, size);
+        row.skip((WholeRow - int(characters.size()) * Character) / 2);
+        row.addCharacters(characters, Character);
+    }
+    Row third(keys, 2, size);
+    third.add(content.thirdRowStart, BesideCharacters);
+    third.addCharacters(QString::fromLatin1(content.rows[2]), Character);
+    third.add({Action::Backspace, QStringLiteral("Backspace"), {}, page}, BesideCharacters);
+
+    Row last(keys, 3, size);
+    last.add(content.lastRowStart, LastRowEnd);
+    last.addCharacters(QString::fromLatin1(content.besideSpace), LastRowCharacter);
+    last.add({Action::Type, QStringLiteral(" "), {}, page}, Space);
+    last.addCharacters(QStringLiteral("."), LastRowCharacter);
+    last.add({Action::Hide, QStringLiteral("Hide"), {}, page}, LastRowCharacter);
+    last.add({Action::Enter, QStringLiteral("Enter"), {}, page}, LastRowEnd);
+    return keys;
+}
+
+Page firstPage(Qt::InputMethodHints hints)
+{
+    constexpr Qt::InputMethodHints Numbers =
+        Qt::ImhDigitsOnly | Qt::ImhFormattedNumbersOnly | Qt::ImhDialableCharactersOnly;
+    return (hints & Numbers) ? Page::Digits : Page::Letters;
+}
+
+QString typedText(const Key &key, Shift shift)
+{
+    return shift == Shift::Off ? key.name : key.name.toUpper();
+}
+
+} // namespace keylayout

@@ -1,0 +1,210 @@
+#include "platform/keys/keyswindow.h"
+
+#include <QBackingStore>
+#include <QExposeEvent>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QStyleHints>
+#include <QtMath>
+
+#include <malloc.h>
+
+using keylayout::Action;
+using keylayout::Shift;
+
+namespace
+{
+
+// Of this type no platform gives it the focus, and Qt does not count it when the last window
+// closes.
+constexpr Qt::WindowFlags Flags =
+    Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus;
+constexpr int MouseFinger = -1; // Fingers of a touch screen have numbers from 0.
+constexpr std::chrono::milliseconds RepeatDelay{600};
+constexpr std::chrono::milliseconds RepeatInterval{50};
+
+std::chrono::milliseconds now()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch());
+}
+
+/** The pixel that a point is in. */
+QPoint pixel(const QPointF &point)
+{
+    return {qFloor(point.x()), qFloor(point.y())};
+}
+
+Qt::Key keyCode(const keylayout::Key &key)
+{
+    switch (key.action) {
+    case Action::Backspace:
+        return Qt::Key_Backspace;
+    case Action::Enter:
+        return Qt::Key_Return;
+    default:
+        return Qt::Key(key.name.front().toUpper().unicode()); // The codes of ASCII are ASCII.
+    }
+}
+
+} // namespace
+
+KeysWindow::KeysWindow(const QRect &panel)
+    : m_keys(keylayout::size(panel.size()),
+             std::chrono::milliseconds(QGuiApplication::styleHints()->mouseDoubleClickInterval())),
+      m_painter(keylayout::size(panel.size()).height())
+{
+    setFlags(Flags);
+    connect(&m_repeat, &QTimer::timeout, this, &KeysWindow::repeat);
+    const QSize size = keylayout::size(panel.size());
+    setGeometry(QRect(panel.bottomLeft() - QPoint(0, size.height() - 1), size));
+}
+
+KeysWindow::~KeysWindow() = default;
+
+void KeysWindow::open(keylayout::Page page)
+{
+    m_keys.open(page);
+    showChanges();
+}
+
+void KeysWindow::exposeEvent(QExposeEvent *)
+{
+    if (isExposed())
+        paint(QRect(QPoint(0, 0), size()));
+}
+
+void KeysWindow::hideEvent(QHideEvent *)
+{
+    m_keys.cancel();
+    m_repeat.stop();
+    m_picture.reset();
+#ifdef __GLIBC__
+    malloc_trim(0); // It would keep the picture's memory for itself.
+#endif
+}
+
+void KeysWindow::touchEvent(QTouchEvent *event)
+{
+    if (event->type() == QEvent::TouchCancel)
+        m_keys.cancel();
+    for (const QEventPoint &point : event->points()) {
+        if (point.state() == QEventPoint::Pressed)
+            press(point.id(), point.position());
+        else if (point.state() == QEventPoint::Updated)
+            move(point.id(), point.position());
+        else if (point.state() == QEventPoint::Released)
+            release(point.id(), point.position());
+    }
+    showChanges();
+    event->accept(); // An ignored touch would come again, as a mouse press.
+}
+
+void KeysWindow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        press(MouseFinger, event->position());
+}
+
+void KeysWindow::mouseMoveEvent(QMouseEvent *event)
+{
+    move(MouseFinger, event->position());
+}
+
+void KeysWindow::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        release(MouseFinger, event->position());
+}
+
+QVariantList KeysWindow::describedKeys() const
+{
+    QVariantList list;
+    for (const keylayout::Key &key : m_keys.keys())
+        list.append(QVariantMap{{QStringLiteral("text"), key.name},
+                                {QStringLiteral("rect"), key.rect},
+                                {QStringLiteral("upper"), m_keys.shift() != Shift::Off},
+                                {QStringLiteral("locked"), m_keys.shift() == Shift::Locked}});
+    return list;
+}
+
+void KeysWindow::press(int finger, const QPointF &at)
+{
+    take(m_keys.press(finger, pixel(at), now()));
+}
+
+void KeysWindow::move(int finger, const QPointF &at)
+{
+    m_keys.move(finger, pixel(at));
+    showChanges();
+}
+
+void KeysWindow::release(int finger, const QPointF &at)
+{
+    take(m_keys.release(finger, pixel(at), now()));
+}
+
+void KeysWindow::repeat()
+{
+    m_repeat.start(RepeatInterval);
+    take(m_keys.repeat());
+}
+
+/** Shows first what a touch has come to: the keys must not wait for the field. */
+void KeysWindow::take(const TouchedKeys::Result &result)
+{
+    showChanges();
+    if (!result)
+        return;
+    if (result->action == Action::Hide)
+        emit hideTouched();
+    else
+        emit typed(keyCode(*result), result->action == Action::Type ? result->name : QString());
+}
+
+/** Paints the keys that look other than before, and has a held Backspace repeat. */
+void KeysWindow::showChanges()
+{
+    const int held = m_keys.held();
+    QRegion changed;
+    if (m_keys.page() != m_shownPage || m_keys.shift() != m_shownShift) {
+        changed = QRect(QPoint(0, 0), size());
+    } else if (held != m_shownHeld) {
+        for (int at : {held, m_shownHeld})
+            changed += at == -1 ? QRect() : m_keys.keys()[at].rect;
+    }
+    if (!changed.isEmpty())
+        paint(changed);
+    if (held == -1 || m_keys.keys()[held].action != Action::Backspace)
+        m_repeat.stop();
+    else if (!m_repeat.isActive())
+        m_repeat.start(RepeatDelay);
+}
+
+void KeysWindow::paint(const QRegion &region)
+{
+    m_shownPage = m_keys.page();
+    m_shownShift = m_keys.shift();
+    m_shownHeld = m_keys.held();
+    if (!isExposed())
+        return;
+    QRegion due = region;
+    if (m_picture == nullptr) {
+        m_picture = std::make_unique<QBackingStore>(this);
+        m_picture->resize(size());
+        due = QRect(QPoint(0, 0), size());
+    }
+    m_picture->beginPaint(due);
+    {
+        QPainter painter(m_picture->paintDevice());
+        const QList<keylayout::Key> &keys = m_keys.keys();
+        for (const QRect &rect : due)
+            KeyPainter::paintGap(painter, rect);
+        for (int at = 0; at < keys.size(); ++at) {
+            if (due.intersects(keys[at].rect))
+                m_painter.paint(painter, keys[at], m_shownShift, at == m_shownHeld);
+        }
+    }
+    m_picture->endPaint();
+    m_picture->flush(due);
+}

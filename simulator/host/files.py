@@ -1,0 +1,97 @@
+"""The host's files: locks, fingerprints, and folders that appear whole or not at all."""
+
+import contextlib
+import fcntl
+import hashlib
+import os
+import shutil
+import sys
+import threading
+from collections.abc import Iterator, Sequence
+from pathlib import Path
+
+MARK = ".fingerprint"
+QUIET_SECONDS = 2.0  # a lock that takes longer is said to be waited for
+
+
+def read_list(file: Path) -> list[str]:
+    """Lines of a data file, without comments and blank lines."""
+    lines = (line.split("#", 1)[0].strip() for line in file.read_text("utf-8").splitlines())
+    return [line for line in lines if line]
+
+
+@contextlib.contextmanager
+def locked(lock: Path) -> Iterator[None]:
+    """Hold an exclusive lock on a file; other processes wait, and a dead one lets go of it."""
+    lock.parent.mkdir(parents=True, exist_ok=True)
+    with open(lock, "w", encoding="utf-8") as held:
+        waiting = threading.Timer(QUIET_SECONDS, print, [f"waiting for who holds {lock}"],
+                                  {"file": sys.stderr, "flush": True})
+        waiting.start()
+        try:
+            fcntl.flock(held, fcntl.LOCK_EX)
+        finally:
+            waiting.cancel()
+        yield
+
+
+def remove(path: Path) -> None:
+    """Remove a file or a folder, a read-only one too; nothing happens when there is none."""
+    if path.is_symlink() or path.is_file():
+        path.unlink()
+    elif path.is_dir():
+        for folder, names, _ in os.walk(path):
+            for name in names:
+                inner = Path(folder, name)
+                if not inner.is_symlink():
+                    inner.chmod(0o755)
+        shutil.rmtree(path)
+
+
+@contextlib.contextmanager
+def whole(path: Path) -> Iterator[Path]:
+    """
+    Make a file or folder under a temporary name; it takes its own name only when all went well.
+
+    The caller holds a lock, so that what is left under the temporary name is nobody's.
+    """
+    path.parent.mkdir(parents=True, exist_ok=True)
+    unfinished = path.with_name(path.name + ".unfinished")
+    remove(unfinished)
+    try:
+        yield unfinished
+        old = path.with_name(path.name + ".old")
+        remove(old)
+        if path.is_dir() and not path.is_symlink():
+            path.rename(old)
+        unfinished.rename(path)
+        remove(old)
+    finally:
+        remove(unfinished)
+
+
+def fingerprint(parts: Sequence[str | Path]) -> str:
+    """Hexadecimal digest of texts and of files and folders with their names and modes."""
+    digest = hashlib.sha256()
+    for part in parts:
+        if isinstance(part, str):
+            digest.update(f"text {len(part)} {part}\n".encode())
+            continue
+        for file in [part] if part.is_file() else sorted(part.rglob("*")):
+            if "__pycache__" in file.parts or not file.is_file():
+                continue
+            data = file.read_bytes()
+            mode = file.stat().st_mode & 0o111
+            digest.update(f"file {file.relative_to(part.parent)} {mode:o} {len(data)}\n".encode())
+            digest.update(data)
+    return digest.hexdigest()
+
+
+def is_current(folder: Path, key: str) -> bool:
+    """Whether a folder was made from what this fingerprint stands for."""
+    mark = folder / MARK
+    return mark.is_file() and mark.read_text() == key
+
+
+def mark_current(folder: Path, key: str) -> None:
+    (folder / MARK).write_text(key)

@@ -1,0 +1,30 @@
+"""Where the board's parts live: in the checkout, in its build folder, in the user's cache."""
+
+import os
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+SIMULATOR = ROOT / "simulator"
+IMAGE_DATA = SIMULATOR / "image/data"
+HOST_PACKAGES = IMAGE_DATA / "host-packages.txt"
+GUEST = SIMULATOR / "image/guest"
+TRANSLATIONS = ROOT / "resources/translations"
+FONT_CONFIGURATION = ROOT / "resources/fontconfig/64-corvanta.conf"
+
+BUILD = ROOT / "build"
+BOARD = BUILD / "board"
+SYSROOT = BOARD / "sysroot"
+SYSROOT_NAME = BOARD / "sysroot.name"  # holds the path that the cross build uses
+MACHINE = BOARD / "machine"
+APP_DISK = BOARD / "app.ext4"
+RUNS = BUILD / "runs"
+ARM = BUILD / "arm"
+
+
+def cache() -> Path:
+    """Folder of the downloads, which outlives every build folder."""
+    named = os.environ.get("CORVANTA_CACHE")
+    if named:
+        return Path(named).absolute()
+    base = os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache"
+    return Path(base).absolute() / "corvanta"

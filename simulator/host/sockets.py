@@ -1,0 +1,34 @@
+"""Connecting to a Unix socket of the host by a path of any length."""
+
+import os
+import socket
+import time
+from pathlib import Path
+
+RETRY_SECONDS = 0.01
+
+
+def connect(path: Path, timeout: float = 0) -> socket.socket:
+    """
+    Connect to a socket that may still be in the making.
+
+    The path goes through a descriptor of its folder: a socket's name is limited to 107 bytes.
+
+    @param timeout  seconds in which the socket must appear
+    @raise OSError as the last attempt to connect has it
+    """
+    deadline = time.monotonic() + timeout
+    folder = os.open(path.parent, os.O_PATH | os.O_CLOEXEC)
+    try:
+        while True:
+            client = socket.socket(socket.AF_UNIX)
+            try:
+                client.connect(f"/proc/self/fd/{folder}/{path.name}")
+                return client
+            except OSError:
+                client.close()
+                if time.monotonic() >= deadline:
+                    raise
+            time.sleep(RETRY_SECONDS)
+    finally:
+        os.close(folder)

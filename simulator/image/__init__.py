@@ -1,0 +1,1 @@
+"""What a board starts from, made of Debian packages: disk image, sysroot, programs' disk."""

@@ -1,0 +1,146 @@
+"""The board's disk image, initial RAM file system and kernel, out of Debian packages."""
+
+import re
+from pathlib import Path
+
+from host import programs
+from host.files import read_list, remove
+from host.paths import FONT_CONFIGURATION, GUEST, IMAGE_DATA, ROOT, SIMULATOR
+from image import ext4
+from image.unpack import unpack
+
+IMAGE_SIZE = "400M"
+KERNEL = "kernel"
+INITRAMFS = "initramfs.cpio"
+ROOT_IMAGE = "root.ext4"
+
+# Maintainer scripts would have made these folders, but do not run; git keeps no empty folders.
+FOLDERS = ("app", "dev", "etc/ppp/chat", "etc/ppp/peers", "mnt", "proc", "quenfold/configs",
+           "root", "run", "sys", "tmp", "var/cache/fontconfig", "var/log")
+LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash",
+         "var/run": "/run", "var/lock": "/run/lock"}
+# The image's own programs, which run in the saved machine states.
+PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
+EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
+
+
+def inputs() -> list[str | Path]:
+    """What the image depends on besides its packages, for a fingerprint."""
+    here = Path(__file__)
+    return [here, here.with_name("ext4.py"), here.with_name("unpack.py"), IMAGE_DATA, GUEST,
+            FONT_CONFIGURATION, IMAGE_SIZE,
+            *(file for source in PROGRAMS.values() for file in _with_includes(SIMULATOR / source))]
+
+
+def _with_includes(source: Path) -> list[Path]:
+    """A C++ file and the project's headers that it includes, directly or not."""
+    found = [source]
+    for file in found:
+        names = re.findall(r'^#include "(.+)"', file.read_text(encoding="utf-8"), re.MULTILINE)
+        found += [header for header in (ROOT / name for name in names) if header not in found]
+    return found
+
+
+def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, into: Path) -> None:
+    """
+    Make the machine's three files: KERNEL, INITRAMFS and ROOT_IMAGE.
+
+    @param into  the folder that gets them; what is needed on the way lies there too
+    """
+    root = into / "root"
+    unpack(packages, root)
+    kernel = next((root / "boot").glob("vmlinuz-*"))
+    version = kernel.name.removeprefix("vmlinuz-")
+    _build_initramfs(root, version, initramfs_packages, into)
+    kernel.rename(into / KERNEL)
+    _prune(root)
+    _keep_modules(root, version)
+    _configure(root, sysroot)
+    ext4.make(root, into / ROOT_IMAGE, IMAGE_SIZE)
+    remove(root)
+
+
+def _module_files(root: Path, version: str, names: list[str]) -> list[Path]:
+    """Files of kernel modules and of what they depend on, in the order of loading."""
+    files: list[Path] = []
+    for name in names:
+        out = programs.run(["modprobe", "-d", root, "-S", version, "--show-depends", name],
+                           f"looking for the kernel module {name}").decode()
+        for line in out.splitlines():
+            kind, _, file = line.strip().partition(" ")
+            if kind == "insmod" and Path(file) not in files:
+                files.append(Path(file))
+    return files
+
+
+def _build_initramfs(root: Path, version: str, packages: list[Path], into: Path) -> None:
+    tree = into / "initramfs"
+    unpack(packages, tree)
+    for name in ("changes", "dev", "image", "lib/modules", "proc", "sys", "system"):
+        (tree / name).mkdir(parents=True, exist_ok=True)
+    programs.run(["depmod", "-b", root, version], "indexing the kernel's modules")
+    modules = _module_files(root, version, read_list(IMAGE_DATA / "initramfs-modules.txt"))
+    for module in modules:
+        (tree / "lib/modules" / module.name).write_bytes(module.read_bytes())
+    (tree / "modules").write_text("".join(f"{module.name}\n" for module in modules))
+    init = tree / "init"
+    init.write_bytes((IMAGE_DATA / "initramfs-init").read_bytes())
+    init.chmod(0o755)
+    for name in ("usr/share", "etc"):
+        remove(tree / name)
+    names = "\n".join(str(p.relative_to(tree)) for p in sorted(tree.rglob("*"))).encode()
+    (into / INITRAMFS).write_bytes(
+        programs.run(["cpio", "-o", "-H", "newc", "--quiet", "--owner", "0:0"],
+                     "packing the initial RAM file system", stdin=names, cwd=tree))
+    remove(tree)
+
+
+def _prune(root: Path) -> None:
+    for pattern in read_list(IMAGE_DATA / "prune.txt"):
+        for found in list(root.glob(pattern)):
+            remove(found)
+
+
+def _keep_modules(root: Path, version: str) -> None:
+    folder = root / "usr/lib/modules" / version
+    wanted = _module_files(root, version, read_list(IMAGE_DATA / "modules.txt"))
+    kept = {file.resolve() for file in wanted}
+    for file in folder.rglob("*.ko*"):
+        if file.resolve() not in kept:
+            file.unlink()
+    programs.run(["depmod", "-b", root, version], "indexing the kernel's modules")
+
+
+def _configure(root: Path, sysroot: Path) -> None:
+    """What maintainer scripts would have done, and the board's own files."""
+    for name in FOLDERS:
+        (root / name).mkdir(parents=True, exist_ok=True)
+    for name, destination in LINKS.items():
+        remove(root / name)
+        (root / name).symlink_to(destination)
+    for name in EMPTY_FILES:
+        (root / name).write_text("")
+    for file in sorted(GUEST.rglob("*")):
+        target = root / file.relative_to(GUEST)
+        if file.is_file():
+            target.parent.mkdir(parents=True, exist_ok=True)
+            remove(target)
+            target.write_bytes(file.read_bytes())
+            target.chmod(0o755 if file.stat().st_mode & 0o100 else 0o644)
+    (root / "etc/fonts/conf.d" / FONT_CONFIGURATION.name).write_bytes(
+        FONT_CONFIGURATION.read_bytes())
+    _add_programs(root, sysroot)
+    for folder in [root, *(p for p in root.rglob("*") if p.is_dir() and not p.is_symlink())]:
+        folder.chmod(0o755)
+    (root / "tmp").chmod(0o1777)
+
+
+def _add_programs(root: Path, sysroot: Path) -> None:
+    # The network's pppd goes by another name: the program's "killall pppd" must never reach it.
+    network_pppd = root / "usr/sbin/netpppd"
+    network_pppd.write_bytes((root / "usr/sbin/pppd").read_bytes())
+    network_pppd.chmod(0o755)
+    for name, source in PROGRAMS.items():
+        programs.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
+                      "-I", ROOT, "-o", root / "usr/sbin" / name, SIMULATOR / source],
+                     f"compiling the board's {name}")

@@ -1,0 +1,51 @@
+"""What the host talks to a machine through: QEMU's control socket and the board's agent."""
+
+from collections.abc import Callable
+from pathlib import Path
+
+from host.errors import BoardError
+from machine import qemu
+from machine.agent import Agent
+from machine.qmp import Qmp
+
+
+class Connections:
+    """The two connections of one machine, open or not; each serves one process at a time."""
+
+    def __init__(self) -> None:
+        self._qmp: Qmp | None = None
+        self._agent: Agent | None = None
+
+    def open(self, folder: Path, alive: Callable[[], bool]) -> None:
+        """
+        Connect to the machine of a run's folder.
+
+        @param alive  whether QEMU still runs: while it does, its sockets may come yet
+        @raise BoardError with what QEMU wrote, when it does not answer
+        """
+        try:
+            self._qmp = Qmp(folder / qemu.QMP_SOCKET, alive)
+            self._agent = Agent(folder / qemu.AGENT_SOCKET)
+        except BoardError as error:
+            said = (folder / qemu.QEMU_LOG).read_text(errors="replace").strip()
+            raise BoardError(f"{error}\n{said}".strip()) from error
+
+    def close(self) -> None:
+        for connection in (self._qmp, self._agent):
+            if connection:
+                connection.close()
+        self._qmp = self._agent = None
+
+    @property
+    def qmp(self) -> Qmp:
+        """@raise BoardError when the board is off"""
+        if not self._qmp:
+            raise BoardError("the board is off")
+        return self._qmp
+
+    @property
+    def agent(self) -> Agent:
+        """@raise BoardError when the board is off"""
+        if not self._agent:
+            raise BoardError("the board is off")
+        return self._agent

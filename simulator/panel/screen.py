@@ -1,0 +1,206 @@
+"""One look at the panel: what the inspector plug-in reports, as an operator reads it.
+
+Things are found as an operator finds them: a button or tab by its text, a field or a value by the
+label at its left.
+"""
+
+from __future__ import annotations
+
+from collections.abc import Iterator
+from typing import Any, TypedDict
+
+# A widget, a window, an item of a list or tab bar, or a key: each has some of these, as the
+# inspector's dump.cpp says. A "rect" is [x, y, width, height] in pixels of the screen.
+Widget = TypedDict("Widget", {
+    "class": str, "name": str, "text": str, "title": str, "style": str, "rect": list[int],
+    "window": int, "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "active": bool,
+    "checked": bool, "index": int, "value": int, "minimum": int, "maximum": int, "echo": int,
+    "format": int, "hint": list[int], "minimumHint": list[int], "items": list["Widget"],
+    "buttons": list[str], "type": int, "upper": bool}, total=False)
+
+BUTTONS = ("QPushButton", "QRadioButton", "QCheckBox")
+LEAVES = (*BUTTONS, "QLabel", "QLineEdit", "QComboBox", "QTabBar")
+
+
+class PanelError(AssertionError):
+    """The panel does not show what it should, or answers nothing."""
+
+
+class NotShown(PanelError, LookupError):
+    """What was looked for is not on the screen."""
+
+
+def centre(widget: Widget) -> tuple[int, int]:
+    """The middle of a widget's or item's "rect", in global pixels."""
+    x, y, width, height = widget["rect"]
+    return x + width // 2, y + height // 2
+
+
+def _inside(inner: list[int], outer: list[int]) -> bool:
+    x, y, width, height = inner
+    left, top, outer_width, outer_height = outer
+    return (left <= x and top <= y and x + width <= left + outer_width
+            and y + height <= top + outer_height)
+
+
+def _overlap(a: list[int], b: list[int]) -> bool:
+    return (a[0] < b[0] + b[2] and b[0] < a[0] + a[2]
+            and a[1] < b[1] + b[3] and b[1] < a[1] + a[3])
+
+
+def _right_of(label: Widget, widget: Widget) -> bool:
+    """Whether the widget stands in the label's row, to its right."""
+    x, y, width, height = label["rect"]
+    return widget["rect"][0] >= x + width and y <= centre(widget)[1] < y + height
+
+
+class Screen:
+    """What one look shows: the reply to the inspector's dump."""
+
+    def __init__(self, dump: dict[str, Any]) -> None:
+        width, height = dump["screen"]
+        self.size: tuple[int, int] = (width, height)
+        self.windows: list[Widget] = dump["windows"]
+        self.widgets: list[Widget] = dump["widgets"]
+        self.invoked: list[dict[str, Any]] = dump.get("invoked", [])
+        self.keys: list[Widget] = dump.get("keys", [])
+
+    def all(self, *classes: str, visible: bool = True) -> Iterator[Widget]:
+        """Every widget of these classes; hidden ones too when `visible` is false."""
+        for widget in self.widgets:
+            if widget["class"] in classes and (widget["visible"] or not visible):
+                yield widget
+
+    def button(self, text: str) -> Widget:
+        """The visible push or radio button with this text, in the topmost window that has one."""
+        found = [w for w in self.all(*BUTTONS) if w["text"] == text]
+        if not found:
+            raise NotShown(f"no button {text!r} on {self.short()}")
+        return found[-1]
+
+    def beside(self, label: str, *classes: str) -> Widget:
+        """
+        The widget of these classes beside a label.
+
+        On a shown page it stands in the label's row, on a hidden one next to it in child order.
+        """
+        for at, widget in enumerate(self.widgets):
+            if widget["class"] != "QLabel" or widget["text"] != label:
+                continue
+            if widget["visible"]:
+                row = [w for w in self.all(*classes) if _right_of(widget, w)
+                       and w["window"] == widget["window"]]
+                row.sort(key=lambda w: w["rect"][0])
+            else:
+                row = [w for w in self.widgets[at + 1:at + 2]
+                       if w["class"] in classes and w["window"] == widget["window"]]
+            if row:
+                return row[0]
+        raise NotShown(f"nothing beside {label!r} on {self.short()}")
+
+    def field(self, label: str) -> Widget:
+        """The line edit or combo box beside a label."""
+        return self.beside(label, "QLineEdit", "QComboBox")
+
+    def value(self, label: str) -> Widget:
+        """The label that shows the value beside a label."""
+        return self.beside(label, "QLabel")
+
+    def tab(self, text: str) -> Widget:
+        """A tab: {"text", "rect"}."""
+        return self._item(text, "QTabBar")
+
+    def row(self, text: str) -> Widget:
+        """A row of an open list, such as a combo box's: {"text", "rect"}."""
+        return self._item(text, "QComboBoxListView", "QListView")
+
+    def _item(self, text: str, *classes: str) -> Widget:
+        for widget in self.all(*classes):
+            for item in widget.get("items", []):
+                if item["text"] == text:
+                    return item
+        raise NotShown(f"no item {text!r} on {self.short()}")
+
+    def key(self, name: str) -> Widget:
+        """The on-screen key that types this, a letter small, or does it: Backspace, Enter, Hide,
+        Shift, or the name of a page."""
+        for key in self.keys:
+            if key["text"] == name:
+                return key
+        raise NotShown(f"no key {name!r} among {[key['text'] for key in self.keys]}")
+
+    def has_key(self, text: str) -> bool:
+        return any(key["text"] == text for key in self.keys)
+
+    def dialog(self) -> Widget:
+        """The modal window on top, with "text" (its labels) and "buttons" (their texts)."""
+        for at in reversed(range(len(self.windows))):
+            window = self.windows[at]
+            if not (window["visible"] and window["modal"]):
+                continue
+            inside = [w for w in self.widgets if w["window"] == at and w["visible"]]
+            texts = [w["text"] for w in inside if w["class"] == "QLabel"]
+            buttons = [w["text"] for w in inside if w["class"] in BUTTONS]
+            dialog = window.copy()
+            dialog.update({"text": "\n".join(texts), "buttons": buttons})
+            return dialog
+        raise NotShown(f"no dialog on {self.short()}")
+
+    def has_dialog(self) -> bool:
+        return any(w["visible"] and w["modal"] for w in self.windows)
+
+    def main_window(self) -> Widget:
+        """The main window, shown or not."""
+        for window in self.windows:
+            if window["class"] == "Widget":
+                return window
+        raise NotShown(f"no main window on {self.short()}")
+
+    def busy_bars(self) -> list[Widget]:
+        """The busy indicators that are shown."""
+        return [w for w in self.all("QProgressBar") if w["minimum"] == w["maximum"]]
+
+    def orphans(self, cls: str) -> list[Widget]:
+        """Widgets of this class that were put on no page."""
+        return [w for w in self.all(cls, visible=False)
+                if self.windows[w["window"]]["class"] == cls]
+
+    def cut_off(self) -> list[str]:
+        """
+        What an operator cannot see whole, one line each.
+
+        That is outside its window, smaller than its content needs, or under another widget.
+        """
+        faults = []
+        leaves = [w for w in self.all(*LEAVES) if "hint" in w]
+        for at, widget in enumerate(leaves):
+            name = f'{widget["class"]} {widget.get("text", "")!r} at {widget["rect"]}'
+            if not _inside(widget["rect"], self.windows[widget["window"]]["rect"]):
+                faults.append(f"{name} leaves its window")
+            needs = widget["minimumHint"] if widget["class"] == "QLineEdit" else widget["hint"]
+            if widget["rect"][2] < needs[0] or widget["rect"][3] < needs[1]:
+                faults.append(f"{name} needs {needs}")
+            for other in leaves[at + 1:]:
+                if (other["window"] == widget["window"]
+                        and _overlap(widget["rect"], other["rect"])):
+                    faults.append(f'{name} overlaps {other["class"]} at {other["rect"]}')
+        for at, window in enumerate(self.windows):
+            if window["visible"] and not _inside(window["rect"], [0, 0, *self.size]):
+                faults.append(f'window {window["class"]} at {window["rect"]} leaves the screen')
+        return faults
+
+    def short(self) -> str:
+        """What is shown, one line per window and per widget that says something."""
+        lines = [f"screen {self.size}"]
+        for at, window in enumerate(self.windows):
+            if not window["visible"]:
+                continue
+            modal = " modal" if window["modal"] else ""
+            lines.append(f'{window["class"]} {window["rect"]}{modal}')
+            for widget in self.widgets:
+                if widget["window"] == at and widget["visible"] and widget.get("text"):
+                    state = "" if widget["enabled"] else " (disabled)"
+                    lines.append(f'  {widget["class"]} {widget["text"][:60]!r}{state}')
+        if self.keys:
+            lines.append("keys " + "".join(key["text"] or " " for key in self.keys))
+        return "\n".join(lines)

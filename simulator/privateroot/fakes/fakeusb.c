@@ -1,0 +1,123 @@
+/* Stands in for libusb: answers from a small file instead of the bus.
+ *
+ * The file is named by CORVANTA_FAKE_USB and read anew by every libusb_init, so that a test can
+ * plug and pull in between. One word and its numbers per line:
+ *   init CODE             libusb_init returns CODE (negative)
+ *   list CODE             libusb_get_device_list returns CODE (negative)
+ *   device VENDOR PRODUCT one device on the bus, hexadecimal
+ * Every libusb_exit appends a line to the log of calls (CORVANTA_CALL_LOG): "usb balanced", or
+ * "usb leak" when a list had not been freed. A failed libusb_init appends "usb failed".
+ */
+#define _GNU_SOURCE
+#include <fcntl.h>
+#include <libusb.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+#define MAX_DEVICES 8
+
+struct libusb_device {
+    uint16_t vendor;
+    uint16_t product;
+};
+
+static struct libusb_device devices[MAX_DEVICES];
+static int deviceCount;
+static int initCode;
+static int listCode;
+static int openLists;
+
+/* The processes that the program starts shall not be looked at through this library. */
+__attribute__((constructor)) static void keepToThisProcess(void)
+{
+    unsetenv("LD_PRELOAD");
+}
+
+static void readControlFile(void)
+{
+    char line[128];
+    const char *path = getenv("CORVANTA_FAKE_USB");
+    FILE *file = path != NULL ? fopen(path, "re") : NULL;
+    deviceCount = initCode = listCode = 0;
+    if (file == NULL)
+        return;
+    while (fgets(line, sizeof line, file) != NULL) {
+        unsigned vendor, product;
+        int code;
+        if (sscanf(line, "init %d", &code) == 1)
+            initCode = code;
+        else if (sscanf(line, "list %d", &code) == 1)
+            listCode = code;
+        else if (sscanf(line, "device %x %x", &vendor, &product) == 2 &&
+                 deviceCount < MAX_DEVICES) {
+            devices[deviceCount].vendor = (uint16_t)vendor;
+            devices[deviceCount++].product = (uint16_t)product;
+        }
+    }
+    fclose(file);
+}
+
+static void logCall(const char *what)
+{
+    char line[64];
+    struct timespec now;
+    const char *path = getenv("CORVANTA_CALL_LOG");
+    int fd = path != NULL ? open(path, O_WRONLY | O_APPEND | O_CLOEXEC) : -1;
+    if (fd == -1)
+        return;
+    clock_gettime(CLOCK_REALTIME, &now);
+    int length = snprintf(line, sizeof line, "%lld.%09ld usb %s\n", (long long)now.tv_sec,
+                          now.tv_nsec, what);
+    if (write(fd, line, (size_t)length) == -1)
+        abort();
+    close(fd);
+}
+
+int LIBUSB_CALL libusb_init(libusb_context **context)
+{
+    readControlFile();
+    if (context != NULL)
+        abort(); /* the default context is a null pointer */
+    if (initCode < 0)
+        logCall("failed");
+    return initCode;
+}
+
+ssize_t LIBUSB_CALL libusb_get_device_list(libusb_context *context, libusb_device ***list)
+{
+    (void)context;
+    if (listCode < 0)
+        return listCode;
+    *list = calloc((size_t)deviceCount + 1, sizeof(libusb_device *));
+    if (*list == NULL)
+        return LIBUSB_ERROR_NO_MEM;
+    for (int i = 0; i < deviceCount; ++i)
+        (*list)[i] = &devices[i];
+    ++openLists;
+    return deviceCount;
+}
+
+int LIBUSB_CALL libusb_get_device_descriptor(libusb_device *device,
+                                             struct libusb_device_descriptor *descriptor)
+{
+    memset(descriptor, 0, sizeof *descriptor);
+    descriptor->idVendor = device->vendor;
+    descriptor->idProduct = device->product;
+    return 0;
+}
+
+void LIBUSB_CALL libusb_free_device_list(libusb_device **list, int unrefDevices)
+{
+    if (list != NULL && unrefDevices == 1)
+        --openLists;
+    free(list);
+}
+
+void LIBUSB_CALL libusb_exit(libusb_context *context)
+{
+    (void)context;
+    logCall(openLists == 0 ? "balanced" : "leak");
+}

@@ -1,0 +1,132 @@
+"""The private root's file system: what the program finds in it, and what it leaves there."""
+
+from __future__ import annotations
+
+import shutil
+import stat
+import tempfile
+from collections.abc import Iterable
+from pathlib import Path
+
+from panel.facts import CHIP_MARKER, DONGLE_PRODUCT, DONGLE_VENDOR, LANGUAGE
+
+DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
+LINK_DOWN = "lo: flags=73\n"
+LINK_UP = LINK_DOWN + "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST>  mtu 1500\n"
+
+# Programs of the board that are answered from outside, and those that do their usual work.
+STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
+TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
+ANSWERS = {
+    "ls": 'exec /usr/bin/ls "$@"\n',
+    "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
+}
+DEVICES = ("null", "zero", "full", "random", "urandom")  # those of this machine
+CHIP = "spidev1.0"
+CHIP_BYTES = 32768
+BLOCK_ADDRESS = 4  # of the parameters of two bytes each in the chip
+
+
+class RootFiles:
+    """The folders of a private root as they are on this machine; remove() ends them.
+
+    @param usb what is on the bus, in the words of fakes/fakeusb.c
+    @param nodes names in /dev beside the usual ones
+    @param missing programs that the board lacks
+    @param setup shell commands run inside before the program
+    """
+
+    def __init__(self, *, usb: str = DONGLE, nodes: Iterable[str] = ("ttyUSB0",),
+                 missing: Iterable[str] = (), setup: str = "") -> None:
+        self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
+        self.run = self.base / "testrun"
+        for folder in ("testrun/answers", "testrun/bin", "quenfold/configs", "ppp/peers",
+                       "ppp/chat", "dev/pts", "dev/shm", "etc"):
+            (self.base / folder).mkdir(parents=True)
+        for file in ("calls", "stdout", "stderr"):
+            (self.run / file).touch()
+        self.run.joinpath("setup").write_text(setup)
+        self.base.joinpath("etc/passwd").write_text("root:x:0:0::/tmp:/bin/sh\n")
+        self._fill_path(set(missing))
+        self.set_usb(usb)
+        self.set_link(False)
+        for name in (*DEVICES, *nodes):
+            self.add_node(name)
+
+    def _fill_path(self, missing: set[str]) -> None:
+        for name in set(STAND_INS) - missing:
+            self.run.joinpath("bin", name).symlink_to("/testroot/standin")
+        for name in set(TOOLS) - missing:
+            self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
+        for name, answer in ANSWERS.items():
+            self.answer(name, answer)
+
+    def host(self, path: str) -> Path:
+        """Where a path of the private root is on this machine."""
+        for inside, outside in (("/quenfold", "quenfold"), ("/etc/ppp", "ppp"), ("/dev", "dev"),
+                                ("/testrun", "testrun")):
+            if path == inside or path.startswith(inside + "/"):
+                return self.base / outside / path[len(inside) + 1:]
+        raise ValueError(path)
+
+    def write(self, path: str, content: bytes | str) -> None:
+        data = content.encode() if isinstance(content, str) else content
+        self.host(path).write_bytes(data)
+
+    def read(self, path: str) -> bytes | None:
+        """A file's content; None when there is no such file."""
+        try:
+            return self.host(path).read_bytes()
+        except FileNotFoundError:
+            return None
+
+    def content(self, path: str) -> bytes:
+        """What there is in a file; nothing when there is no such file."""
+        return self.read(path) or b""
+
+    def mode(self, path: str) -> str:
+        """The permission bits in octal, such as "600"."""
+        return f"{stat.S_IMODE(self.host(path).stat().st_mode):o}"
+
+    def add_node(self, name: str, target: str | None = None) -> None:
+        """Makes an entry of /dev: a link to the target, or an empty file."""
+        path = self.host(f"/dev/{name}")
+        if target is None:
+            path.touch()
+        else:
+            path.symlink_to(target)
+
+    def remove_node(self, name: str) -> None:
+        self.host(f"/dev/{name}").unlink()
+
+    def add_chip(self, language: int) -> None:
+        """Makes the F-RAM chip, as the file that fakes/fakechip.c takes for its memory."""
+        memory = bytearray(CHIP_BYTES)
+        at = BLOCK_ADDRESS + 2 * LANGUAGE
+        memory[at:at + 2] = language.to_bytes(2, "little")
+        self.write(f"/dev/{CHIP}", bytes(memory))
+        self.write(CHIP_MARKER, b"")
+
+    def _replace(self, name: str, text: str) -> None:
+        """Changes a control file in one step, so that no reader sees half of it."""
+        new = self.run / f"{name}.new"
+        new.write_text(text)
+        new.replace(self.run / name)
+
+    def set_usb(self, text: str) -> None:
+        self._replace("usb", text)
+
+    def set_link(self, up: bool) -> None:
+        """Whether the list of interfaces has a ppp0."""
+        self._replace("interfaces", LINK_UP if up else LINK_DOWN)
+
+    def answer(self, name: str, script: str) -> None:
+        """What the program of the board called `name` does from now on, in shell."""
+        self._replace(f"answers/{name}", script)
+
+    def remove(self) -> None:
+        """Removes the folders, whatever their permissions have become."""
+        for folder in self.base.rglob("*"):
+            if folder.is_dir() and not folder.is_symlink():
+                folder.chmod(0o700)
+        shutil.rmtree(self.base, ignore_errors=True)

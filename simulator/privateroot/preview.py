@@ -1,0 +1,120 @@
+"""Shows the real program on this machine, its dongle and the board's commands faked.
+
+Connect works; with the APN "fail" it fails, after the 15 seconds that the program takes to look.
+"""
+
+from __future__ import annotations
+
+import argparse
+import os
+import re
+import select
+import shutil
+import signal
+import subprocess
+import sys
+from contextlib import ExitStack
+
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES,
+                         stored_parameters)
+from privateroot.files import LINK_DOWN, LINK_UP
+from privateroot.process import PrivateRoot
+from privateroot.waiting import RootError, wait_until
+
+VNC_PORT = 5900  # the first choice on this machine, and the program's own inside the root
+INTERFACES = "/testrun/interfaces"
+VIEWER = "vncviewer"
+
+# The screen's way out of the root, whose network is its own.
+SETUP = f"socat UNIX-LISTEN:/testrun/vnc,fork TCP:127.0.0.1:{VNC_PORT} &\n"
+COMMANDS = {
+    "pppd": f"""/usr/bin/grep -qs ',"fail"' {CHAT_SCRIPT} || printf '{LINK_UP}' >{INTERFACES}\n""",
+    "killall": f"printf '{LINK_DOWN}' >{INTERFACES}\n",
+    "ping": 'echo "PING $3: this is a preview, nothing was sent"\n',
+}
+
+
+def size(text: str) -> tuple[int, int]:
+    width, height = text.split("x")
+    return int(width), int(height)
+
+
+def arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(prog="./preview", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    sizes = ", ".join(f"{width}x{height}" for width, height in SIZES)
+    parser.add_argument("--size", type=size, default=SIZES[1], metavar="WxH",
+                        help=f"the panel in pixels; the board's are {sizes}")
+    parser.add_argument("--language", type=int, choices=LANGUAGES, default=0, metavar="N",
+                        help=", ".join(f"{n} {name}" for n, name in LANGUAGES.items()))
+    return parser.parse_args()
+
+
+def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
+    root = PrivateRoot(size=size, setup=SETUP, keys=True)
+    root.write(PARAMETERS, stored_parameters(user="operator", password="secret"))
+    root.write(AUTO_CONNECT, "1\n5\n")
+    root.add_chip(language)
+    for name, answer in COMMANDS.items():
+        root.answer(name, answer)
+    return root
+
+
+def start(stack: ExitStack, *command: str) -> subprocess.Popen[bytes]:
+    """Starts a program that ends with the stack, and with this process whatever its end is."""
+    process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command],
+                               stderr=subprocess.DEVNULL)
+    stack.callback(process.wait)
+    stack.callback(process.terminate)
+    return process
+
+
+def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
+    """Leads a port of this machine's loopback interface to the program; 0 is any port.
+    @return address and port; None when the port is taken"""
+    log = root.run / f"socat-{port}"
+    socat = start(stack, "socat", "-d", "-d", "-lf", str(log),
+                  f"TCP-LISTEN:{port},bind=127.0.0.1,fork", f"UNIX-CONNECT:{root.run}/vnc")
+    found: list[str] = []
+
+    def listens() -> bool:
+        text = log.read_text() if log.exists() else ""
+        found.extend(re.findall(r"listening on AF=2 ([\d.:]+)\n", text))
+        return bool(found) or socat.poll() is not None
+
+    wait_until(listens, 5, "socat listening")
+    return found[0] if found else None
+
+
+def show(stack: ExitStack, root: PrivateRoot) -> None:
+    """Says where the screen is, and opens a viewer where there is a display."""
+    address = lead_out(stack, root, VNC_PORT) or lead_out(stack, root, 0)
+    if address is None:
+        raise RootError("no port for VNC")
+    print(f"VNC: {address}\nProcess: {root.pid}\n"
+          f"Dongle: {root.run}/usb (empty it to pull the dongle)\n"
+          f"Parameters: {root.host(PARAMETERS)}\nCtrl-C or Exit ends it.", flush=True)
+    if os.environ.keys() & {"DISPLAY", "WAYLAND_DISPLAY"} and shutil.which(VIEWER):
+        start(stack, VIEWER, address.replace(":", "::"))
+
+
+def main() -> int:
+    options, status = arguments(), None
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    with ExitStack() as stack:
+        root = stack.enter_context(make_root(options.size, options.language))
+        root.start()
+        show(stack, root)
+        ended = os.pidfd_open(root.pid)
+        stack.callback(os.close, ended)
+        select.select([ended], [], [])
+        if status := root.wait_exit():
+            print(root.report(), file=sys.stderr)
+    return status or 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(128 + signal.SIGINT)

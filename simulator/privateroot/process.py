@@ -1,0 +1,193 @@
+"""The program's process in its private root.
+
+`bwrap` makes the root: the machine's /usr read-only, and the folders that the program writes to,
+its devices and the programs that it calls as the caller wants them. Nothing outside is touched,
+and everything ends with the `PrivateRoot`.
+"""
+
+from __future__ import annotations
+
+import json
+import os
+import subprocess
+from collections.abc import Callable, Iterable
+from pathlib import Path
+from signal import Signals
+from typing import Any
+
+from panel.facts import WITHOUT_KEYS
+from panel.panel import Panel, unix_request
+from panel.screen import Screen
+from privateroot.files import CHIP, DEVICES
+from privateroot.procfs import ENDED, children, descendants, process_name
+from privateroot.record import RootRecord
+from privateroot.waiting import RootError, wait_until
+
+HERE = Path(__file__).resolve().parent
+BUILD = Path(os.environ.get("CORVANTA_BUILD", HERE.parents[1] / "build/native"))
+
+
+class PrivateRoot(RootRecord):
+    """One run of the program.
+
+    Files and folders are arranged after construction, with host() and write(); start() runs the
+    program; close() ends everything that is left.
+
+    @param size the panel's width and height in pixels
+    @param preload further libraries of the folder fakes, by name
+    @param mounts further arguments for bwrap, after all others
+    @param locale value of LC_ALL
+    @param keys whether the on-screen keys come up; without them a touched field stays where it is
+    @param files what RootFiles is made with
+    """
+
+    def __init__(self, *, size: tuple[int, int] = (800, 480), preload: Iterable[str] = (),
+                 mounts: Iterable[str] = (), locale: str = "C.UTF-8", keys: bool = False,
+                 **files: Any) -> None:
+        super().__init__(**files)
+        self.size = size
+        self._mounts = list(mounts)
+        self._preload = ["fakeusb", *preload]
+        self._locale = locale
+        self._keys = keys
+        self._bwrap: subprocess.Popen[bytes] | None = None
+        self._init = 0
+        self.pid = 0
+        self.panel = Panel(unix_request(self.run / "inspector"))
+
+    def __enter__(self) -> PrivateRoot:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
+    def _arguments(self, info: int) -> list[str]:
+        base, usr = str(self.base), "/usr"
+        arguments = ["bwrap", "--unshare-all", "--die-with-parent", "--new-session", "--info-fd",
+                     str(info), "--uid", "0", "--gid", "0", "--cap-drop", "ALL", "--tmpfs", "/",
+                     "--ro-bind", usr, usr, "--proc", "/proc", "--perms", "0700",
+                     "--tmpfs", "/tmp", "--bind", f"{base}/dev", "/dev",
+                     "--dev-bind", "/dev/pts", "/dev/pts"]
+        for folder in ("bin", "sbin", "lib", "lib32", "lib64"):
+            if Path(usr, folder).exists():
+                arguments += ["--symlink", f"usr/{folder}", f"/{folder}"]
+        for name in DEVICES:
+            arguments += ["--dev-bind", f"/dev/{name}", f"/dev/{name}"]
+        for path in ("/etc/fonts", "/etc/ld.so.cache", "/var/cache/fontconfig"):
+            arguments += ["--ro-bind-try", path, path]
+        arguments += ["--ro-bind", f"{base}/etc/passwd", "/etc/passwd",
+                      "--bind", f"{base}/quenfold", "/quenfold",
+                      "--bind", f"{base}/ppp", "/etc/ppp",
+                      "--bind", str(self.run), "/testrun",
+                      "--ro-bind", str(HERE / "inside"), "/testroot"]
+        for built, inside in (("simulator/privateroot/fakes", "/testfakes"),
+                              ("simulator/programs/inspector/plugins", "/testplugins"),
+                              ("app/corvanta", "/app/corvanta")):
+            arguments += ["--ro-bind", str(BUILD / built), inside]
+        return arguments + self._mounts + ["--chdir", "/", "/testroot/session"]
+
+    def _environment(self) -> dict[str, str]:
+        width, height = self.size
+        preload = self._preload + (["fakechip"] if self.host(f"/dev/{CHIP}").exists() else [])
+        return {
+            "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": self._locale,
+            "PATH": os.environ["PATH"],
+            "QT_QPA_PLATFORM": f"vnc:size={width}x{height}",
+            "QT_QPA_GENERIC_PLUGINS": "inspector", "QT_PLUGIN_PATH": "/testplugins",
+            **({} if self._keys else WITHOUT_KEYS),
+            "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
+            "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
+            "CORVANTA_PRELOAD": ":".join(f"/testfakes/lib{name}.so" for name in preload),
+            "ASAN_OPTIONS": "verify_asan_link_order=0:detect_leaks=0",
+        }
+
+    def start(self, *, shown: bool = True, timeout: float = 10.0) -> PrivateRoot:
+        """Runs the program.
+        @param shown whether to wait until the main window is on the screen"""
+        info_read, info_write = os.pipe()
+        with open(info_read, "rb") as info, open(self.run / "bwrap", "wb") as errors:
+            try:
+                self._bwrap = subprocess.Popen(
+                    self._arguments(info_write), env=self._environment(), stdin=subprocess.DEVNULL,
+                    stdout=errors, stderr=errors, pass_fds=[info_write], start_new_session=True)
+            finally:
+                os.close(info_write)
+            described = info.read()
+        if not described:
+            raise RootError("bwrap: " + self.run.joinpath("bwrap").read_text())
+        self._init = json.loads(described)["child-pid"]
+        wait_until(self._find_program, timeout, "the program running")
+        if shown:
+            self.wait_shown(timeout)
+        return self
+
+    def _find_program(self) -> bool:
+        if self.exit_status() is not None:
+            return True
+        if self._bwrap is None or self._bwrap.poll() is not None:
+            raise RootError("bwrap: " + self.run.joinpath("bwrap").read_text())
+        for session in children(self._init):
+            for pid in children(session):
+                if process_name(pid) == "corvanta":
+                    self.pid = pid
+        return self.pid != 0
+
+    def wait_shown(self, timeout: float = 10.0) -> None:
+        """Waits until the main window is on the screen."""
+        try:
+            self.wait(lambda screen: screen.main_window()["visible"], timeout, "the main window")
+        except AssertionError as error:
+            raise RootError(f"{error}\n{self.report()}") from None
+
+    def wait(self, predicate: Callable[[Screen], Any], timeout: float, what: str) -> None:
+        self.panel.wait(predicate, timeout, what)
+
+    def signal(self, number: Signals) -> None:
+        os.kill(self.pid, number)
+
+    def inner_read(self, path: str) -> bytes | None:
+        """The content of a file on what is mounted only in the root; None when there is none."""
+        try:
+            return Path(f"/proc/{self._init}/root{path}").read_bytes()
+        except FileNotFoundError:
+            return None
+
+    def descriptors(self) -> dict[int, str]:
+        """The program's open descriptors and what they lead to."""
+        found = {}
+        for entry in Path(f"/proc/{self.pid}/fd").iterdir():
+            try:
+                found[int(entry.name)] = os.readlink(entry)
+            except FileNotFoundError:
+                continue
+        return found
+
+    def descriptor_flags(self, number: int) -> int | None:
+        """What open(2) and fcntl(2) have set for a descriptor; None once it is closed."""
+        try:
+            text = Path(f"/proc/{self.pid}/fdinfo/{number}").read_text()
+        except FileNotFoundError:
+            return None
+        return int(text.split("flags:")[1].split()[0], 8)
+
+    def processes(self) -> list[str]:
+        """The names of the processes in the root beside the program and what keeps the root."""
+        return sorted(process_name(pid) for pid in descendants(self._init)
+                      if pid != self.pid and process_name(pid) and not self._keeps_root(pid))
+
+    def _keeps_root(self, pid: int) -> bool:
+        try:
+            command = Path(f"/proc/{pid}/cmdline").read_bytes()
+        except (FileNotFoundError, ProcessLookupError):
+            return True
+        return b"/testroot/session" in command or b"infinity" in command
+
+    def close(self) -> None:
+        """Ends every process of the root and removes its files."""
+        if self._bwrap is not None:
+            self._bwrap.kill()
+            self._bwrap.wait()
+            wait_until(lambda: process_name(self._init) in ENDED, 10,
+                       "the private root's processes gone")
+            self._bwrap = None
+        self.remove()

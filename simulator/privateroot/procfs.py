@@ -1,0 +1,50 @@
+"""Processes of this machine, from /proc."""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+ENDED = ("", "<defunct>")  # names of a process that runs no more
+
+
+def _fields(pid: int) -> tuple[str, list[str]]:
+    """The process's name and what /proc tells behind it; ("", []) once it is gone."""
+    try:
+        text = Path(f"/proc/{pid}/stat").read_text()
+    except (FileNotFoundError, ProcessLookupError):
+        return "", []
+    name, _, fields = text.partition("(")[2].rpartition(")")
+    return name, fields.split()
+
+
+def process_name(pid: int) -> str:
+    """The process's name, or one of ENDED."""
+    name, fields = _fields(pid)
+    return "<defunct>" if fields[:1] == ["Z"] else name
+
+
+def children(parent: int) -> list[int]:
+    """The processes that are children of a process now."""
+    found: list[int] = []
+    for listed in Path(f"/proc/{parent}/task").glob("*/children"):
+        try:
+            found += map(int, listed.read_text().split())
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+    return found
+
+
+def descendants(ancestor: int) -> list[int]:
+    """The children of a process, their children and so on."""
+    found = []
+    waiting = children(ancestor)
+    while waiting:
+        pid = waiting.pop()
+        found.append(pid)
+        waiting += children(pid)
+    return found
+
+
+def processor_ticks(pid: int) -> int:
+    """Processor time of a process and of the children that it has waited for, in clock ticks."""
+    return sum(int(field) for field in _fields(pid)[1][11:15])

@@ -1,0 +1,74 @@
+"""What came of a run of the program: its calls of the board's programs, its output, its end."""
+
+from __future__ import annotations
+
+from collections.abc import Callable
+from typing import NamedTuple
+
+from privateroot.files import RootFiles
+from privateroot.waiting import RootError, wait_until
+
+# Written on every start, by the platform plug-in and about the chip that the root does not have.
+USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
+
+
+class Call(NamedTuple):
+    """One call of a program of the board."""
+
+    time: float  # seconds since the epoch
+    name: str
+    arguments: str
+
+    def __str__(self) -> str:
+        return f"{self.name} {self.arguments}".rstrip()
+
+
+class RootRecord(RootFiles):
+    """A private root's files with what the program and its stand-ins have written about a run."""
+
+    def calls(self, *names: str) -> list[Call]:
+        """The calls of the board's programs so far, of these names or of all, in order."""
+        calls = []
+        for line in self.run.joinpath("calls").read_text().splitlines():
+            moment, name, *rest = line.split(" ", 2)
+            if not names or name in names:
+                calls.append(Call(float(moment), name, "".join(rest).rstrip()))
+        return calls
+
+    def commands(self, since: int = 0) -> list[str]:
+        """The calls as command lines, without those to look for a node or the dongle."""
+        return [str(call) for call in self.calls()[since:] if call.name not in ("ls", "usb")]
+
+    def wait_calls(self, name: str, count: int, timeout: float = 5.0) -> Call:
+        """Waits until a program has been called so often.
+        @return the call of that number"""
+        self.wait_until(lambda: len(self.calls(name)) >= count, timeout,
+                        f"call {count} of {name}")
+        return self.calls(name)[count - 1]
+
+    def exit_status(self) -> int | None:
+        """The program's exit status as a shell gives it; None while it runs."""
+        status = self.read("/testrun/status")
+        return int(status) if status else None
+
+    def wait_exit(self, timeout: float = 5.0) -> int | None:
+        self.wait_until(lambda: self.exit_status() is not None, timeout, "the program's end")
+        return self.exit_status()
+
+    def errors(self) -> list[str]:
+        """The lines on standard error, without those of every start."""
+        lines = self.run.joinpath("stderr").read_text(errors="replace").splitlines()
+        return [line for line in lines if not line.startswith(USUAL_OUTPUT)]
+
+    def report(self) -> str:
+        """What there is to say about a failure."""
+        calls = "\n".join(f"  {call}" for call in self.calls()[-20:])
+        errors = "\n".join("  " + line for line in self.errors()[-20:])
+        return f"exit status {self.exit_status()}\nlast calls:\n{calls}\nerrors:\n{errors}"
+
+    def wait_until(self, condition: Callable[[], object], timeout: float, what: str) -> None:
+        """Waits as wait_until() does, and reports when it is in vain."""
+        try:
+            wait_until(condition, timeout, what)
+        except AssertionError as error:
+            raise RootError(f"{error}\n{self.report()}") from None

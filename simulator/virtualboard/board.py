@@ -1,0 +1,199 @@
+"""One simulated board: started from a saved machine state, driven, looked at, taken down."""
+
+import re
+import subprocess
+import time
+from pathlib import Path
+from types import TracebackType
+from typing import Any, Self
+from urllib.parse import unquote
+
+from host import programs
+from host.errors import BoardError
+from host.files import locked, remove
+from host.paths import ARM, MACHINE, RUNS
+from image import appdisk, rootfs
+from machine import qemu
+from machine.connections import Connections
+from panel.facts import SIZES
+from panel.panel import Panel
+from virtualboard.chip import Chip
+from virtualboard.dongle import Dongle
+from virtualboard.fingers import Fingers, Keyboard
+from virtualboard.guest import Guest
+from virtualboard.process import RECORD, Process
+from virtualboard.program import Program
+from virtualboard.records import Records
+
+RUN_NAME = r"\w[\w.-]*"
+UP_SECONDS = 120
+LOOK_PAUSE = 0.4  # seconds between two looks at the panel: each costs the board time
+
+
+def state_file(machine: Path, size: tuple[int, int]) -> Path:
+    """The saved state with a panel of that size."""
+    return machine / f"state-{size[0]}x{size[1]}"
+
+
+class Board:
+    """
+    A board and its panel; a context manager that leaves its logs and takes the board down.
+
+    What can be done with it stands in its parts: `guest`, `dongle`, `chip`, `program`, `panel`,
+    `fingers`, `keyboard` and `records`.
+
+    @param size  the panel's, in pixels: one of SIZES
+    @param run  name of the folder below build/runs that gets its logs and pictures
+    @param fresh  boot instead of starting from the saved state
+    @param vnc_port  loopback TCP port for a live view
+    @param detached  whether the board outlives this process
+    @param machine  folder of the image and of the saved states
+    @param state  a saved state other than the panel's own
+    @param panel_on  whether the panel is on when the board is up
+    """
+
+    def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
+                 fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
+                 machine: Path = MACHINE, state: Path | None = None,
+                 panel_on: bool = True) -> None:
+        if size not in SIZES:
+            raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in SIZES))
+        if not re.fullmatch(RUN_NAME, run):
+            raise BoardError(f"{run!r} is no name for a run: letters, digits, . - _")
+        self.size = size
+        self.folder = RUNS / run
+        self._connections = Connections()
+        self.guest = Guest(self._connections)
+        self.dongle = Dongle(self.guest)
+        self.chip = Chip(self.guest)
+        self.program = Program(self.guest)
+        self.fingers = Fingers(self._connections, size)
+        self.keyboard = Keyboard(self._connections, self.program.keep_up)
+        self.records = Records(self.folder, self._connections, self.guest)
+        self.panel = Panel(self._request, LOOK_PAUSE,
+                           lambda seconds: self.guest.sh(f"sleep {seconds}"))
+        self._machine, self._panel_on = machine, panel_on
+        self._state = None if fresh else state or state_file(machine, size)
+        self._vnc_port, self._detached = vnc_port, detached
+        self._stands_still = self._power_cut = False
+        self._process: Process | None = None
+        self._child: subprocess.Popen[bytes] | None = None
+
+    def __enter__(self) -> Self:
+        self.start()
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
+                 __: TracebackType | None) -> None:
+        # Ctrl-C and signals are no Exception: nobody waits for the logs then.
+        wanted = kind is None or issubclass(kind, Exception)
+        try:
+            if wanted and not self._stands_still:
+                self.records.logs()
+        except (BoardError, OSError) as error:
+            (self.folder / "logs.error").write_text(f"{error}\n", encoding="utf-8")
+        finally:
+            self.off()
+
+    def start(self) -> None:
+        """Bring the board up to where the program can be started; no dongle is plugged in."""
+        programs.require_packages()
+        if not (self._state or self._machine / rootfs.KERNEL).is_file():
+            raise BoardError("there is no image yet: run simulator/board image")
+        disk = appdisk.ensure()
+        with locked(RUNS / f".{self.folder.name}.lock"):
+            if Process.of(self.folder):
+                raise BoardError(f"the run {self.folder.name} has a board already: "
+                                 "simulator/board off, or another --run")
+            remove(self.folder)
+            self.folder.mkdir(parents=True)
+            self._child = qemu.start(self.size, self.folder, self._machine, disk,
+                                     state=self._state, vnc_port=self._vnc_port,
+                                     detached=self._detached)
+            self._process = Process.note(self.folder, self._child.pid, self.size)
+        try:
+            if self._power_cut:
+                raise BoardError("its power was cut")
+            self._connections.open(self.folder, self._process.alive)
+            if self._state:
+                self._connections.qmp.resume()
+            self.guest.sh("set -e; blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; "
+                          + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
+                          + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
+        except BaseException:
+            self.off()
+            raise
+
+    @classmethod
+    def attach(cls, run: str = "board") -> Self:
+        """The board that runs already under that name. @raise BoardError when none does"""
+        process = Process.of(RUNS / run)
+        if not process:
+            raise BoardError(f"no board runs as {run}: simulator/board boot")
+        board = cls(process.size, run, detached=True)
+        board._process = process
+        board._connections.open(board.folder, process.alive)
+        return board
+
+    def detach(self) -> None:
+        """Let go of a board that lives on."""
+        self._connections.close()
+
+    def off(self) -> None:
+        """End the machine at once, as if its power failed; only its folder stays."""
+        self._connections.close()
+        if self._process:
+            self._process.end()
+            self._process = None
+        if self._child:
+            self._child.wait()
+            self._child = None
+        for name in (RECORD, qemu.QMP_SOCKET, qemu.AGENT_SOCKET):
+            remove(self.folder / name)
+
+    def cut_power(self) -> None:
+        """End the machine from any thread; who uses it gets a BoardError soon."""
+        self._power_cut = True
+        if process := self._process:
+            process.kill()
+
+    def save(self, file: Path) -> None:
+        """Write the whole state of the machine, which then stands still."""
+        self._connections.qmp.save(file)
+        self._stands_still = True
+
+    def photograph(self, file: str | Path) -> Path:
+        """A picture of the panel as Records.picture, but after the program has painted."""
+        for _ in range(2):  # what one turn of its loop paints is on the panel after the next
+            self.program.keep_up()
+        return self.records.picture(file)
+
+    def serve_debugger(self, port: int) -> str:
+        """
+        Let gdb-multiarch connect to the machine.
+
+        @param port  on the loopback
+        @return its command line, for the program that runs now
+        """
+        address = self.program.load_address()
+        self._connections.qmp.serve_debugger(port)
+        return (f"gdb-multiarch -ex 'set architecture arm' "
+                f"-ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
+                f"-ex 'target remote 127.0.0.1:{port}'")
+
+    def _request(self, line: str) -> dict[str, Any]:
+        """What `Panel` asks: touches and keys are real, pictures QEMU's, looks the inspector's."""
+        word, _, rest = line.partition(" ")
+        if word == "click":
+            x, y = map(int, rest.split())
+            self.fingers.touch(x, y)
+            self.program.keep_up()
+        elif word == "key":
+            self.keyboard.press(rest)
+        elif word == "type":
+            self.keyboard.type(unquote(rest))
+        elif word == "shot":
+            self.records.picture(rest)
+        else:
+            return self.program.inspect(line)
+        return {"ok": True}

@@ -1,0 +1,89 @@
+"""The F-RAM chip of a simulated board: what it holds, how it fails, what it saw."""
+
+import shlex
+from collections.abc import Mapping
+
+from host.errors import BoardError
+from panel.facts import CHIP_MARKER
+from virtualboard.guest import Guest
+
+NODE = "/dev/spidev1.0"
+PARAMETERS, VALUES = 100, 65536  # how many there are of each
+FAULTS = ("missing", "open", "queries", "transfers", "short", "zeros", "ones", "slow")
+SLOW_MS = 1500
+LOG = "/run/chip/chip.log"
+
+_PID = "/run/chip/pid"
+_OUT = "/run/chip/chipsim.out"
+
+_TAKE_OUT = f"""
+if [ -e {_PID} ]; then
+    kill $(<{_PID}) 2>/dev/null
+    rm {_PID}
+    while [ -c {NODE} ]; do sleep 0.02; done
+fi"""
+
+
+def _put_in(options: list[str]) -> str:
+    return f"""
+[ -c /dev/cuse ] || modprobe cuse || exit
+setsid /app/chipsim --log={LOG} {shlex.join(options)} </dev/null >{_OUT} 2>&1 &
+echo $! >{_PID}
+until [ -c {NODE} ]; do
+    if ! kill -0 $!; then # it has refused its options
+        cat {_OUT}
+        exit 1
+    fi
+    sleep 0.02
+done"""
+
+
+class Chip:
+    """The one F-RAM chip of a board, there or not."""
+
+    def __init__(self, guest: Guest) -> None:
+        self._guest = guest
+
+    def put_in(self, parameters: Mapping[int, int] | None = None, *, marker: bool = True,
+               fault: str | None = None) -> None:
+        """
+        Put a chip with a fresh log into the board, in the place of the one before.
+
+        @param parameters  0 to 65535 by index, 0 to 99; the others are 0
+        @param marker  whether there is the file without which the program reads no parameters
+        @param fault  one of FAULTS: "missing" is no chip at all, "slow" delays every message by
+               SLOW_MS
+        @raise BoardError when there is no such fault or parameter, or the device does not appear
+        """
+        if fault not in (None, *FAULTS):
+            raise BoardError("faults of the chip are " + ", ".join(FAULTS))
+        for index, value in (parameters or {}).items():
+            if not (0 <= index < PARAMETERS and 0 <= value < VALUES):
+                raise BoardError(f"the chip has parameters 0 to {PARAMETERS - 1} of 0 to "
+                                 f"{VALUES - 1}, not {index}={value}")
+        options = [f"--parameter={index}={value}" for index, value in (parameters or {}).items()]
+        if fault == "slow":
+            options.append(f"--delay={SLOW_MS}")
+        elif fault:
+            options.append(f"--fault={fault}")
+        mark = "touch" if marker else "rm -f"
+        put_in = "" if fault == "missing" else _put_in(options)
+        # One command: each costs the board noticeable time.
+        self._guest.sh(f"{_TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; {mark} {CHIP_MARKER}\n"
+                       f"{put_in}")
+
+    def take_out(self) -> None:
+        """Take the chip out, if there is one; its log stays."""
+        self._guest.sh(_TAKE_OUT)
+
+    def log(self) -> list[str]:
+        """What the chip has seen since it was put in, without the times; see spidevdevice.h."""
+        return [text for _, text in self.timed_log()]
+
+    def timed_log(self) -> list[tuple[float, str]]:
+        """The same with each entry's time, in seconds since the chip was put in."""
+        try:
+            lines = self._guest.read(LOG).decode().splitlines()
+        except FileNotFoundError:
+            return []
+        return [(float(time), text) for time, _, text in (line.partition(" ") for line in lines)]

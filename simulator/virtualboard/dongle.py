@@ -1,0 +1,57 @@
+"""The dongle of a simulated board, and how its modem and the network behind it behave."""
+
+from collections.abc import Mapping
+
+from host.errors import BoardError
+from panel.facts import DONGLE_PRODUCT
+from virtualboard.guest import Guest
+
+PORTS = 3
+PORTS_MOST = 3
+SCENARIO = "/run/dongle/scenario"
+MODEM_LOG = "/run/dongle/modem.log"
+MODEM_OUTPUT = "/run/dongle/modemsim.out"
+NETWORK_LOG = "/run/dongle/network.log"
+NETWORK_ADDRESS = "203.0.113.7"  # a host behind the network
+PLUG_SECONDS = 60
+REFUSED = 1  # exit status of modemsim for a scenario that it does not understand
+
+
+class Dongle:
+    """The one dongle of a board, plugged in or not."""
+
+    def __init__(self, guest: Guest) -> None:
+        self._guest = guest
+
+    def plug(self, product: int = DONGLE_PRODUCT, ports: int = PORTS) -> None:
+        """
+        Plug in a dongle; its ports are there, raw and without echo, when this returns.
+
+        @param product  USB product id, 0 to 0xffff; the program knows 0x1001 alone
+        @param ports  how many serial ports it has, 0 to PORTS_MOST
+        @raise BoardError when there is no such dongle
+        """
+        if not 0 <= product <= 0xFFFF:
+            raise BoardError(f"a USB product id is 0 to ffff, not {product:x}")
+        if not 0 <= ports <= PORTS_MOST:
+            raise BoardError(f"a dongle has 0 to {PORTS_MOST} ports, not {ports}")
+        self._guest.sh(f"dongle plug {product:#06x} {ports}", PLUG_SECONDS)
+
+    def unplug(self) -> None:
+        """Pull the dongle out; the board has noticed when this returns."""
+        self._guest.sh("dongle unplug", PLUG_SECONDS)
+
+    def tell_modem(self, settings: Mapping[str, str] | None = None) -> None:
+        """
+        Say how the modem and the network behave, plugged in or later.
+
+        @param settings  what `modemsim --help` lists; what is not named has its default
+        @raise BoardError when the modem does not know a name or a value; nothing changes then
+        """
+        told = f"{SCENARIO}.new"
+        lines = "".join(f"{key}={value}\n" for key, value in (settings or {}).items())
+        self._guest.write(told, lines.encode())
+        done = self._guest.run(f"/app/modemsim --check-scenario {told}; checked=$?; "
+                               f"[ $checked = {REFUSED} ] || mv {told} {SCENARIO}; exit $checked")
+        if done.status == REFUSED:
+            raise BoardError(f"the modem cannot do that: {done.text.strip()}")

@@ -1,0 +1,70 @@
+"""Touches of a simulated board's panel, and keys of its USB keyboard."""
+
+import time
+from collections.abc import Callable
+
+from host.errors import BoardError
+from machine import keycodes
+from machine.connections import Connections
+from machine.qmp import Refusal
+
+TOUCH_SECONDS = 0.08  # a finger's touch
+# So many keys are pressed before the board must have served them: the kernel's queues hold 64
+# events, and a key with Shift makes 8 of them.
+KEYS_AHEAD = 4
+
+
+class Fingers:
+    """
+    One finger on the panel.
+
+    @param size  the panel's, in pixels
+    """
+
+    def __init__(self, connections: Connections, size: tuple[int, int]) -> None:
+        self._connections = connections
+        self._size = size
+
+    def touch(self, x: int, y: int, seconds: float = TOUCH_SECONDS) -> None:
+        """Touch a pixel for a while. @raise ValueError when the panel has no such pixel"""
+        self.down(x, y)
+        time.sleep(seconds)
+        self.up()
+
+    def down(self, x: int, y: int) -> None:
+        self.move(x, y)
+        self._connections.qmp.button(True)
+
+    def move(self, x: int, y: int) -> None:
+        self._connections.qmp.point(x, y, self._size)
+
+    def up(self) -> None:
+        self._connections.qmp.button(False)
+
+
+class Keyboard:
+    """
+    The USB keyboard, with keys as in the United States.
+
+    @param keep_up  waits until the board has served what was pressed
+    """
+
+    def __init__(self, connections: Connections, keep_up: Callable[[], None]) -> None:
+        self._connections = connections
+        self._keep_up = keep_up
+
+    def type(self, text: str) -> None:
+        """Type a text. @raise ValueError, before the first key, if a character has no key"""
+        for at, codes in enumerate([keycodes.keys_of(character) for character in text], 1):
+            self._connections.qmp.keys(codes)
+            if at % KEYS_AHEAD == 0 or at == len(text):
+                self._keep_up()
+
+    def press(self, name: str) -> None:
+        """Press a key or chord, such as "Tab" or "Ctrl+A". @raise BoardError if there is none"""
+        try:
+            self._connections.qmp.keys(keycodes.chord(name))
+        except Refusal as error:
+            raise BoardError(f"the keyboard has no key {name!r}; there are Tab, Return, F1, "
+                             "Ctrl+A and the like") from error
+        self._keep_up()

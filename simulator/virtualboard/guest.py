@@ -1,0 +1,100 @@
+"""Commands and files inside a board."""
+
+import os
+import secrets
+import time
+from collections.abc import Callable
+
+from host.errors import BoardError
+from machine.agent import Result
+from machine.connections import Connections
+
+SECONDS = 30  # for what has no limit of its own
+LOOK_SECONDS = 0.05  # between two looks at whether a command has ended
+
+
+class Guest:
+    """What runs inside a board; all of it as root."""
+
+    def __init__(self, connections: Connections) -> None:
+        self._connections = connections
+
+    def run(self, commands: str, seconds: float = SECONDS) -> Result:
+        """Run shell commands, whatever their exit status."""
+        return self._connections.agent.ask("run", commands.encode(), seconds)
+
+    def sh(self, commands: str, seconds: float = SECONDS) -> str:
+        """
+        Run shell commands that must succeed.
+
+        @return what they wrote
+        @raise BoardError with what they wrote, when they fail or take too long
+        """
+        done = self.run(commands, seconds)
+        if done.late:
+            raise BoardError(f"on the board: {commands}\ntook longer than {seconds:g} s and was "
+                             f"ended; the board lives on: {done.text}")
+        if done.status:
+            raise BoardError(f"on the board: {commands}\nended with {done.status}: {done.text}")
+        return done.text
+
+    def follow(self, commands: str, seconds: float, write: Callable[[bytes], object]) -> int:
+        """
+        Run shell commands for a person, who may interrupt them.
+
+        They end with an exception of this call, too. Their time is the host's: the board's clock
+        may be slower.
+
+        @param write  gets what they wrote, also when they are ended
+        @return their exit status
+        @raise BoardError when they take too long
+        """
+        base = f"/run/command-{secrets.token_hex(4)}"
+        self.write(f"{base}.commands", commands.encode())
+        run = (f"echo $$ >{base}.pid; bash {base}.commands; echo $? >{base}.new; "
+               f"mv {base}.new {base}.status")
+        self.sh(f"setsid bash -c '{run}' </dev/null >{base}.out 2>&1 & "
+                f"until [ -e {base}.pid ]; do sleep 0.02; done")
+        try:
+            return self._await_status(f"{base}.status", seconds)
+        finally:
+            self.run(f"kill -KILL -- -$(<{base}.pid) 2>/dev/null")
+            write(self.read(f"{base}.out"))
+            self.run(f"rm -f {base}.*")
+
+    def _await_status(self, path: str, seconds: float) -> int:
+        deadline = time.monotonic() + seconds
+        while time.monotonic() < deadline:
+            try:
+                return int(self.read(path))
+            except FileNotFoundError:
+                time.sleep(LOOK_SECONDS)
+        raise BoardError(f"the command took longer than {seconds:g} s and was ended; "
+                         "the board lives on")
+
+    def read(self, path: str) -> bytes:
+        """
+        The content of a file of the board.
+
+        @raise OSError (FileNotFoundError, ...) as the board has it
+        """
+        return self._served("read", path, b"", SECONDS)
+
+    def write(self, path: str, data: bytes) -> None:
+        """Make a file of the board, whole at once. @raise OSError as the board has it"""
+        self._served("write", path, b"\0" + data, SECONDS)
+
+    def ask(self, socket: str, question: bytes, seconds: float) -> bytes:
+        """
+        Send a question to a Unix socket of the board.
+
+        @return what came back until the other end closed
+        @raise OSError as the board has it
+        """
+        return self._served("ask", socket, b"\0" + question, seconds)
+
+    def _served(self, verb: str, path: str, body: bytes, seconds: float) -> bytes:
+        done = self._connections.agent.ask(verb, path.encode() + body, seconds)
+        if done.status:
+            raise OSError(done.status, f"on the board: {os.strerror(done.status)}", path)
+        return done.output

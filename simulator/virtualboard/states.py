@@ -1,0 +1,111 @@
+"""Everything that a board starts from: disk image, kernel, and a saved machine state per panel."""
+
+import shutil
+import time
+from collections.abc import Callable
+from pathlib import Path
+
+from host import programs
+from host.files import fingerprint, is_current, locked, mark_current, read_list, whole
+from host.paths import BOARD, IMAGE_DATA, MACHINE, cache
+from image import rootfs, sysroot
+from image.debian import Archive
+from machine import qemu
+from panel.facts import SIZES
+from virtualboard.board import Board, state_file
+
+KEPT_IN_CACHE = 2
+BOOT_SECONDS = 180
+
+# A board in its saved state: drivers and agent run, the kernel knows the dongle, which is not
+# plugged in, fonts are indexed, and no block of the programs' disk is remembered.
+SETTLE = """
+set -e
+umount /app
+dongle plug 0x1001 3
+dongle unplug
+fc-cache
+"""
+FORGET = """
+set -e
+umount /app
+blockdev --flushbufs /dev/vdb
+echo 3 >/proc/sys/vm/drop_caches
+"""
+
+Say = Callable[[str], None]
+
+
+def ensure(say: Say) -> Path:
+    """
+    The folder with all that a board starts from, which is made again when an input has changed.
+
+    @param say  is told what is done and how long it took
+    """
+    programs.require_packages()
+    board = Archive().fetch(read_list(IMAGE_DATA / "board-packages.txt"))
+    initramfs = Archive().fetch(read_list(IMAGE_DATA / "initramfs-packages.txt"))
+    key = _fingerprint([*board, *initramfs])
+    with locked(BOARD / "machine.lock"):
+        if is_current(MACHINE, key):
+            return MACHINE
+        saved = cache() / f"machine-{key[:16]}"
+        if is_current(saved, key):
+            _copy(saved, MACHINE)
+            say("image and machine states taken from the cache")
+            return MACHINE
+        _build(board, initramfs, key, say)
+        with locked(cache() / "machine.lock"):
+            _copy(MACHINE, saved)
+            _forget_old()
+    return MACHINE
+
+
+def _fingerprint(packages: list[Path]) -> str:
+    here = Path(__file__)
+    version = programs.run(["qemu-system-arm", "--version"], "asking QEMU for its version").decode()
+    return fingerprint([version, here, Path(qemu.__file__), *rootfs.inputs(),
+                        *(package.name for package in packages)])
+
+
+def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None:
+    started = time.monotonic()
+    root = sysroot.ensure()
+    with whole(MACHINE) as unfinished:
+        unfinished.mkdir()
+        rootfs.build(board, initramfs, root, unfinished)
+        say(f"disk image built in {time.monotonic() - started:.0f} s")
+        _save_states(unfinished, say)
+        mark_current(unfinished, key)
+
+
+def _save_states(folder: Path, say: Say) -> None:
+    """Boot once without a panel, then save a state with each of the panels."""
+    base = folder / "state-without-panel"
+    started = time.monotonic()
+    with Board(run="save", fresh=True, machine=folder, panel_on=False) as booted:
+        booted.guest.sh(SETTLE, seconds=BOOT_SECONDS)
+        booted.records.logs()
+        booted.save(base)
+    say(f"booted in {time.monotonic() - started:.0f} s")
+    for size in SIZES:
+        started = time.monotonic()
+        state = state_file(folder, size)
+        with Board(size, f"save-{size[0]}x{size[1]}", machine=folder, state=base) as board:
+            board.guest.sh(FORGET, seconds=BOOT_SECONDS)
+            board.save(state)
+        say(f"saved with a panel of {size[0]}x{size[1]} in {time.monotonic() - started:.0f} s, "
+            f"{state.stat().st_size >> 20} MB")
+    base.unlink()
+
+
+def _copy(source: Path, target: Path) -> None:
+    with whole(target) as unfinished:
+        programs.run(["cp", "-r", "--sparse=always", "--reflink=auto", source, unfinished],
+                     f"copying {source}")
+
+
+def _forget_old() -> None:
+    folders = sorted(cache().glob("machine-*"), key=lambda f: f.stat().st_mtime, reverse=True)
+    for folder in [f for f in folders if f.is_dir()][KEPT_IN_CACHE:]:
+        shutil.rmtree(folder, ignore_errors=True)

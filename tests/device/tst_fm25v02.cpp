@@ -1,0 +1,233 @@
+// F-RAM driver and parameter block on a stand-in for the kernel's spidev, at byte level. What the
+// driver prints is compared on the simulated board.
+#include "device/fm25v02.h"
+#include "device/fram.h"
+
+#include <QtTest>
+#include <cstdarg>
+#include <fcntl.h>
+#include <linux/spi/spidev.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+
+namespace
+{
+
+constexpr int ChipFd = 1000; // not a descriptor of this process
+
+struct Bus {
+    bool transfersFail = false;
+    bool marker = true;
+    int openFlags = 0;
+    int writtenMode = -1;
+    QByteArray memory{32768, '\0'};
+    QStringList cycles; // one per chip select: MOSI in hex, then "r<bytes read>"
+    bool onlyPlainFields = true;
+} bus;
+
+QByteArray answer(const QByteArray &sent, int length)
+{
+    if (sent[0] != 0x03)
+        return QByteArray(length, '\0');
+    return bus.memory.mid((uchar(sent[1]) << 8) | uchar(sent[2]), length);
+}
+
+int message(const spi_ioc_transfer *records, int count)
+{
+    int total = 0;
+    QByteArray sent;
+    QString cycle;
+    for (int i = 0; i < count; ++i) {
+        const spi_ioc_transfer &record = records[i];
+        const int length = static_cast<int>(record.len);
+        bus.onlyPlainFields = bus.onlyPlainFields && record.speed_hz == 0 &&
+                              record.delay_usecs == 0 && record.bits_per_word == 0 &&
+                              record.cs_change == 0 && (record.tx_buf == 0 || record.rx_buf == 0);
+        if (record.tx_buf != 0) {
+            sent.append(reinterpret_cast<const char *>(record.tx_buf), length);
+            cycle += QString::fromLatin1(sent.toHex());
+        } else {
+            const QByteArray bytes = answer(sent, length);
+            std::memcpy(reinterpret_cast<char *>(record.rx_buf), bytes.constData(), bytes.size());
+            cycle += QStringLiteral(" r%1").arg(record.len);
+        }
+        total += length;
+    }
+    bus.cycles << cycle;
+    return total;
+}
+
+int query(unsigned long request, void *value)
+{
+    if (request == SPI_IOC_RD_MODE)
+        *static_cast<uint8_t *>(value) = 3;
+    else if (request == SPI_IOC_WR_MODE)
+        bus.writtenMode = *static_cast<uint8_t *>(value);
+    else if (request == SPI_IOC_RD_BITS_PER_WORD)
+        *static_cast<uint8_t *>(value) = 8;
+    else if (request == SPI_IOC_RD_MAX_SPEED_HZ)
+        *static_cast<uint32_t *>(value) = 10000999;
+    else
+        return -1;
+    return 0;
+}
+
+} // namespace
+
+// The linker gives these the driver's calls.
+extern "C" int __real_open(const char *path, int flags, ...);
+extern "C" int __real_stat(const char *path, struct stat *info);
+extern "C" int __real_ioctl(int fd, unsigned long request, ...);
+
+extern "C" int __wrap_open(const char *path, int flags, ...)
+{
+    if (qstrcmp(path, "/dev/spidev1.0") != 0)
+        return __real_open(path, flags, 0600);
+    bus.openFlags = flags;
+    return ChipFd;
+}
+
+extern "C" int __wrap_stat(const char *path, struct stat *info)
+{
+    if (qstrcmp(path, "/quenfold/configs/initedFram") != 0)
+        return __real_stat(path, info);
+    return bus.marker ? 0 : -1;
+}
+
+extern "C" int __wrap_ioctl(int fd, unsigned long request, ...)
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (fd != ChipFd)
+        return __real_ioctl(fd, request, argument);
+    if (request == SPI_IOC_MESSAGE(1) || request == SPI_IOC_MESSAGE(2)) {
+        if (bus.transfersFail)
+            return -1;
+        return message(static_cast<spi_ioc_transfer *>(argument),
+                       request == SPI_IOC_MESSAGE(1) ? 1 : 2);
+    }
+    return query(request, argument);
+}
+
+class Fm25v02Test : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void frames_data();
+    void frames();
+    void failedTransfersLeaveBuffersAlone();
+    void firstInstanceReadsTheBlockOnce();
+    void blockFaults_data();
+    void blockFaults();
+    void parametersByIndex();
+};
+
+void Fm25v02Test::init()
+{
+    bus = Bus();
+    QCOMPARE(FM25V02_Init(), 1);
+    QCOMPARE(bus.openFlags, O_RDWR | O_CLOEXEC);
+    QCOMPARE(bus.writtenMode, 3); // what was read is written back
+    bus.cycles.clear();
+}
+
+void Fm25v02Test::frames_data()
+{
+    using Call = std::function<int()>;
+    QTest::addColumn<Call>("call");
+    QTest::addColumn<QStringList>("cycles");
+    QTest::addColumn<int>("result");
+
+    static char buffer[300];
+    static char data[] = "\x11\xEE";
+    const auto row = [](const char *name, const QStringList &cycles, int result, const Call &call) {
+        QTest::newRow(name) << call << cycles << result;
+    };
+    row("WREN", {"06"}, 1, [] { return FM25V02_WREN(); });
+    row("WRDI", {"04"}, 1, [] { return FM25V02_WRDI(); });
+    row("RDSR", {"05 r1"}, 0, [] { return FM25V02_RDSR(); });
+    row("WRSR", {"06", "0180", "04"}, 1, [] { return FM25V02_WRSR(char(0x80)); });
+    row("block", {"030004 r200"}, 203, [] { return FM25V02_READ(4, buffer, 200); });
+    row("address bit 15", {"030004 r1"}, 4, [] { return FM25V02_READ(0x8004, buffer, 1); });
+    row("high address bits", {"037fff r1"}, 4, [] { return FM25V02_READ(0xFFFFFFFF, buffer, 1); });
+    row("WRITE", {"06", "02123411ee", "04"}, 1, [] { return FM25V02_WRITE(0x1234, data, 2); });
+    row("WRITE masked", {"06", "02000011", "04"}, 1, [] { return FM25V02_WRITE(0x8000, data, 1); });
+    row("RDID", {"9f r9"}, 0, [] { return FM25V02_RDID(), 0; });
+    row("PWDN", {"b9"}, 0, [] { return FM25V02_PWDN(), 0; });
+    row("single byte", {"ff"}, 1, [] { return MSPISendData(char(0xFF)); });
+}
+
+void Fm25v02Test::frames()
+{
+    QFETCH(std::function<int()>, call);
+    QTEST(call(), "result");
+    QTEST(bus.cycles, "cycles");
+    QVERIFY(bus.onlyPlainFields);
+}
+
+void Fm25v02Test::failedTransfersLeaveBuffersAlone()
+{
+    bus.transfersFail = true;
+    char buffer[] = "kept";
+    QCOMPARE(FM25V02_READ(4, buffer, 4), -1);
+    QCOMPARE(buffer, "kept");
+    QCOMPARE(FM25V02_WRDI(), -1);
+}
+
+void Fm25v02Test::firstInstanceReadsTheBlockOnce()
+{
+    Fram *fram = Fram::getInstance();
+    QCOMPARE(bus.cycles, (QStringList{"9f r9", "030004 r200"}));
+    QCOMPARE(Fram::getInstance(), fram);
+    QCOMPARE(bus.cycles.size(), 2);
+}
+
+void Fm25v02Test::blockFaults_data()
+{
+    using Fault = std::function<void()>;
+    QTest::addColumn<Fault>("fault");
+    QTest::addColumn<QStringList>("cycles");
+    QTest::addColumn<int>("language");
+
+    const auto row = [](const char *name, const QStringList &cycles, int language,
+                        const Fault &fault) { QTest::newRow(name) << fault << cycles << language; };
+    const QStringList read{"030004 r200"};
+    row("little-endian", read, 256, [] { bus.memory[0x19] = 1; });
+    row("Traditional Chinese", read, 1, [] { bus.memory[0x18] = 1; });
+    row("all FF", read, 65535, [] { bus.memory.fill('\xFF'); });
+    row("no marker", {}, 0, [] { bus.memory[0x18] = 1, bus.marker = false; });
+    row("transfer fails", {}, 0, [] { bus.memory[0x18] = 1, bus.transfersFail = true; });
+}
+
+void Fm25v02Test::blockFaults()
+{
+    QFETCH(std::function<void()>, fault);
+    Fram *fram = Fram::getInstance();
+    bus.cycles.clear();
+    fault();
+    QVERIFY(fram->load_param());
+    QTEST(bus.cycles, "cycles");
+    QTEST(int(fram->getLanguageID()), "language");
+    QCOMPARE(fram->get_param_buffer()->size(), 200);
+}
+
+void Fm25v02Test::parametersByIndex()
+{
+    Fram *fram = Fram::getInstance();
+    for (int i = 0; i < 256; ++i)
+        bus.memory[4 + i] = char(i);
+    fram->load_param();
+    QCOMPARE(fram->getparam(0), QByteArray("\x00\x01", 2));
+    QCOMPARE(fram->getparam(99), QByteArray("\xC6\xC7", 2));
+    for (int index : {100, -1, 0x40000000, INT_MIN, INT_MAX}) {
+        QTest::ignoreMessage(QtDebugMsg, "address exceed");
+        QCOMPARE(fram->getparam(index), QByteArray());
+    }
+}
+
+QTEST_GUILESS_MAIN(Fm25v02Test)
+#include "tst_fm25v02.moc"

@@ -1,0 +1,183 @@
+// What fingers on the keys come to, told as a play: "1+q" finger 1 comes down on q, "1>w" slides to
+// w, "1-" is lifted, "q" is a touch of q from first to last, "~500" is half a second, "rep" the
+// moment when a held key counts again, "cancel" the end of all touches.
+#include "platform/keys/touchedkeys.h"
+
+#include <QtTest>
+
+using namespace keylayout;
+using Milliseconds = TouchedKeys::Milliseconds;
+
+namespace
+{
+
+constexpr Milliseconds DoubleTouch{400};
+constexpr int OneFinger = 9;
+
+QRect rectOf(const TouchedKeys &keys, const QString &name)
+{
+    for (const Key &key : keys.keys()) {
+        if (key.name == name)
+            return key.rect;
+    }
+    return QRect();
+}
+
+/** Plays a scene. @return what is typed, "<" for Backspace, "$" for Enter */
+class Scene
+{
+public:
+    explicit Scene(TouchedKeys &keys) : m_keys(keys) {}
+
+    QString play(const QString &scene)
+    {
+        for (const QString &step : scene.split(' '))
+            take(step);
+        return m_typed;
+    }
+
+private:
+    void take(const QString &step)
+    {
+        const int finger = step.left(1).toInt();
+        const QString action = finger > 0 ? step.mid(1, 1) : QString();
+        if (step.startsWith('~')) {
+            m_now += Milliseconds(step.mid(1).toInt());
+        } else if (step == "rep") {
+            note(m_keys.repeat());
+        } else if (step == "cancel") {
+            m_keys.cancel();
+        } else if (action == "+") {
+            press(finger, step.mid(2));
+        } else if (action == ">") {
+            m_at[finger] = where(step.mid(2));
+            m_keys.move(finger, m_at[finger]);
+        } else if (action == "-") {
+            note(m_keys.release(finger, m_at[finger], m_now));
+        } else {
+            press(OneFinger, step);
+            m_now += Milliseconds(80);
+            note(m_keys.release(OneFinger, m_at[OneFinger], m_now));
+        }
+    }
+
+    void press(int finger, const QString &name)
+    {
+        m_at[finger] = where(name);
+        note(m_keys.press(finger, m_at[finger], m_now));
+    }
+
+    QPoint where(const QString &name) const
+    {
+        if (name == "gap")
+            return {1, rectOf(m_keys, "a").center().y()};
+        if (name == "edge") // of q, just over it
+            return {rectOf(m_keys, "q").right() + 3, rectOf(m_keys, "q").center().y()};
+        if (name == "Space")
+            return rectOf(m_keys, " ").center();
+        return rectOf(m_keys, name).center();
+    }
+
+    void note(const TouchedKeys::Result &result)
+    {
+        if (!result)
+            return;
+        m_typed += result->action == Action::Type        ? result->name
+                   : result->action == Action::Backspace ? "<"
+                                                         : "$";
+    }
+
+    TouchedKeys &m_keys;
+    QHash<int, QPoint> m_at;
+    QString m_typed;
+    Milliseconds m_now{100000};
+};
+
+} // namespace
+
+class TouchedKeysTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void scenes_data();
+    void scenes();
+    void fingerOnAPageThatTurns();
+    void openStartsOver();
+};
+
+void TouchedKeysTest::scenes_data()
+{
+    QTest::addColumn<QString>("scene");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<Page>("first");
+    const auto row = [](const char *name, const char *scene, const char *typed,
+                        Page first = Page::Letters) {
+        QTest::newRow(name) << QString(scene) << QString(typed) << first;
+    };
+    row("one finger", "q w Space Backspace Enter", "qw <$");
+    row("thumbs in turn", "1+q 1- 2+w 2-", "qw");
+    row("next before last is up", "1+q 2+w 1- 1+e 2- 1-", "qwe");
+    row("last is up after next", "1+q 2+w 2- 1-", "qw");
+    row("three at once", "1+q 2+w 3+e 2- 1- 3-", "qwe");
+    row("one key by two thumbs", "1+q 2+q 1- 2-", "qq");
+    row("slid off", "1+q 1>e 1-", "");
+    row("slid off and back", "1+q 1>e 1>q 1-", "");
+    row("slid off beside another finger", "1+q 1>e 2+w 1- 2-", "w");
+    row("slid after it has counted", "1+q 2+w 1>e 1- 2-", "qw");
+    row("rolled over the edge", "1+q 1>edge 1-", "q");
+    row("beside the keys", "1+gap 1-", "");
+    row("beside the keys while one is held", "1+q 2+gap 1- 2-", "q");
+    row("cancelled", "1+q cancel 1- w", "w");
+    row("unknown finger", "1- 2>q 2-", "");
+    row("shift is for one letter", "Shift q w", "Qw");
+    row("shift and letter overlap", "1+Shift 2+q 1- 2- w", "Qw");
+    row("shift taken back", "Shift ~500 Shift q", "q");
+    row("slid off shift", "1+Shift 1>z 1- q", "q");
+    row("shift locks", "Shift ~200 Shift q w @ e", "QW@E");
+    row("lock taken back", "Shift Shift q Shift w", "Qw");
+    row("lock taken back at once", "Shift Shift Shift w", "w");
+    row("shift, letter, shift in haste", "Shift q Shift w e", "QWe");
+    row("pages", "1 ABC q 123 1 #+= [ 123 : ABC q", "1q1[:q", Page::Digits);
+    row("page keeps shift", "ABC Shift Shift 123 1 ABC q", "1Q", Page::Digits);
+    row("held Backspace", "1+Backspace rep rep 1-", "<<", Page::Digits);
+    row("held Backspace beside another finger", "1+Backspace rep 2+1 1- 2-", "<1", Page::Digits);
+    row("held and slid off", "1+Backspace rep 1>1 rep 1-", "<", Page::Digits);
+}
+
+void TouchedKeysTest::scenes()
+{
+    QFETCH(QString, scene);
+    QFETCH(Page, first);
+    TouchedKeys keys({480, 150}, DoubleTouch);
+    keys.open(first);
+    QTEST(Scene(keys).play(scene), "typed");
+    QCOMPARE(keys.held(), -1);
+}
+
+/** The next finger's key is one of the page that has turned under it. */
+void TouchedKeysTest::fingerOnAPageThatTurns()
+{
+    TouchedKeys keys({480, 150}, DoubleTouch);
+    const QPoint q = rectOf(keys, "q").center();
+    keys.press(1, rectOf(keys, "123").center(), Milliseconds(0));
+    QVERIFY(!keys.press(2, q, Milliseconds(10)));
+    QVERIFY(!keys.release(1, q, Milliseconds(20)));
+    const TouchedKeys::Result typed = keys.release(2, q, Milliseconds(30));
+    QVERIFY(typed);
+    QCOMPARE(typed->name, QStringLiteral("1"));
+}
+
+void TouchedKeysTest::openStartsOver()
+{
+    TouchedKeys keys({480, 150}, DoubleTouch);
+    Scene(keys).play("Shift Shift 1+q");
+    QVERIFY(keys.held() != -1);
+    keys.open(Page::Digits);
+    QCOMPARE(keys.held(), -1);
+    QCOMPARE(keys.shift(), Shift::Off);
+    QCOMPARE(Scene(keys).play("1"), QStringLiteral("1"));
+}
+
+QTEST_APPLESS_MAIN(TouchedKeysTest)
+#include "tst_touchedkeys.moc"

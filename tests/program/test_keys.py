@@ -1,0 +1,175 @@
+"""The on-screen keys: when they come and go, what they type, and what becomes of touches."""
+
+import signal
+import time
+import unittest
+from collections.abc import Callable
+from pathlib import Path
+
+from panel.facts import FAILED, FIELDS, MISC, PARAMETERS, SIZES
+from panel.screen import Screen
+from privateroot.process import PrivateRoot
+from programtest import ProgramTest
+
+ASCII = "".join(map(chr, range(0x20, 0x7f)))
+
+
+class KeysTest(ProgramTest):
+    def started(self, size: tuple[int, int] = (480, 272)) -> PrivateRoot:
+        return self.stored_root(size=size, keys=True).start()
+
+    def assert_at_rest(self, screen: Screen) -> None:
+        self.assertEqual(screen.keys, [])
+        self.assertEqual(screen.main_window()["rect"], [0, 0, *screen.size])
+
+
+class Typing(KeysTest):
+    def test_every_character(self) -> None:
+        root = self.started()
+        root.panel.touch_in("APN NAME:", ASCII)
+        root.panel.put_keys_away()
+        root.panel.touch_in("Dial Num:", "aT*99***1#")  # a hint of digits refuses nothing
+
+    def test_first_page(self) -> None:
+        """Every field opens on its own page, whatever the one before was left on."""
+        root = self.root(size=(480, 272), keys=True).start()
+        for label in ("PinCode:", "USER:", "USER:", "Dial Num:", "PASSWORD:", "PinCode:",
+                      "APN NAME:"):
+            with self.subTest(label):
+                screen = root.panel.raise_keys(label)
+                self.assertEqual(screen.field(label)["text"], "")
+                letters = label not in ("PinCode:", "Dial Num:")
+                self.assertEqual(screen.has_key("q"), letters)
+                self.assertEqual(screen.has_key("1"), not letters)
+                if letters:
+                    self.assertFalse(screen.key("q")["upper"])
+                    root.panel.click(screen.key("123"))
+                root.panel.put_keys_away()
+        root.panel.open_tab(MISC)
+        self.assertTrue(root.panel.raise_keys("Counts:").has_key("1"))
+
+    def test_the_field_stays_in_sight(self) -> None:
+        for size in SIZES:
+            root = self.started(size)
+            for label in FIELDS:
+                with self.subTest(f"{label} on {size}"):
+                    screen = root.panel.raise_keys(label)
+                    _, y, _, height = screen.field(label)["rect"]
+                    top = min(key["rect"][1] for key in screen.keys)
+                    self.assertGreaterEqual(y, 0)
+                    self.assertLessEqual(y + height, top)
+                    _, lifted, *_ = screen.main_window()["rect"]
+                    self.assertIn(lifted, (0, top - height - 4 - y + lifted))  # no further
+                    root.panel.put_keys_away()
+                    self.assert_at_rest(root.panel.screen())
+
+    def test_from_field_to_field(self) -> None:
+        """With the keys up, the next field that is in sight can be touched, twice too."""
+        panel = self.started().panel
+        panel.click(panel.raise_keys("PASSWORD:").key("123"))
+        panel.wait(lambda screen: screen.has_key("1"), 5, "another page")
+        user = panel.field("USER:")
+        panel.click(user)
+        panel.click(user)  # where the field above is by now
+        screen = panel.wait(lambda now: now if now.main_window()["rect"][1] == -8 else None, 5,
+                            "the window lower again")
+        self.assertTrue(screen.field("USER:")["focus"])
+        time.sleep(0.5)
+        panel.click(panel.wait(lambda now: now.key("x"), 5, "letters"))
+        panel.wait(lambda now: now.field("USER:")["text"] == "operatorx", 5, "x typed")
+
+
+class Going(KeysTest):
+    def test_ways_to_go(self) -> None:
+        table: dict[str, Callable[[PrivateRoot], object]] = {
+            "Enter": lambda root: root.panel.click(root.panel.screen().key("Enter")),
+            "hide key": lambda root: root.panel.click(root.panel.screen().key("Hide")),
+            "Escape": lambda root: root.panel.key("Esc"),
+            "another page": lambda root: root.panel.open_tab(MISC),
+            "link check": self.link_up,
+            "attempt": lambda root: root.panel.invoke("Makeup", "doPPPConnect"),
+        }
+        for name, go in table.items():
+            with self.subTest(name):
+                root = self.started()
+                self.assertEqual(root.panel.screen().keys, [])  # the focus alone does not do
+                root.panel.raise_keys("APN NAME:" if name == "another page" else "PinCode:")
+                go(root)
+                root.panel.wait(lambda screen: not screen.keys, 5, "the keys gone")
+                self.assert_at_rest(root.panel.screen())
+                self.assertEqual(root.errors(), [])
+
+    def link_up(self, root: PrivateRoot) -> None:
+        root.set_link(True)
+        root.signal(signal.SIGUSR1)
+
+    def test_never_over_a_dialog(self) -> None:
+        root = self.started()
+        root.panel.raise_keys("PinCode:")
+        root.panel.invoke("Makeup", "checkPPPMsg")
+        screen = root.panel.wait(lambda now: now if now.has_dialog() else None, 5, "the notice")
+        self.assert_at_rest(screen)
+        self.assertEqual(screen.dialog()["text"], FAILED)
+        x, y, width, height = screen.dialog()["rect"]
+        self.assertAlmostEqual(x + width / 2, 240, delta=1)
+        self.assertAlmostEqual(y + height / 2, 136, delta=1)
+        time.sleep(0.5)
+        root.panel.press("OK")
+        root.panel.wait(lambda now: not now.has_dialog(), 5, "the notice gone")
+        self.assertEqual(root.panel.screen().keys, [])  # until a field is touched again
+        root.panel.raise_keys("PinCode:")
+
+
+class Touches(KeysTest):
+    def test_second_touch(self) -> None:
+        """Exit lies under Enter, a key under a field: the second of two touches meets neither."""
+        root = self.started()
+        exit_button = root.panel.button("Exit")
+        enter = root.panel.raise_keys("PinCode:").key("Enter")
+        root.panel.click(enter)
+        root.panel.click(exit_button)
+        root.panel.wait(lambda screen: not screen.keys, 5, "the keys gone")
+        time.sleep(0.5)
+        self.assertIsNone(root.exit_status(), "Exit was not meant")
+        pin = root.panel.field("PinCode:")
+        root.panel.click(pin)
+        root.panel.click(pin)
+        root.panel.wait(lambda screen: screen.keys, 5, "the keys")
+        self.assertEqual(root.panel.field("PinCode:")["text"], "")
+
+    def test_touches_while_the_screen_stands_still(self) -> None:
+        """Keys touched while a check blocks the program go to nothing that comes after it."""
+        root = self.started()
+        enter = root.panel.raise_keys("PinCode:").key("Enter")
+        root.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
+        root.set_link(True)
+        root.signal(signal.SIGUSR1)
+        root.wait_calls("ifconfig", 2)
+        for _ in range(3):
+            root.panel.click(enter)
+        root.panel.wait(lambda screen: not screen.keys, 10, "the keys gone")
+        time.sleep(0.5)
+        self.assertIsNone(root.exit_status(), "Exit was not meant")
+
+    def test_exit_with_the_keys_up(self) -> None:
+        root = self.started()
+        root.panel.touch_in("PinCode:", "0471")
+        root.panel.invoke("Makeup", "mClose")
+        self.assert_ended(root)
+        self.assertEqual((root.read(PARAMETERS) or b"").splitlines()[4], b"0471")
+
+
+class Elsewhere(KeysTest):
+    """The keys that are not ours."""
+
+    def test_another_input_method(self) -> None:
+        """The one that the environment names is used; what it asks for is Qt's business."""
+        root = self.stored_root().start()
+        root.panel.fill("PinCode:", "0471")
+        self.assert_at_rest(root.panel.screen())
+        self.assertNotIn("Quick", Path(f"/proc/{root.pid}/maps").read_text())
+        self.assertEqual(root.errors(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,120 @@
+#!/usr/bin/python3
+"""Runs every tool that judges the code, over all tracked files or over the changed ones."""
+
+import os
+import re
+import subprocess
+import sys
+import time
+from collections.abc import Callable
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[1]
+BUILD = "build/native"
+SHEBANG = re.compile(rb"#!\S*?(?:/env )?(\w+)\s")
+
+
+class Failed(Exception):
+    """A tool found something, or could not run; the text says what."""
+
+
+def output(*command: str) -> str:
+    """What a command printed. @raise Failed when it fails"""
+    done = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=False)
+    if done.returncode:
+        raise Failed((done.stdout + done.stderr).strip() or f"{command[0]}: {done.returncode}")
+    return done.stdout
+
+
+def files(changed: bool) -> list[str]:
+    """The files to look at, as paths from the repository's top."""
+    names = output("git", "ls-files", "--cached", "--others", "--exclude-standard").split("\n")
+    if changed:
+        names = (output("git", "diff", "--name-only", "HEAD") + output(
+            "git", "ls-files", "--others", "--exclude-standard")).split("\n")
+    return sorted({name for name in names if (ROOT / name).is_file() and name})
+
+
+def interpreter(name: str) -> str:
+    """The program that a script names in its first line; an empty text for other files."""
+    with open(ROOT / name, "rb") as file:
+        found = SHEBANG.match(file.read(64))
+    return found[1].decode().rsplit("/", 1)[-1] if found else ""
+
+
+def with_ending(*endings: str) -> Callable[[str], bool]:
+    return lambda name: name.endswith(endings)
+
+
+def is_python(name: str) -> bool:
+    return name.endswith(".py") or interpreter(name) == "python3"
+
+
+def is_shell(name: str) -> bool:
+    return interpreter(name) in ("sh", "bash")
+
+
+def whole(*command: str) -> Callable[[list[str]], None]:
+    """A tool that takes all files at once."""
+    def run(names: list[str]) -> None:
+        output(*command, *names)
+    return run
+
+
+def translations(_: list[str]) -> None:
+    """Whether the catalogues have every text of the sources."""
+    output("tools/update-translations", "--check")
+
+
+def tidy_one(name: str) -> str:
+    """What clang-tidy finds in one source file and in the headers that it includes."""
+    done = subprocess.run(["clang-tidy", "-p", BUILD, "--quiet", "--warnings-as-errors=*", name],
+                          cwd=ROOT, capture_output=True, text=True, check=False)
+    return (done.stdout or done.stderr) if done.returncode else ""
+
+
+def tidy(names: list[str]) -> None:
+    """clang-tidy wants a compilation database, and what moc makes of the sources."""
+    output("cmake", "--preset", "dev")
+    targets = re.findall(r"^(?:.*/)?(\w+_autogen): phony", output(
+        "ninja", "-C", BUILD, "-t", "targets", "all"), re.MULTILINE)
+    output("ninja", "-C", BUILD, *sorted(set(targets)))
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        found = "".join(pool.map(tidy_one, names))
+    if found:
+        lines = re.split(r"(?m)^(?=\S+:\d+:\d+: )", found)  # a header's findings come many times
+        raise Failed("".join(sorted(set(lines))).replace(f"{ROOT}/", ""))
+
+
+TOOLS: tuple[tuple[str, Callable[[str], bool], Callable[[list[str]], None]], ...] = (
+    ("clang-format", with_ending(".cpp", ".h", ".c"),
+     whole("clang-format", "--dry-run", "--Werror")),
+    ("flake8", is_python, whole("flake8")),
+    ("mypy", is_python, whole("mypy", "--no-error-summary", "--scripts-are-modules")),
+    ("shellcheck", is_shell, whole("shellcheck", "-x")),
+    ("rooms", with_ending(".cpp", ".h", ".py"), whole("/usr/bin/python3", "tools/checkrooms.py")),
+    ("translations", with_ending(".ts"), translations),
+    ("clang-tidy", with_ending(".cpp", ".c"), tidy),
+)
+
+
+def main() -> int:
+    names = files("--changed" in sys.argv[1:])
+    status = 0
+    for tool, wanted, run in TOOLS:
+        started = time.monotonic()
+        chosen = [name for name in names if wanted(name)]
+        try:
+            if chosen:
+                run(chosen)
+            seconds = time.monotonic() - started
+            print(f"{tool}: {len(chosen)} files, no findings ({seconds:.0f} s)", flush=True)
+        except Failed as failed:
+            print(f"{tool}: FAILED\n{failed}", flush=True)
+            status = 1
+    return status
+
+
+if __name__ == "__main__":
+    sys.exit(main())
