@@ -2,21 +2,23 @@
 #include "app/mfilter.h"
 #include "app/widget.h"
 #include "device/fram.h"
+#include "io/ownground.h"
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
+#include "platform/stopsignals.h"
 
 #include <QApplication>
 #include <QBrush>
-#include <csignal>
 #include <cstdio>
 
 int main(int argc, char **argv)
 {
-    std::signal(SIGUSR1, SIG_IGN); // Without a handler the signal would end the process.
+    makeOwnGround();
     // Each line reaches a journal at once, too.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     QApplication app(argc, argv);
+    const StopSignals stopSignals;
     PanelStyle::apply(app);
     MFilter filter(nullptr);
     app.installEventFilter(&filter);
@@ -26,6 +28,8 @@ int main(int argc, char **argv)
     QWSServer::setCursorVisible(false);
     Fram::getInstance()->applyTranslator(&app);
     Widget window;
+    if (StopSignals::received())
+        return 0;
     window.show();
     return app.exec();
 }

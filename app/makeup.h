@@ -212,5 +212,7 @@ private:
 
     QSocketNotifier *sigUsrNotifier = nullptr;
 
+    bool dialUpUnread = false;      ///< the last load could not read the file that is there
+    bool autoConnectUnread = false; ///< likewise
     bool awaitingModemNode = false; ///< an attempt waits for the modem's serial node
 };

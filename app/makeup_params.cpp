@@ -15,23 +15,36 @@
 namespace
 {
 
-/** Replaces a list by the lines of a file, or appends the defaults when it cannot be opened. */
-void loadList(QStringList &list, const char *path, const QStringList &defaults)
+/**
+ * Replaces a list by the lines of a file, or appends the defaults when it cannot be read.
+ * @return whether the file holds something that could not be read
+ */
+bool loadList(QStringList &list, const char *path, const QStringList &defaults)
 {
-    if (const auto content = linefile::read(path))
-        list = paramlist::parse(*content);
+    const linefile::Content content = linefile::read(path);
+    if (content.state == linefile::Content::Whole)
+        list = paramlist::parse(content.bytes);
     else
         list.append(defaults);
+    return content.state == linefile::Content::Unreadable;
+}
+
+/** Saves lines, but never defaults that nobody typed over what could not be read. */
+void saveList(const char *path, const QStringList &lines, bool unread, const QStringList &defaults)
+{
+    if (!unread || lines != defaults)
+        linefile::write(path, lines);
 }
 
 } // namespace
 
 void Makeup::loadParam()
 {
-    loadList(paramList, boardpaths::ParameterFile, paramlist::dialUpDefaults());
+    dialUpUnread = loadList(paramList, boardpaths::ParameterFile, paramlist::dialUpDefaults());
     if (const auto values = paramlist::dialUpValues(paramList))
         showDialUp(*values);
-    loadList(autoParamList, boardpaths::AutoConnectFile, paramlist::autoConnectDefaults());
+    autoConnectUnread =
+        loadList(autoParamList, boardpaths::AutoConnectFile, paramlist::autoConnectDefaults());
     if (const auto values = paramlist::autoConnectValues(autoParamList))
         showAutoConnect(*values);
 }
@@ -69,8 +82,10 @@ paramlist::ScreenValues Makeup::screenValues() const
 void Makeup::saveParam()
 {
     const paramlist::ScreenValues values = screenValues();
-    linefile::write(boardpaths::ParameterFile, paramlist::dialUpLines(values.dialUp));
-    linefile::write(boardpaths::AutoConnectFile, paramlist::autoConnectLines(values.autoConnect));
+    saveList(boardpaths::ParameterFile, paramlist::dialUpLines(values.dialUp), dialUpUnread,
+             paramlist::dialUpDefaults());
+    saveList(boardpaths::AutoConnectFile, paramlist::autoConnectLines(values.autoConnect),
+             autoConnectUnread, paramlist::autoConnectDefaults());
 }
 
 bool Makeup::checkParamModify()

@@ -2,6 +2,7 @@
 
 #include "app/makeup.h"
 #include "io/servedwait.h"
+#include "platform/stopsignals.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
 
@@ -16,8 +17,10 @@ Widget::Widget(QWidget *parent) : QWidget(parent)
     Makeup::setStyle(this);
     makeup->loadParam();
     waitForDongle();
-    waitServed({[makeup] { return makeup->hasModemNode(); }, {}});
-    makeup->checkPPPConnect();
+    const WaitResult node =
+        waitServed({[makeup] { return makeup->hasModemNode(); }, &StopSignals::received});
+    if (node == WaitResult::Ready)
+        makeup->checkPPPConnect();
 }
 
 Widget::~Widget()

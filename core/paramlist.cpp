@@ -1,6 +1,6 @@
 #include "core/paramlist.h"
 
-#include <QStringDecoder>
+#include "core/linetext.h"
 
 namespace paramlist
 {
@@ -29,10 +29,7 @@ QString trimmed(const QString &text)
 QString decodeLine(const QByteArray &line)
 {
     const qsizetype nul = line.indexOf('\0');
-    const QByteArray value = nul < 0 ? line : line.left(nul);
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(value);
-    return trimmed(decoder.hasError() ? QString::fromLatin1(value) : text);
+    return trimmed(linetext::decode(nul < 0 ? line : line.left(nul)));
 }
 
 QStringList parse(const QByteArray &content)

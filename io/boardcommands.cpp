@@ -10,7 +10,7 @@ namespace
 
 int statusOf(const char *commandLine)
 {
-    return runShell(QString::fromLatin1(commandLine)).status;
+    return runShell(QString::fromLatin1(commandLine));
 }
 
 } // namespace
@@ -48,7 +48,7 @@ bool isAutoConnectRunning()
 
 ShellResult ping()
 {
-    return runShell(QStringLiteral("ping -c 3 " CORVANTA_PING_TARGET));
+    return runShellForOutput(QStringLiteral("ping -c 3 " CORVANTA_PING_TARGET));
 }
 
 } // namespace boardcommands

@@ -1,12 +1,17 @@
 #include "io/linefile.h"
 
+#include "core/linetext.h"
 #include "io/filedescriptor.h"
 
-#include <QDebug>
 #include <QFile>
+#include <QLoggingCategory>
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
+#include <optional>
 #include <sys/stat.h>
 
 namespace linefile
@@ -15,106 +20,186 @@ namespace linefile
 namespace
 {
 
-constexpr qsizetype MaxBytes = 1 << 20;
-constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
+// Nothing is reported unless Qt's logging rules ask for it.
+Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 
-bool failed(const char *call, const QByteArray &path)
+constexpr qsizetype MaxBytes = 1 << 20;
+constexpr qsizetype PageBytes = 4096; // What one write() puts down before a kill is looked at.
+constexpr int MaxInterruptions = 100;
+constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
+constexpr mode_t OthersAccess = S_IRWXG | S_IRWXO;
+
+void logFailure(const char *what, const QByteArray &path, int error)
 {
-    const int error = errno;
-    qWarning("%s %s: %s", call, path.constData(), strerror(error));
-    return false;
+    qCWarning(log, "%s %s: %s", what, path.constData(), strerror(error));
+}
+
+/** Repeats a system call that a signal has interrupted; one that never gets through has failed. */
+template <typename Call> auto uninterrupted(Call call)
+{
+    auto result = call();
+    for (int times = 1; result == -1 && errno == EINTR && times < MaxInterruptions; ++times)
+        result = call();
+    return result;
+}
+
+/** errno says what the path is, if not. */
+bool isRegular(const struct stat &info)
+{
+    errno = S_ISDIR(info.st_mode) ? EISDIR : ENOTSUP;
+    return S_ISREG(info.st_mode);
 }
 
 /** Looks at a path before it is opened: opening a device or a FIFO can have effects. */
 bool mayBeOpened(const QByteArray &path)
 {
     struct stat info;
-    return ::stat(path.constData(), &info) == -1 ? errno == ENOENT : S_ISREG(info.st_mode);
+    return ::stat(path.constData(), &info) == -1 ? errno == ENOENT : isRegular(info);
 }
 
+/** @return closed when the path is no regular file or cannot be opened; errno says why */
 FileDescriptor openRegular(const QByteArray &path, int flags)
 {
     if (!mayBeOpened(path))
         return FileDescriptor();
-    FileDescriptor file(
-        ::open(path.constData(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerOnly));
+    FileDescriptor file(uninterrupted([&path, flags] {
+        return ::open(path.constData(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerOnly);
+    }));
     struct stat info;
-    if (!file.isOpen() || ::fstat(file.get(), &info) == -1 || !S_ISREG(info.st_mode))
+    if (!file.isOpen() || ::fstat(file.get(), &info) == -1 || !isRegular(info))
         return FileDescriptor();
     return file;
 }
 
-QByteArray readAll(int fd)
+/** Reads from a file's beginning, at most MaxBytes. @return nothing when a read fails */
+std::optional<QByteArray> readAll(int fd)
 {
     QByteArray content;
     char buffer[4096];
     while (content.size() < MaxBytes) {
-        const ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count == -1 && errno == EINTR)
-            continue;
-        if (count <= 0)
+        const ssize_t count = uninterrupted(
+            [fd, &buffer, &content] { return ::pread(fd, buffer, sizeof buffer, content.size()); });
+        if (count == -1)
+            return std::nullopt;
+        if (count == 0)
             break;
         content.append(buffer, count);
     }
     return content;
 }
 
+/** Writes over a file's beginning. */
 bool writeAll(int fd, const QByteArray &bytes)
 {
     for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t count = ::write(fd, bytes.constData() + done, bytes.size() - done);
-        if (count == -1 && errno != EINTR)
+        const ssize_t count = uninterrupted([fd, &bytes, done] {
+            return ::pwrite(fd, bytes.constData() + done, bytes.size() - done, done);
+        });
+        if (count <= 0)
             return false;
-        done += count > 0 ? count : 0;
+        done += count;
     }
     return true;
 }
 
-bool truncate(int fd)
+/** Writes over a file's beginning, cuts the file and syncs it. */
+bool put(int fd, const QByteArray &bytes, off_t length)
 {
-    return ::ftruncate(fd, 0) == 0 && ::lseek(fd, 0, SEEK_SET) == 0;
+    return writeAll(fd, bytes) &&
+           uninterrupted([fd, length] { return ::ftruncate(fd, length); }) == 0 &&
+           uninterrupted([fd] { return ::fsync(fd); }) == 0;
 }
 
-bool writeLines(int fd, const QStringList &lines)
+/** Makes a file the user's own. @return whether nobody else can read it */
+bool keepToOwner(int fd)
 {
-    for (const QString &line : lines) {
-        if (!writeAll(fd, line.toUtf8() + '\n'))
-            return false;
+    struct stat info;
+    if (::fstat(fd, &info) == -1 ||
+        (info.st_uid != ::geteuid() && ::fchown(fd, ::geteuid(), ::getegid()) == -1))
+        return false;
+    if ((info.st_mode & ALLPERMS) == OwnerOnly || ::fchmod(fd, OwnerOnly) == 0)
+        return true;
+    return (info.st_mode & OthersAccess) == 0;
+}
+
+/** Where a path leads, links followed. */
+QByteArray realPath(const QByteArray &path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.constData(), nullptr),
+                                                           &std::free);
+    return QByteArray(real.get());
+}
+
+/** Makes a new file's name as lasting as its content. Some file systems cannot. */
+void syncFolder(const QByteArray &path)
+{
+    const QByteArray real = realPath(path);
+    const QByteArray folder = real.left(std::max<qsizetype>(real.lastIndexOf('/'), 1));
+    const FileDescriptor opened(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.isOpen() || uninterrupted([&opened] { return ::fsync(opened.get()); }) == -1)
+        logFailure("sync folder", folder, errno);
+}
+
+QByteArray joined(const QStringList &lines)
+{
+    QByteArray content;
+    for (const QString &line : lines)
+        content += linetext::encode(line) + '\n';
+    return content;
+}
+
+/** Gives an open file new content, or leaves it the earlier one. */
+bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
+{
+    struct stat info;
+    std::optional<QByteArray> earlier;
+    if (::fstat(fd, &info) == 0 && keepToOwner(fd))
+        earlier = readAll(fd);
+    if (!earlier) {
+        logFailure("prepare", name, errno);
+        return false;
     }
-    return ::fsync(fd) == 0;
+    // Killed before it is cut, a file that was longer ends in empty lines.
+    const qsizetype padded = std::min<qsizetype>(earlier->size(), PageBytes);
+    if (put(fd, content.leftJustified(padded, '\n'), content.size()))
+        return true;
+    const int error = errno;
+    const bool restored = put(fd, *earlier, info.st_size);
+    const int restoreError = errno;
+    logFailure("write", name, error);
+    if (!restored)
+        logFailure("restore", name, restoreError);
+    return false;
 }
 
 } // namespace
 
-std::optional<QByteArray> read(const QString &path)
+Content read(const QString &path)
 {
-    const FileDescriptor file = openRegular(QFile::encodeName(path), O_RDONLY);
-    if (!file.isOpen())
-        return std::nullopt;
-    return readAll(file.get());
+    const QByteArray name = QFile::encodeName(path);
+    const FileDescriptor file = openRegular(name, O_RDONLY);
+    if (const auto bytes = file.isOpen() ? readAll(file.get()) : std::nullopt)
+        return {Content::Whole, *bytes};
+    const int error = errno;
+    logFailure("read", name, error);
+    return {error == ENOENT ? Content::Missing : Content::Unreadable, {}};
 }
 
 bool write(const QString &path, const QStringList &lines)
 {
     const QByteArray name = QFile::encodeName(path);
-    struct stat info;
-    const bool existed = ::stat(name.constData(), &info) == 0;
-    const FileDescriptor file = openRegular(name, O_RDWR | O_CREAT);
+    FileDescriptor file = openRegular(name, O_RDWR);
+    const bool missing = !file.isOpen() && errno == ENOENT;
+    if (missing)
+        file = openRegular(name, O_RDWR | O_CREAT);
     if (!file.isOpen())
-        return failed("open", name);
-    if (::fchmod(file.get(), OwnerOnly) == -1)
-        failed("chmod", name);
-
-    const QByteArray earlier = readAll(file.get());
-    if (truncate(file.get()) && writeLines(file.get(), lines))
-        return true;
-
-    failed("write", name);
-    if (!existed)
-        ::unlink(name.constData());
-    else if (!truncate(file.get()) || !writeAll(file.get(), earlier) || ::fsync(file.get()) == -1)
-        failed("restore", name);
-    return false;
+        logFailure("open", name, errno);
+    const bool written = file.isOpen() && rewrite(file.get(), name, joined(lines));
+    if (missing && written)
+        syncFolder(name);
+    else if (missing)
+        ::unlink(realPath(name).constData()); // Empty, it would hide the defaults.
+    return written;
 }
 
 } // namespace linefile

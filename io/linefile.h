@@ -1,29 +1,38 @@
-// Small text files of lines: the parameter files, the chat script and the peer file.
+// Small text files of lines: the parameter files, the chat script and the peer file. What fails is
+// logged in the category "corvanta.files", which is off by default.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 namespace linefile
 {
 
-/**
- * Reads a regular file, at most its first MiB. Never blocks, whatever the path is.
- * @return nothing when the path cannot be opened for reading or is no regular file
- */
-std::optional<QByteArray> read(const QString &path);
+/** What came of reading a file. */
+struct Content {
+    enum State {
+        Whole,      ///< read to its end, or its first MiB
+        Missing,    ///< there is no such file
+        Unreadable, ///< it exists, but is no regular file, or was not read to its end
+    };
+    State state;
+    QByteArray bytes; ///< of a whole file
+};
+
+/** Reads a regular file, at most its first MiB. Never blocks, whatever the path is. */
+Content read(const QString &path);
 
 /**
  * Rewrites a file in place, as UTF-8 with a line feed after each line, and syncs it to storage. A
- * missing file is created, a missing folder is not. Only its owner may read and write it
- * afterwards, because the lines hold secrets.
+ * missing file is created, a missing folder is not. Only the program's user may read and write it,
+ * because the lines hold secrets: a file that cannot be made so is left alone, and so is a path
+ * that cannot be opened, is no regular file or cannot be read.
  *
- * A path that cannot be opened, or is no regular file, is left alone. When storage fails half-way
- * (a full disk, for example), the earlier content is put back, and a new file is removed again. If
- * that fails, too, it is logged, and the file may hold a part of either content.
- * @return whether the new content is on storage; if not, the failed system call has been logged
+ * Killed at any moment, the program leaves either content, with empty lines behind the shorter one
+ * at most, as long as both are no larger than a page of memory (4 KiB). When storage fails half-way
+ * (a full disk, for example), the earlier content is put back, and a new file is removed again.
+ * @return whether the new content is on storage
  */
 bool write(const QString &path, const QStringList &lines);
 

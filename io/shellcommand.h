@@ -4,14 +4,22 @@
 #include <QByteArray>
 #include <QString>
 
+/** What a command has left; of each output at most MaxOutputBytes. */
 struct ShellResult {
     int status = -1;   ///< exit status; -1 when the shell could not be started or was killed
-    QByteArray output; ///< standard output, whole
-    QByteArray errors; ///< standard error, whole
+    QByteArray output; ///< standard output
+    QByteArray errors; ///< standard error
 };
+
+inline constexpr qsizetype MaxOutputBytes = 1 << 16;
 
 /**
  * Runs "sh -c" with a command line and waits for the shell without a time limit. Processes that the
- * command leaves in the background go on; nobody waits for them.
+ * command leaves in the background go on; nobody waits for them. Nothing of what it prints is kept,
+ * now or later, and what it reads is empty.
+ * @return exit status; -1 when the shell could not be started or was killed
  */
-ShellResult runShell(const QString &commandLine);
+int runShell(const QString &commandLine);
+
+/** Like runShell(), but keeps the beginning of what the command prints. */
+ShellResult runShellForOutput(const QString &commandLine);

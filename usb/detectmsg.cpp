@@ -35,6 +35,9 @@ DetectMsg::DetectMsg(QWidget *parent, QString *text, Msg kind) : QDialog(parent)
     setProfileStyleSheet(this, displayprofile::modelFor(panel));
     resize(panel);
     connect(okButton, &QPushButton::clicked, this, &DetectMsg::close);
+    // A closed dialog stays in memory, but not the picture of its window.
+    connect(
+        this, &QDialog::finished, this, [this] { destroy(); }, Qt::QueuedConnection);
 
     switch (kind) {
     case WAIT_USB:
@@ -66,7 +69,7 @@ void DetectMsg::startPolling(void (DetectMsg::*poll)())
     pollTimer = new QTimer(this);
     pollTimer->setTimerType(Qt::PreciseTimer);
     connect(pollTimer, &QTimer::timeout, this, poll);
-    // A closed dialog stays in memory, but polls no longer.
+    // Nor does it poll.
     connect(this, &QDialog::finished, pollTimer, &QTimer::stop);
     pollTimer->start(PollInterval);
 }

@@ -13,6 +13,7 @@ SIZE = "64M"
 # Files of the cross build, and their places on the disk.
 CONTENTS = {
     "app/corvanta": "corvanta",
+    "packaging/corvanta-launch": "corvanta-launch",
     "app/plugins/corvanta/libcorvantahttpprobe.so": "plugins/corvanta/libcorvantahttpprobe.so",
     "simulator/programs/modem/modemsim": "modemsim",
     "simulator/programs/chip/chipsim": "chipsim",

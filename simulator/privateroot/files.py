@@ -24,6 +24,7 @@ ANSWERS = {
 DEVICES = ("null", "zero", "full", "random", "urandom")  # those of this machine
 CHIP = "spidev1.0"
 CHIP_BYTES = 32768
+LAUNCH = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
 BLOCK_ADDRESS = 4  # of the parameters of two bytes each in the chip
 
 
@@ -34,10 +35,13 @@ class RootFiles:
     @param nodes names in /dev beside the usual ones
     @param missing programs that the board lacks
     @param setup shell commands run inside before the program
+    @param launch the shell command that runs it: "program", with the words of a command that
+        starts it in its place, and with its redirections
     """
 
     def __init__(self, *, usb: str = DONGLE, nodes: Iterable[str] = ("ttyUSB0",),
-                 missing: Iterable[str] = (), setup: str = "") -> None:
+                 missing: Iterable[str] = (), setup: str = "",
+                 launch: str = LAUNCH) -> None:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
         for folder in ("testrun/answers", "testrun/bin", "quenfold/configs", "ppp/peers",
@@ -46,6 +50,7 @@ class RootFiles:
         for file in ("calls", "stdout", "stderr"):
             (self.run / file).touch()
         self.run.joinpath("setup").write_text(setup)
+        self.run.joinpath("launch").write_text(launch + "\n")
         self.base.joinpath("etc/passwd").write_text("root:x:0:0::/tmp:/bin/sh\n")
         self._fill_path(set(missing))
         self.set_usb(usb)
@@ -123,6 +128,12 @@ class RootFiles:
     def answer(self, name: str, script: str) -> None:
         """What the program of the board called `name` does from now on, in shell."""
         self._replace(f"answers/{name}", script)
+
+    def unwrap(self, name: str) -> None:
+        """Puts this machine's own program in a stand-in's place: it is faster, and not logged."""
+        stand_in = self.run / "bin" / name
+        stand_in.unlink()
+        stand_in.symlink_to(f"/usr/bin/{name}")
 
     def remove(self) -> None:
         """Removes the folders, whatever their permissions have become."""

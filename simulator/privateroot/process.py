@@ -34,7 +34,7 @@ class PrivateRoot(RootRecord):
     program; close() ends everything that is left.
 
     @param size the panel's width and height in pixels
-    @param preload further libraries of the folder fakes, by name
+    @param preload further libraries: of the folder fakes, by name, or any, by their path
     @param mounts further arguments for bwrap, after all others
     @param locale value of LC_ALL
     @param keys whether the on-screen keys come up; without them a touched field stays where it is
@@ -97,7 +97,8 @@ class PrivateRoot(RootRecord):
             **({} if self._keys else WITHOUT_KEYS),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
             "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
-            "CORVANTA_PRELOAD": ":".join(f"/testfakes/lib{name}.so" for name in preload),
+            "CORVANTA_PRELOAD": ":".join(
+                name if "/" in name else f"/testfakes/lib{name}.so" for name in preload),
             "ASAN_OPTIONS": "verify_asan_link_order=0:detect_leaks=0",
         }
 

@@ -1,5 +1,6 @@
 // Lines of any origin. Defaults, trimming on the way out and what counts as a change are tested
 // with the whole program, where a mistake would keep an operator from dialling.
+#include "core/linetext.h"
 #include "core/paramlist.h"
 
 #include <QtTest>
@@ -13,6 +14,8 @@ class ParamListTest : public QObject
 private slots:
     void parsesFiles_data();
     void parsesFiles();
+    void keepsEveryText_data();
+    void keepsEveryText();
 };
 
 void ParamListTest::parsesFiles_data()
@@ -39,6 +42,10 @@ void ParamListTest::parsesFiles_data()
     QTest::newRow("blanks around, not inside")
         << QByteArray(" \t\v\fa b \t\r\v\f\n \t\n") << QStringList{"a b", ""};
     const QString kept = QStringLiteral("\u00A0\u0008a\u001C\u3000");
+    QTest::newRow("a byte order mark is a character")
+        << QByteArray("\xEF\xBB\xBFx\n") << QStringList{QStringLiteral("\uFEFFx")};
+    QTest::newRow("a surrogate's bytes in a line of ISO 8859-1")
+        << QByteArray("\xFF\xED\xA0\x80\n") << QStringList{QString::fromLatin1("\xFF\xED\xA0\x80")};
     QTest::newRow("other white space stays") << kept.toUtf8() << QStringList{kept};
 }
 
@@ -46,6 +53,26 @@ void ParamListTest::parsesFiles()
 {
     QFETCH(QByteArray, content);
     QTEST(parse(content), "lines");
+}
+
+void ParamListTest::keepsEveryText_data()
+{
+    QTest::addColumn<QString>("text");
+
+    const QChar high(0xD83D);
+    const QChar low(0xDE00);
+    QTest::newRow("pair") << QString(high) + low;
+    QTest::newRow("lone halves") << QStringLiteral("a") + low + u'b' + high;
+    QTest::newRow("halves in the wrong order") << QString(low) + high;
+    QTest::newRow("two highs and a low") << QString(high) + high + low;
+    QTest::newRow("byte order mark in front") << QStringLiteral("\uFEFFx");
+    QTest::newRow("looks like ISO 8859-1") << QStringLiteral("\u00C3\u00A4");
+}
+
+void ParamListTest::keepsEveryText()
+{
+    QFETCH(QString, text);
+    QCOMPARE(decodeLine(linetext::encode(text) + '\n'), text);
 }
 
 QTEST_GUILESS_MAIN(ParamListTest)

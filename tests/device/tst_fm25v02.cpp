@@ -75,22 +75,22 @@ int query(unsigned long request, void *value)
 } // namespace
 
 // The linker gives these the driver's calls.
-extern "C" int __real_open(const char *path, int flags, ...);
-extern "C" int __real_stat(const char *path, struct stat *info);
+extern "C" int __real_open64(const char *path, int flags, ...);
+extern "C" int __real_stat64(const char *path, struct stat *info);
 extern "C" int __real_ioctl(int fd, unsigned long request, ...);
 
-extern "C" int __wrap_open(const char *path, int flags, ...)
+extern "C" int __wrap_open64(const char *path, int flags, ...)
 {
     if (qstrcmp(path, "/dev/spidev1.0") != 0)
-        return __real_open(path, flags, 0600);
+        return __real_open64(path, flags, 0600);
     bus.openFlags = flags;
     return ChipFd;
 }
 
-extern "C" int __wrap_stat(const char *path, struct stat *info)
+extern "C" int __wrap_stat64(const char *path, struct stat *info)
 {
     if (qstrcmp(path, "/quenfold/configs/initedFram") != 0)
-        return __real_stat(path, info);
+        return __real_stat64(path, info);
     return bus.marker ? 0 : -1;
 }
 

@@ -36,14 +36,14 @@ void LineFileTest::followsALinkToARegularFile()
     put(path("real"), "x\n");
     QVERIFY(QFile::link(path("real"), path("link")));
     QVERIFY(linefile::write(path("link"), {"y"}));
-    QCOMPARE(linefile::read(path("link")).value_or("none"), QByteArray("y\n"));
+    QCOMPARE(linefile::read(path("link")).bytes, QByteArray("y\n"));
     QVERIFY(QFileInfo(path("link")).isSymLink());
 }
 
 void LineFileTest::readsAtMostAMebibyte()
 {
     put(path("f"), QByteArray(3 << 20, 'x'));
-    QCOMPARE(linefile::read(path("f")).value_or(QByteArray()).size(), 1024 * 1024);
+    QCOMPARE(linefile::read(path("f")).bytes.size(), 1024 * 1024);
 }
 
 QTEST_GUILESS_MAIN(LineFileTest)

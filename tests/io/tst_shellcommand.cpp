@@ -10,6 +10,7 @@ class ShellCommandTest : public QObject
 private slots:
     void results_data();
     void results();
+    void keepsTheBeginningOfMuch();
 };
 
 void ShellCommandTest::results_data()
@@ -28,10 +29,21 @@ void ShellCommandTest::results_data()
 void ShellCommandTest::results()
 {
     QFETCH(QString, line);
-    const ShellResult result = runShell(line);
+    const ShellResult result = runShellForOutput(line);
     QTEST(result.status, "status");
     QTEST(result.output, "output");
     QTEST(result.errors, "errors");
+    QTEST(runShell(line), "status");
+}
+
+void ShellCommandTest::keepsTheBeginningOfMuch()
+{
+    const ShellResult result = runShellForOutput("yes out | head -c 5000000; "
+                                                 "yes err | head -c 5000000 >&2; exit 3");
+    QCOMPARE(result.status, 3);
+    QCOMPARE(result.output.size(), MaxOutputBytes);
+    QCOMPARE(result.errors.size(), MaxOutputBytes);
+    QVERIFY(result.output.startsWith("out\nout\n"));
 }
 
 QTEST_GUILESS_MAIN(ShellCommandTest)

@@ -1,0 +1,89 @@
+"""Throws faults at the program and says, fault by fault, what came of it."""
+
+from __future__ import annotations
+
+import argparse
+import sys
+import time
+from collections import Counter
+from pathlib import Path
+
+from faults import calls, clock, commands, dongle, files, growth, launching, saves, values
+from faults.rows import Group, Outcome, Result
+
+MODULES = (calls, saves, launching, commands, files, values, dongle, clock, growth)
+GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
+PAGE = Path("docs/reliability.md")
+BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
+
+
+def arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="./torture", description="Throws faults at the program that ships and says what came "
+        "of each. The exit status is 1 when a row has failed.",
+        epilog="groups: " + ", ".join(f"{group.name} ({group.title})" for group in GROUPS))
+    parser.add_argument("groups", nargs="*", metavar="GROUP", help="only these groups")
+    parser.add_argument("--chosen", action="store_true", help="the part that ./test throws")
+    parser.add_argument("--rows", action="store_true", help="a line for each row, not each group")
+    parser.add_argument("--only", metavar="TEXT", default="", help="rows with this in their name")
+    parser.add_argument("--write-docs", action="store_true", help=f"write the counts into {PAGE}")
+    found = parser.parse_args()
+    unknown = set(found.groups) - {group.name for group in GROUPS}
+    if unknown:
+        parser.error(f"no group is called {', '.join(sorted(unknown))}")
+    return found
+
+
+def counted(results: list[Result]) -> str:
+    counts = Counter(result.outcome for result in results)
+    return ", ".join(f"{counts[outcome]} {outcome.value}" for outcome in Outcome)
+
+
+def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
+    """Throws a group's rows; tells each that has failed, and the whole in one line."""
+    begin = time.monotonic()
+    rows = [row for row in group.rows()
+            if wanted.only in row.name and (row.chosen or not wanted.chosen)]
+
+    def tell(result: Result) -> None:
+        if result.why or wanted.rows:
+            print(f"  {result.outcome.value}: {group.name}: {result.row.name}"
+                  + "".join(f"\n      {line}" for line in result.why.splitlines()), flush=True)
+
+    results = group.throw(rows, tell)
+    if results:
+        print(f"{group.name}: {counted(results)} ({time.monotonic() - begin:.0f} s)", flush=True)
+        for figure in group.figures():
+            print(f"  {figure}")
+    return results
+
+
+def write_docs(results: dict[str, list[Result]]) -> None:
+    lines = ["| group | faults | held | ordered by the design | failed |", "|---|---|---|---|---|"]
+    for group in GROUPS:
+        counts = Counter(result.outcome for result in results[group.name])
+        cells = [f"{group.name}: {group.title}", str(len(results[group.name])),
+                 *(str(counts[outcome]) for outcome in Outcome)]
+        lines.append("| " + " | ".join(cells) + " |")
+    lines += ["", *(f"- {group.name}: {figure}" for group in GROUPS for figure in group.figures())]
+    reasons = {result.row.ordered for found in results.values() for result in found
+               if result.outcome is Outcome.ORDERED}
+    lines += ["", "Ordered by the design:", ""]
+    lines += [f"- {reason}" for reason in sorted(filter(None, reasons))]
+    head, _, rest = PAGE.read_text().partition(BEGIN)
+    PAGE.write_text(head + BEGIN + "\n".join(lines) + "\n" + END + rest.partition(END)[2])
+
+
+def main() -> int:
+    wanted = arguments()
+    groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
+    results = {group.name: throw(group, wanted) for group in groups}
+    everything = [result for found in results.values() for result in found]
+    print(f"{len(everything)} faults: {counted(everything)}")
+    if wanted.write_docs:
+        write_docs(results)
+    return 1 if any(result.why for result in everything) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,101 @@
+"""The dongle: away, another one, two, late nodes, pulled and plugged again and again."""
+
+from __future__ import annotations
+
+from functools import partial
+
+from panel.facts import DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED, STATUS
+from privateroot.files import DONGLE
+from privateroot.process import PrivateRoot
+from faults.panel import alive, at_rest, leave, stored_root
+from faults.rows import Group, Row, expect
+
+CYCLES = 20
+OTHER = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT + 1:x}\n"
+OTHER_MAKER = f"device {DONGLE_VENDOR + 1:x} {DONGLE_PRODUCT:x}\n"
+
+
+def wait_dongle(root: PrivateRoot, text: str, style: str) -> None:
+    alive(root)
+    root.panel.open_tab(STATUS)
+    root.wait(lambda screen: screen.value(DONGLE_STATUS)["text"] == text
+              and screen.value(DONGLE_STATUS)["style"] == style, 5, f"{text} in {style}")
+
+
+def throw_absent(bus: str) -> None:
+    """Not the dongle: the waiting dialog stays, whatever is touched, until it comes."""
+    with stored_root(usb=bus, nodes=()) as root:
+        root.start(shown=False)
+        root.panel.wait(lambda screen: screen.has_dialog(), 10, "the waiting dialog")
+        root.panel.press("Close")
+        expect(root.panel.screen().has_dialog(), "it stays")
+        root.set_usb(DONGLE)
+        root.add_node("ttyUSB0")
+        root.wait_shown(10)
+        alive(root)
+        leave(root)
+
+
+def throw_present(bus: str) -> None:
+    with stored_root(usb=bus) as root:
+        root.start()
+        wait_dongle(root, "detected", GREEN)
+        leave(root)
+
+
+def throw_late_node() -> None:
+    with stored_root(nodes=()) as root:
+        root.start(shown=False)
+        root.wait_calls("ls", 3, 10)
+        root.add_node("ttyUSB0")
+        root.wait_shown(10)
+        leave(root)
+
+
+def throw_cycles() -> None:
+    """Pulled and plugged, checked each time; descriptors and processes are those from before."""
+    with stored_root() as root:
+        root.start()
+        alive(root)
+        at_rest(root)
+        before = len(root.descriptors())
+        for _ in range(CYCLES):
+            root.set_usb("")
+            root.remove_node("ttyUSB0")
+            wait_dongle(root, "undetected", RED)
+            root.set_usb(DONGLE)
+            wait_dongle(root, "undetected", RED)  # until there is a node
+            root.add_node("ttyUSB0")
+            wait_dongle(root, "detected", GREEN)
+        at_rest(root)
+        expect(len(root.descriptors()) == before, f"descriptors: {root.descriptors()}")
+        leave(root)
+
+
+def throw_pulled_during_attempt() -> None:
+    """Connect without a dongle: the dialog; with the dongle but no node: a wait that Exit ends."""
+    with stored_root() as root:
+        root.start()
+        root.set_usb("")
+        root.remove_node("ttyUSB0")
+        root.panel.press("Connect")
+        root.panel.wait(lambda screen: screen.has_dialog(), 5, "the waiting dialog")
+        root.set_usb(DONGLE)
+        root.wait(lambda screen: not screen.has_dialog(), 5, "the dialog closed")
+        root.wait(lambda screen: screen.busy_bars(), 5, "the wait for the node")
+        root.set_usb("")
+        leave(root)
+        expect(root.calls("pppd") == [], "nothing was dialled")
+
+
+GROUPS = [Group("dongle", "the dongle comes, goes and is another one", lambda: [
+    *(Row(name, partial(throw_absent, bus)) for name, bus in (
+        ("no device", ""), ("another product", OTHER), ("another maker", OTHER_MAKER))),
+    *(Row(name, partial(throw_present, bus)) for name, bus in (
+        ("two dongles", DONGLE * 2), ("behind another", OTHER + DONGLE),
+        ("the USB library fails", "init -1\n"), ("the bus cannot be listed", "list -1\n"))),
+    Row("its node comes late", throw_late_node),
+    Row(f"{CYCLES} cycles", throw_cycles),
+    Row("pulled at Connect and while it waits for the node", throw_pulled_during_attempt,
+        chosen=True),
+])]

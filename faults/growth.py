@@ -1,0 +1,120 @@
+"""What a long life leaves behind: memory, descriptors and files, before and after.
+
+A preloaded clock runs fast, so that the 15 s of an attempt take a fraction of one.
+"""
+
+from __future__ import annotations
+
+import time
+from collections.abc import Callable
+from pathlib import Path
+from signal import SIGUSR1
+
+from panel.facts import FAILED, FIELDS
+from privateroot.files import LAUNCH
+from privateroot.process import PrivateRoot
+from faults.panel import at_rest, leave, private_kib, stored_root
+from faults.rows import Group, Row, expect
+
+FASTER = 60  # times, of the preloaded clock
+CLOCK = "/usr/$LIB/faketime/libfaketime.so.1"
+SETTLED_KIB = 128  # that the heap may take without any growth
+PIN = FIELDS[-1]
+SECONDS = 20  # for each thing that is waited for
+
+
+def check(root: PrivateRoot) -> None:
+    """One link check; it ends with a look at the bus, which is logged."""
+    log = root.run / "calls"
+    log.write_text("")
+    root.signal(SIGUSR1)
+    deadline = time.monotonic() + SECONDS
+    while not log.stat().st_size:
+        expect(time.monotonic() < deadline, "a link check")
+        time.sleep(0.001)
+
+
+def fail(root: PrivateRoot) -> None:
+    """One attempt that fails, and its notice."""
+    root.panel.press("Connect")
+    root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
+    expect(root.panel.dialog()["text"] == FAILED, "it tells that it failed")
+    root.panel.press("OK")
+    root.wait(lambda screen: not screen.has_dialog() and screen.button("Connect")["enabled"],
+              SECONDS, "the notice closed")
+
+
+def dial(root: PrivateRoot) -> None:
+    """One link, up and down again."""
+    root.panel.press("Connect")
+    root.set_link(True)
+    root.wait(lambda screen: screen.button("Disconnect")["enabled"], SECONDS, "the link")
+    root.panel.press("Disconnect")
+    root.set_link(False)
+    root.wait(lambda screen: screen.button("Connect")["enabled"], SECONDS, "the link down")
+
+
+def raise_keys(root: PrivateRoot) -> None:
+    root.panel.raise_keys(PIN)
+    root.panel.put_keys_away()
+
+
+def files_of(root: PrivateRoot) -> set[str]:
+    return {str(path.relative_to(root.base)) for folder in ("quenfold", "ppp", "dev")
+            for path in Path(root.base, folder).rglob("*")}
+
+
+class Growth:
+    """One thing that is done again and again.
+
+    @param most KiB of private memory that each time may leave behind
+    @param objects KiB of that which the objects need that stay by design, on amd64
+    """
+
+    def __init__(self, once: Callable[[PrivateRoot], None], count: int, most: float,
+                 objects: float = 0) -> None:
+        self.once, self.count, self.most, self.objects = once, count, most + objects, objects
+        self.figure = ""
+
+    def throw(self) -> None:
+        fast = LAUNCH.replace("program", f'program /usr/bin/env FAKETIME="+0 x{FASTER}"')
+        with stored_root(launch=fast, preload=[CLOCK], keys=True) as root:
+            root.unwrap("ls")
+            root.start()
+            for _ in range(self.count // 4 + 2):
+                self.once(root)
+            memory, descriptors, files = self._state(root)
+            for _ in range(self.count):
+                self.once(root)
+            after, descriptors_after, files_after = self._state(root)
+            grown = after - memory
+            self.figure = (f"{grown} KiB after {self.count}, {grown / self.count:.1f} each"
+                           + (f", {self.objects} of it in objects that stay by design"
+                              if self.objects else ""))
+            expect(grown <= self.most * self.count + SETTLED_KIB, f"grown by {self.figure}")
+            expect(descriptors_after == descriptors, f"descriptors: {root.descriptors()}")
+            expect(files_after == files, f"files: {files_after ^ files}")
+            leave(root)
+
+    def _state(self, root: PrivateRoot) -> tuple[int, int, set[str]]:
+        at_rest(root)
+        return private_kib(root.pid), len(root.descriptors()), files_of(root)
+
+
+def rows() -> list[Row]:
+    return [Row(name, growth.throw, chosen=name in CHOSEN) for name, growth in TABLE.items()]
+
+
+CHOSEN = ("20 links, up and down",)
+# A closed notice and a busy bar, measured by making and closing nothing else. Qt keeps some 10 KiB
+# for each widget that is under a style sheet.
+NOTICE_KIB, BAR_KIB = 63, 18
+TABLE = {
+    "10,000 link checks": Growth(check, 10_000, 0),
+    "300 failed attempts": Growth(fail, 300, 16, NOTICE_KIB + BAR_KIB),
+    "100 appearances of the keys": Growth(raise_keys, 100, 0.5),
+    "20 links, up and down": Growth(dial, 20, 16, BAR_KIB),
+}
+GROUPS = [Group("growth", "what a long life leaves behind", rows,
+                figures=lambda: [f"{name}: {growth.figure}" for name, growth in TABLE.items()
+                                 if growth.figure])]

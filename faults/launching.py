@@ -1,0 +1,107 @@
+"""What the launching process may have left in the way: closed descriptors, ignored and blocked
+signals, readers of the output that have gone or do not read."""
+
+from __future__ import annotations
+
+import os
+import signal
+import threading
+import time
+from functools import partial
+from itertools import chain, combinations
+from pathlib import Path
+
+from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect
+from faults.rows import Group, Row, expect
+
+LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/corvanta-launch"
+NORMAL = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
+ENV = "/usr/bin/env"
+# A pipe that nobody reads and that is full, and one whose reader has gone.
+STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
+           "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
+GONE = "/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
+SIGNALS = ("USR1", "CHLD", "PIPE", "TERM", "HUP")
+
+
+def throw(launch: str, setup: str = "") -> None:
+    """The panel comes up, serves a signal, dials and ends."""
+    with stored_root(launch=launch, setup=setup) as root:
+        root.start()
+        for number in range(3):
+            expect(root.descriptors().get(number), f"descriptor {number} is open")
+        alive(root)
+        type_and_connect(root)
+        expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
+        leave(root)
+
+
+def closed() -> list[Row]:
+    sets = chain.from_iterable(combinations(range(3), count) for count in (1, 2, 3))
+    redirections = ("<&-", ">&-", "2>&-")
+    opened = ("</dev/null", ">/testrun/stdout", "2>/testrun/stderr")
+    return [Row(f"closed: {' '.join(map(str, numbers))}",
+                partial(throw, "program " + " ".join(
+                    (redirections if fd in numbers else opened)[fd] for fd in range(3))),
+                chosen=len(numbers) == 3)
+            for numbers in sets]
+
+
+def signals() -> list[Row]:
+    return [Row(f"{how} {name}",
+                partial(throw, NORMAL.replace("program", f"program {ENV} --{how}-signal={name}")),
+                chosen=name in ("USR1", "CHLD"))
+            for how in ("ignore", "block") for name in SIGNALS]
+
+
+def readers() -> list[Row]:
+    gone = GONE + "exec 9>/testrun/gone; kill $reader; wait $reader\n"
+    return [
+        Row("standard error is not read", chosen=True, throw=partial(
+            throw, "program </dev/null >/testrun/stdout 2>/testrun/stalled", STALLED)),
+        Row("standard output is not read", chosen=True, throw=partial(
+            throw, "program </dev/null >/testrun/stalled 2>/testrun/stderr", STALLED)),
+        Row("the reader of standard error has gone", chosen=True, throw=partial(
+            throw, "program </dev/null >/testrun/stdout 2>&9", gone)),
+        Row("the reader of both has gone", throw=partial(
+            throw, "program </dev/null >&9 2>&9", gone)),
+        Row("the disk that takes the output is full", throw=partial(
+            throw, "program </dev/null >/dev/full 2>/dev/full")),
+    ]
+
+
+def throw_signals_from_exec() -> None:
+    """SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
+    launcher = "program /testrun/corvanta-launch"
+    with stored_root(launch=NORMAL.replace("program", launcher)) as root:
+        shipped = LAUNCHER.read_bytes()
+        root.write("/testrun/corvanta-launch", shipped)
+        root.host("/testrun/corvanta-launch").chmod(0o755)
+        over = threading.Event()
+
+        def send() -> None:
+            while not over.wait(0.01):
+                if root.pid:
+                    try:
+                        os.kill(root.pid, signal.SIGUSR1)
+                    except ProcessLookupError:
+                        return
+
+        sender = threading.Thread(target=send)
+        sender.start()
+        try:
+            root.start()
+        finally:
+            over.set()
+            sender.join()
+        time.sleep(1)
+        alive(root)
+        leave(root)
+
+
+GROUPS = [Group("launch", "what the launching process leaves in the way", lambda: [
+    *closed(), *signals(), *readers(),
+    Row("SIGUSR1 every 10 ms from exec on", throw_signals_from_exec, chosen=True),
+    Row("32 descriptors", partial(throw, NORMAL, "ulimit -n 32\n")),
+    Row("little environment", partial(throw, NORMAL, "unset HOME XDG_RUNTIME_DIR LC_ALL\n")),
+])]

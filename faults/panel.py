@@ -1,0 +1,101 @@
+"""What the rows in the private root do with the panel, and what must hold whatever happens."""
+
+from __future__ import annotations
+
+from collections.abc import Iterator
+from contextlib import contextmanager
+from pathlib import Path
+from signal import SIGUSR1
+from typing import Any
+
+from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FIELDS, PARAMETERS, PEER_FILE, SETTING,
+                         STATUS, stored_parameters)
+from privateroot.process import PrivateRoot
+from faults.rows import expect
+
+EXPECTED = Path(__file__).resolve().parents[1] / "tests/expected"
+STORED = stored_parameters(user="operator", password="secret")
+STORED_AUTO = b"1\n5\n"
+APN = "APN NAME:"
+TYPED = "web"  # the APN that a row's operator types
+EDITED = STORED.replace(b"internet", TYPED.encode())
+TYPED_LAST = "last"  # and before Exit
+EDITED_LAST = STORED.replace(b"internet", TYPED_LAST.encode())
+DEFAULTS = b"\n\n\n\n\n0\n"
+EXIT_SECONDS = 10
+
+
+@contextmanager
+def stored_root(**how: Any) -> Iterator[PrivateRoot]:
+    """A private root in which parameters have been stored; not started."""
+    with PrivateRoot(**how) as root:
+        root.write(PARAMETERS, STORED)
+        root.write(AUTO_CONNECT, STORED_AUTO)
+        yield root
+
+
+def shown(root: PrivateRoot) -> bytes:
+    """The dial-up values on the screen, as a save would store them."""
+    screen = root.panel.screen()
+    lines = [screen.field(label)["text"] for label in FIELDS]
+    return "".join(f"{line}\n" for line in [*lines, screen.field(AUTH)["index"]]).encode()
+
+
+def alive(root: PrivateRoot) -> None:
+    """It takes a touch and serves a link check."""
+    root.panel.open_tab(STATUS)
+    before = len(root.calls("ifconfig"))
+    root.signal(SIGUSR1)
+    root.wait_calls("ifconfig", before + 1)
+    root.panel.open_tab(SETTING)
+
+
+def at_rest(root: PrivateRoot) -> None:
+    """Waits until no command runs any more."""
+    root.wait_until(lambda: not root.processes(), 5, "the commands' end")
+
+
+def type_and_connect(root: PrivateRoot) -> None:
+    """Types another APN and touches Connect; pppd is started."""
+    dialled = len(root.calls("pppd"))
+    root.panel.fill(APN, TYPED)
+    root.panel.press("Connect")
+    root.wait_calls("pppd", dialled + 1)
+
+
+def leave(root: PrivateRoot) -> None:
+    """Exit is touched, and nothing is left."""
+    root.panel.press("Exit")
+    expect(root.wait_exit(EXIT_SECONDS) == 0, f"exit status 0:\n{root.report()}")
+    root.wait_until(lambda: not root.processes(), EXIT_SECONDS, "no process left")
+
+
+def stored(root: PrivateRoot) -> bytes:
+    """The six lines of the parameter file that count; nothing when there are fewer."""
+    lines = root.content(PARAMETERS).split(b"\n")[:-1][:6]
+    return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
+
+
+def private_kib(pid: int) -> int:
+    """A process's memory that no file could give back."""
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
+    return int(rollup.partition("\nAnonymous:")[2].split()[0])
+
+
+def repairable(root: PrivateRoot, *expected: bytes) -> None:
+    """A second start shows what is stored, one of those expected, and an edit and a Connect bring
+    all four files to where they belong."""
+    with PrivateRoot() as second:
+        for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE):
+            if (content := root.read(path)) is not None:
+                second.write(path, content)
+        second.start()
+        expect(shown(second) in expected, f"{shown(second)!r} is one of {expected}")
+        second.panel.fill(APN, "again")
+        second.panel.press("Connect")
+        second.wait_calls("pppd", 1)
+        values = stored(second).decode().split("\n")[:-1]
+        expect(values[0] == "again" and len(values) == 6, f"saved: {values}")
+        expect(b'"again"' in second.content(CHAT_SCRIPT), "the chat script is new")
+        expect(second.content(PEER_FILE).count(b"\n") >= 14, "the peer file is whole")
+        leave(second)

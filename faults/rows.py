@@ -1,0 +1,77 @@
+"""A fault, what is expected of the program under it, and what came of it."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Callable
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass
+from enum import Enum
+
+
+class Outcome(Enum):
+    """What a row has shown."""
+
+    HELD = "held"
+    ORDERED = "ordered by the design"
+    FAILED = "failed"
+
+
+@dataclass
+class Row:
+    """One fault.
+
+    @ivar throw throws the fault and looks at what the program does; AssertionError when it is not
+        what was expected
+    @ivar ordered why the program loses something under this fault by design; None when it must not
+    @ivar chosen whether ./test throws it, too
+    """
+
+    name: str
+    throw: Callable[[], None]
+    ordered: str | None = None
+    chosen: bool = False
+
+
+@dataclass
+class Result:
+    """What came of a row."""
+
+    row: Row
+    why: str = ""  # it failed
+
+    @property
+    def outcome(self) -> Outcome:
+        if self.why:
+            return Outcome.FAILED
+        return Outcome.ORDERED if self.row.ordered else Outcome.HELD
+
+
+@dataclass
+class Group:
+    """Faults of one kind. Its rows are found when they are asked for: that may take a run."""
+
+    name: str
+    title: str
+    rows: Callable[[], list[Row]]
+    at_once: int = 2 * (os.cpu_count() or 1)  # most of a row is waiting
+    figures: Callable[[], list[str]] = list  # what was measured, a line each
+
+    def throw(self, rows: list[Row], tell: Callable[[Result], None]) -> list[Result]:
+        """Throws rows, several at once. @param tell is called with each result as it comes"""
+        def one(row: Row) -> Result:
+            try:
+                row.throw()
+                result = Result(row)
+            except Exception as error:  # whatever went wrong, the next row is thrown
+                result = Result(row, f"{type(error).__name__}: {error}")
+            tell(result)
+            return result
+        with ThreadPoolExecutor(self.at_once) as pool:
+            return list(pool.map(one, rows))
+
+
+def expect(holds: object, what: str) -> None:
+    """@raise AssertionError naming what was expected"""
+    if not holds:
+        raise AssertionError(what)

@@ -1,0 +1,47 @@
+"""The program is told to end, or killed, at every system call of a save."""
+
+from __future__ import annotations
+
+from functools import partial
+
+from faults.calls import POSSIBLE, logged_root, phases
+from faults.panel import (APN, EXIT_SECONDS, TYPED, TYPED_LAST, alive, repairable, stored,
+                          type_and_connect)
+from faults.rows import Group, Row, expect
+from faults.trace import Fault, launch
+
+ORDERLY = ("TERM", "INT", "HUP")
+TWO_FILES = ("a kill between two files of one Connect leaves the earlier script or peer file "
+             "beside the new parameters: the next edit makes them agree again")
+
+
+def throw(phase: str, fault: Fault, signal: str) -> None:
+    with logged_root(launch(fault)) as root:
+        root.start()
+        if phase == "exit":
+            type_and_connect(root)
+            alive(root)
+            root.panel.fill(APN, TYPED_LAST)
+            root.panel.press("Exit")
+        else:
+            root.panel.fill(APN, TYPED)
+            root.panel.press("Connect")
+        status = root.wait_exit(EXIT_SECONDS)
+        expect(status == (137 if signal == "KILL" else 0), f"exit status {status}")
+        possible = POSSIBLE[phase] if signal == "KILL" else POSSIBLE[phase][1:]
+        expect(stored(root) in possible, f"{stored(root)!r} is stored")
+        repairable(root, *possible)
+
+
+def rows() -> list[Row]:
+    found = phases(launch())
+    return [Row(f"{phase}: {fault}", partial(throw, phase, fault, signal),
+                ordered=TWO_FILES if signal == "KILL" and phase == "connect" else None,
+                chosen=signal == "KILL" and call.name in ("ftruncate", "fsync", "pwrite64"))
+            for phase in ("connect", "exit")
+            for call in found[phase]
+            for signal in ("KILL", *ORDERLY)
+            for fault in [Fault(call, f"signal={signal}")]]
+
+
+GROUPS = [Group("saves", "ended or killed at every call of a save", rows)]

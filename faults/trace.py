@@ -1,0 +1,67 @@
+"""The program under strace: which system calls it makes for its own files, and having them fail.
+
+strace numbers the calls of one name that touch the files; a run with a fault is the same run up to
+the fault, so the numbers of a run without one are those of the calls to come.
+"""
+
+from __future__ import annotations
+
+import re
+from collections import Counter
+from dataclasses import dataclass
+from typing import NamedTuple
+
+from panel.facts import AUTO_CONNECT, CHAT_LOG, CHAT_SCRIPT, OLD_LOG, PARAMETERS, PEER_FILE, PPP_LOG
+from privateroot.files import LAUNCH
+from privateroot.process import PrivateRoot
+
+TRACE = "/testrun/trace"
+OWN_FILES = (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)
+LOGS = (PPP_LOG, PPP_LOG + OLD_LOG, CHAT_LOG, CHAT_LOG + OLD_LOG)
+FOLDERS = ("/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")
+
+
+class Call(NamedTuple):
+    """One system call: the number of its name."""
+
+    name: str
+    number: int
+
+
+@dataclass
+class Fault:
+    """What strace does to a call, in the words of its option inject.
+
+    @ivar deed such as "error=EIO" or "signal=KILL"
+    @ivar lasting whether every later call of that name has the same fault
+    """
+
+    call: Call
+    deed: str
+    lasting: bool = False
+
+    def __str__(self) -> str:
+        return (f"{self.deed.partition('=')[2]} at {self.call.name} {self.call.number}"
+                f"{' and later' if self.lasting else ''}")
+
+
+def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS + FOLDERS,
+           calls: str = "all") -> str:
+    """How a private root runs the program under strace. @param calls names, with commas between"""
+    words = ["program", "/usr/bin/strace", "-D", "-o", TRACE, "-e", f"trace={calls}"]
+    words += [word for file in files for word in ("-P", file)]
+    if fault:
+        when = f"{fault.call.number}{'+' if fault.lasting else ''}"
+        words += ["-e", f"inject={fault.call.name}:{fault.deed}:when={when}"]
+    return LAUNCH.replace("program", " ".join(words))
+
+
+def calls_so_far(root: PrivateRoot) -> list[Call]:
+    """The calls that strace has seen, in order."""
+    counts: Counter[str] = Counter()
+    calls = []
+    for line in root.content(TRACE).decode(errors="replace").splitlines():
+        if match := re.match(r"(?:\d+ +)?(\w+)\(", line):
+            counts[match[1]] += 1
+            calls.append(Call(match[1], counts[match[1]]))
+    return calls
