@@ -22,7 +22,7 @@ int main(int argc, char **argv)
     PanelStyle::apply(app);
     MFilter filter(nullptr);
     app.installEventFilter(&filter);
-    auto *inputMethods = new InputMethodManagement; // Lives as long as the process.
+    static auto *const inputMethods = new InputMethodManagement; // Lives as long as the process.
     QWSServer::setCurrentInputMethod(inputMethods->getCurrentInputMethod());
     QWSServer::setBackground(QBrush(Qt::black, Qt::SolidPattern));
     QWSServer::setCursorVisible(false);

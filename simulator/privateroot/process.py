@@ -99,7 +99,8 @@ class PrivateRoot(RootRecord):
             "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
             "CORVANTA_PRELOAD": ":".join(
                 name if "/" in name else f"/testfakes/lib{name}.so" for name in preload),
-            "ASAN_OPTIONS": "verify_asan_link_order=0:detect_leaks=0",
+            "ASAN_OPTIONS": "verify_asan_link_order=0",
+            "LSAN_OPTIONS": "suppressions=/testroot/leaks:print_suppressions=0",
         }
 
     def start(self, *, shown: bool = True, timeout: float = 10.0) -> PrivateRoot:
