@@ -6,13 +6,15 @@ import argparse
 import sys
 import time
 from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from faults import calls, clock, commands, dongle, files, growth, launching, saves, values
+from faults import calls, clock, commands, dongle, files, growth, launching, onboard, saves, values
 from faults.rows import Group, Outcome, Result
 
-MODULES = (calls, saves, launching, commands, files, values, dongle, clock, growth)
+MODULES = (calls, saves, launching, commands, files, values, dongle, clock, growth, onboard)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
+SLOW = ("growth", "clock", "board")  # they mostly wait: thrown beside the others
 PAGE = Path("docs/reliability.md")
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
 
@@ -52,9 +54,9 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
 
     results = group.throw(rows, tell)
     if results:
-        print(f"{group.name}: {counted(results)} ({time.monotonic() - begin:.0f} s)", flush=True)
-        for figure in group.figures():
-            print(f"  {figure}")
+        lines = [f"{group.name}: {counted(results)} ({time.monotonic() - begin:.0f} s)",
+                 *(f"  {figure}" for figure in group.figures())]
+        print("\n".join(lines), flush=True)
     return results
 
 
@@ -77,7 +79,11 @@ def write_docs(results: dict[str, list[Result]]) -> None:
 def main() -> int:
     wanted = arguments()
     groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
-    results = {group.name: throw(group, wanted) for group in groups}
+    lanes = [[group for group in groups if group.name in SLOW],
+             [group for group in groups if group.name not in SLOW]]
+    with ThreadPoolExecutor(len(lanes)) as pool:
+        thrown = pool.map(lambda lane: {group.name: throw(group, wanted) for group in lane}, lanes)
+        results = {name: found for lane in thrown for name, found in lane.items()}
     everything = [result for found in results.values() for result in found]
     print(f"{len(everything)} faults: {counted(everything)}")
     if wanted.write_docs:

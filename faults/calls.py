@@ -10,10 +10,10 @@ from functools import cache, partial
 
 from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG
 from privateroot.process import PrivateRoot
-from faults.panel import (APN, EDITED, EDITED_LAST, STORED, TYPED, TYPED_LAST, alive, leave,
-                          repairable, stored, stored_root, type_and_connect)
+from faults.panel import (APN, EDITED, EDITED_LAST, STORED, STORED_AUTO, TYPED, TYPED_LAST, alive,
+                          leave, repairable, stored, stored_root, type_and_connect)
 from faults.rows import Group, Row, expect
-from faults.trace import Call, Fault, calls_so_far, launch
+from faults.trace import OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process
@@ -48,9 +48,14 @@ def phases(how: str) -> dict[str, list[Call]]:
 
 
 def whole_or_missing(root: PrivateRoot) -> None:
+    """The generated files have all their lines, and nothing new can be read by others."""
     for path, lines in GENERATED.items():
         content = root.read(path)
         expect(content is None or content.count(b"\n") == lines, f"{path} is whole: {content!r}")
+    for path in OWN_FILES:
+        content = root.read(path)
+        expect(content in (None, STORED, STORED_AUTO) or root.mode(path) == "600",
+               f"{path} is closed to others: {root.read(path)!r}")
 
 
 def throw(phase: str, fault: Fault) -> None:
@@ -69,6 +74,17 @@ def throw(phase: str, fault: Fault) -> None:
         repairable(root, *possible)
 
 
+def throw_folder() -> None:
+    """The name of a file that was created lasts as its content does."""
+    with logged_root(launch(calls="fsync")) as root:
+        root.start()
+        type_and_connect(root)
+        trace = root.content(TRACE).decode()
+        for path in GENERATED:
+            folder = path.rpartition("/")[0]
+            expect(f"<{folder}>)" in trace, f"{folder} is synced: {trace}")
+
+
 def own_files() -> list[Row]:
     rows = []
     for phase, calls in phases(launch()).items():
@@ -77,8 +93,9 @@ def own_files() -> list[Row]:
             for kind, fault in enumerate((Fault(call, error), Fault(call, error, lasting=True),
                                           Fault(call, "error=EINTR"))):
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault),
-                                chosen=kind == 0 and at % 4 == 0))
-    return rows
+                                chosen=kind == 0 and (phase == "start" or at % 4 == 0
+                                                      or call.name == "fchmod")))
+    return [*rows, Row("a new file's folder is synced", throw_folder, chosen=True)]
 
 
 def throw_at_command(phase: str, fault: Fault) -> None:

@@ -10,6 +10,7 @@ from faults.panel import (APN, EXIT_SECONDS, TYPED, TYPED_LAST, alive, repairabl
 from faults.rows import Group, Row, expect
 from faults.trace import Fault, launch
 
+CUT = ("ftruncate", "fsync", "pwrite64")
 ORDERLY = ("TERM", "INT", "HUP")
 TWO_FILES = ("a kill between two files of one Connect leaves the earlier script or peer file "
              "beside the new parameters: the next edit makes them agree again")
@@ -37,7 +38,7 @@ def rows() -> list[Row]:
     found = phases(launch())
     return [Row(f"{phase}: {fault}", partial(throw, phase, fault, signal),
                 ordered=TWO_FILES if signal == "KILL" and phase == "connect" else None,
-                chosen=signal == "KILL" and call.name in ("ftruncate", "fsync", "pwrite64"))
+                chosen=call.name in CUT and signal in ("KILL", "TERM"))
             for phase in ("connect", "exit")
             for call in found[phase]
             for signal in ("KILL", *ORDERLY)

@@ -48,7 +48,7 @@ class Fault:
 def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS + FOLDERS,
            calls: str = "all") -> str:
     """How a private root runs the program under strace. @param calls names, with commas between"""
-    words = ["program", "/usr/bin/strace", "-D", "-o", TRACE, "-e", f"trace={calls}"]
+    words = ["program", "/usr/bin/strace", "-D", "-y", "-o", TRACE, "-e", f"trace={calls}"]
     words += [word for file in files for word in ("-P", file)]
     if fault:
         when = f"{fault.call.number}{'+' if fault.lasting else ''}"

@@ -24,6 +24,7 @@ private slots:
     void init() { m_folder.reset(new QTemporaryDir); }
     void followsALinkToARegularFile();
     void readsAtMostAMebibyte();
+    void tellsFailuresWhenAsked();
 
 private:
     QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
@@ -44,6 +45,16 @@ void LineFileTest::readsAtMostAMebibyte()
 {
     put(path("f"), QByteArray(3 << 20, 'x'));
     QCOMPARE(linefile::read(path("f")).bytes.size(), 1024 * 1024);
+}
+
+void LineFileTest::tellsFailuresWhenAsked()
+{
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+    QVERIFY(!linefile::write(m_folder->path(), {"x"}));
+    QLoggingCategory::setFilterRules(QStringLiteral("corvanta.files.warning=true"));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("^open .*: Is a directory$")));
+    QVERIFY(!linefile::write(m_folder->path(), {"x"}));
 }
 
 QTEST_GUILESS_MAIN(LineFileTest)

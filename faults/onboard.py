@@ -1,0 +1,129 @@
+"""The modem and the network behind it, on the simulated board: what the operator sees, and when."""
+
+from __future__ import annotations
+
+import re
+import time
+from collections.abc import Iterator, Mapping
+from contextlib import contextmanager
+from functools import partial
+
+from faults.rows import Group, Row, expect
+from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, GREEN, LINK_STATUS, MISC, PARAMETERS, RED,
+                         SETTING, SOON_SECONDS, START_SECONDS, STATUS, WITHOUT_KEYS,
+                         stored_parameters)
+from virtualboard.board import Board
+from virtualboard.dongle import MODEM_LOG
+
+STORED = stored_parameters(user="operator", password="secret")
+WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
+FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
+PIN_TRIES = 3  # of a SIM
+REDIALS = ("a wrong PIN is tried again by pppd (persist) some 33 s later: one press of Connect "
+           "spends the SIM's three tries in two minutes, unless Disconnect is touched")
+UNTOLD = ("a link that drops or stops answering stays shown as connected until the next check: "
+          "ip-down must send SIGUSR1")
+
+
+@contextmanager
+def dialled(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
+            before: str = ":") -> Iterator[Board]:
+    """A board on which Connect has been touched. @param before shell commands just before that"""
+    with Board((480, 272), f"faults-{re.sub('[^a-z0-9]+', '-', name.lower())}") as board:
+        board.dongle.tell_modem(modem)
+        board.dongle.plug()
+        board.guest.write(PARAMETERS, parameters)
+        board.program.start(WITHOUT_KEYS)
+        board.panel.wait(lambda screen: screen.main_window()["visible"], START_SECONDS, "a start")
+        board.panel.open_tab(MISC)  # an edit there has both generated files written
+        board.panel.fill(COUNTS, "7")
+        board.panel.open_tab(SETTING)
+        board.guest.sh(before)
+        board.panel.press("Connect")
+        yield board
+
+
+def alive(board: Board) -> None:
+    """It takes touches, and Exit ends it."""
+    board.panel.open_tab(STATUS)
+    board.panel.press("Exit")
+    expect(board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
+
+
+def wait_link(board: Board, text: str, style: str) -> None:
+    board.panel.open_tab(STATUS)
+    board.panel.wait(lambda screen: (screen.value(LINK_STATUS)["text"],
+                                     screen.value(LINK_STATUS)["style"]) == (text, style),
+                     CHECK_SECONDS, f"{text} in {style}")
+
+
+def throw_refused(name: str, modem: Mapping[str, str], before: str = ":") -> None:
+    """The notice comes 15 s after pppd was started, whatever the modem does."""
+    with dialled(name, modem, before=before) as board:
+        board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS, FAILED)
+        board.panel.press("OK")
+        board.panel.wait(lambda screen: screen.button("Connect")["enabled"], SOON_SECONDS,
+                         "Connect enabled")
+        alive(board)
+
+
+def throw_connected(name: str, modem: Mapping[str, str]) -> None:
+    with dialled(name, modem) as board:
+        wait_link(board, "connected", GREEN)
+        alive(board)
+
+
+def throw_ended(name: str, modem: Mapping[str, str], end: str) -> None:
+    """A link that ends or stops: shown after a signal, as ip-down sends it.
+    @param end shell commands after which the link is of no use"""
+    with dialled(name, modem) as board:
+        wait_link(board, "connected", GREEN)
+        board.guest.sh(end, CHECK_SECONDS)
+        expect(board.panel.value(LINK_STATUS)["text"] == "connected", "nobody has told it yet")
+        board.guest.sh(f"killall pppd; kill -USR1 {board.program.pid()}")
+        wait_link(board, "disconnected", RED)
+        alive(board)
+
+
+def throw_wrong_pin(name: str) -> None:
+    """The operator is told after 15 s; pppd goes on until the SIM is locked."""
+    with dialled(name, {"sim.pin": "4321"}, WRONG_PIN) as board:
+        board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS, FAILED)
+        deadline = time.monotonic() + 5 * CHECK_SECONDS
+        while board.guest.read(MODEM_LOG).count(b"heard \"AT+CPIN=") < PIN_TRIES:
+            expect(time.monotonic() < deadline, "three tries")
+            board.guest.sh("sleep 5", SOON_SECONDS)
+        board.panel.press("OK")
+        alive(board)
+
+
+def rows() -> list[Row]:
+    refused: dict[str, Mapping[str, str]] = {
+        "silent modem": {"answer": "silent"}, "no carrier": {"dial": "no-carrier"},
+        "busy": {"dial": "busy"}, "error at the dial command": {"dial": "error"},
+        "no dialtone": {"dial": "no-dialtone"}, "no answer": {"dial": "no-answer"},
+        "delayed": {"dial": "delayed"}, "no SIM": {"sim.present": "no"},
+        "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
+        "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
+        "another APN": {"apn": "elsewhere"},
+    }
+    connected: dict[str, Mapping[str, str]] = {
+        "echo stays on": {"answer": "echo"}, "replies in pieces": {"answer": "pieces"},
+        "three seconds to connect": {"dial_ms": "3000"},
+        "CHAP": {"auth": "chap", "user": "operator", "password": "secret"},
+    }
+    return [
+        *(Row(name, partial(throw_refused, name, modem)) for name, modem in refused.items()),
+        *(Row(name, partial(throw_connected, name, modem)) for name, modem in connected.items()),
+        Row("LCP is not answered", partial(
+            throw_refused, "lcp", {}, f"(until {FREEZE}; do sleep 0.05; done) >/dev/null 2>&1 &")),
+        Row("the network drops the call", partial(
+            throw_ended, "drop", {"drop_after_s": "25"},
+            "until ! ifconfig | grep -q ppp; do sleep 0.2; done"), ordered=UNTOLD),
+        Row("the network answers nothing any more", partial(
+            throw_ended, "silenced", {}, FREEZE), ordered=UNTOLD),
+        Row("wrong PIN", partial(throw_wrong_pin, "wrong-pin"), ordered=REDIALS),
+    ]
+
+
+GROUPS = [Group("board", "modem and network, on the simulated board", rows, at_once=2)]
