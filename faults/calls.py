@@ -11,7 +11,7 @@ from functools import cache, partial
 from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG
 from privateroot.process import PrivateRoot
 from faults.panel import (APN, EDITED, EDITED_LAST, STORED, STORED_AUTO, TYPED, TYPED_LAST, alive,
-                          leave, repairable, stored, stored_root, type_and_connect)
+                          leave, repairable, stored, stored_root, type_and_connect, untouched_run)
 from faults.rows import Group, Row, expect
 from faults.trace import OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
 
@@ -74,6 +74,11 @@ def throw(phase: str, fault: Fault) -> None:
         repairable(root, *possible)
 
 
+def throw_uninspected(fault: Fault) -> None:
+    with stored_root(launch=launch(fault), inspected=False) as root:
+        untouched_run(root)
+
+
 def throw_folder() -> None:
     """The name of a file that was created lasts as its content does."""
     with logged_root(launch(calls="fsync")) as root:
@@ -95,6 +100,10 @@ def own_files() -> list[Row]:
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault),
                                 chosen=kind == 0 and (phase == "start" or at % 4 == 0
                                                       or call.name == "fchmod")))
+    for at, call in enumerate(phases(launch())["start"]):
+        fault = Fault(call, "error=EIO")
+        rows.append(Row(f"start: {fault}, no inspector", partial(throw_uninspected, fault),
+                        chosen=at < 4))
     return [*rows, Row("a new file's folder is synced", throw_folder, chosen=True)]
 
 

@@ -58,7 +58,7 @@ def throw_cycles() -> None:
         root.start()
         alive(root)
         at_rest(root)
-        before = len(root.descriptors())
+        before = root.descriptors()
         for _ in range(CYCLES):
             root.set_usb("")
             root.remove_node("ttyUSB0")
@@ -68,7 +68,8 @@ def throw_cycles() -> None:
             root.add_node("ttyUSB0")
             wait_dongle(root, "detected", GREEN)
         at_rest(root)
-        expect(len(root.descriptors()) == before, f"descriptors: {root.descriptors()}")
+        after = root.descriptors()
+        expect(after == before, f"descriptors: {before}, then {after}")
         leave(root)
 
 

@@ -92,13 +92,13 @@ class Growth:
                            + (f", {self.objects} of it in objects that stay by design"
                               if self.objects else ""))
             expect(grown <= self.most * self.count + SETTLED_KIB, f"grown by {self.figure}")
-            expect(descriptors_after == descriptors, f"descriptors: {root.descriptors()}")
+            expect(descriptors_after == descriptors, f"descriptors: {descriptors_after}")
             expect(files_after == files, f"files: {files_after ^ files}")
             leave(root)
 
-    def _state(self, root: PrivateRoot) -> tuple[int, int, set[str]]:
+    def _state(self, root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
         at_rest(root)
-        return private_kib(root.pid), len(root.descriptors()), files_of(root)
+        return private_kib(root.pid), root.descriptors(), files_of(root)
 
 
 def rows() -> list[Row]:

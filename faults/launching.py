@@ -11,7 +11,8 @@ from functools import partial
 from itertools import chain, combinations
 from pathlib import Path
 
-from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect
+from faults.panel import (EDITED, alive, leave, stored, stored_root, type_and_connect,
+                          untouched_run)
 from faults.rows import Group, Row, expect
 
 LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/corvanta-launch"
@@ -20,7 +21,8 @@ ENV = "/usr/bin/env"
 # A pipe that nobody reads and that is full, and one whose reader has gone.
 STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
-GONE = "/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
+GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
+        "exec 9>/testrun/gone; kill $reader; wait $reader\n")
 SIGNALS = ("USR1", "CHLD", "PIPE", "TERM", "HUP")
 
 
@@ -34,6 +36,11 @@ def throw(launch: str, setup: str = "") -> None:
         type_and_connect(root)
         expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
         leave(root)
+
+
+def throw_uninspected(launch: str, setup: str) -> None:
+    with stored_root(launch=launch, setup=setup, inspected=False) as root:
+        untouched_run(root)
 
 
 def closed() -> list[Row]:
@@ -54,20 +61,22 @@ def signals() -> list[Row]:
             for how in ("ignore", "block") for name in SIGNALS]
 
 
+READERS = {
+    "standard error is not read": ("program </dev/null >/testrun/stdout 2>/testrun/stalled",
+                                   STALLED),
+    "standard output is not read": ("program </dev/null >/testrun/stalled 2>/testrun/stderr",
+                                    STALLED),
+    "the reader of standard error has gone": ("program </dev/null >/testrun/stdout 2>&9", GONE),
+    "the reader of both has gone": ("program </dev/null >&9 2>&9", GONE),
+    "the disk that takes the output is full": ("program </dev/null >/dev/full 2>/dev/full", ""),
+}
+
+
 def readers() -> list[Row]:
-    gone = GONE + "exec 9>/testrun/gone; kill $reader; wait $reader\n"
-    return [
-        Row("standard error is not read", chosen=True, throw=partial(
-            throw, "program </dev/null >/testrun/stdout 2>/testrun/stalled", STALLED)),
-        Row("standard output is not read", chosen=True, throw=partial(
-            throw, "program </dev/null >/testrun/stalled 2>/testrun/stderr", STALLED)),
-        Row("the reader of standard error has gone", chosen=True, throw=partial(
-            throw, "program </dev/null >/testrun/stdout 2>&9", gone)),
-        Row("the reader of both has gone", throw=partial(
-            throw, "program </dev/null >&9 2>&9", gone)),
-        Row("the disk that takes the output is full", throw=partial(
-            throw, "program </dev/null >/dev/full 2>/dev/full")),
-    ]
+    """Also without the inspector, which hides what a signal would do to the program alone."""
+    return [row for name, (launch, setup) in READERS.items() for row in (
+        Row(name, partial(throw, launch, setup), chosen="error" in name),
+        Row(f"{name}, no inspector", partial(throw_uninspected, launch, setup), chosen=True))]
 
 
 def throw_signals_from_exec() -> None:

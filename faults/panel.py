@@ -5,7 +5,7 @@ from __future__ import annotations
 from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
-from signal import SIGUSR1
+from signal import SIGTERM, SIGUSR1
 from typing import Any
 
 from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FIELDS, PARAMETERS, PEER_FILE, SETTING,
@@ -50,9 +50,23 @@ def alive(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
+def untouched_run(root: PrivateRoot) -> None:
+    """A run of the program alone in its process, without the inspector: it starts, checks the link
+    when it is asked to, and ends when it is told to."""
+    root.start(shown=False)
+    root.wait_calls("ifconfig", 1, 10)
+    root.signal(SIGUSR1)
+    root.wait_calls("ifconfig", 2)
+    root.signal(SIGTERM)
+    expect(root.wait_exit(EXIT_SECONDS) == 0, f"exit status 0:\n{root.report()}")
+    expect(root.content(PARAMETERS) == STORED, "what is stored stays")
+
+
 def at_rest(root: PrivateRoot) -> None:
-    """Waits until no command runs any more."""
-    root.wait_until(lambda: not root.processes(), 5, "the commands' end")
+    """Waits until no command runs and none is waited for: its descriptors are closed."""
+    root.wait_until(lambda: not root.processes()
+                    and not any("[pidfd]" in open_ for open_ in root.descriptors().values()),
+                    5, "the commands' end")
 
 
 def type_and_connect(root: PrivateRoot) -> None:

@@ -37,12 +37,14 @@ class PrivateRoot(RootRecord):
     @param preload further libraries: of the folder fakes, by name, or any, by their path
     @param mounts further arguments for bwrap, after all others
     @param locale value of LC_ALL
+    @param inspected whether the inspector is in the process: without it nothing can be touched
     @param keys whether the on-screen keys come up; without them a touched field stays where it is
     @param files what RootFiles is made with
     """
 
     def __init__(self, *, size: tuple[int, int] = (800, 480), preload: Iterable[str] = (),
                  mounts: Iterable[str] = (), locale: str = "C.UTF-8", keys: bool = False,
+                 inspected: bool = True,
                  **files: Any) -> None:
         super().__init__(**files)
         self.size = size
@@ -50,6 +52,7 @@ class PrivateRoot(RootRecord):
         self._preload = ["fakeusb", *preload]
         self._locale = locale
         self._keys = keys
+        self._inspected = inspected
         self._bwrap: subprocess.Popen[bytes] | None = None
         self._init = 0
         self.pid = 0
@@ -93,7 +96,7 @@ class PrivateRoot(RootRecord):
             "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": self._locale,
             "PATH": os.environ["PATH"],
             "QT_QPA_PLATFORM": f"vnc:size={width}x{height}",
-            "QT_QPA_GENERIC_PLUGINS": "inspector", "QT_PLUGIN_PATH": "/testplugins",
+            "QT_QPA_GENERIC_PLUGINS": "inspector" if self._inspected else "", "QT_PLUGIN_PATH": "/testplugins",
             **({} if self._keys else WITHOUT_KEYS),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
             "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
