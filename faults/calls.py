@@ -97,9 +97,8 @@ def own_files() -> list[Row]:
             error = f"error={ERRORS.get(call.name, 'EIO')}"
             for kind, fault in enumerate((Fault(call, error), Fault(call, error, lasting=True),
                                           Fault(call, "error=EINTR"))):
-                rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault),
-                                chosen=kind == 0 and (phase == "start" or at % 4 == 0
-                                                      or call.name == "fchmod")))
+                chosen = phase == "start" or at % 4 == 0 if kind == 0 else call.name == "fchmod"
+                rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=chosen))
     for at, call in enumerate(phases(launch())["start"]):
         fault = Fault(call, "error=EIO")
         rows.append(Row(f"start: {fault}, no inspector", partial(throw_uninspected, fault),

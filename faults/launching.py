@@ -26,12 +26,14 @@ GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & 
 SIGNALS = ("USR1", "CHLD", "PIPE", "TERM", "HUP")
 
 
-def throw(launch: str, setup: str = "") -> None:
-    """The panel comes up, serves a signal, dials and ends."""
+def throw(launch: str, setup: str = "", closed: tuple[int, ...] = ()) -> None:
+    """The panel comes up, serves a signal, dials and ends. Nothing has taken the place of a closed
+    descriptor."""
     with stored_root(launch=launch, setup=setup) as root:
         root.start()
-        for number in range(3):
-            expect(root.descriptors().get(number), f"descriptor {number} is open")
+        for number in closed:
+            found = root.descriptors().get(number)
+            expect(found == "/dev/null", f"descriptor {number} is {found}")
         alive(root)
         type_and_connect(root)
         expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
@@ -49,7 +51,8 @@ def closed() -> list[Row]:
     opened = ("</dev/null", ">/testrun/stdout", "2>/testrun/stderr")
     return [Row(f"closed: {' '.join(map(str, numbers))}",
                 partial(throw, "program " + " ".join(
-                    (redirections if fd in numbers else opened)[fd] for fd in range(3))),
+                    (redirections if fd in numbers else opened)[fd] for fd in range(3)),
+                    closed=numbers),
                 chosen=len(numbers) == 3)
             for numbers in sets]
 
