@@ -14,7 +14,7 @@ from faults.rows import Group, Outcome, Result
 
 MODULES = (calls, saves, launching, commands, files, values, dongle, clock, growth, onboard)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
-SLOW = ("growth", "clock", "board")  # they mostly wait: thrown beside the others
+LANES = (("board",), ("growth", "clock"))  # they mostly wait: thrown beside the others
 PAGE = Path("docs/reliability.md")
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
 
@@ -61,26 +61,35 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
 
 
 def write_docs(results: dict[str, list[Result]]) -> None:
-    lines = ["| group | faults | held | ordered by the design | failed |", "|---|---|---|---|---|"]
-    for group in GROUPS:
-        counts = Counter(result.outcome for result in results[group.name])
-        cells = [f"{group.name}: {group.title}", str(len(results[group.name])),
-                 *(str(counts[outcome]) for outcome in Outcome)]
-        lines.append("| " + " | ".join(cells) + " |")
-    lines += ["", *(f"- {group.name}: {figure}" for group in GROUPS for figure in group.figures())]
-    reasons = {result.row.ordered for found in results.values() for result in found
-               if result.outcome is Outcome.ORDERED}
-    lines += ["", "Ordered by the design:", ""]
-    lines += [f"- {reason}" for reason in sorted(filter(None, reasons))]
+    """Renews the lines of the groups that were thrown; the page keeps those of the others."""
     head, _, rest = PAGE.read_text().partition(BEGIN)
-    PAGE.write_text(head + BEGIN + "\n".join(lines) + "\n" + END + rest.partition(END)[2])
+    earlier, _, tail = rest.partition(END)
+    kept = {line.split(":")[0].strip("|- "): line for line in earlier.splitlines() if ":" in line}
+    table, figures, reasons = [], [], []
+    for group in GROUPS:
+        thrown = results.get(group.name)
+        if thrown is None:
+            table += [line for name, line in kept.items() if name == group.name]
+            continue
+        counts = Counter(result.outcome for result in thrown)
+        cells = [f"{group.name}: {group.title}", *(str(counts[outcome]) for outcome in Outcome)]
+        table.append(f"| {' | '.join(cells)} |")
+        figures += [f"- {group.name}, {figure}" for figure in group.figures()]
+        reasons += sorted({f"- {group.name}, ordered: {result.row.ordered}" for result in thrown
+                           if result.outcome is Outcome.ORDERED})
+    names = {f"{name}," for name in results}
+    notes = [line for line in earlier.splitlines()
+             if line.startswith("- ") and line.split()[1] not in names] + figures + reasons
+    lines = ["| group | held | ordered by the design | failed |", "|---|---|---|---|", *table, "",
+             *sorted(notes), ""]
+    PAGE.write_text(head + BEGIN + "\n".join(lines) + END + tail)
 
 
 def main() -> int:
     wanted = arguments()
     groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
-    lanes = [[group for group in groups if group.name in SLOW],
-             [group for group in groups if group.name not in SLOW]]
+    lanes = [[group for group in groups if group.name in lane] for lane in LANES]
+    lanes.append([group for group in groups if group.name not in sum(LANES, ())])
     with ThreadPoolExecutor(len(lanes)) as pool:
         thrown = pool.map(lambda lane: {group.name: throw(group, wanted) for group in lane}, lanes)
         results = {name: found for lane in thrown for name, found in lane.items()}
