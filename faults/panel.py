@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import time
 from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
@@ -64,9 +65,12 @@ def untouched_run(root: PrivateRoot) -> None:
 
 def at_rest(root: PrivateRoot) -> None:
     """Waits until no command runs and none is waited for: its descriptors are closed."""
-    root.wait_until(lambda: not root.processes()
-                    and not any("[pidfd]" in open_ for open_ in root.descriptors().values()),
-                    5, "the commands' end")
+    def quiet() -> bool:
+        return not root.processes() and not any(
+            "[pidfd]" in target for target in root.descriptors().values())
+    root.wait_until(quiet, 5, "the commands' end")
+    time.sleep(0.5)  # a check has more than one
+    root.wait_until(quiet, 5, "the last command's end")
 
 
 def type_and_connect(root: PrivateRoot) -> None:

@@ -26,11 +26,11 @@ def process_name(pid: int) -> str:
 def children(parent: int) -> list[int]:
     """The processes that are children of a process now."""
     found: list[int] = []
-    for listed in Path(f"/proc/{parent}/task").glob("*/children"):
-        try:
+    try:
+        for listed in Path(f"/proc/{parent}/task").glob("*/children"):
             found += map(int, listed.read_text().split())
-        except (FileNotFoundError, ProcessLookupError):
-            continue
+    except (FileNotFoundError, ProcessLookupError):
+        pass  # It is gone, or one of its threads; those that were found are its children still.
     return found
 
 
