@@ -169,7 +169,7 @@ def places(program: Path = PROGRAM) -> dict[str, tuple[int, int]]:
         found |= {text: centre(panel.button(text)) for text in ("Connect", "Exit")}
         found[FIELD] = centre(panel.field(FIELD))
         try:
-            found[HIDE] = centre(panel.raise_keys(FIELD, 3).key(HIDE))
+            found[HIDE] = centre(panel.raise_keys(FIELD, 10).key(HIDE))
             panel.put_keys_away()
         except PanelError:
             pass
