@@ -9,10 +9,12 @@ from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from faults import calls, clock, commands, dongle, files, growth, launching, onboard, saves, values
+from faults import (calls, clock, commands, devices, dongle, files, growth, launching, onboard,
+                    saves, values)
 from faults.rows import Group, Outcome, Result
 
-MODULES = (calls, saves, launching, commands, files, values, dongle, clock, growth, onboard)
+MODULES = (calls, saves, launching, commands, files, values, devices, dongle, clock, growth,
+           onboard)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
 LANES = (("board",), ("growth", "clock"))  # they mostly wait: thrown beside the others
 PAGE = Path("docs/reliability.md")

@@ -6,6 +6,7 @@ from functools import partial
 
 from faults.panel import (EDITED, alive, leave, private_kib, stored, stored_root,
                           type_and_connect)
+from privateroot.process import PrivateRoot
 from faults.rows import Group, Row, expect
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
@@ -25,6 +26,15 @@ DEEDS = {
 USUAL = {"ls": 'exec /usr/bin/ls "$@"\n', "ifconfig": "exec /usr/bin/cat /testrun/interfaces\n"}
 
 
+def disconnect(root: PrivateRoot) -> None:
+    """Disconnect, and a link that goes."""
+    root.set_link(True)
+    alive(root)
+    root.panel.press("Disconnect")
+    root.set_link(False)
+    root.wait(lambda screen: screen.button("Connect")["enabled"], 10, "the link down")
+
+
 def throw(name: str, deed: str) -> None:
     """The program dials as far as the command lets it, shows no link, ends, and has not grown."""
     answer, answers = DEEDS[deed]
@@ -41,6 +51,8 @@ def throw(name: str, deed: str) -> None:
             type_and_connect(root)
             expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
         alive(root)
+        if name == "killall":
+            disconnect(root)
         grown = private_kib(root.pid) - before
         expect(grown < PANEL_KIB, f"grown by {grown} KiB")
         if name == "pppd" and "late" in answer:

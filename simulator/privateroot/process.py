@@ -38,13 +38,14 @@ class PrivateRoot(RootRecord):
     @param mounts further arguments for bwrap, after all others
     @param locale value of LC_ALL
     @param inspected whether the inspector is in the process: without it nothing can be touched
+    @param chip whether a stand-in answers where there is a device of the chip
     @param keys whether the on-screen keys come up; without them a touched field stays where it is
     @param files what RootFiles is made with
     """
 
     def __init__(self, *, size: tuple[int, int] = (800, 480), preload: Iterable[str] = (),
                  mounts: Iterable[str] = (), locale: str = "C.UTF-8", keys: bool = False,
-                 inspected: bool = True,
+                 inspected: bool = True, chip: bool = True,
                  **files: Any) -> None:
         super().__init__(**files)
         self.size = size
@@ -53,6 +54,7 @@ class PrivateRoot(RootRecord):
         self._locale = locale
         self._keys = keys
         self._inspected = inspected
+        self._chip = chip
         self._bwrap: subprocess.Popen[bytes] | None = None
         self._init = 0
         self.pid = 0
@@ -91,7 +93,8 @@ class PrivateRoot(RootRecord):
 
     def _environment(self) -> dict[str, str]:
         width, height = self.size
-        preload = self._preload + (["fakechip"] if self.host(f"/dev/{CHIP}").exists() else [])
+        chip = self._chip and self.host(f"/dev/{CHIP}").exists()
+        preload = self._preload + (["fakechip"] if chip else [])
         return {
             "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": self._locale,
             "PATH": os.environ["PATH"],
