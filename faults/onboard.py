@@ -85,6 +85,18 @@ def throw_ended(name: str, modem: Mapping[str, str], end: str) -> None:
         alive(board)
 
 
+def throw_echoless(name: str) -> None:
+    """pppd itself ends a link whose echoes stay away, if its options ask for echoes."""
+    echo = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >/etc/ppp/options"
+    with dialled(name, {}, before=echo) as board:
+        wait_link(board, "connected", GREEN)
+        board.guest.sh(f"{FREEZE}; until ! ifconfig | grep -q ppp; do sleep 0.2; done",
+                       CHECK_SECONDS)
+        board.guest.sh(f"killall pppd; kill -USR1 {board.program.pid()}")
+        wait_link(board, "disconnected", RED)
+        alive(board)
+
+
 def throw_wrong_pin(name: str) -> None:
     """The operator is told after 15 s; pppd goes on until the SIM is locked."""
     with dialled(name, {"sim.pin": "4321"}, WRONG_PIN) as board:
@@ -120,6 +132,8 @@ def rows() -> list[Row]:
         Row("the network drops the call", partial(
             throw_ended, "drop", {"drop_after_s": "25"},
             "until ! ifconfig | grep -q ppp; do sleep 0.2; done"), ordered=UNTOLD),
+        Row("LCP echoes are not answered", partial(
+            throw_echoless, "echo"), ordered=UNTOLD),
         Row("the network answers nothing any more", partial(
             throw_ended, "silenced", {}, FREEZE), ordered=UNTOLD),
         Row("wrong PIN", partial(throw_wrong_pin, "wrong-pin"), ordered=REDIALS),
