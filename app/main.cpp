@@ -2,7 +2,9 @@
 #include "app/mfilter.h"
 #include "app/widget.h"
 #include "device/fram.h"
+#include "io/onlycopy.h"
 #include "io/ownground.h"
+#include "platform/display.h"
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
@@ -11,13 +13,23 @@
 #include <QApplication>
 #include <QBrush>
 #include <cstdio>
+#include <optional>
+#include <sysexits.h>
 
 int main(int argc, char **argv)
 {
     makeOwnGround();
     // Each line reaches a journal at once, too.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    if (!claimOnlyCopy()) {
+        std::fputs("corvanta: another copy of the program runs\n", stderr);
+        return EX_TEMPFAIL;
+    }
+    auto displayStart = std::make_optional<DisplayStart>();
     QApplication app(argc, argv);
+    displayStart.reset();
+    if (!hasDisplay())
+        return NoDisplay;
     const StopSignals stopSignals;
     PanelStyle::apply(app);
     MFilter filter(nullptr);

@@ -10,6 +10,9 @@ inline constexpr char AutoConnectFile[] = "/quenfold/configs/autoparam";
 inline constexpr char ChipMarkerFile[] = "/quenfold/configs/initedFram";
 inline constexpr char ChipDevice[] = "/dev/spidev1.0";
 
+// Held by the program while it runs
+inline constexpr char OnlyCopyLock[] = "/run/corvanta.lock";
+
 // Dial-up
 inline constexpr char ModemPort[] = "/dev/ttyUSB0";
 inline constexpr char ChatScript[] = "/etc/ppp/chat/chat";

@@ -2,13 +2,13 @@
 
 import os
 import unittest
-from signal import SIGUSR1
+from signal import SIGKILL, SIGUSR1
 from pathlib import Path
 
 from modem import Modem
 from picture import Picture
 from panel.facts import GREEN, MISC, RED, SETTING, STATUS, UNDETECTED
-from privateroot.files import DONGLE
+from privateroot.files import DONGLE, LAUNCH
 from privateroot.waiting import wait_until
 from programtest import ProgramTest
 
@@ -48,6 +48,30 @@ class StartUp(ProgramTest):
                 self.assertFalse(root.panel.screen().has_dialog())
                 self.assertEqual(root.errors(), [])
                 self.leave(root)
+
+    def test_no_display(self) -> None:
+        """A sentence and an exit status of its own, no abort."""
+        for platform in ("linuxfb:fb=/dev/none", "none"):
+            with self.subTest(platform):
+                root = self.root(launch=LAUNCH.replace(
+                    "program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}"))
+                root.start(shown=False)
+                self.assertEqual(root.wait_exit(), 69)
+                self.assertIn("corvanta: there is no display", "\n".join(root.errors()))
+
+    def test_second_copy(self) -> None:
+        """It refuses to start beside the first, and starts once that has been killed."""
+        root = self.root(mounts=("--tmpfs", "/run"), launch=(
+            "(until [ -e /testrun/go ]; do sleep 0.1; done; program 2>/testrun/second; "
+            f"echo $? >/testrun/refused) & {LAUNCH}; {LAUNCH}"))
+        root.start()
+        root.write("/testrun/go", "")
+        root.wait_until(lambda: root.host("/testrun/refused").exists(), 5, "the second has ended")
+        self.assertEqual(root.read("/testrun/refused"), b"75\n")
+        self.assertEqual(root.read("/testrun/second"),
+                         b"corvanta: another copy of the program runs\n")
+        root.signal(SIGKILL)
+        root.wait_calls("ifconfig", 2)
 
     def test_dongle_dialog(self) -> None:
         """Until a dongle that differs in neither number is found, by polls three seconds apart."""
