@@ -1,0 +1,120 @@
+"""corvanta-provision: the same files as from the panel, refusals, and a panel that runs meanwhile."""
+
+import os
+import stat
+import unittest
+from shlex import join, quote
+from typing import Any
+
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE,
+                         stored_parameters)
+from privateroot.files import LAUNCH
+from privateroot.process import BUILD, PrivateRoot
+from programtest import STORED, ProgramTest
+
+PROVISION = "/app/corvanta-provision"
+MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
+SAID = "/testrun/said"
+ALL = ("apn=web.example", "dial=*99***1#", "user=guest", "password=pass word", "pin=1234",
+       "auth=PAP", "auto-connect=YES", "counts=7")
+VALUES = ["web.example", "*99***1#", "guest", "pass word", "1234"]
+
+
+def command(*words: str, lines: str = "") -> str:
+    """
+    The program run to its end; its exit status and then its output are added to SAID.
+
+    @param lines  its standard input, with printf's escapes
+    """
+    return (f"printf %b {quote(lines)} | {join([PROVISION, *words])} >/testrun/output 2>&1\n"
+            f"echo \"status $?\" >>{SAID}; cat /testrun/output >>{SAID}\n")
+
+
+class Provision(ProgramTest):
+    def provisioned(self, setup: str, **how: Any) -> PrivateRoot:
+        """A root in which that has been run before the panel."""
+        return self.root(mounts=MOUNTS, setup=setup, **how)
+
+    def said(self, root: PrivateRoot) -> str:
+        return (root.read(SAID) or b"").decode()
+
+    def test_every_value(self) -> None:
+        """The files of a panel on which all was typed, for root alone; the panel shows them."""
+        for name, setup in (("arguments", command(*ALL)),
+                            ("standard input", command(*ALL[:3], "-", lines="\n".join(ALL[3:])))):
+            with self.subTest(name):
+                root = self.provisioned(setup)
+                root.start()
+                self.assertEqual(self.said(root), "status 0\n" + "".join(
+                    f"wrote {file}\n" for file in (PARAMETERS, AUTO_CONNECT, PEER_FILE,
+                                                   CHAT_SCRIPT)))
+                self.assertEqual(root.read(PARAMETERS), stored_parameters(*VALUES, method="1"))
+                self.assertEqual(root.read(AUTO_CONNECT), b"0\n7\n")
+                self.assert_file(root, CHAT_SCRIPT, "chat-with-pin")
+                self.assert_file(root, PEER_FILE, "peer-pap")
+                for file in FILES:
+                    self.assertEqual(stat.S_IMODE(os.stat(root.host(file)).st_mode), 0o600, file)
+                self.assertEqual([root.panel.field(label)["text"] for label in FIELDS], VALUES)
+                self.leave(root)
+
+    def test_values_that_are_not_named(self) -> None:
+        """They stay; of a list that is too short, as on the panel, none does."""
+        for name, stored, kept in (("stored", STORED, STORED),
+                                   ("too short", b"apn\n*99#\n", b"\n\n\n\n\n0\n")):
+            with self.subTest(name):
+                setup = f"printf %s {quote(stored.decode())} >{PARAMETERS}\n{command('pin=0000')}"
+                root = self.provisioned(setup)
+                root.start()
+                wanted = kept.splitlines()
+                wanted[4] = b"0000"
+                self.assertEqual(root.read(PARAMETERS), b"".join(line + b"\n" for line in wanted))
+                self.leave(root)
+
+    def test_refusals(self) -> None:
+        """Nothing is changed, and no message repeats a value."""
+        table = (
+            ("no line end", "password=secret\n1"), ("no white space at an end", "apn= x"),
+            ("no unknown name", "passwd=secret"), ("no other method", "auth=pap"),
+            ("no other choice", "auto-connect=maybe"), ("no word alone", "internet"),
+            ("no length beyond a line edit's", "user=" + "x" * 32768),
+        )
+        setup = "".join(command("apn=new", word) for _, word in table)
+        setup += command("apn=new", "-", lines="user=half a character \\0303")
+        root = self.provisioned(setup + command())
+        root.start()
+        said = self.said(root)
+        self.assertEqual(said.count("status 64\n"), len(table) + 2, said)
+        self.assertEqual(said.count("; nothing is changed\n"), len(table) + 1, said)
+        self.assertNotIn("secret", said)
+        for file in FILES:
+            self.assertIsNone(root.read(file))
+        self.leave(root)
+
+    def test_files_that_cannot_be_used(self) -> None:
+        """What cannot be read is not written over; what cannot be written is named."""
+        for name, broken, said in (
+                ("a folder for the parameters", f"mkdir {PARAMETERS}",
+                 f"could not read {PARAMETERS}; nothing is changed"),
+                ("no folder for the script", "rm -r /etc/ppp/chat",
+                 f"could not write {CHAT_SCRIPT}")):
+            with self.subTest(name):
+                root = self.provisioned(f"{broken}\n" + command("apn=new"))
+                root.start()
+                self.assertIn("status 74\n", self.said(root))
+                self.assertIn(said, self.said(root))
+
+    def test_beside_a_panel(self) -> None:
+        """It says that the panel must be restarted, for its Exit would store what it shows."""
+        root = self.provisioned("", launch=(
+            "(until [ -e /testrun/go ]; do sleep 0.1; done\n"
+            f"{command('apn=new')}touch /testrun/done) & {LAUNCH}"))
+        root.start()
+        root.write("/testrun/go", "")
+        root.wait_until(root.host("/testrun/done").exists, 5, "it has run")
+        self.assertIn("status 0\n", self.said(root))
+        self.assertIn("restart it", self.said(root))
+        self.leave(root)
+
+
+if __name__ == "__main__":
+    unittest.main()
