@@ -15,7 +15,7 @@ from faults.panel import (EDITED, alive, leave, stored, stored_root, type_and_co
                           untouched_run)
 from faults.rows import Group, Row, expect
 
-LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/corvanta-launch"
+LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/launch"
 NORMAL = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
 ENV = "/usr/bin/env"
 # A pipe that nobody reads and that is full, and one whose reader has gone.
@@ -84,11 +84,11 @@ def readers() -> list[Row]:
 
 def throw_signals_from_exec() -> None:
     """SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
-    launcher = "program /testrun/corvanta-launch"
+    launcher = "program /testrun/launcher"
     with stored_root(launch=NORMAL.replace("program", launcher)) as root:
         shipped = LAUNCHER.read_bytes()
-        root.write("/testrun/corvanta-launch", shipped)
-        root.host("/testrun/corvanta-launch").chmod(0o755)
+        root.write("/testrun/launcher", shipped)
+        root.host("/testrun/launcher").chmod(0o755)
         over = threading.Event()
 
         def send() -> None:

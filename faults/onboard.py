@@ -21,8 +21,10 @@ FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
 REDIALS = ("a wrong PIN is tried again by pppd (persist) some 33 s later: one press of Connect "
            "spends the SIM's three tries in two minutes, unless Disconnect is touched")
-UNTOLD = ("a link that drops or stops answering stays shown as connected until the next check: "
-          "ip-down must send SIGUSR1")
+SILENT = ("a link on which nothing comes back stays shown as connected until pppd gives it up, two "
+          "minutes later with Debian's options")
+GONE = "until ! ifconfig | grep -q ppp; do sleep 0.2; done"
+ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/options"
 
 
 @contextmanager
@@ -73,26 +75,23 @@ def throw_connected(name: str, modem: Mapping[str, str]) -> None:
         alive(board)
 
 
-def throw_ended(name: str, modem: Mapping[str, str], end: str) -> None:
-    """A link that ends or stops: shown after a signal, as ip-down sends it.
-    @param end shell commands after which the link is of no use"""
-    with dialled(name, modem) as board:
+def throw_ended(name: str, end: str, modem: Mapping[str, str], before: str = ":") -> None:
+    """A link that ends: shown without a touch, as pppd's scripts tell the panel.
+    @param end shell commands that end with the link"""
+    with dialled(name, modem, before=before) as board:
         wait_link(board, "connected", GREEN)
         board.guest.sh(end, CHECK_SECONDS)
-        expect(board.panel.value(LINK_STATUS)["text"] == "connected", "nobody has told it yet")
-        board.guest.sh(f"killall pppd; kill -USR1 {board.program.pid()}")
         wait_link(board, "disconnected", RED)
         alive(board)
 
 
-def throw_echoless(name: str) -> None:
-    """pppd itself ends a link whose echoes stay away, if its options ask for echoes."""
-    echo = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >/etc/ppp/options"
-    with dialled(name, {}, before=echo) as board:
+def throw_silenced(name: str) -> None:
+    """A link on which nothing comes back: shown as connected as long as pppd takes it for one."""
+    with dialled(name, {}) as board:
         wait_link(board, "connected", GREEN)
-        board.guest.sh(f"{FREEZE}; until ! ifconfig | grep -q ppp; do sleep 0.2; done",
-                       CHECK_SECONDS)
-        board.guest.sh(f"killall pppd; kill -USR1 {board.program.pid()}")
+        board.guest.sh(f"{FREEZE}; kill -USR1 {board.program.pid()}; sleep 3", SOON_SECONDS)
+        expect(board.panel.value(LINK_STATUS)["text"] == "connected", "pppd has its interface")
+        board.guest.sh("killall pppd")
         wait_link(board, "disconnected", RED)
         alive(board)
 
@@ -130,12 +129,11 @@ def rows() -> list[Row]:
         Row("LCP is not answered", partial(
             throw_refused, "lcp", {}, f"(until {FREEZE}; do sleep 0.05; done) >/dev/null 2>&1 &")),
         Row("the network drops the call", partial(
-            throw_ended, "drop", {"drop_after_s": "25"},
-            "until ! ifconfig | grep -q ppp; do sleep 0.2; done"), ordered=UNTOLD),
+            throw_ended, "drop", GONE, {"drop_after_s": "25"})),
         Row("LCP echoes are not answered", partial(
-            throw_echoless, "echo"), ordered=UNTOLD),
+            throw_ended, "echo", f"{FREEZE}; {GONE}", {}, ECHOES)),
         Row("the network answers nothing any more", partial(
-            throw_ended, "silenced", {}, FREEZE), ordered=UNTOLD),
+            throw_silenced, "silenced"), ordered=SILENT),
         Row("wrong PIN", partial(throw_wrong_pin, "wrong-pin"), ordered=REDIALS),
     ]
 

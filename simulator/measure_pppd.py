@@ -16,29 +16,33 @@ from dataclasses import dataclass
 from pathlib import Path
 from shlex import join, quote
 
-from panel.facts import CHAT_LOG, CHAT_SCRIPT, PEER_FILE, PPP_LOG
+from panel.facts import CHAT_LOG, CHAT_SCRIPT, PARAMETERS, PPP_LOG
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG, NETWORK_LOG, SCENARIO
 
 Run = Callable[[str, float], str]
 PUKS = itertools.count(10000001)
 
-METHODS = {"AUTO": 0, "PAP": 1, "CHAP": 2, "other": 3}  # by their names on the screen
+OTHER = "other"  # an index that the screen's list does not have
+METHODS = ("AUTO", "PAP", "CHAP", OTHER)
 NETWORK_SECRETS = "network * netsecret *\n"
 NETWORK_PROVES_ITSELF = ("network.user=network", "network.password=netsecret")
 
 
-def generate(**values: str | int) -> str:
+def generate(**values: str) -> str:
     """
     Shell commands that make the chat script and the peer file by the program's own code.
 
-    @param values  as `pppfiles --help` names them
+    @param values  as `corvanta-provision --help` names them; the others are empty or usual
     """
-    words = [word for name, value in values.items() for word in (f"--{name}", str(value))]
-    return (f"/app/pppfiles {join(words)} /tmp || exit\n"
-            f"mkdir -p {Path(CHAT_SCRIPT).parent} {Path(PEER_FILE).parent}\n"
-            f"install -m 600 /tmp/chat {CHAT_SCRIPT}\n"
-            f"install -m 600 /tmp/ppp-connect {PEER_FILE}\n")
+    values = {"apn": "internet", "dial": "*99#", "user": "", "password": "", "pin": "",
+              "auth": "AUTO"} | values
+    stored = ""
+    if values["auth"] == OTHER:
+        stored = f"printf '\\n\\n\\n\\n\\n3\\n' >{PARAMETERS}\n"
+        del values["auth"]
+    words = [f"{name}={value}" for name, value in values.items()]
+    return f"{stored}corvanta-provision {join(words)} || exit\n"
 
 
 @dataclass(frozen=True)
@@ -107,7 +111,7 @@ def measure_peer(run: Run, case: PeerCase) -> PeerResult:
     files = {"/etc/ppp/options": "", "/etc/ppp/options.ttyUSB0": "", "/etc/ppp/pap-secrets": "",
              "/etc/ppp/chap-secrets": "", SCENARIO: "\n".join(case.scenario) + "\n",
              **dict(case.files)}
-    generated = generate(user=case.user, password=case.password, method=METHODS[case.method])
+    generated = generate(user=case.user, password=case.password, auth=case.method)
     output = run(write_files(files.items()) + generated + PEER_COMMANDS, 300)
     lines = {key: [line[len(key) + 1:] for line in output.splitlines()
                    if line.startswith(key + " ")]
@@ -157,7 +161,7 @@ def secrets_cases() -> list[PeerCase]:
     for method, asked in (("AUTO", "none"), ("AUTO", "pap"), ("AUTO", "chap")):
         cases.append(PeerCase(method, "user", "secret", (
             f"auth={asked}", "user=user", "password=secret"), note=f"network asks for {asked}"))
-    for method, asked in (("PAP", "pap"), ("CHAP", "chap"), ("other", "pap")):
+    for method, asked in (("PAP", "pap"), ("CHAP", "chap"), (OTHER, "pap")):
         told = (f"auth={asked}", "user=user", "password=secret")
         proves = told + NETWORK_PROVES_ITSELF
         cases += [

@@ -9,7 +9,6 @@ IMAGE_DATA = SIMULATOR / "image/data"
 HOST_PACKAGES = IMAGE_DATA / "host-packages.txt"
 GUEST = SIMULATOR / "image/guest"
 TRANSLATIONS = ROOT / "resources/translations"
-FONT_CONFIGURATION = ROOT / "resources/fontconfig/64-corvanta.conf"
 
 BUILD = ROOT / "build"
 BOARD = BUILD / "board"

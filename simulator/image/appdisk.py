@@ -1,7 +1,8 @@
-"""The disk with the programs under test, which the board mounts at /app."""
+"""The disk that the board mounts at /app: the program's package, and the simulator's programs."""
 
 import shutil
 import tempfile
+from collections.abc import Mapping
 from pathlib import Path
 
 from host.files import fingerprint, locked, whole
@@ -10,18 +11,20 @@ from image import ext4
 
 # A running or saved board knows the disk's size: it never changes.
 SIZE = "64M"
-# Files of the cross build, and their places on the disk.
+PACKAGE = "corvanta.deb"  # its place on the disk
+# Files of the cross build by glob, and their places on the disk.
 CONTENTS = {
-    "app/corvanta": "corvanta",
-    "packaging/corvanta-launch": "corvanta-launch",
-    "app/plugins/corvanta/libcorvantahttpprobe.so": "plugins/corvanta/libcorvantahttpprobe.so",
+    "corvanta_*_armhf.deb": PACKAGE,
     "simulator/programs/modem/modemsim": "modemsim",
     "simulator/programs/chip/chipsim": "chipsim",
     "simulator/programs/chip/chipcheck": "chipcheck",
-    "simulator/programs/pppfiles/pppfiles": "pppfiles",
     "simulator/programs/inspector/plugins/generic/libinspector.so":
         "plugins/generic/libinspector.so",
 }
+
+
+def _found(pattern: str) -> Path | None:
+    return next(iter(sorted(ARM.glob(pattern))), None)
 
 
 def ensure() -> Path:
@@ -30,22 +33,45 @@ def ensure() -> Path:
 
     A board that runs keeps the disk that it has.
     """
-    present = {ARM / source: target for source, target in CONTENTS.items()
-               if (ARM / source).is_file()}
-    key = fingerprint([SIZE, *present])
-    mark = APP_DISK.with_suffix(".fingerprint")
+    present = {source: target for pattern, target in CONTENTS.items()
+               if (source := _found(pattern))}
+    wanted = fingerprint([SIZE, *present])
+    mark = _mark()
     with locked(BOARD / "app.lock"):
-        if not (APP_DISK.is_file() and mark.is_file() and mark.read_text() == key):
-            with (whole(APP_DISK) as image,
-                  tempfile.TemporaryDirectory(dir=BOARD, prefix="app.") as tree):
-                for source, target in present.items():
-                    Path(tree, target).parent.mkdir(parents=True, exist_ok=True)
-                    shutil.copy2(source, Path(tree, target))
-                ext4.make(Path(tree), image, SIZE)
-            mark.write_text(key)
+        if not (APP_DISK.is_file() and mark.is_file() and mark.read_text() == wanted):
+            with whole(APP_DISK) as image:
+                _make(image, present)
+            mark.write_text(wanted)
     return APP_DISK
+
+
+def with_changes(changes: Path, disk: Path) -> None:
+    """
+    Make a disk that also has a board start with what an earlier one has stored.
+
+    @param changes  an archive of tar, of files below /
+    @param disk  the image to make
+    """
+    _make(disk, {changes: "changes.tar"})
+
+
+def _make(image: Path, contents: Mapping[Path, str]) -> None:
+    with tempfile.TemporaryDirectory(dir=BOARD, prefix="app.") as tree:
+        for source, target in contents.items():
+            Path(tree, target).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(source, Path(tree, target))
+        ext4.make(Path(tree), image, SIZE)
+
+
+def key() -> str:
+    """What tells the disk of ensure() from every other; empty without the program's package."""
+    return _mark().read_text() if _found(next(iter(CONTENTS))) else ""
+
+
+def _mark() -> Path:
+    return APP_DISK.with_suffix(".fingerprint")
 
 
 def missing() -> list[str]:
     """Programs that the cross build has not made yet."""
-    return [source for source in CONTENTS if not (ARM / source).is_file()]
+    return [pattern for pattern in CONTENTS if not _found(pattern)]

@@ -5,8 +5,8 @@ from pathlib import Path
 
 from host import programs
 from host.files import read_list, remove
-from host.paths import FONT_CONFIGURATION, GUEST, IMAGE_DATA, ROOT, SIMULATOR
-from image import ext4
+from host.paths import GUEST, IMAGE_DATA, ROOT, SIMULATOR
+from image import database, ext4
 from image.unpack import unpack
 
 IMAGE_SIZE = "400M"
@@ -14,11 +14,20 @@ KERNEL = "kernel"
 INITRAMFS = "initramfs.cpio"
 ROOT_IMAGE = "root.ext4"
 
-# Maintainer scripts would have made these folders, but do not run; git keeps no empty folders.
-FOLDERS = ("app", "dev", "etc/ppp/chat", "etc/ppp/peers", "mnt", "proc", "quenfold/configs",
-           "root", "run", "sys", "tmp", "var/cache/fontconfig", "var/log")
+# Maintainer scripts of Debian's packages would have made these, but do not run; git keeps no empty
+# folders. The program's own package is installed on the running board, by dpkg.
+FOLDERS = ("app", "dev", "etc/ppp/peers", "mnt", "proc", "root", "run", "sys", "tmp",
+           "var/cache/fontconfig", "var/lib/dpkg/alternatives", "var/log")
+UNITS = "/lib/systemd/system"
 LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash",
-         "var/run": "/run", "var/lock": "/run/lock"}
+         "var/run": "/run", "var/lock": "/run/lock",
+         "etc/systemd/system/default.target": f"{UNITS}/multi-user.target",
+         "etc/systemd/system/getty.target.wants/getty@tty1.service": f"{UNITS}/getty@.service",
+         "etc/systemd/system/sysinit.target.wants/board-agent.service":
+             "/etc/systemd/system/board-agent.service",
+         # These need a message bus or a person on a console that the board does not have.
+         **{f"etc/systemd/system/{unit}.service": "/dev/null" for unit in
+            ("systemd-logind", "getty-static", "serial-getty@ttyAMA0")}}
 # The image's own programs, which run in the saved machine states.
 PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
 EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
@@ -27,8 +36,8 @@ EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
 def inputs() -> list[str | Path]:
     """What the image depends on besides its packages, for a fingerprint."""
     here = Path(__file__)
-    return [here, here.with_name("ext4.py"), here.with_name("unpack.py"), IMAGE_DATA, GUEST,
-            FONT_CONFIGURATION, IMAGE_SIZE,
+    return [here, here.with_name("ext4.py"), here.with_name("unpack.py"),
+            here.with_name("database.py"), IMAGE_DATA, GUEST, IMAGE_SIZE,
             *(file for source in PROGRAMS.values() for file in _with_includes(SIMULATOR / source))]
 
 
@@ -56,6 +65,7 @@ def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, i
     _prune(root)
     _keep_modules(root, version)
     _configure(root, sysroot)
+    database.write(packages, root)
     ext4.make(root, into / ROOT_IMAGE, IMAGE_SIZE)
     remove(root)
 
@@ -76,7 +86,7 @@ def _module_files(root: Path, version: str, names: list[str]) -> list[Path]:
 def _build_initramfs(root: Path, version: str, packages: list[Path], into: Path) -> None:
     tree = into / "initramfs"
     unpack(packages, tree)
-    for name in ("changes", "dev", "image", "lib/modules", "proc", "sys", "system"):
+    for name in ("changes", "dev", "image", "lib/modules", "mnt", "proc", "sys", "system"):
         (tree / name).mkdir(parents=True, exist_ok=True)
     programs.run(["depmod", "-b", root, version], "indexing the kernel's modules")
     modules = _module_files(root, version, read_list(IMAGE_DATA / "initramfs-modules.txt"))
@@ -117,6 +127,7 @@ def _configure(root: Path, sysroot: Path) -> None:
         (root / name).mkdir(parents=True, exist_ok=True)
     for name, destination in LINKS.items():
         remove(root / name)
+        (root / name).parent.mkdir(parents=True, exist_ok=True)
         (root / name).symlink_to(destination)
     for name in EMPTY_FILES:
         (root / name).write_text("")
@@ -127,8 +138,6 @@ def _configure(root: Path, sysroot: Path) -> None:
             remove(target)
             target.write_bytes(file.read_bytes())
             target.chmod(0o755 if file.stat().st_mode & 0o100 else 0o644)
-    (root / "etc/fonts/conf.d" / FONT_CONFIGURATION.name).write_bytes(
-        FONT_CONFIGURATION.read_bytes())
     _add_programs(root, sysroot)
     for folder in [root, *(p for p in root.rglob("*") if p.is_dir() and not p.is_symlink())]:
         folder.chmod(0o755)

@@ -6,6 +6,7 @@ from host import programs
 from host.errors import BoardError
 from host.files import fingerprint, is_current, locked, mark_current, read_list, whole
 from host.paths import BOARD, IMAGE_DATA, SYSROOT, SYSROOT_NAME, cache
+from image import database
 from image.debian import Archive
 from image.unpack import relative_links, unpack
 
@@ -14,34 +15,42 @@ def ensure() -> Path:
     """The sysroot's folder, which is made again when its packages have changed."""
     programs.require_packages()
     packages = Archive().fetch(read_list(IMAGE_DATA / "sysroot-packages.txt"))
-    key = fingerprint([p.name for p in packages] + [Path(__file__).with_name("unpack.py")])
+    here = Path(__file__)
+    key = fingerprint([p.name for p in packages]
+                      + [here.with_name("unpack.py"), here.with_name("database.py")])
     with locked(BOARD / "sysroot.lock"):
         if not is_current(SYSROOT, key):
             with whole(SYSROOT) as unfinished:
                 unfinished.mkdir()
                 unpack(packages, unfinished)
                 relative_links(unfinished)
+                database.write(packages, unfinished, _name(SYSROOT))
                 mark_current(unfinished, key)
         _name_without_blank(SYSROOT)
     return SYSROOT
 
 
-def _name_without_blank(sysroot: Path) -> None:
+def _name(sysroot: Path) -> Path:
     """
-    Leave in a file the name by which the cross build finds the sysroot.
-
-    pkg-config cannot handle a sysroot whose path has a blank in it; a link in the cache has none.
+    The name by which the cross build finds the sysroot: pkg-config cannot handle one with a blank
+    in its path, and a link in the cache has none.
 
     @raise BoardError when the cache's path has a blank, too
     """
-    name = sysroot
-    if " " in str(sysroot):
-        name = cache() / f"sysroot-{fingerprint([str(sysroot)])[:16]}"
-        if " " in str(name):
-            raise BoardError(f"there is a blank in {sysroot} and in {name}: name a folder without "
-                             "one by CORVANTA_CACHE")
-        if not (name.is_symlink() and name.readlink() == sysroot):
-            name.unlink(missing_ok=True)
-            name.symlink_to(sysroot)
+    if " " not in str(sysroot):
+        return sysroot
+    name = cache() / f"sysroot-{fingerprint([str(sysroot)])[:16]}"
+    if " " in str(name):
+        raise BoardError(f"there is a blank in {sysroot} and in {name}: name a folder without "
+                         "one by CORVANTA_CACHE")
+    return name
+
+
+def _name_without_blank(sysroot: Path) -> None:
+    """Leave the name in a file, for the cross build."""
+    name = _name(sysroot)
+    if name != sysroot and not (name.is_symlink() and name.readlink() == sysroot):
+        name.unlink(missing_ok=True)
+        name.symlink_to(sysroot)
     if not (SYSROOT_NAME.is_file() and SYSROOT_NAME.read_text() == str(name)):
         SYSROOT_NAME.write_text(str(name))

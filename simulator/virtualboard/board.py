@@ -10,8 +10,8 @@ from urllib.parse import unquote
 
 from host import programs
 from host.errors import BoardError
-from host.files import locked, remove
-from host.paths import ARM, MACHINE, RUNS
+from host.files import MARK, fingerprint, locked, remove, whole
+from host.paths import ARM, BOARD, MACHINE, RUNS
 from image import appdisk, rootfs
 from machine import qemu
 from machine.connections import Connections
@@ -27,7 +27,25 @@ from virtualboard.records import Records
 
 RUN_NAME = r"\w[\w.-]*"
 UP_SECONDS = 120
+INSTALL_SECONDS = 180
 LOOK_PAUSE = 0.4  # seconds between two looks at the panel: each costs the board time
+
+# The program is installed as on any board, and stands still until somebody starts it.
+INSTALLING = "/run/installing"  # as old as the installation
+INSTALL = f"""
+set -e
+touch {INSTALLING}
+dpkg --install /app/{appdisk.PACKAGE} >/run/dpkg.log 2>&1 || {{ cat /run/dpkg.log; exit 1; }}
+systemctl stop corvanta
+rm -f /run/program/*
+"""
+# No block of the programs' disk is remembered: a saved state may find another one.
+FORGET = """
+set -e
+umount /app
+blockdev --flushbufs /dev/vdb
+echo 3 >/proc/sys/vm/drop_caches
+"""
 
 
 def state_file(machine: Path, size: tuple[int, int]) -> Path:
@@ -44,18 +62,19 @@ class Board:
 
     @param size  the panel's, in pixels: one of SIZES
     @param run  name of the folder below build/runs that gets its logs and pictures
-    @param fresh  boot instead of starting from the saved state
+    @param fresh  boot instead of starting from a saved state
     @param vnc_port  loopback TCP port for a live view
     @param detached  whether the board outlives this process
     @param machine  folder of the image and of the saved states
-    @param state  a saved state other than the panel's own
+    @param state  a saved state other than that with the program installed
     @param panel_on  whether the panel is on when the board is up
+    @param changes  boot instead, with what an earlier board has stored: an archive by stored()
     """
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
                  fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
                  machine: Path = MACHINE, state: Path | None = None,
-                 panel_on: bool = True) -> None:
+                 panel_on: bool = True, changes: Path | None = None) -> None:
         if size not in SIZES:
             raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in SIZES))
         if not re.fullmatch(RUN_NAME, run):
@@ -73,7 +92,8 @@ class Board:
         self.panel = Panel(self._request, LOOK_PAUSE,
                            lambda seconds: self.guest.sh(f"sleep {seconds}"))
         self._machine, self._panel_on = machine, panel_on
-        self._state = None if fresh else state or state_file(machine, size)
+        self._state, self._fresh = state, fresh or changes is not None
+        self._changes = changes
         self._vnc_port, self._detached = vnc_port, detached
         self._stands_still = self._power_cut = False
         self._process: Process | None = None
@@ -98,28 +118,34 @@ class Board:
     def start(self) -> None:
         """Bring the board up to where the program can be started; no dongle is plugged in."""
         programs.require_packages()
-        if not (self._state or self._machine / rootfs.KERNEL).is_file():
+        if not (self._machine / rootfs.KERNEL).is_file():
             raise BoardError("there is no image yet: run simulator/board image")
         disk = appdisk.ensure()
+        state = None if self._fresh else self._state or installed_state(self.size)
         with locked(RUNS / f".{self.folder.name}.lock"):
             if Process.of(self.folder):
                 raise BoardError(f"the run {self.folder.name} has a board already: "
                                  "simulator/board off, or another --run")
             remove(self.folder)
             self.folder.mkdir(parents=True)
+            if self._changes:
+                disk = self.folder / "app.ext4"
+                appdisk.with_changes(self._changes, disk)
             self._child = qemu.start(self.size, self.folder, self._machine, disk,
-                                     state=self._state, vnc_port=self._vnc_port,
+                                     state=state, vnc_port=self._vnc_port,
                                      detached=self._detached)
             self._process = Process.note(self.folder, self._child.pid, self.size)
         try:
             if self._power_cut:
                 raise BoardError("its power was cut")
             self._connections.open(self.folder, self._process.alive)
-            if self._state:
+            if state:
                 self._connections.qmp.resume()
             self.guest.sh("set -e; blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; "
                           + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                           + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
+            if self._fresh and self._panel_on and not self._changes and appdisk.key():
+                self.guest.sh(INSTALL, INSTALL_SECONDS)
         except BaseException:
             self.off()
             raise
@@ -162,6 +188,13 @@ class Board:
         self._connections.qmp.save(file)
         self._stands_still = True
 
+    def stored(self) -> bytes:
+        """What has changed in the board's files from the program's installation on, as an archive
+        of tar."""
+        self.guest.sh(f"find / -xdev -cnewer {INSTALLING} ! -path '/tmp/*' | "
+                      "tar -c -f /run/changes.tar --no-recursion -T - 2>/dev/null", UP_SECONDS)
+        return self.guest.read("/run/changes.tar")
+
     def photograph(self, file: str | Path) -> Path:
         """A picture of the panel as Records.picture, but after the program has painted."""
         for _ in range(2):  # what one turn of its loop paints is on the panel after the next
@@ -197,3 +230,26 @@ class Board:
         else:
             return self.program.inspect(line)
         return {"ok": True}
+
+
+def installed_state(size: tuple[int, int]) -> Path:
+    """
+    The saved state with a panel of that size on which the program's package is installed.
+
+    It is made when the package or the image is another one, which takes some seconds; without a
+    package it is the image's own state.
+    """
+    plain = state_file(MACHINE, size)
+    if not appdisk.key():
+        return plain
+    file = state_file(BOARD / "installed", size)
+    mark = file.with_suffix(".fingerprint")
+    with locked(file.with_suffix(".lock")):
+        key = fingerprint([appdisk.key(), (MACHINE / MARK).read_text(), INSTALL])
+        if not (file.is_file() and mark.is_file() and mark.read_text() == key):
+            with (whole(file) as unfinished,
+                  Board(size, f"install-{file.name}", state=plain) as board):
+                board.guest.sh(INSTALL + FORGET, INSTALL_SECONDS)
+                board.save(unfinished)
+            mark.write_text(key)
+    return file

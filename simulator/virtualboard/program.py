@@ -1,7 +1,7 @@
-"""The program on a simulated board: started, asked for its state, ended."""
+"""The program on a simulated board: its service started, asked for its state, stopped."""
 
 import json
-import shlex
+import signal
 from collections.abc import Mapping
 from typing import Any
 
@@ -9,16 +9,31 @@ from host.errors import BoardError
 from image import appdisk
 from virtualboard.guest import SECONDS, Guest
 
+UNIT = "corvanta.service"
+PROGRAM = "/usr/sbin/corvanta"
 PID = "/run/program/pid"
 STATUS = "/run/program/status"
-LOG = "/run/program/program.log"
+ENVIRONMENT = "/run/program/environment"
 INSPECTOR = "/run/program/inspector"
 KEEP_UP_SECONDS = 2.0
-STOP_SECONDS = 5
+START_SECONDS = 60
+STOP_SECONDS = 30
+SIGNALLED = 128  # and a signal's number: the exit status of a program that the signal has ended
+
+
+def _quoted(value: str) -> str:
+    """A value in a file of the service's environment."""
+    return '"' + "".join(f"\\{c}" if c in '"\\`$' else c for c in value) + '"'
+
+
+def _status(record: bytes) -> int:
+    """The exit status in what the service has noted at the program's end, "killed TERM" say."""
+    how, what = record.decode().split()
+    return int(what) if how == "exited" else SIGNALLED + signal.Signals[f"SIG{what}"]
 
 
 class Program:
-    """The program under test, which runs once at a time on a board."""
+    """The program under test: the service of the installed package."""
 
     def __init__(self, guest: Guest) -> None:
         self._guest = guest
@@ -28,16 +43,18 @@ class Program:
         Start the program. It runs when this returns, but may not have a window yet.
 
         @param environment  what is added to the program's environment
-        @raise BoardError when it runs already or is not built
+        @raise BoardError when it runs already or is not installed
         """
         if self.running():
             raise BoardError("the program runs already")
-        if self._guest.run("test -x /app/corvanta").status:
+        if self._guest.run(f"test -x {PROGRAM}").status:
             raise BoardError("not everything is built for the board: run tools/build-board; "
                              "missing: " + ", ".join(appdisk.missing()))
-        names = shlex.join(f"{key}={value}" for key, value in (environment or {}).items())
-        self._guest.sh(f"rm -f {PID} {STATUS}; setsid program {names} </dev/null >>{LOG} 2>&1 & "
-                       f"until [ -e {PID} ]; do sleep 0.02; done")
+        lines = "".join(f"{key}={_quoted(value)}\n" for key, value in (environment or {}).items())
+        self._guest.write(ENVIRONMENT, lines.encode())
+        # Starts of earlier tests do not count for the limit of starts.
+        self._guest.sh(f"systemctl reset-failed {UNIT} 2>/dev/null; systemctl start {UNIT}",
+                       START_SECONDS)
 
     def pid(self) -> int | None:
         """The program's process id on the board; None when it has ended or never ran."""
@@ -50,7 +67,7 @@ class Program:
         if pid is None:
             raise BoardError("the program does not run: simulator/board panel start")
         maps = self._guest.read(f"/proc/{pid}/maps").decode()
-        first = next(line for line in maps.splitlines() if line.endswith("/app/corvanta"))
+        first = next(line for line in maps.splitlines() if line.endswith(PROGRAM))
         return int(first.partition("-")[0], 16)
 
     def running(self) -> bool:
@@ -59,9 +76,15 @@ class Program:
     def status(self) -> int | None:
         """The program's exit status, 128 + N for signal N; None while it runs and before."""
         try:
-            return int(self._guest.read(STATUS))
+            return _status(self._guest.read(STATUS))
         except FileNotFoundError:
             return None
+
+    def log(self) -> str:
+        """What the program has written since its last start, from the journal."""
+        return self._guest.sh(
+            f"journalctl --quiet --output=cat --identifier=corvanta "
+            f"_SYSTEMD_INVOCATION_ID=$(systemctl show --property=InvocationID --value {UNIT})")
 
     def wait_end(self, seconds: float) -> int:
         """
@@ -71,28 +94,24 @@ class Program:
         @raise BoardError when it takes longer
         """
         self._guest.sh(f"until [ -e {STATUS} ]; do sleep 0.05; done", seconds)
-        return int(self._guest.read(STATUS))
+        return _status(self._guest.read(STATUS))
 
     def stop(self) -> int | None:
         """
-        End the program by SIGTERM, and by SIGKILL when that does not do.
+        Stop the service: SIGTERM for the program, and SIGKILL when that does not do.
 
         @return its exit status; None when it never ran
         """
-        pid = self.pid()
-        if pid is None:
-            return self.status()
-        self._guest.sh(f"kill {pid}; for i in $(seq {STOP_SECONDS * 20}); do "
-                       f"[ -e {STATUS} ] && exit; sleep 0.05; done; kill -KILL {pid}")
-        return self.wait_end(STOP_SECONDS)
+        self._guest.sh(f"systemctl stop {UNIT}", STOP_SECONDS)
+        return self.status()
 
     def kill(self) -> int | None:
-        """End the program by SIGKILL. @return as stop()"""
+        """End the program by SIGKILL; the service does not start it again. @return as stop()"""
         pid = self.pid()
-        if pid is None:
-            return self.status()
-        self._guest.sh(f"kill -KILL {pid}")
-        return self.wait_end(STOP_SECONDS)
+        if pid is not None:
+            self._guest.sh(f"kill -KILL {pid}; until [ -e {STATUS} ]; do sleep 0.02; done; "
+                           f"systemctl stop {UNIT}", STOP_SECONDS)
+        return self.status()
 
     def inspect(self, line: str) -> dict[str, Any]:
         """

@@ -10,7 +10,8 @@ from virtualboard.guest import Guest
 
 KERNEL_LOG, PROCESSES = "/run/dmesg.log", "/run/processes.log"
 # Files of the board that are brought to the host, each under its own name.
-LOGS = (program.LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dongle.NETWORK_LOG,
+PROGRAM_LOG = "/run/program/program.log"  # what its service has in the journal
+LOGS = (PROGRAM_LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dongle.NETWORK_LOG,
         dongle.SCENARIO, *facts.LOGS, *(log + facts.OLD_LOG for log in facts.LOGS), chip.LOG,
         KERNEL_LOG, PROCESSES)
 
@@ -40,7 +41,9 @@ class Records:
 
     def logs(self) -> list[Path]:
         """Bring the board's logs to the host. @return those that there are"""
-        self._guest.run(f"dmesg >{KERNEL_LOG}; ps -eo pid,ppid,stat,etimes,args >{PROCESSES}")
+        self._guest.run(f"dmesg >{KERNEL_LOG}; ps -eo pid,ppid,stat,etimes,args >{PROCESSES}; "
+                        f"journalctl --quiet --output=short-monotonic --unit={program.UNIT} "
+                        f">{PROGRAM_LOG}")
         found = []
         for log in LOGS:
             try:

@@ -12,27 +12,21 @@ from image import rootfs, sysroot
 from image.debian import Archive
 from machine import qemu
 from panel.facts import SIZES
-from virtualboard.board import Board, state_file
+from virtualboard.board import FORGET, Board, state_file
 
 KEPT_IN_CACHE = 2
 BOOT_SECONDS = 180
 
 # A board in its saved state: drivers and agent run, the kernel knows the dongle, which is not
-# plugged in, fonts are indexed, and no block of the programs' disk is remembered.
+# plugged in, and fonts are indexed.
 SETTLE = """
 set -e
+systemctl is-system-running --wait >/dev/null || systemctl --failed --no-legend
 umount /app
 dongle plug 0x1001 3
 dongle unplug
 fc-cache
 """
-FORGET = """
-set -e
-umount /app
-blockdev --flushbufs /dev/vdb
-echo 3 >/proc/sys/vm/drop_caches
-"""
-
 Say = Callable[[str], None]
 
 

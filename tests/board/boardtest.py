@@ -55,6 +55,10 @@ class BoardTest(unittest.TestCase):
         self.board.program.start(environment)
         self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
 
+    def sh(self, commands: str, seconds: float = SOON_SECONDS) -> str:
+        """Runs shell commands on the board, which must succeed. @return what they wrote"""
+        return self.board.guest.sh(commands, seconds)
+
     def wait(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
         self.panel.wait(holds, seconds, what)
 

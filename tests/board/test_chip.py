@@ -11,7 +11,6 @@ from typing import Any
 from boardtest import EXPECTED
 from panel.facts import LANGUAGE, START_SECONDS
 from panel.screen import Screen
-from virtualboard import program
 from virtualboard.board import Board
 from virtualboard.chip import SLOW_MS
 
@@ -97,7 +96,6 @@ class Chip(unittest.TestCase):
     def start_program(self, start: Start) -> Screen:
         """Starts the program with that chip. @return the first look at its main window"""
         self.board.program.kill()
-        self.board.guest.sh(f"rm -f {program.LOG}")
         self.board.chip.put_in({LANGUAGE: start.holds}, **start.chip)
         self.board.program.start()
         return self.board.panel.wait(
@@ -106,7 +104,7 @@ class Chip(unittest.TestCase):
 
     def output(self) -> str:
         """What the program has written, up to the choice of the language."""
-        lines = self.board.guest.read(program.LOG).decode().splitlines(keepends=True)
+        lines = self.board.program.log().splitlines(keepends=True)
         lines = [line for line in lines if not line.startswith("QStandardPaths: ")]
         last = next(i for i, line in enumerate(lines) if line.startswith("load translator "))
         return "".join(lines[:last + 1])

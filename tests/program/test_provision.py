@@ -1,4 +1,4 @@
-"""corvanta-provision: the same files as from the panel, refusals, and a panel that runs meanwhile."""
+"""corvanta-provision: the panel's own files, refusals, and a panel that runs meanwhile."""
 
 import os
 import stat

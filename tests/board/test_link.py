@@ -1,0 +1,104 @@
+#!/usr/bin/python3
+"""The link beside the panel's service: it outlives what happens to the panel, which follows it."""
+
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from boardtest import BoardTest
+from host.paths import ARM
+from panel.facts import CHECK_SECONDS, GREEN, LINK_STATUS, RED, START_SECONDS, STATUS
+from virtualboard.dongle import NETWORK_ADDRESS
+from virtualboard.program import UNIT
+
+FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
+INSTALL_SECONDS = 120
+
+
+def newer_package() -> bytes:
+    """The package with a later version, and otherwise the same."""
+    built = next(ARM.glob("corvanta_*_armhf.deb"))
+    with tempfile.TemporaryDirectory() as folder:
+        tree, newer = Path(folder, "tree"), Path(folder, "newer.deb")
+        subprocess.run(["dpkg-deb", "--raw-extract", built, tree], check=True)
+        control = tree / "DEBIAN/control"
+        control.write_text(re.sub(r"(?m)^Version: .*", r"\g<0>+next", control.read_text()))
+        subprocess.run(["dpkg-deb", "--root-owner-group", "--build", tree, newer], check=True,
+                       stdout=subprocess.DEVNULL)
+        return newer.read_bytes()
+
+
+class Link(BoardTest):
+    """What happens to the panel must not happen to the link."""
+
+    def link(self) -> tuple[str, str]:
+        value = self.panel.value(LINK_STATUS)
+        return value["text"], value["style"]
+
+    def await_connected(self) -> None:
+        """A panel that has just started shows the link by itself."""
+        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
+        self.assertEqual(self.link(), ("connected", GREEN))
+
+    def test_link_outlives_the_panel(self) -> None:
+        """Stop, restart, upgrade and crash, with traffic over the link all the while."""
+        # What was only provisioned dials, without an edit on the panel.
+        self.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret")
+        self.board.dongle.plug()
+        self.start_program()
+        self.panel.press("Connect")
+        self.wait_link("connected", GREEN)
+        pppd = self.sh("pgrep -x pppd")
+        self.sh(f"setsid ping -i 0.3 {NETWORK_ADDRESS} >/run/ping 2>&1 </dev/null & "
+                "echo $! >/run/pinger")
+        self.board.guest.write("/run/newer.deb", newer_package())
+        for name, commands in (
+                ("stop and start", f"systemctl stop {UNIT}; systemctl start {UNIT}"),
+                ("restart", f"systemctl restart {UNIT}"),
+                ("crash", f"before=$(systemctl show --property=MainPID --value {UNIT}); "
+                 f"kill -SEGV $before; until now=$(systemctl show --property=MainPID --value {UNIT})"
+                 " && [ $now != 0 ] && [ $now != $before ]; do sleep 0.2; done"),
+                ("upgrade", "dpkg --install /run/newer.deb"),
+        ):
+            with self.subTest(name):
+                before = self.board.program.pid()
+                self.sh(commands, INSTALL_SECONDS)
+                self.await_connected()
+                self.assertNotEqual(self.board.program.pid(), before)
+                self.assertEqual(self.sh("pgrep -x pppd"), pppd)
+        self.assertIn("+next", self.sh("dpkg-query --show corvanta"))
+        said = self.sh("kill -INT $(</run/pinger); sleep 0.5; cat /run/ping")
+        self.assertIn(" 0% packet loss", said)
+
+    def test_screen_follows_the_link(self) -> None:
+        """The hooks: up before the check of Connect, down, and up again, without a touch."""
+        self.sh("corvanta-provision apn=internet 'dial=*99#'; "
+                "echo 'holdoff 3' >>/etc/ppp/peers/ppp-connect")
+        self.board.dongle.plug()
+        self.start_program()
+        self.panel.press("Connect")
+        self.panel.open_tab(STATUS)
+        for name, change, there, shown in (
+                ("up", "true", "", ("connected", GREEN)),
+                ("down", "killall netpppd", "! ", ("disconnected", RED)),
+                ("redialled", "true", "", ("connected", GREEN))):
+            with self.subTest(name):
+                changed = float(self.sh(
+                    f"{change}; until {there}ifconfig | grep -q ppp0; do sleep 0.1; done; "
+                    "date +%s.%N", CHECK_SECONDS))
+                while self.link() != shown:
+                    now = float(self.sh("date +%s.%N"))
+                    self.assertLess(now - changed, FOLLOWED_SECONDS, self.link())
+        self.board.program.stop()
+
+    def test_hooks_without_a_panel(self) -> None:
+        """They end well, so that the scripts behind them run."""
+        self.board.program.stop()
+        self.sh("for hook in /etc/ppp/ip-up.d/corvanta-panel /etc/ppp/ip-down.d/corvanta-panel; do "
+                "$hook ppp0 ttyUSB0 115200 10.0.0.1 10.0.0.2 || exit; done")
+
+
+if __name__ == "__main__":
+    unittest.main()
