@@ -7,18 +7,36 @@ and break on mirrors that carry no armhf security suite.
 
 import hashlib
 import os
+import platform
 import re
 from dataclasses import dataclass
 from pathlib import Path
 
 from host import programs
 from host.errors import BoardError
-from host.files import fingerprint, locked, remove, whole
+from host.files import fingerprint, locked, read_list, remove, whole
 from host.paths import cache
 
-SUITE = "bookworm"
+SUITES = ("bookworm", "trixie")  # Debian 12 and 13
 COMPONENT = "main"
 KEYRING = Path("/usr/share/keyrings/debian-archive-keyring.gpg")
+
+
+def suite() -> str:
+    """The board's release, which is that of the machine that builds."""
+    try:
+        name = platform.freedesktop_os_release().get("VERSION_CODENAME", "")
+    except OSError:
+        name = ""
+    if name not in SUITES:
+        raise BoardError(f"this machine has neither Debian 12 nor 13: {name or 'no name'}")
+    return name
+
+
+def package_list(file: Path) -> list[str]:
+    """The names in a list; those with suites behind them are of these suites alone."""
+    lines = [line.split() for line in read_list(file)]
+    return [name for name, *suites in lines if not suites or suite() in suites]
 
 
 @dataclass(frozen=True)
@@ -34,7 +52,7 @@ def mirrors_of_list(text: str) -> list[Mirror]:
     found = []
     for line in text.splitlines():
         match = re.match(r"\s*deb\s+(?:\[([^]]*)\]\s+)?(\S+)\s+(\S+)\s+([^#]*)", line)
-        if match and match[3] == SUITE and COMPONENT in match[4].split():
+        if match and match[3] == suite() and COMPONENT in match[4].split():
             signed = re.search(r"signed-by=(/[^\s,]+)", match[1] or "", re.IGNORECASE)
             found.append(Mirror(match[2], Path(signed[1]) if signed else KEYRING))
     return found
@@ -49,7 +67,8 @@ def mirrors_of_stanzas(text: str) -> list[Mirror]:
         fields = {name.lower(): value.split() for name, value in
                   re.findall(r"^([\w-]+):((?:.*)(?:\n[ \t].*)*)", stanza, re.MULTILINE)}
         if (fields.get("enabled", ["yes"])[0].lower() in ("no", "false")
-                or "deb" not in fields.get("types", []) or SUITE not in fields.get("suites", [])
+                or "deb" not in fields.get("types", [])
+                or suite() not in fields.get("suites", [])
                 or COMPONENT not in fields.get("components", [])):
             continue
         signed = (fields.get("signed-by") or [""])[0]
@@ -59,7 +78,7 @@ def mirrors_of_stanzas(text: str) -> list[Mirror]:
 
 
 def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
-    """The mirror that the host itself uses for Debian 12, or the one named by the user."""
+    """The mirror that the host itself uses for its release, or the one named by the user."""
     named = os.environ.get("CORVANTA_MIRROR")
     if named:
         return Mirror(named)
@@ -69,7 +88,7 @@ def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
             parse = mirrors_of_stanzas if file.suffix == ".sources" else mirrors_of_list
             found += parse(file.read_text(encoding="utf-8", errors="replace"))
     if not found:
-        raise BoardError(f"no mirror of Debian's {SUITE} {COMPONENT} is in this host's apt sources"
+        raise BoardError(f"no mirror of Debian's {suite()} {COMPONENT} is in this host's apt sources"
                          f" ({etc}); name one: CORVANTA_MIRROR=http://.../debian")
     return found[0]
 
@@ -101,7 +120,7 @@ class Package:
 
 def manifest(wanted: list[str]) -> Path:
     """The file in the cache that says what a list of packages comes to."""
-    return cache() / f"manifest-{fingerprint([SUITE, *wanted])[:16]}.txt"
+    return cache() / f"manifest-{fingerprint([suite(), *wanted])[:16]}.txt"
 
 
 class Archive:
@@ -169,7 +188,7 @@ class Archive:
         (self.folder / "partial").mkdir(parents=True, exist_ok=True)
         (self.root / "dpkg/status").write_text("")
         (self.root / "sources.list").write_text(
-            f"deb [arch=armhf signed-by={mirror.keyring}] {mirror.uri} {SUITE} {COMPONENT}\n")
+            f"deb [arch=armhf signed-by={mirror.keyring}] {mirror.uri} {suite()} {COMPONENT}\n")
         config = self.root / "apt.conf"
         config.write_text(f"""{acquire_settings()}
 Acquire::Languages "none";

@@ -4,17 +4,17 @@ from pathlib import Path
 
 from host import programs
 from host.errors import BoardError
-from host.files import fingerprint, is_current, locked, mark_current, read_list, whole
+from host.files import fingerprint, is_current, locked, mark_current, whole
 from host.paths import BOARD, IMAGE_DATA, SYSROOT, SYSROOT_NAME, cache
 from image import database
-from image.debian import Archive
+from image.debian import Archive, package_list
 from image.unpack import relative_links, unpack
 
 
 def ensure() -> Path:
     """The sysroot's folder, which is made again when its packages have changed."""
     programs.require_packages()
-    packages = Archive().fetch(read_list(IMAGE_DATA / "sysroot-packages.txt"))
+    packages = Archive().fetch(package_list(IMAGE_DATA / "sysroot-packages.txt"))
     here = Path(__file__)
     key = fingerprint([p.name for p in packages]
                       + [here.with_name("unpack.py"), here.with_name("database.py")])

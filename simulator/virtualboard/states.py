@@ -6,10 +6,10 @@ from collections.abc import Callable
 from pathlib import Path
 
 from host import programs
-from host.files import fingerprint, is_current, locked, mark_current, read_list, whole
+from host.files import fingerprint, is_current, locked, mark_current, whole
 from host.paths import BOARD, IMAGE_DATA, MACHINE, cache
 from image import rootfs, sysroot
-from image.debian import Archive
+from image.debian import Archive, package_list
 from machine import qemu
 from panel.facts import SIZES
 from virtualboard.board import FORGET, Board, state_file
@@ -37,8 +37,8 @@ def ensure(say: Say) -> Path:
     @param say  is told what is done and how long it took
     """
     programs.require_packages()
-    board = Archive().fetch(read_list(IMAGE_DATA / "board-packages.txt"))
-    initramfs = Archive().fetch(read_list(IMAGE_DATA / "initramfs-packages.txt"))
+    board = Archive().fetch(package_list(IMAGE_DATA / "board-packages.txt"))
+    initramfs = Archive().fetch(package_list(IMAGE_DATA / "initramfs-packages.txt"))
     key = _fingerprint([*board, *initramfs])
     with locked(BOARD / "machine.lock"):
         if is_current(MACHINE, key):

@@ -58,8 +58,8 @@ class Link(BoardTest):
                 ("stop and start", f"systemctl stop {UNIT}; systemctl start {UNIT}"),
                 ("restart", f"systemctl restart {UNIT}"),
                 ("crash", f"before=$(systemctl show --property=MainPID --value {UNIT}); "
-                 f"kill -SEGV $before; until now=$(systemctl show --property=MainPID --value {UNIT})"
-                 " && [ $now != 0 ] && [ $now != $before ]; do sleep 0.2; done"),
+                 "kill -SEGV $before; until "
+                 f"now=$(systemctl show --property=MainPID --value {UNIT}) && [ $now != 0 ] && [ $now != $before ]; do sleep 0.2; done"),
                 ("upgrade", "dpkg --install /run/newer.deb"),
         ):
             with self.subTest(name):

@@ -178,15 +178,17 @@ void Inspector::callSlot(QObject *target, const QByteArray &slot, bool hasArgume
     const QMetaObject *meta = target->metaObject();
     const QMetaMethod method =
         meta->method(meta->indexOfSlot(slot + (hasArgument ? "(int)" : "()")));
-    const QGenericArgument first = hasArgument ? Q_ARG(int, argument) : QGenericArgument();
+    // Not Qt's macros: from 6.5 on they are of another type, which knows no absent argument.
+    const QGenericArgument first =
+        hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
     QJsonObject done{{"slot", QString::fromLatin1(slot)}, {"running", false}};
     if (method.returnType() == QMetaType::Int) {
         int result = 0;
-        method.invoke(target, Qt::DirectConnection, Q_RETURN_ARG(int, result), first);
+        method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("int", &result), first);
         done.insert("result", result);
     } else if (method.returnType() == QMetaType::Bool) {
         bool result = false;
-        method.invoke(target, Qt::DirectConnection, Q_RETURN_ARG(bool, result), first);
+        method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("bool", &result), first);
         done.insert("result", result);
     } else {
         method.invoke(target, Qt::DirectConnection, first);

@@ -13,22 +13,23 @@ from host.errors import BoardError
 from image import debian
 from image.debian import Archive, Mirror
 
+SUITE = debian.suite()
 ONE_LINE = [
-    ("options", "deb [arch=amd64 signed-by=/k.gpg] http://a/debian bookworm main contrib",
+    ("options", f"deb [arch=amd64 signed-by=/k.gpg] http://a/debian {SUITE} main contrib",
      [Mirror("http://a/debian", Path("/k.gpg"))]),
-    ("source packages", "deb-src http://a/debian bookworm main", []),
-    ("commented out", "# deb http://a/debian bookworm main", []),
-    ("security suite", "deb http://a/security bookworm-security main", []),
-    ("other component", "deb http://a/debian bookworm contrib # main", []),
+    ("source packages", f"deb-src http://a/debian {SUITE} main", []),
+    ("commented out", f"# deb http://a/debian {SUITE} main", []),
+    ("security suite", f"deb http://a/security {SUITE}-security main", []),
+    ("other component", f"deb http://a/debian {SUITE} contrib # main", []),
 ]
 STANZAS = [
     ("comment between fields, folded field", "Types: deb deb-src\n# old\nURIs:\n http://a/debian\n"
-     " http://b/debian\nSuites: bookworm bookworm-updates\nComponents: main\nSigned-By: /k.gpg",
+     f" http://b/debian\nSuites: {SUITE} {SUITE}-updates\nComponents: main\nSigned-By: /k.gpg",
      [Mirror("http://a/debian", Path("/k.gpg")), Mirror("http://b/debian", Path("/k.gpg"))]),
-    ("disabled", "Enabled: no\nTypes: deb\nURIs: http://a/debian\nSuites: bookworm\n"
+    ("disabled", f"Enabled: no\nTypes: deb\nURIs: http://a/debian\nSuites: {SUITE}\n"
      "Components: main", []),
-    ("second stanza, key inside", "Types: deb\nURIs: http://a/s\nSuites: bookworm-security\n"
-     "Components: main\n\nTypes: deb\nURIs: http://a/debian\nSuites: bookworm\nComponents: main\n"
+    ("second stanza, key inside", f"Types: deb\nURIs: http://a/s\nSuites: {SUITE}-security\n"
+     f"Components: main\n\nTypes: deb\nURIs: http://a/debian\nSuites: {SUITE}\nComponents: main\n"
      "Signed-By:\n -----BEGIN PGP PUBLIC KEY BLOCK-----\n .\n x", [Mirror("http://a/debian")]),
 ]
 
