@@ -16,6 +16,7 @@ from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
 STORED = stored_parameters(user="operator", password="secret")
+PIN = stored_parameters(user="operator", password="secret", pin="1234")
 WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
@@ -69,8 +70,8 @@ def throw_refused(name: str, modem: Mapping[str, str], before: str = ":") -> Non
         alive(board)
 
 
-def throw_connected(name: str, modem: Mapping[str, str]) -> None:
-    with dialled(name, modem) as board:
+def throw_connected(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> None:
+    with dialled(name, modem, parameters) as board:
         wait_link(board, "connected", GREEN)
         alive(board)
 
@@ -117,6 +118,9 @@ def rows() -> list[Row]:
         "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
         "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
         "another APN": {"apn": "elsewhere"},
+        **{f"ERROR to AT{command}": {"refused": command}
+           for command in ("Z", "I", "+COPS", "+CGDCONT")},
+        "IPCP is not answered": {"ipcp": "no"},
     }
     connected: dict[str, Mapping[str, str]] = {
         "echo stays on": {"answer": "echo"}, "replies in pieces": {"answer": "pieces"},
@@ -134,7 +138,9 @@ def rows() -> list[Row]:
             throw_ended, "echo", f"{FREEZE}; {GONE}", {}, ECHOES)),
         Row("the network answers nothing any more", partial(
             throw_silenced, "silenced"), ordered=SILENT),
-        Row("wrong PIN", partial(throw_wrong_pin, "wrong-pin"), ordered=REDIALS),
+        Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN)),
+        Row("wrong PIN, then the PUK is asked for", partial(throw_wrong_pin, "wrong-pin"),
+            ordered=REDIALS),
     ]
 
 

@@ -88,8 +88,8 @@ def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
             parse = mirrors_of_stanzas if file.suffix == ".sources" else mirrors_of_list
             found += parse(file.read_text(encoding="utf-8", errors="replace"))
     if not found:
-        raise BoardError(f"no mirror of Debian's {suite()} {COMPONENT} is in this host's apt sources"
-                         f" ({etc}); name one: CORVANTA_MIRROR=http://.../debian")
+        raise BoardError(f"no mirror of Debian's {suite()} {COMPONENT} is in this host's apt "
+                         f"sources ({etc}); name one: CORVANTA_MIRROR=http://.../debian")
     return found[0]
 
 

@@ -15,6 +15,7 @@ from virtualboard.program import UNIT
 
 FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
 INSTALL_SECONDS = 120
+MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
 
 def newer_package() -> bytes:
@@ -57,9 +58,8 @@ class Link(BoardTest):
         for name, commands in (
                 ("stop and start", f"systemctl stop {UNIT}; systemctl start {UNIT}"),
                 ("restart", f"systemctl restart {UNIT}"),
-                ("crash", f"before=$(systemctl show --property=MainPID --value {UNIT}); "
-                 "kill -SEGV $before; until "
-                 f"now=$(systemctl show --property=MainPID --value {UNIT}) && [ $now != 0 ] && [ $now != $before ]; do sleep 0.2; done"),
+                ("crash", f"before=$({MAIN_PID}); kill -SEGV $before; until now=$({MAIN_PID}) && "
+                 "[ $now != 0 ] && [ $now != $before ]; do sleep 0.2; done"),
                 ("upgrade", "dpkg --install /run/newer.deb"),
         ):
             with self.subTest(name):

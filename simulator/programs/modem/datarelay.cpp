@@ -8,6 +8,25 @@
 
 namespace modem
 {
+namespace
+{
+
+constexpr char Flag = 0x7e;
+constexpr char Escape = 0x7d;
+
+/** @return whether a frame, as it is on the line (RFC 1662), carries IPCP (RFC 1332) */
+bool isIpcp(const std::string &frame)
+{
+    std::string header;
+    for (size_t i = 0; i < frame.size() && header.size() < 4; ++i) {
+        const bool escaped = frame[i] == Escape && i + 1 < frame.size();
+        header += escaped ? static_cast<char>(frame[++i] ^ 0x20) : frame[i];
+    }
+    // Address and control may have been agreed away.
+    return header.compare(header.compare(0, 2, "\xff\x03") == 0 ? 2 : 0, 2, "\x80\x21") == 0;
+}
+
+} // namespace
 
 int DataRelay::open()
 {
@@ -32,6 +51,7 @@ void DataRelay::close()
 {
     m_master.close();
     m_toNetwork.clear();
+    m_frame.clear();
     m_networkSpoke = m_hungUp = false;
 }
 
@@ -59,10 +79,23 @@ std::string DataRelay::serve(short events)
     return bytes;
 }
 
-void DataRelay::send(const std::string &bytes)
+void DataRelay::send(const std::string &bytes, bool ipcp)
 {
-    m_toNetwork += bytes;
+    m_toNetwork += ipcp ? bytes : withoutIpcp(bytes);
     flush();
+}
+
+std::string DataRelay::withoutIpcp(const std::string &bytes)
+{
+    std::string others;
+    for (const char byte : bytes) {
+        m_frame += byte;
+        if (byte != Flag)
+            continue;
+        others += isIpcp(m_frame) ? std::string(1, Flag) : m_frame;
+        m_frame.clear();
+    }
+    return others;
 }
 
 void DataRelay::flush()

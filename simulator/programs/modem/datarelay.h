@@ -33,8 +33,8 @@ public:
     /** Moves what can be moved. @return what the network sent */
     std::string serve(short events);
 
-    /** Takes bytes of the caller. */
-    void send(const std::string &bytes);
+    /** Takes bytes of the caller. @param ipcp whether his IPCP packets are among them, or lost */
+    void send(const std::string &bytes, bool ipcp = true);
 
     /** @return whether the caller should be listened to */
     bool takesMore() const { return m_toNetwork.size() < Enough; }
@@ -43,10 +43,12 @@ private:
     static constexpr size_t Enough = 8192;
 
     void flush();
+    std::string withoutIpcp(const std::string &bytes);
 
     FileDescriptor m_master;
     std::string m_device;
     std::string m_toNetwork;
+    std::string m_frame; ///< of the caller, as far as it has come
     bool m_networkSpoke = false;
     bool m_hungUp = false;
 };

@@ -157,7 +157,7 @@ void Dongle::relayFromCaller(const std::string &bytes)
     if (m_redialled.empty() && m_state == State::Data) {
         const auto command = m_redial.feed(bytes);
         if (!command) {
-            m_relay.send(bytes);
+            m_relay.send(bytes, m_scenario.ipcp);
             return;
         }
         event("caller starts over");
@@ -168,7 +168,7 @@ void Dongle::relayFromCaller(const std::string &bytes)
     } else if (!m_redialled.empty()) {
         m_redialled += bytes;
     } else {
-        m_relay.send(bytes);
+        m_relay.send(bytes, m_scenario.ipcp);
     }
 }
 

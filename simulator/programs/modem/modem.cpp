@@ -113,7 +113,7 @@ Reply Modem::execute(const std::string &line)
 
 Modem::Outcome Modem::run(const Command &command, Line &line)
 {
-    if (command.operation == Command::Operation::Invalid)
+    if (command.operation == Command::Operation::Invalid || command.name == m_scenario.refused)
         return invalid();
     const bool isRegister = command.name.size() > 1 && command.name[0] == 'S';
     const auto found = handlers().find(isRegister ? "S" : command.name);

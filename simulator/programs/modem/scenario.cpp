@@ -58,6 +58,8 @@ std::vector<common::Setting> modemKeys(Scenario &s)
          "slow: every reply late; pieces: of 1 to 3 bytes"},
         {"delay_ms", number<Milliseconds>("N", 0, LongestTime, s.delay),
          "before a slow reply (1000), between pieces (20)"},
+        {"refused", anyText("COMMAND", s.refused),
+         "command that is answered ERROR: Z, E, +CPIN, +CGDCONT (none)"},
         {"dial",
          oneOf({{"connect", Dial::Connect},
                 {"no-carrier", Dial::NoCarrier},
@@ -87,6 +89,8 @@ std::vector<common::Setting> networkKeys(Scenario &s)
         {"network.user", anyText("NAME", s.networkUser),
          "how the network proves itself to a caller that asks"},
         {"network.password", anyText("TEXT", s.networkPassword), "with which password"},
+        {"ipcp", oneOf({{"yes", true}, {"no", false}}, s.ipcp),
+         "no: the caller's IPCP packets are lost"},
         {"drop_after_s", number<std::chrono::seconds>("N", 0, LongestTime, s.dropAfter),
          "the network ends a call after N seconds (0: never)"},
     };

@@ -22,6 +22,8 @@ struct Scenario {
     Answer answer = Answer::Normal;
     std::optional<std::chrono::milliseconds> delay; ///< before a slow reply, between pieces
 
+    std::string refused; ///< name of the command, without AT, that is an error; empty: none
+
     Dial dial = Dial::Connect;
     std::chrono::milliseconds dialTime{0}; ///< from the dial command to its result
     std::string apn; ///< the only APN that the network accepts; empty accepts every one
@@ -33,6 +35,7 @@ struct Scenario {
     std::string password;
     std::string networkUser; ///< with which the network proves itself, if the board asks for it
     std::string networkPassword;
+    bool ipcp = true; ///< whether the network hears the caller's requests for an IP address
     std::chrono::seconds dropAfter{0}; ///< the network ends a call after this time; 0 never
 };
 

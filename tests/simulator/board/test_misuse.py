@@ -11,7 +11,7 @@ from pathlib import Path
 from typing import NamedTuple
 from unittest import mock
 
-from host.files import locked, read_list
+from host.files import locked
 from host.paths import BUILD, IMAGE_DATA, ROOT
 from image import debian
 from panel.facts import SOON_SECONDS
@@ -97,7 +97,7 @@ class Misuses(unittest.TestCase):
         subprocess.run(["dpkg-deb", "-b", "-Znone", tree, file], check=True, capture_output=True)
         digest = hashlib.md5(file.read_bytes()).hexdigest()
         with mock.patch.dict(os.environ, CORVANTA_CACHE=str(cache)):
-            manifest = debian.manifest(read_list(IMAGE_DATA / "sysroot-packages.txt"))
+            manifest = debian.manifest(debian.package_list(IMAGE_DATA / "sysroot-packages.txt"))
         manifest.write_text(f"md5 {digest} {file.stat().st_size} big.deb\n")
         return cache
 
