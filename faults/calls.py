@@ -8,12 +8,12 @@ from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from functools import cache, partial
 
-from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG
-from privateroot.process import PrivateRoot
-from faults.panel import (APN, EDITED, EDITED_LAST, STORED, STORED_AUTO, TYPED, TYPED_LAST, alive,
-                          leave, repairable, stored, stored_root, type_and_connect, untouched_run)
+from faults.panel import (APN, EDITED, EDITED_LAST, TYPED, TYPED_LAST, alive, leave, repairable,
+                          stored, stored_root, type_and_connect, untouched_run)
 from faults.rows import Group, Row, expect
 from faults.trace import OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
+from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG, STORED, STORED_AUTO
+from privateroot.process import PrivateRoot
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process

@@ -6,12 +6,12 @@ import time
 from collections.abc import Callable
 from functools import partial
 
-from panel.facts import FAILED
-from privateroot.files import DONGLE, LAUNCH
-from privateroot.process import PrivateRoot
 from faults.growth import CLOCK
 from faults.panel import alive, leave, stored_root
 from faults.rows import Group, Row, expect
+from panel.facts import FAILED
+from privateroot.files import DONGLE, LAUNCH
+from privateroot.process import PrivateRoot
 
 # The clock's day, read anew at each look; the time that timers count goes on as it does.
 CLOCK_FILE = "/testrun/clock"

@@ -4,10 +4,10 @@ from __future__ import annotations
 
 from functools import partial
 
-from faults.panel import (EDITED, alive, leave, private_kib, stored, stored_root,
-                          type_and_connect)
-from privateroot.process import PrivateRoot
+from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect
 from faults.rows import Group, Row, expect
+from privateroot.process import PrivateRoot
+from privateroot.procfs import private_kib
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
 MUCH = 100_000_000  # bytes

@@ -4,11 +4,11 @@ from __future__ import annotations
 
 from functools import partial
 
+from faults.panel import alive, at_rest, leave, stored_root
+from faults.rows import Group, Row, expect
 from panel.facts import DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED, STATUS
 from privateroot.files import DONGLE
 from privateroot.process import PrivateRoot
-from faults.panel import alive, at_rest, leave, stored_root
-from faults.rows import Group, Row, expect
 
 CYCLES = 20
 OTHER = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT + 1:x}\n"

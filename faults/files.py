@@ -8,10 +8,10 @@ from functools import partial
 from pathlib import Path
 from random import Random
 
-from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE
-from faults.panel import DEFAULTS, STORED, TYPED, alive, leave, repairable, shown, stored
-from faults.panel import stored_root, type_and_connect
+from faults.panel import (DEFAULTS, TYPED, alive, leave, repairable, shown, stored, stored_root,
+                          type_and_connect)
 from faults.rows import Group, Row, expect
+from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED
 
 LARGE = 100_000_000  # bytes
 HUGE = 3 << 30

@@ -10,11 +10,12 @@ from collections.abc import Callable
 from pathlib import Path
 from signal import SIGUSR1
 
+from faults.panel import at_rest, leave, stored_root
+from faults.rows import Group, Row, expect
 from panel.facts import FAILED, FIELDS
 from privateroot.files import LAUNCH
 from privateroot.process import PrivateRoot
-from faults.panel import at_rest, leave, private_kib, stored_root
-from faults.rows import Group, Row, expect
+from privateroot.procfs import private_kib
 
 FASTER = 60  # times, of the preloaded clock
 CLOCK = "/usr/$LIB/faketime/libfaketime.so.1"

@@ -11,8 +11,7 @@ from functools import partial
 from itertools import chain, combinations
 from pathlib import Path
 
-from faults.panel import (EDITED, alive, leave, stored, stored_root, type_and_connect,
-                          untouched_run)
+from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect, untouched_run
 from faults.rows import Group, Row, expect
 
 LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/launch"

@@ -10,12 +10,11 @@ from functools import partial
 
 from faults.rows import Group, Row, expect
 from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, GREEN, LINK_STATUS, MISC, PARAMETERS, RED,
-                         SETTING, SOON_SECONDS, START_SECONDS, STATUS, WITHOUT_KEYS,
+                         SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED, WITHOUT_KEYS,
                          stored_parameters)
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
-STORED = stored_parameters(user="operator", password="secret")
 PIN = stored_parameters(user="operator", password="secret", pin="1234")
 WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link

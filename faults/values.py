@@ -5,9 +5,9 @@ from __future__ import annotations
 
 from functools import partial
 
-from panel.facts import CHAT_SCRIPT, COUNTS, MISC, PARAMETERS, PEER_FILE, SETTING
 from faults.panel import leave, repairable, shown, stored, stored_root
 from faults.rows import Group, Row, expect
+from panel.facts import CHAT_SCRIPT, COUNTS, MISC, PARAMETERS, PEER_FILE, SETTING
 
 VALUES = {
     "every ASCII character": bytes(range(0x21, 0x7f)),

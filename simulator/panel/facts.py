@@ -42,3 +42,8 @@ def stored_parameters(apn: str = "internet", dial: str = "*99#", user: str = "",
                       password: str = "", pin: str = "", method: str = "0") -> bytes:
     """The content of PARAMETERS; the method is the number of its row in the list."""
     return "".join(f"{value}\n" for value in (apn, dial, user, password, pin, method)).encode()
+
+
+# What tests store beforehand.
+STORED = stored_parameters(user="operator", password="secret")
+STORED_AUTO = b"1\n5\n"

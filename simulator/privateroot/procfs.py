@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from contextlib import suppress
 from pathlib import Path
 
 ENDED = ("", "<defunct>")  # names of a process that runs no more
@@ -26,11 +27,9 @@ def process_name(pid: int) -> str:
 def children(parent: int) -> list[int]:
     """The processes that are children of a process now."""
     found: list[int] = []
-    try:
-        for listed in Path(f"/proc/{parent}/task").glob("*/children"):
+    for listed in Path(f"/proc/{parent}/task").glob("*/children"):
+        with suppress(FileNotFoundError, ProcessLookupError):  # This thread has ended.
             found += map(int, listed.read_text().split())
-    except (FileNotFoundError, ProcessLookupError):
-        pass  # It is gone, or one of its threads; those that were found are its children still.
     return found
 
 
@@ -48,3 +47,9 @@ def descendants(ancestor: int) -> list[int]:
 def processor_ticks(pid: int) -> int:
     """Processor time of a process and of the children that it has waited for, in clock ticks."""
     return sum(int(field) for field in _fields(pid)[1][11:15])
+
+
+def private_kib(pid: int) -> int:
+    """The process's memory that no file could give back, in KiB."""
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
+    return int(rollup.partition("\nAnonymous:")[2].split()[0])

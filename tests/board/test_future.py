@@ -8,10 +8,8 @@ import unittest
 
 from boardtest import BoardTest
 from host.paths import ARM
-from panel.facts import (CHECK_SECONDS, PARAMETERS, PPP_LOG, SOON_SECONDS,
-                         stored_parameters)
+from panel.facts import CHECK_SECONDS, PARAMETERS, PPP_LOG, SOON_SECONDS, STORED
 
-STORED = stored_parameters(user="operator", password="secret")
 HUGE = 3 << 30  # bytes
 # Functions of the C library that know neither large files nor late times on 32-bit boards.
 NARROW = re.compile(r" U (stat|fstat|lstat|fstatat|open|openat|lseek|ftruncate|pread|pwrite|mmap|"

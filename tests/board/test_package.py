@@ -1,12 +1,14 @@
 #!/usr/bin/python3
 """The Debian package's life on a board: service, files, removal, and a boot with it."""
 
+import subprocess
 import time
 import unittest
 from pathlib import Path
 from shlex import quote
 
 from boardtest import BoardTest
+from host.paths import ARM
 from panel.facts import (CHAT_SCRIPT, CHIP_MARKER, FILES, PARAMETERS, SOON_SECONDS,
                          START_SECONDS, UNDETECTED, stored_parameters)
 from virtualboard.board import Board
@@ -129,6 +131,13 @@ class Files(PackageTest):
                                         "/etc/systemd/system/corvanta.service.d"])
         self.sh(f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
         self.await_window()
+
+
+class Built(unittest.TestCase):
+    def test_lintian_is_content(self) -> None:
+        done = subprocess.run(["lintian", "--allow-root", *ARM.glob("corvanta_*_armhf.deb")],
+                              capture_output=True, text=True, check=False)
+        self.assertEqual((done.returncode, done.stdout), (0, ""), done.stderr)
 
 
 class Boot(unittest.TestCase):

@@ -9,13 +9,11 @@ from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
-from panel.facts import AUTO_CONNECT, GREEN, LINK_STATUS, PARAMETERS, RED, stored_parameters
+from panel.facts import AUTO_CONNECT, GREEN, LINK_STATUS, PARAMETERS, RED, STORED, STORED_AUTO
 from panel.screen import Screen
 from privateroot.process import PrivateRoot
 
 EXPECTED = Path(__file__).resolve().parent.parent / "expected"
-STORED = stored_parameters(user="operator", password="secret")
-STORED_AUTO = b"1\n5\n"
 # What may stand in a file's place.
 NO_FILES: dict[str, Callable[[Path], None]] = {
     "directory": Path.mkdir,

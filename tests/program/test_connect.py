@@ -8,11 +8,11 @@ from typing import NamedTuple
 
 from picture import Picture
 from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FILES, MISC, PARAMETERS, PEER_FILE,
-                         SETTING, STATUS, UNDETECTED)
+                         SETTING, STATUS, STORED, STORED_AUTO, UNDETECTED)
 from privateroot.files import DONGLE
 from privateroot.process import PrivateRoot
 from privateroot.waiting import wait_until
-from programtest import DIALLING, STORED, STORED_AUTO, ProgramTest
+from programtest import DIALLING, ProgramTest
 
 # Keeps what the files hold at the moment of the call.
 SNAPSHOT = """

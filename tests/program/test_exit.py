@@ -6,8 +6,8 @@ import unittest
 from signal import SIGUSR1
 
 from modem import Modem
-from panel.facts import CHAT_SCRIPT, LOGS, PARAMETERS, PEER_FILE
-from programtest import STORED, ProgramTest
+from panel.facts import CHAT_SCRIPT, LOGS, PARAMETERS, PEER_FILE, STORED
+from programtest import ProgramTest
 
 LONG_PPPD = "/usr/bin/sleep 600\n:"  # the second command keeps the shell named pppd
 

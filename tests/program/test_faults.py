@@ -5,11 +5,11 @@ import time
 import unittest
 from signal import SIGUSR1
 
-from panel.facts import CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE
+from panel.facts import CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
 from privateroot.process import PrivateRoot
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
-from programtest import DIALLING, NO_FILES, STORED, ProgramTest
+from programtest import DIALLING, NO_FILES, ProgramTest
 
 TICKS = os.sysconf("SC_CLK_TCK")
 

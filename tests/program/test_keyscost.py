@@ -8,17 +8,13 @@ import unittest
 from pathlib import Path
 
 from privateroot.process import PrivateRoot
+from privateroot.procfs import private_kib
 from programtest import ProgramTest
 
 
 class Cost(ProgramTest):
     def started(self, size: tuple[int, int]) -> PrivateRoot:
         return self.stored_root(size=size, keys=True).start()
-
-    def private_kib(self, root: PrivateRoot) -> int:
-        """Memory that no file could give back."""
-        rollup = Path(f"/proc/{root.pid}/smaps_rollup").read_text()
-        return int(rollup.partition("\nAnonymous:")[2].split()[0])
 
     def wake_ups(self, root: PrivateRoot) -> int:
         def so_far() -> int:
@@ -44,11 +40,11 @@ class Cost(ProgramTest):
         root = self.started((1280, 800))
         time.sleep(1)  # until the start has come to its end
         root.panel.screen()
-        before = self.private_kib(root)
+        before = private_kib(root.pid)
         for _ in range(5):
             root.panel.raise_keys("PinCode:")
             root.panel.put_keys_away()
-        self.assertLess(self.private_kib(root) - before, 1024)
+        self.assertLess(private_kib(root.pid) - before, 1024)
 
 
 if __name__ == "__main__":

@@ -5,9 +5,10 @@ import unittest
 from signal import SIGUSR1
 from typing import NamedTuple
 
-from panel.facts import AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, stored_parameters
+from panel.facts import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, STORED, STORED_AUTO,
+                         stored_parameters)
 from privateroot.process import PrivateRoot
-from programtest import NO_FILES, STORED, STORED_AUTO, ProgramTest
+from programtest import NO_FILES, ProgramTest
 
 EMPTY = ["", "", "", "", ""]
 YES, NO, NEITHER = (True, False), (False, True), (False, False)

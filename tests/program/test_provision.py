@@ -6,11 +6,11 @@ import unittest
 from shlex import join, quote
 from typing import Any
 
-from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE,
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE, STORED,
                          stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.process import BUILD, PrivateRoot
-from programtest import STORED, ProgramTest
+from programtest import ProgramTest
 
 PROVISION = "/app/corvanta-provision"
 MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
