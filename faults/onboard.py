@@ -7,11 +7,13 @@ import time
 from collections.abc import Iterator, Mapping
 from contextlib import contextmanager
 from functools import partial
+from pathlib import Path
 
 from faults.rows import Group, Row, expect
-from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, GREEN, LINK_STATUS, MISC, PARAMETERS, RED,
-                         SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED, WITHOUT_KEYS,
-                         stored_parameters)
+from panel.facts import (AUTO_CONNECT, CHECK_SECONDS, COUNTS, FAILED, FIELDS, GREEN, LINK_STATUS,
+                         MISC, PARAMETERS, RED, SETTING, SOON_SECONDS, START_SECONDS, STATUS,
+                         STORED, WITHOUT_KEYS, stored_parameters)
+from panel.screen import centre
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
@@ -96,6 +98,52 @@ def throw_silenced(name: str) -> None:
         alive(board)
 
 
+def throw_pulled(name: str, moment: str, up: bool) -> None:
+    """The dongle is pulled; plugged again, it dials when Connect is touched.
+    @param moment shell condition at which it is pulled
+    @param up whether the link was up then: without it the attempt ends with the notice"""
+    with dialled(name, {}) as board:
+        if up:
+            wait_link(board, "connected", GREEN)
+        board.guest.sh(f"until {moment}; do sleep 0.05; done", CHECK_SECONDS)
+        board.dongle.unplug()
+        if not up:
+            board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS,
+                             FAILED)
+            board.panel.press("OK")
+        wait_link(board, "disconnected", RED)
+        board.dongle.plug()
+        board.guest.sh("killall -q pppd; true")
+        board.panel.press("Connect")
+        wait_link(board, "connected", GREEN)
+        alive(board)
+
+
+def throw_full_disk(name: str) -> None:
+    """A save of which half fails, in a process without the inspector, by touches and keys alone."""
+    with Board((480, 272), f"faults-{name}") as board:
+        board.guest.sh(f"mount -t tmpfs -o size=4k,mode=700 full {Path(PARAMETERS).parent}")
+        board.guest.write(PARAMETERS, STORED)  # fills it
+        board.dongle.plug()
+        board.program.start(WITHOUT_KEYS)
+        board.panel.wait(lambda screen: screen.main_window()["visible"], START_SECONDS, "a start")
+        field, end = centre(board.panel.field(FIELDS[0])), centre(board.panel.button("Exit"))
+        shown = board.photograph("inspected.png").read_bytes()
+        board.program.stop()
+        board.program.start(WITHOUT_KEYS | {"QT_QPA_GENERIC_PLUGINS": ""})
+        deadline = time.monotonic() + START_SECONDS
+        while board.records.picture("alone.png").read_bytes() != shown:
+            expect(time.monotonic() < deadline, "the same picture without the inspector")
+            time.sleep(1)
+        board.fingers.touch(*field)
+        board.keyboard.press("End")
+        board.keyboard.type("2")
+        board.fingers.touch(*end)
+        expect(board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
+        expect(board.guest.read(PARAMETERS) == STORED.replace(b"internet", b"internet2"), "saved")
+        expect(board.guest.run(f"test -e {AUTO_CONNECT}").status != 0, "no room for the other file")
+
+
 def throw_wrong_pin(name: str) -> None:
     """The operator is told after 15 s; pppd goes on until the SIM is locked."""
     with dialled(name, {"sim.pin": "4321"}, WRONG_PIN) as board:
@@ -126,7 +174,16 @@ def rows() -> list[Row]:
         "three seconds to connect": {"dial_ms": "3000"},
         "CHAP": {"auth": "chap", "user": "operator", "password": "secret"},
     }
+    pulled = {"before the dial command": ("pgrep -x chat", False),
+              "while LCP is negotiated": ("pgrep -x netpppd", False),
+              "while the link is up": (":", True)}
     return [
+        # The longest first.
+        Row("wrong PIN, then the PUK is asked for", partial(throw_wrong_pin, "wrong-pin"),
+            ordered=REDIALS),
+        Row("a save on a full disk, no inspector", partial(throw_full_disk, "full-disk")),
+        *(Row(f"the dongle is pulled {name}", partial(throw_pulled, f"pulled {name}", *how))
+          for name, how in pulled.items()),
         *(Row(name, partial(throw_refused, name, modem)) for name, modem in refused.items()),
         *(Row(name, partial(throw_connected, name, modem)) for name, modem in connected.items()),
         Row("LCP is not answered", partial(
@@ -138,9 +195,7 @@ def rows() -> list[Row]:
         Row("the network answers nothing any more", partial(
             throw_silenced, "silenced"), ordered=SILENT),
         Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN)),
-        Row("wrong PIN, then the PUK is asked for", partial(throw_wrong_pin, "wrong-pin"),
-            ordered=REDIALS),
     ]
 
 
-GROUPS = [Group("board", "modem and network, on the simulated board", rows, at_once=2)]
+GROUPS = [Group("board", "modem and network, on the simulated board", rows, at_once=3)]
