@@ -17,7 +17,7 @@ MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "
 SAID = "/testrun/said"
 ALL = ("apn=web.example", "dial=*99***1#", "user=guest", "password=pass word", "pin=1234",
        "auth=PAP", "auto-connect=YES", "counts=7")
-VALUES = ["web.example", "*99***1#", "guest", "pass word", "1234"]
+VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
 
 
 def command(*words: str, lines: str = "") -> str:
@@ -48,13 +48,13 @@ class Provision(ProgramTest):
                 self.assertEqual(self.said(root), "status 0\n" + "".join(
                     f"wrote {file}\n" for file in (PARAMETERS, AUTO_CONNECT, PEER_FILE,
                                                    CHAT_SCRIPT)))
-                self.assertEqual(root.read(PARAMETERS), stored_parameters(*VALUES, method="1"))
+                self.assertEqual(root.read(PARAMETERS), stored_parameters(*VALUES, "1"))
                 self.assertEqual(root.read(AUTO_CONNECT), b"0\n7\n")
                 self.assert_file(root, CHAT_SCRIPT, "chat-with-pin")
                 self.assert_file(root, PEER_FILE, "peer-pap")
                 for file in FILES:
                     self.assertEqual(stat.S_IMODE(os.stat(root.host(file)).st_mode), 0o600, file)
-                self.assertEqual([root.panel.field(label)["text"] for label in FIELDS], VALUES)
+                self.assertEqual(tuple(root.panel.field(label)["text"] for label in FIELDS), VALUES)
                 self.leave(root)
 
     def test_values_that_are_not_named(self) -> None:
