@@ -59,6 +59,7 @@ def wait_link(board: Board, text: str, style: str) -> None:
     board.panel.wait(lambda screen: (screen.value(LINK_STATUS)["text"],
                                      screen.value(LINK_STATUS)["style"]) == (text, style),
                      CHECK_SECONDS, f"{text} in {style}")
+    board.program.await_check()
 
 
 def throw_refused(name: str, modem: Mapping[str, str], before: str = ":") -> None:

@@ -170,6 +170,7 @@ class Session:
 
     def disconnect(self) -> None:
         """Disconnect is touched: "disconnected" in red"""
+        self.board.program.await_check()
         self.panel.open_tab(self.text(STATUS))
         self.panel.press(self.text("Disconnect"))
         self.await_link("disconnected", RED, CHECK_SECONDS)

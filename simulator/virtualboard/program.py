@@ -18,6 +18,7 @@ INSPECTOR = "/run/program/inspector"
 KEEP_UP_SECONDS = 2.0
 START_SECONDS = 60
 STOP_SECONDS = 30
+CHECK_AGE = 16  # seconds that pppd has run when the check is over
 SIGNALLED = 128  # and a signal's number: the exit status of a program that the signal has ended
 
 
@@ -112,6 +113,17 @@ class Program:
             self._guest.sh(f"kill -KILL {pid}; until [ -e {STATUS} ]; do sleep 0.02; done; "
                            f"systemctl stop {UNIT}", STOP_SECONDS)
         return self.status()
+
+    def await_check(self) -> None:
+        """
+        Wait until the check is over that Connect makes 15 s after it has started pppd.
+
+        pppd's scripts have the link shown before that. A link that ends in between is a failed
+        attempt for that check.
+        """
+        # Without a pppd there is no number to compare.
+        self._guest.sh("while [ \"$(ps -o etimes= -C pppd | sort -n | tail -n 1)\" -le "
+                       f"{CHECK_AGE} ] 2>/dev/null; do sleep 0.5; done", START_SECONDS)
 
     def inspect(self, line: str) -> dict[str, Any]:
         """

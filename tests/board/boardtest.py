@@ -78,6 +78,7 @@ class BoardTest(unittest.TestCase):
             return value["text"] == text and value["style"] == style
         self.panel.open_tab(STATUS)
         self.wait(f"{text!r} in {style}", seconds, holds)
+        self.board.program.await_check()
 
     def wait_failed(self) -> None:
         """Waits for the notice at the end of an attempt, and takes it away."""
