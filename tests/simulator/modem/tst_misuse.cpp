@@ -63,8 +63,8 @@ void MisuseTest::scenario_data()
     row("answer = slow", "");
     row("sim.pin=", "");
     row("bogus=1", "there is no key \"bogus\": the keys are sim.present, sim.pin, sim.puk, answer, "
-                   "delay_ms, dial, dial_ms, csq, apn, auth, user, password, network.user, "
-                   "network.password, drop_after_s\n");
+                   "delay_ms, refused, dial, dial_ms, csq, apn, auth, user, password, "
+                   "network.user, network.password, ipcp, drop_after_s\n");
     row("silent", "\"silent\" is no line of a scenario: it has no equals sign\n");
     row("answer=Slow",
         "answer cannot be \"Slow\": it is one of normal, silent, echo, slow, pieces\n");
