@@ -52,6 +52,7 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
     def tell(result: Result) -> None:
         if result.why or wanted.rows:
             print(f"  {result.outcome.value}: {group.name}: {result.row.name}"
+                  f" ({result.seconds:.0f} s)"
                   + "".join(f"\n      {line}" for line in result.why.splitlines()), flush=True)
 
     results = group.throw(rows, tell)

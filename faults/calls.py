@@ -11,12 +11,15 @@ from functools import cache, partial
 from faults.panel import (APN, EDITED, EDITED_LAST, TYPED, TYPED_LAST, alive, leave, repairable,
                           stored, stored_root, type_and_connect, untouched_run)
 from faults.rows import Group, Row, expect
-from faults.trace import OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
+from faults.trace import INJECTED, OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
+from faults.unseen import connect_and_leave, connecting, thrown, unseen_root
+from faults.unseen import leave as leave_unseen
 from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG, STORED, STORED_AUTO
 from privateroot.process import PrivateRoot
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process
+SECONDS = 5  # for what a touch does
 STARTS_OF_COMMANDS = 3  # that the start-up's last commands are
 # What may be stored after a fault in a phase.
 POSSIBLE = {"start": (STORED,), "connect": (STORED, EDITED), "check": (EDITED,),
@@ -47,6 +50,11 @@ def phases(how: str) -> dict[str, list[Call]]:
     return found
 
 
+def first_of_each(calls: list[Call]) -> list[Call]:
+    """The first call of each name."""
+    return list({call.name: call for call in reversed(calls)}.values())
+
+
 def whole_or_missing(root: PrivateRoot) -> None:
     """The generated files have all their lines, and nothing new can be read by others."""
     for path, lines in GENERATED.items():
@@ -68,6 +76,7 @@ def throw(phase: str, fault: Fault) -> None:
         if phase == "exit":
             root.panel.fill(APN, TYPED_LAST)
         leave(root)
+        thrown(root)
         possible = POSSIBLE[phase]
         expect(stored(root) in possible, f"{stored(root)!r} is stored")
         whole_or_missing(root)
@@ -77,6 +86,16 @@ def throw(phase: str, fault: Fault) -> None:
 def throw_uninspected(fault: Fault) -> None:
     with stored_root(launch=launch(fault), inspected=False) as root:
         untouched_run(root)
+        thrown(root)
+
+
+def throw_unseen(fault: Fault) -> None:
+    with unseen_root(launch(fault)) as root:
+        connect_and_leave(root)
+        thrown(root)
+        expect(stored(root) in POSSIBLE["connect"], f"{stored(root)!r} is stored")
+        whole_or_missing(root)
+        repairable(root, *POSSIBLE["connect"])
 
 
 def throw_folder() -> None:
@@ -103,6 +122,10 @@ def own_files() -> list[Row]:
         fault = Fault(call, "error=EIO")
         rows.append(Row(f"start: {fault}, no inspector", partial(throw_uninspected, fault),
                         chosen=at < 4))
+    for call in first_of_each(phases(launch())["connect"]):
+        fault = Fault(call, f"error={ERRORS.get(call.name, 'EIO')}", lasting=True)
+        rows.append(Row(f"connect: {fault}, no inspector", partial(throw_unseen, fault),
+                        chosen=call.name == "pwrite64"))
     return [*rows, Row("a new file's folder is synced", throw_folder, chosen=True)]
 
 
@@ -116,18 +139,30 @@ def throw_at_command(phase: str, fault: Fault) -> None:
         while not root.calls("pppd") and time.monotonic() < deadline:
             time.sleep(0.02)
         leave(root)
+        thrown(root)
         expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
+        repairable(root, EDITED)
+
+
+def throw_unseen_at_command(fault: Fault) -> None:
+    with unseen_root(launch(fault, (), STARTING)) as root:
+        with connecting(root) as viewer:
+            root.wait_until(lambda: stored(root) == EDITED, SECONDS, "the save")
+            root.wait_until(lambda: INJECTED in root.content(TRACE), SECONDS, "the fault")
+            leave_unseen(root, viewer)
         repairable(root, EDITED)
 
 
 def commands() -> list[Row]:
     found = phases(launch(None, (), STARTING))
     last_of_start = [call for call in found["start"] if call.name != "pipe2"][-STARTS_OF_COMMANDS:]
-    return [Row(f"{phase}: {fault}", partial(throw_at_command, phase, fault), chosen=at == 0)
-            for phase, calls in (("start", last_of_start), ("connect", found["connect"]))
-            for at, call in enumerate(calls)
-            for fault in [Fault(call, "error=EAGAIN"),
-                          *([Fault(call, "error=EMFILE", True)] if phase == "connect" else [])]]
+    unseen = Fault(found["connect"][0], "error=EAGAIN")
+    return [*(Row(f"{phase}: {fault}", partial(throw_at_command, phase, fault), chosen=at == 0)
+              for phase, calls in (("start", last_of_start), ("connect", found["connect"]))
+              for at, call in enumerate(calls)
+              for fault in [Fault(call, "error=EAGAIN"),
+                            *([Fault(call, "error=EMFILE", True)] if phase == "connect" else [])]),
+            Row(f"{unseen}, no inspector", partial(throw_unseen_at_command, unseen))]
 
 
 GROUPS = [

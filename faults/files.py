@@ -8,10 +8,12 @@ from functools import partial
 from pathlib import Path
 from random import Random
 
-from faults.panel import (DEFAULTS, TYPED, alive, leave, repairable, shown, stored, stored_root,
+from faults.panel import (DEFAULTS, EDITED, alive, leave, repairable, shown, stored, stored_root,
                           type_and_connect)
 from faults.rows import Group, Row, expect
+from faults.unseen import connect_and_leave, unseen_root
 from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED
+from privateroot.files import LAUNCH
 
 LARGE = 100_000_000  # bytes
 HUGE = 3 << 30
@@ -103,9 +105,20 @@ def throw_generated(blocked: str, make: Make) -> None:
         make(root.host(blocked))
         root.start()
         type_and_connect(root)
-        expect(stored(root) == STORED.replace(b"internet", TYPED.encode()), "it is stored")
+        expect(stored(root) == EDITED, "it is stored")
         alive(root)
         leave(root)
+
+
+def throw_unseen(blocked: str) -> None:
+    """The same without the inspector: what is stored is whole, whatever the log takes."""
+    with unseen_root(LAUNCH) as root:
+        root.host(blocked).unlink(missing_ok=True)
+        root.host(blocked).mkdir()
+        connect_and_leave(root)
+        if blocked != PARAMETERS:
+            expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
+        expect(root.host(blocked).is_dir(), "the folder stays")
 
 
 def rows() -> list[Row]:
@@ -123,6 +136,8 @@ def rows() -> list[Row]:
           for path in (CHAT_SCRIPT, PEER_FILE)
           for name, make in (("a folder", Path.mkdir), ("a FIFO", os.mkfifo),
                              ("a device", link("/dev/full")), ("a loop", link("chat")))),
+        *(Row(f"{path}: a folder, no inspector", partial(throw_unseen, path))
+          for path in (PARAMETERS, CHAT_SCRIPT, PEER_FILE)),
     ]
 
 

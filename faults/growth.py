@@ -19,6 +19,7 @@ from privateroot.procfs import private_kib
 
 FASTER = 60  # times, of the preloaded clock
 CLOCK = "/usr/$LIB/faketime/libfaketime.so.1"
+WARM_UP = 100  # times at most, before the first look at the memory
 SETTLED_KIB = 128  # that the heap may take without any growth
 PIN = FIELDS[-1]
 SECONDS = 20  # for each thing that is waited for
@@ -82,7 +83,7 @@ class Growth:
         with stored_root(launch=fast, preload=[CLOCK], keys=True) as root:
             root.unwrap("ls")
             root.start()
-            for _ in range(self.count // 4 + 2):
+            for _ in range(min(self.count // 4, WARM_UP) + 2):
                 self.once(root)
             memory, descriptors, files = self._state(root)
             for _ in range(self.count):

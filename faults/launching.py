@@ -11,12 +11,18 @@ from functools import partial
 from itertools import chain, combinations
 from pathlib import Path
 
+from faults.calls import phases
 from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect, untouched_run
 from faults.rows import Group, Row, expect
+from faults.trace import Call, Fault
+from faults.trace import launch as traced
+from faults.unseen import connect_and_leave, thrown, unseen_root
+from panel.facts import STORED
+from privateroot.files import LAUNCH
 
 LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/launch"
-NORMAL = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
 ENV = "/usr/bin/env"
+TELLS = "QT_LOGGING_RULES=corvanta.files.warning=true"  # failed writes
 # A pipe that nobody reads and that is full, and one whose reader has gone.
 STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
@@ -44,6 +50,21 @@ def throw_uninspected(launch: str, setup: str) -> None:
         untouched_run(root)
 
 
+def throw_unseen_save(launch: str, setup: str) -> None:
+    """A save that fails tells it where nobody listens, and has put the content back before."""
+    fault = Fault(first_write(), "error=ENOSPC", lasting=True)
+    told = traced(fault).replace(LAUNCH.removeprefix("program"), launch.removeprefix("program"))
+    with unseen_root(told.replace("program", f"program {ENV} {TELLS}", 1), setup) as root:
+        connect_and_leave(root)
+        thrown(root)
+        expect(stored(root) == STORED, f"{stored(root)!r} is stored")
+
+
+def first_write() -> Call:
+    """Of Connect's save."""
+    return next(call for call in phases(traced())["connect"] if call.name == "pwrite64")
+
+
 def closed() -> list[Row]:
     sets = chain.from_iterable(combinations(range(3), count) for count in (1, 2, 3))
     redirections = ("<&-", ">&-", "2>&-")
@@ -58,7 +79,7 @@ def closed() -> list[Row]:
 
 def signals() -> list[Row]:
     return [Row(f"{how} {name}",
-                partial(throw, NORMAL.replace("program", f"program {ENV} --{how}-signal={name}")),
+                partial(throw, LAUNCH.replace("program", f"program {ENV} --{how}-signal={name}")),
                 chosen=name in ("USR1", "CHLD"))
             for how in ("ignore", "block") for name in SIGNALS]
 
@@ -78,13 +99,15 @@ def readers() -> list[Row]:
     """Also without the inspector, which hides what a signal would do to the program alone."""
     return [row for name, (launch, setup) in READERS.items() for row in (
         Row(name, partial(throw, launch, setup), chosen="error" in name),
-        Row(f"{name}, no inspector", partial(throw_uninspected, launch, setup), chosen=True))]
+        Row(f"{name}, no inspector", partial(throw_uninspected, launch, setup), chosen=True),
+        Row(f"{name}, a save fails, no inspector", partial(throw_unseen_save, launch, setup),
+            chosen="gone" in name))]
 
 
 def throw_signals_from_exec() -> None:
     """SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
     launcher = "program /testrun/launcher"
-    with stored_root(launch=NORMAL.replace("program", launcher)) as root:
+    with stored_root(launch=LAUNCH.replace("program", launcher)) as root:
         shipped = LAUNCHER.read_bytes()
         root.write("/testrun/launcher", shipped)
         root.host("/testrun/launcher").chmod(0o755)
@@ -113,6 +136,6 @@ def throw_signals_from_exec() -> None:
 GROUPS = [Group("launch", "what the launching process leaves in the way", lambda: [
     *closed(), *signals(), *readers(),
     Row("SIGUSR1 every 10 ms from exec on", throw_signals_from_exec, chosen=True),
-    Row("32 descriptors", partial(throw, NORMAL, "ulimit -n 32\n")),
-    Row("little environment", partial(throw, NORMAL, "unset HOME XDG_RUNTIME_DIR LC_ALL\n")),
+    Row("32 descriptors", partial(throw, LAUNCH, "ulimit -n 32\n")),
+    Row("little environment", partial(throw, LAUNCH, "unset HOME XDG_RUNTIME_DIR LC_ALL\n")),
 ])]

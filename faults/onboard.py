@@ -2,17 +2,16 @@
 
 from __future__ import annotations
 
-import re
 import time
-from collections.abc import Iterator, Mapping
-from contextlib import contextmanager
+from collections.abc import Mapping
 from functools import partial
 from pathlib import Path
 
+from faults import unplugged
+from faults.boards import SIZE, SharedBoards, alive, dialled, uptime, wait_link, wait_notice
 from faults.rows import Group, Row, expect
-from panel.facts import (AUTO_CONNECT, CHECK_SECONDS, COUNTS, FAILED, FIELDS, GREEN, LINK_STATUS,
-                         MISC, PARAMETERS, RED, SETTING, SOON_SECONDS, START_SECONDS, STATUS,
-                         STORED, WITHOUT_KEYS, stored_parameters)
+from panel.facts import (AUTO_CONNECT, CHECK_SECONDS, FIELDS, GREEN, LINK_STATUS, PARAMETERS, RED,
+                         SOON_SECONDS, START_SECONDS, STORED, WITHOUT_KEYS, stored_parameters)
 from panel.screen import centre
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
@@ -21,6 +20,10 @@ PIN = stored_parameters(user="operator", password="secret", pin="1234")
 WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
+FIRST_COMMAND = b'heard "ATZ"'
+ATTEMPTS = SharedBoards("faults-refused")
+NOTICE_LEAST = 14.5  # seconds on the board after the touch of Connect
+NOTICES: list[float] = []  # after how many seconds they came
 REDIALS = ("a wrong PIN is tried again by pppd (persist) some 33 s later: one press of Connect "
            "spends the SIM's three tries in two minutes, unless Disconnect is touched")
 SILENT = ("a link on which nothing comes back stays shown as connected until pppd gives it up, two "
@@ -29,53 +32,40 @@ GONE = "until ! ifconfig | grep -q ppp; do sleep 0.2; done"
 ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/options"
 
 
-@contextmanager
-def dialled(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
-            before: str = ":") -> Iterator[Board]:
-    """A board on which Connect has been touched. @param before shell commands just before that"""
-    with Board((480, 272), f"faults-{re.sub('[^a-z0-9]+', '-', name.lower())}") as board:
+def see_refusal(board: Board, since: float) -> None:
+    """The notice comes 15 s after pppd was started, whatever the modem does.
+    @param since the board's uptime at the touch of Connect"""
+    wait_notice(board)
+    NOTICES.append(uptime(board) - since)
+    expect(NOTICES[-1] > NOTICE_LEAST, f"the notice after {NOTICES[-1]:.1f} s")
+    board.panel.press("OK")
+    board.panel.wait(lambda screen: not screen.has_dialog() and screen.button("Connect")["enabled"],
+                     SOON_SECONDS, "Connect enabled")
+
+
+def throw_refused(modem: Mapping[str, str]) -> None:
+    with ATTEMPTS.taken() as board:
         board.dongle.tell_modem(modem)
-        board.dongle.plug()
-        board.guest.write(PARAMETERS, parameters)
-        board.program.start(WITHOUT_KEYS)
-        board.panel.wait(lambda screen: screen.main_window()["visible"], START_SECONDS, "a start")
-        board.panel.open_tab(MISC)  # an edit there has both generated files written
-        board.panel.fill(COUNTS, "7")
-        board.panel.open_tab(SETTING)
-        board.guest.sh(before)
+        heard = board.guest.read(MODEM_LOG).count(FIRST_COMMAND)
+        begin = uptime(board)
         board.panel.press("Connect")
-        yield board
+        see_refusal(board, begin)
+        expect(board.guest.read(MODEM_LOG).count(FIRST_COMMAND) > heard, "the modem was asked")
 
 
-def alive(board: Board) -> None:
-    """It takes touches, and Exit ends it."""
-    board.panel.open_tab(STATUS)
-    board.panel.press("Exit")
-    expect(board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
+def throw_first_refused(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
+                        before: str = ":") -> None:
+    with dialled(name, modem, parameters, before) as board:
+        see_refusal(board, uptime(board))
+        alive(board)
 
 
-def wait_link(board: Board, text: str, style: str) -> None:
-    board.panel.open_tab(STATUS)
-    board.panel.wait(lambda screen: (screen.value(LINK_STATUS)["text"],
-                                     screen.value(LINK_STATUS)["style"]) == (text, style),
-                     CHECK_SECONDS, f"{text} in {style}")
-    board.program.await_check()
-
-
-def throw_refused(name: str, *modems: Mapping[str, str], before: str = ":") -> None:
-    """One attempt after the other: the notice comes 15 s after pppd was started, whatever the modem
-    does."""
-    with dialled(name, modems[0], before=before) as board:
-        for modem in modems:
-            if modem is not modems[0]:
-                board.dongle.tell_modem(modem)
-                board.panel.press("Connect")
-            board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS,
-                             f"{FAILED} with {modem}")
-            board.panel.press("OK")
-            board.panel.wait(lambda screen: not screen.has_dialog()
-                             and screen.button("Connect")["enabled"], SOON_SECONDS,
-                             "Connect enabled")
+def throw_last() -> None:
+    """After attempts that were refused the next one has its link, and Exit ends the program."""
+    with ATTEMPTS.ending() as board:
+        board.dongle.tell_modem()
+        board.panel.press("Connect")
+        wait_link(board, "connected", GREEN)
         alive(board)
 
 
@@ -106,30 +96,9 @@ def throw_silenced(name: str) -> None:
         alive(board)
 
 
-def throw_pulled(name: str, moment: str, up: bool) -> None:
-    """The dongle is pulled; plugged again, it dials when Connect is touched.
-    @param moment shell condition at which it is pulled
-    @param up whether the link was up then: without it the attempt ends with the notice"""
-    with dialled(name, {}) as board:
-        if up:
-            wait_link(board, "connected", GREEN)
-        board.guest.sh(f"until {moment}; do sleep 0.05; done", CHECK_SECONDS)
-        board.dongle.unplug()
-        if not up:
-            board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS,
-                             FAILED)
-            board.panel.press("OK")
-        wait_link(board, "disconnected", RED)
-        board.dongle.plug()
-        board.guest.sh("killall -q pppd; true")
-        board.panel.press("Connect")
-        wait_link(board, "connected", GREEN)
-        alive(board)
-
-
 def throw_full_disk(name: str) -> None:
     """A save of which half fails, in a process without the inspector, by touches and keys alone."""
-    with Board((480, 272), f"faults-{name}") as board:
+    with Board(SIZE, f"faults-{name}") as board:
         board.guest.sh(f"mount -t tmpfs -o size=4k,mode=700 full {Path(PARAMETERS).parent}")
         board.guest.write(PARAMETERS, STORED)  # fills it
         board.dongle.plug()
@@ -155,7 +124,7 @@ def throw_full_disk(name: str) -> None:
 def throw_wrong_pin(name: str) -> None:
     """The operator is told after 15 s; pppd goes on until the SIM is locked."""
     with dialled(name, {"sim.pin": "4321"}, WRONG_PIN) as board:
-        board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS, FAILED)
+        wait_notice(board)
         deadline = time.monotonic() + 5 * CHECK_SECONDS
         while board.guest.read(MODEM_LOG).count(b"heard \"AT+CPIN=") < PIN_TRIES:
             expect(time.monotonic() < deadline, "three tries")
@@ -164,49 +133,60 @@ def throw_wrong_pin(name: str) -> None:
         alive(board)
 
 
+REFUSED: dict[str, Mapping[str, str]] = {
+    "silent modem": {"answer": "silent"}, "no carrier": {"dial": "no-carrier"},
+    "busy": {"dial": "busy"}, "error at the dial command": {"dial": "error"},
+    "no dialtone": {"dial": "no-dialtone"}, "no answer": {"dial": "no-answer"},
+    "delayed": {"dial": "delayed"}, "no SIM": {"sim.present": "no"},
+    "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
+    "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
+    "another APN": {"apn": "elsewhere"},
+    **{f"ERROR to AT{command}": {"refused": command}
+       for command in ("Z", "I", "+COPS", "+CGDCONT")},
+    "IPCP is not answered": {"ipcp": "no"},
+}
+CONNECTED: dict[str, Mapping[str, str]] = {
+    "echo stays on": {"answer": "echo"}, "replies in pieces": {"answer": "pieces"},
+    "three seconds to connect": {"dial_ms": "3000"},
+    "CHAP": {"auth": "chap", "user": "operator", "password": "secret"},
+}
+
+
 def rows() -> list[Row]:
-    refused: dict[str, list[Mapping[str, str]]] = {
-        "silent modem": [{"answer": "silent"}],
-        "no carrier, busy, error, no dialtone, no answer, delayed": [
-            {"dial": end} for end in ("no-carrier", "busy", "error", "no-dialtone", "no-answer",
-                                      "delayed")],
-        "ERROR to ATZ, ATI, AT+COPS, AT+CGDCONT": [
-            {"refused": command} for command in ("Z", "I", "+COPS", "+CGDCONT")],
-        "no SIM, another APN": [{"sim.present": "no"}, {"apn": "elsewhere"}],
-        "the network knows another user": [{"auth": "pap", "user": "x", "password": "y"}],
-        "CHAP fails": [{"auth": "chap", "user": "operator", "password": "other"}],
-        "IPCP is not answered": [{"ipcp": "no"}],
-    }
-    connected: dict[str, Mapping[str, str]] = {
-        "echo stays on": {"answer": "echo"}, "replies in pieces": {"answer": "pieces"},
-        "three seconds to connect": {"dial_ms": "3000"},
-        "CHAP": {"auth": "chap", "user": "operator", "password": "secret"},
-    }
-    pulled = {"before the dial command": ("pgrep -x chat", False),
-              "while LCP is negotiated": ("pgrep -x netpppd", False),
-              "while the link is up": (":", True)}
     return [
-        # The longest first.
         Row("wrong PIN, then the PUK is asked for", partial(throw_wrong_pin, "wrong-pin"),
-            ordered=REDIALS),
-        *(Row(name, partial(throw_refused, name[:20], *modems))
-          for name, modems in refused.items()),
-        Row("a save on a full disk, no inspector", partial(throw_full_disk, "full-disk")),
-        *(Row(f"the dongle is pulled {name}", partial(throw_pulled, f"pulled {name}", *how))
-          for name, how in pulled.items()),
-        *(Row(name, partial(throw_connected, name, modem)) for name, modem in connected.items()),
+            ordered=REDIALS, seconds=120),
+        Row("a save on a full disk, no inspector", partial(throw_full_disk, "full-disk"),
+            seconds=60),
+        *(Row(name, partial(throw_refused, modem), seconds=30) for name, modem in REFUSED.items()),
+        Row("the PUK is asked for at once", partial(
+            throw_first_refused, "puk", {"sim.pin": "1234", "sim.tries": "0"}, PIN), seconds=50),
         Row("LCP is not answered", partial(
-            throw_refused, "lcp", {},
-            before=f"(until {FREEZE}; do sleep 0.05; done) >/dev/null 2>&1 &")),
+            throw_first_refused, "lcp", {},
+            before=f"(until {FREEZE}; do sleep 0.05; done) >/dev/null 2>&1 &"), seconds=50),
+        *(Row(name, partial(throw_connected, name, modem), seconds=40)
+          for name, modem in CONNECTED.items()),
+        Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN),
+            seconds=40),
         Row("the network drops the call", partial(
-            throw_ended, "drop", GONE, {"drop_after_s": "25"})),
+            throw_ended, "drop", GONE, {"drop_after_s": "25"}), seconds=60),
         Row("LCP echoes are not answered", partial(
-            throw_ended, "echo", f"{FREEZE}; {GONE}", {}, ECHOES)),
-        Row("the network answers nothing any more", partial(
-            throw_silenced, "silenced"), ordered=SILENT),
-        Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN)),
+            throw_ended, "echo", f"{FREEZE}; {GONE}", {}, ECHOES), seconds=50),
+        Row("the network answers nothing any more", partial(throw_silenced, "silenced"),
+            ordered=SILENT, seconds=50),
+        *unplugged.rows(),
     ]
 
 
+def last() -> list[Row]:
+    return [Row("a link after attempts that were refused", throw_last)] * ATTEMPTS.up()
+
+
+def figures() -> list[str]:
+    return [f"{len(NOTICES)} notices of failed attempts: {min(NOTICES):.0f} to {max(NOTICES):.0f} "
+            "s after Connect is touched"] if NOTICES else []
+
+
 # Most of a row is waiting.
-GROUPS = [Group("board", "modem and network, on the simulated board", rows, at_once=5)]
+GROUPS = [Group("board", "modem, network and dongle, on the simulated board", rows, at_once=5,
+                figures=figures, last=last)]

@@ -3,10 +3,12 @@
 from __future__ import annotations
 
 import os
+import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from enum import Enum
+from operator import attrgetter
 
 
 class Outcome(Enum):
@@ -25,12 +27,14 @@ class Row:
         what was expected
     @ivar ordered why the program loses something under this fault by design; None when it must not
     @ivar chosen whether ./test throws it, too
+    @ivar seconds that it takes, about: of a group's rows the longest are thrown first
     """
 
     name: str
     throw: Callable[[], None]
     ordered: str | None = None
     chosen: bool = False
+    seconds: float = 0
 
 
 @dataclass
@@ -38,6 +42,7 @@ class Result:
     """What came of a row."""
 
     row: Row
+    seconds: float  # that it has taken
     why: str = ""  # it failed
 
     @property
@@ -56,19 +61,22 @@ class Group:
     rows: Callable[[], list[Row]]
     at_once: int = 2 * (os.cpu_count() or 1)  # most of a row is waiting
     figures: Callable[[], list[str]] = list  # what was measured, a line each
+    last: Callable[[], list[Row]] = list  # rows about what the others have used
 
     def throw(self, rows: list[Row], tell: Callable[[Result], None]) -> list[Result]:
         """Throws rows, several at once. @param tell is called with each result as it comes"""
         def one(row: Row) -> Result:
+            begin, why = time.monotonic(), ""
             try:
                 row.throw()
-                result = Result(row)
             except Exception as error:  # whatever went wrong, the next row is thrown
-                result = Result(row, f"{type(error).__name__}: {error}")
+                why = f"{type(error).__name__}: {error}"
+            result = Result(row, time.monotonic() - begin, why)
             tell(result)
             return result
         with ThreadPoolExecutor(self.at_once) as pool:
-            return list(pool.map(one, rows))
+            results = list(pool.map(one, sorted(rows, key=attrgetter("seconds"), reverse=True)))
+            return results + list(pool.map(one, self.last()))
 
 
 def expect(holds: object, what: str) -> None:

@@ -4,11 +4,13 @@ from __future__ import annotations
 
 from functools import partial
 
-from faults.calls import POSSIBLE, logged_root, phases
+from faults.calls import POSSIBLE, first_of_each, logged_root, phases
 from faults.panel import (APN, EXIT_SECONDS, TYPED, TYPED_LAST, alive, repairable, stored,
                           type_and_connect)
 from faults.rows import Group, Row, expect
-from faults.trace import Fault, launch
+from faults.trace import Call, Fault, launch
+from faults.unseen import connecting, unseen_root
+from privateroot.process import PrivateRoot
 
 CUT = ("ftruncate", "fsync", "pwrite64")
 ORDERLY = ("TERM", "INT", "HUP")
@@ -27,22 +29,37 @@ def throw(phase: str, fault: Fault, signal: str) -> None:
         else:
             root.panel.fill(APN, TYPED)
             root.panel.press("Connect")
-        status = root.wait_exit(EXIT_SECONDS)
-        expect(status == (137 if signal == "KILL" else 0), f"exit status {status}")
-        possible = POSSIBLE[phase] if signal == "KILL" else POSSIBLE[phase][1:]
-        expect(stored(root) in possible, f"{stored(root)!r} is stored")
-        repairable(root, *possible)
+        ended(root, phase, signal)
+
+
+def throw_unseen(phase: str, fault: Fault, signal: str) -> None:
+    with unseen_root(launch(fault)) as root, connecting(root):
+        ended(root, phase, signal)
+
+
+def ended(root: PrivateRoot, phase: str, signal: str) -> None:
+    """The signal has come in the phase: an ordered stop has saved first."""
+    status = root.wait_exit(EXIT_SECONDS)
+    expect(status == (137 if signal == "KILL" else 0), f"exit status {status}")
+    possible = POSSIBLE[phase] if signal == "KILL" else POSSIBLE[phase][1:]
+    expect(stored(root) in possible, f"{stored(root)!r} is stored")
+    repairable(root, *possible)
+
+
+def row(phase: str, call: Call, signal: str, unseen: bool) -> Row:
+    fault = Fault(call, f"signal={signal}")
+    return Row(f"{phase}: {fault}{', no inspector' if unseen else ''}",
+               partial(throw_unseen if unseen else throw, phase, fault, signal),
+               ordered=TWO_FILES if signal == "KILL" and phase == "connect" else None,
+               chosen=call.name in CUT and signal in ("KILL", "TERM") and not unseen)
 
 
 def rows() -> list[Row]:
     found = phases(launch())
-    return [Row(f"{phase}: {fault}", partial(throw, phase, fault, signal),
-                ordered=TWO_FILES if signal == "KILL" and phase == "connect" else None,
-                chosen=call.name in CUT and signal in ("KILL", "TERM"))
-            for phase in ("connect", "exit")
-            for call in found[phase]
-            for signal in ("KILL", *ORDERLY)
-            for fault in [Fault(call, f"signal={signal}")]]
+    return [*(row(phase, call, signal, False) for phase in ("connect", "exit")
+              for call in found[phase] for signal in ("KILL", *ORDERLY)),
+            *(row("connect", call, signal, True) for call in first_of_each(found["connect"])
+              for signal in ("KILL", "TERM"))]
 
 
 GROUPS = [Group("saves", "ended or killed at every call of a save", rows)]

@@ -16,6 +16,7 @@ from privateroot.files import LAUNCH
 from privateroot.process import PrivateRoot
 
 TRACE = "/testrun/trace"
+INJECTED = b"(INJECTED"  # stands there behind a call that strace has had fail
 OWN_FILES = (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)
 LOGS = (PPP_LOG, PPP_LOG + OLD_LOG, CHAT_LOG, CHAT_LOG + OLD_LOG)
 FOLDERS = ("/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")

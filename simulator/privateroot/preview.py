@@ -19,14 +19,11 @@ from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES
                          stored_parameters)
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
+from privateroot.viewer import SETUP, SOCKET, VNC_PORT
 from privateroot.waiting import RootError, wait_until
 
-VNC_PORT = 5900  # the first choice on this machine, and the program's own inside the root
 INTERFACES = "/testrun/interfaces"
 VIEWER = "vncviewer"
-
-# The screen's way out of the root, whose network is its own.
-SETUP = f"socat UNIX-LISTEN:/testrun/vnc,fork TCP:127.0.0.1:{VNC_PORT} &\n"
 COMMANDS = {
     "pppd": f"""/usr/bin/grep -qs ',"fail"' {CHAT_SCRIPT} || printf '{LINK_UP}' >{INTERFACES}\n""",
     "killall": f"printf '{LINK_DOWN}' >{INTERFACES}\n",
@@ -74,7 +71,7 @@ def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
     @return address and port; None when the port is taken"""
     log = root.run / f"socat-{port}"
     socat = start(stack, "socat", "-d", "-d", "-lf", str(log),
-                  f"TCP-LISTEN:{port},bind=127.0.0.1,fork", f"UNIX-CONNECT:{root.run}/vnc")
+                  f"TCP-LISTEN:{port},bind=127.0.0.1,fork", f"UNIX-CONNECT:{root.run}/{SOCKET}")
     found: list[str] = []
 
     def listens() -> bool:
@@ -88,6 +85,7 @@ def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
 
 def show(stack: ExitStack, root: PrivateRoot) -> None:
     """Says where the screen is, and opens a viewer where there is a display."""
+    # The program's own number is the first choice on this machine, too.
     address = lead_out(stack, root, VNC_PORT) or lead_out(stack, root, 0)
     if address is None:
         raise RootError("no port for VNC")

@@ -13,6 +13,7 @@ from panel.facts import LINK_STATUS, SETTING, UNDETECTED
 from panel.panel import Panel, unix_request
 from panel.screen import Screen, centre
 from privateroot.procfs import ENDED, descendants, process_name
+from privateroot.viewer import Viewer
 from privateroot.waiting import wait_until
 
 
@@ -51,18 +52,10 @@ class Preview(unittest.TestCase):
 
     def touch(self, x: int, y: int) -> tuple[int, int]:
         """Touches by VNC what ends the program. @return the screen's size as VNC has it"""
-        with socket.create_connection(self.address, 5) as connection:
-            stream = connection.makefile("rb")
-            connection.sendall(stream.read(12))  # the version of the protocol
-            self.assertEqual(stream.read(4), b"\0\0\0\1", "no password")
-            connection.sendall(b"\1")
-            width, height = (int.from_bytes(stream.read(2), "big") for _ in range(2))
-            stream.read(16)  # the format of pixels
-            stream.read(int.from_bytes(stream.read(4), "big"))
-            place = x.to_bytes(2, "big") + y.to_bytes(2, "big")
-            connection.sendall(b"\5\1" + place + b"\5\0" + place)
-            self.assertEqual(stream.read(), b"")
-        return width, height
+        with Viewer(socket.create_connection(self.address, 5)) as viewer:
+            viewer.touch(x, y)
+            self.assertTrue(viewer.wait_end())
+            return viewer.size
 
     def test_exit(self) -> None:
         panel = self.start("--size", "480x272", "--language", "1")

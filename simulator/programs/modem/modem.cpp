@@ -58,14 +58,15 @@ Modem::Modem()
 
 void Modem::setScenario(const Scenario &scenario)
 {
-    const bool otherCard = scenario.simPresent != m_scenario.simPresent ||
-                           scenario.simPin != m_scenario.simPin ||
-                           scenario.simPuk != m_scenario.simPuk;
+    const bool otherCard =
+        scenario.simPresent != m_scenario.simPresent || scenario.simPin != m_scenario.simPin ||
+        scenario.simPuk != m_scenario.simPuk || scenario.simTries != m_scenario.simTries;
     const bool otherEcho = (scenario.answer == Scenario::Answer::Echo) !=
                            (m_scenario.answer == Scenario::Answer::Echo);
     m_scenario = scenario;
     if (otherCard) {
-        m_sim = scenario.simPresent ? SimCard(scenario.simPin, scenario.simPuk) : SimCard::absent();
+        m_sim = scenario.simPresent ? SimCard(scenario.simPin, scenario.simPuk, scenario.simTries)
+                                    : SimCard::absent();
     }
     if (otherEcho)
         m_profile.echo = scenario.answer == Scenario::Answer::Echo;

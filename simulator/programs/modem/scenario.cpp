@@ -1,7 +1,6 @@
 #include "simulator/programs/modem/scenario.h"
 
 #include "simulator/programs/common/scenariofile.h"
-#include "simulator/programs/modem/simcard.h"
 
 #include <cerrno>
 #include <cstring>
@@ -36,7 +35,9 @@ std::vector<common::Setting> simKeys(Scenario &s)
         {"sim.pin", simCode("4 to 8 digits, or empty", isPinOrNone, s.simPin),
          "PIN that the SIM asks for; empty asks for none"},
         {"sim.puk", simCode("8 digits", SimCard::isPuk, s.simPuk),
-         "PUK (12345678); another PIN or PUK is another SIM"},
+         "PUK (12345678); another PIN, PUK or number of tries is another SIM"},
+        {"sim.tries", common::number<int>("N", 0, SimCard::MaxPinTries, s.simTries),
+         "tries left for the PIN (3); 0: the PUK is asked for"},
     };
 }
 

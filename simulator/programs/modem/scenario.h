@@ -1,6 +1,8 @@
 // What the simulated dongle and its network are told to do.
 #pragma once
 
+#include "simulator/programs/modem/simcard.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -18,6 +20,7 @@ struct Scenario {
     bool simPresent = true;
     std::string simPin; ///< empty: the SIM asks for none
     std::string simPuk = "12345678";
+    int simTries = SimCard::MaxPinTries; ///< for the PIN that are left
 
     Answer answer = Answer::Normal;
     std::optional<std::chrono::milliseconds> delay; ///< before a slow reply, between pieces

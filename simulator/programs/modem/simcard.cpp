@@ -5,7 +5,10 @@
 namespace modem
 {
 
-SimCard::SimCard(const std::string &pin, const std::string &puk) : m_pin(pin), m_puk(puk) {}
+SimCard::SimCard(const std::string &pin, const std::string &puk, int pinTries)
+    : m_pin(pin), m_puk(puk), m_pinTries(pinTries)
+{
+}
 
 SimCard SimCard::absent()
 {

@@ -22,8 +22,11 @@ public:
 
     SimCard() = default;
 
-    /** @param pin empty for a card that asks for none */
-    SimCard(const std::string &pin, const std::string &puk);
+    /**
+     * @param pin empty for a card that asks for none
+     * @param pinTries that are left, 0 to MaxPinTries
+     */
+    SimCard(const std::string &pin, const std::string &puk, int pinTries = MaxPinTries);
 
     /** A dongle without a card. */
     static SimCard absent();

@@ -127,6 +127,22 @@ AT+CPINR="SIM PIN" > +CPINR: SIM PIN,2,3 / OK
 scenario sim.pin=1111
 AT+CPINR="SIM PIN" > +CPINR: SIM PIN,3,3 / OK
 )");
+    row("locked from the start", R"(
+scenario sim.pin=1234 sim.tries=1
+AT+CMEE=1;+CPIN="1111" > +CME ERROR: 16
+AT+CPIN="1234" > +CME ERROR: 12
+scenario sim.tries=0
+AT+CPIN? > +CPIN: SIM PUK / OK
+AT+COPS? > +CME ERROR: 12
+ATD*99# > +CME ERROR: 12
+AT+CPIN="12345678","4321";+COPS? > +COPS: 0,0,"Testnet",2 / OK
+)");
+    row("a refused command", R"(
+scenario refused=+CGDCONT
+AT+CSQ;+CGDCONT=1,"IP","internet";+CSQ > +CSQ: 17,99 / ERROR
+AT+CGDCONT? > ERROR
+AT+COPS? > +COPS: 0,0,"Testnet",2 / OK
+)");
     row("no SIM", R"(
 scenario sim.present=no
 AT+CMEE=1;+CPIN? > +CME ERROR: 10

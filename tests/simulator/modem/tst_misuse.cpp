@@ -62,12 +62,14 @@ void MisuseTest::scenario_data()
     };
     row("answer = slow", "");
     row("sim.pin=", "");
-    row("bogus=1", "there is no key \"bogus\": the keys are sim.present, sim.pin, sim.puk, answer, "
-                   "delay_ms, refused, dial, dial_ms, csq, apn, auth, user, password, "
-                   "network.user, network.password, ipcp, drop_after_s\n");
+    row("bogus=1",
+        "there is no key \"bogus\": the keys are sim.present, sim.pin, sim.puk, sim.tries, "
+        "answer, delay_ms, refused, dial, dial_ms, csq, apn, auth, user, password, "
+        "network.user, network.password, ipcp, drop_after_s\n");
     row("silent", "\"silent\" is no line of a scenario: it has no equals sign\n");
     row("answer=Slow",
         "answer cannot be \"Slow\": it is one of normal, silent, echo, slow, pieces\n");
+    row("sim.tries=4", "sim.tries cannot be \"4\": it is a whole number from 0 to 3\n");
     row("auth=\nsim.pin=12x4\nsim.puk=1234",
         "auth cannot be \"\": it is one of none, pap, chap\n"
         "sim.pin cannot be \"12x4\": it is 4 to 8 digits, or empty\n"

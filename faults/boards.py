@@ -1,0 +1,123 @@
+"""What the rows on the simulated board have in common: how one begins, what is waited for, how it
+ends."""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Iterator, Mapping
+from contextlib import ExitStack, contextmanager
+from itertools import count
+from queue import Empty, SimpleQueue
+
+from faults.rows import expect
+from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, LINK_STATUS, MISC,
+                         PARAMETERS, SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED,
+                         UNDETECTED, WITHOUT_KEYS)
+from virtualboard.board import Board
+
+SIZE = (480, 272)
+
+
+@contextmanager
+def off(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
+    """A board with stored parameters on which the program does not run and no dongle is plugged in.
+    @param name of the row"""
+    with Board(SIZE, f"faults-{re.sub('[^a-z0-9]+', '-', name.lower())}") as board:
+        board.dongle.tell_modem(modem)
+        board.guest.write(PARAMETERS, parameters)
+        yield board
+
+
+def wait_shown(board: Board) -> None:
+    board.panel.wait(lambda screen: screen.main_window()["visible"] and not screen.has_dialog(),
+                     START_SECONDS, "the main window")
+
+
+@contextmanager
+def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
+    """A board on which a touch of Connect dials."""
+    with off(name, modem, parameters) as board:
+        board.dongle.plug()
+        board.program.start(WITHOUT_KEYS)
+        wait_shown(board)
+        board.panel.open_tab(MISC)  # an edit there has both generated files written
+        board.panel.fill(COUNTS, "7")
+        board.panel.open_tab(SETTING)
+        yield board
+
+
+@contextmanager
+def dialled(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
+            before: str = ":") -> Iterator[Board]:
+    """A board on which Connect has been touched. @param before shell commands just before that"""
+    with edited(name, modem, parameters) as board:
+        board.guest.sh(before)
+        board.panel.press("Connect")
+        yield board
+
+
+def uptime(board: Board) -> float:
+    """Seconds since the board was switched on, of its own clock: a busy host makes it slow."""
+    return float(board.guest.read("/proc/uptime").split()[0])
+
+
+def wait_undetected(board: Board) -> None:
+    board.panel.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, START_SECONDS,
+                     "the waiting dialog")
+
+
+def alive(board: Board) -> None:
+    """It takes touches, and Exit ends it."""
+    board.panel.open_tab(STATUS)
+    board.panel.press("Exit")
+    expect(board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
+
+
+def wait_value(board: Board, label: str, text: str, style: str) -> None:
+    """Waits for a value of the status tab, without a touch but the one that opens the tab."""
+    board.panel.open_tab(STATUS)
+    board.panel.wait(lambda screen: (screen.value(label)["text"], screen.value(label)["style"])
+                     == (text, style), CHECK_SECONDS, f"{label} {text} in {style}")
+
+
+def wait_link(board: Board, text: str, style: str) -> None:
+    wait_value(board, LINK_STATUS, text, style)
+    board.program.await_check()
+
+
+def wait_notice(board: Board) -> None:
+    board.panel.wait(lambda screen: screen.dialog()["text"] == FAILED, CHECK_SECONDS, FAILED)
+
+
+class SharedBoards:
+    """Boards that rows of one kind use one after the other, in the same run of the program."""
+
+    def __init__(self, name: str) -> None:
+        self._name = name
+        self._numbers = count(1)
+        self._idle: SimpleQueue[tuple[Board, ExitStack]] = SimpleQueue()
+
+    @contextmanager
+    def taken(self) -> Iterator[Board]:
+        """A board that a touch of Connect has dial. One on which a row fails is not used again."""
+        try:
+            board, stack = self._idle.get_nowait()
+        except Empty:
+            stack = ExitStack()
+            board = stack.enter_context(edited(f"{self._name}-{next(self._numbers)}", {}))
+        with ExitStack() as failed:
+            failed.push(stack)
+            yield board
+            failed.pop_all()
+        self._idle.put((board, stack))
+
+    def up(self) -> int:
+        """How many boards rows have left behind."""
+        return self._idle.qsize()
+
+    @contextmanager
+    def ending(self) -> Iterator[Board]:
+        """One of these boards, which is taken down then."""
+        board, stack = self._idle.get_nowait()
+        with stack:
+            yield board

@@ -1,0 +1,120 @@
+"""The dongle on the simulated board: away, late, another one, pulled at each moment."""
+
+from __future__ import annotations
+
+import re
+from collections.abc import Mapping
+from functools import partial
+
+from faults.boards import (alive, dialled, edited, off, wait_link, wait_notice, wait_shown,
+                           wait_undetected, wait_value)
+from faults.rows import Row, expect
+from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, GREEN, RED, SETTING,
+                         SOON_SECONDS, UNDETECTED, WITHOUT_KEYS)
+
+CYCLES = 20
+OTHER_PRODUCT = DONGLE_PRODUCT + 1
+
+
+def throw_pulled(name: str, moment: str, up: bool) -> None:
+    """The dongle is pulled; plugged again, it dials when Connect is touched.
+    @param moment shell condition at which it is pulled
+    @param up whether the link was up then: without it the attempt ends with the notice"""
+    with dialled(name, {}) as board:
+        if up:
+            wait_link(board, "connected", GREEN)
+        board.guest.sh(f"until {moment}; do sleep 0.05; done", CHECK_SECONDS)
+        board.dongle.unplug()
+        if not up:
+            wait_notice(board)
+            board.panel.press("OK")
+        wait_link(board, "disconnected", RED)
+        board.dongle.plug()
+        board.guest.sh("killall -q pppd; true")
+        board.panel.press("Connect")
+        wait_link(board, "connected", GREEN)
+        alive(board)
+
+
+def throw_late(name: str, dialog: bool, **other: int) -> None:
+    """Nothing can be done until the dongle is there, with its node.
+    @param dialog whether the operator is told; without a node the panel is black
+    @param other what is plugged in before, as Dongle.plug() has it; nothing: nothing"""
+    with off(name, {}) as board:
+        if other:
+            board.dongle.plug(**other)
+        board.program.start(WITHOUT_KEYS)
+        if dialog:
+            wait_undetected(board)
+            board.panel.press("Close")
+        board.guest.sh("sleep 3")
+        screen = board.panel.screen()
+        expect(not screen.main_window()["visible"] and screen.has_dialog() == dialog, "it waits")
+        board.dongle.plug()
+        wait_shown(board)
+        alive(board)
+
+
+def throw_away_at_connect(name: str) -> None:
+    """The dialog stays for another dongle, and for one that is pulled again; then it dials."""
+    with edited(name, {}) as board:
+        board.dongle.unplug()
+        board.panel.press("Connect")
+        wait_undetected(board)
+        board.dongle.plug(product=OTHER_PRODUCT)
+        board.guest.sh("sleep 3")
+        expect(board.panel.dialog()["text"] == UNDETECTED, "it stays for another dongle")
+        board.dongle.unplug()
+        board.dongle.plug(ports=0)
+        board.panel.wait(lambda screen: screen.busy_bars() and not screen.has_dialog(),
+                         SOON_SECONDS, "the wait for the node")
+        board.dongle.unplug()
+        board.guest.sh("sleep 3")
+        expect(board.guest.run("pgrep -x pppd").status != 0, "nothing is dialled")
+        board.dongle.plug()
+        wait_link(board, "connected", GREEN)
+        alive(board)
+
+
+def throw_cycles(name: str) -> None:
+    """Pulled and plugged again and again: it dials as before, and no more is open than before."""
+    def open_now() -> list[str]:
+        found = board.guest.sh(f"ls -l /proc/{board.program.pid()}/fd")
+        return sorted(re.findall("-> (.*)", found))
+
+    with edited(name, {}) as board:
+        before = open_now()
+        for _ in range(CYCLES):
+            board.dongle.unplug()
+            board.dongle.plug()
+        board.guest.sh(f"kill -USR1 {board.program.pid()}")
+        wait_value(board, DONGLE_STATUS, "detected", GREEN)
+        board.guest.sh("sleep 3")
+        expect(open_now() == before, f"open: {before}, then {open_now()}")
+        board.panel.open_tab(SETTING)
+        board.panel.press("Connect")
+        wait_link(board, "connected", GREEN)
+        alive(board)
+
+
+LATE: dict[str, tuple[bool, Mapping[str, int]]] = {
+    "the dongle comes late": (True, {}),
+    "another dongle comes first": (True, {"product": OTHER_PRODUCT}),
+    "the dongle's ports come late": (False, {"ports": 0}),
+}
+PULLED = {
+    "before the dial command": ("pgrep -x chat", False),
+    "while LCP is negotiated": ("pgrep -x netpppd", False),
+    "while the link is up": (":", True),
+}
+
+
+def rows() -> list[Row]:
+    return [
+        Row(f"the dongle is pulled {CYCLES} times", partial(throw_cycles, "cycles"), seconds=90),
+        Row("the dongle is away at Connect", partial(throw_away_at_connect, "away"), seconds=70),
+        *(Row(f"the dongle is pulled {name}", partial(throw_pulled, f"pulled {name}", *how),
+              seconds=60) for name, how in PULLED.items()),
+        *(Row(name, partial(throw_late, name, dialog, **other), seconds=20)
+          for name, (dialog, other) in LATE.items()),
+    ]
