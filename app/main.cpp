@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QBrush>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <sysexits.h>
 
@@ -29,7 +30,7 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     displayStart.reset();
     if (!hasDisplay())
-        return NoDisplay;
+        std::_Exit(NoDisplay); // Qt's plug-in leaks what it had made before it missed the screen.
     const StopSignals stopSignals;
     PanelStyle::apply(app);
     MFilter filter(nullptr);
