@@ -1,10 +1,14 @@
 #include "io/shellcommand.h"
 
+#include <QLoggingCategory>
 #include <QProcess>
 #include <algorithm>
 
 namespace
 {
+
+// What a command complains about goes nowhere unless Qt's logging rules ask for it.
+Q_LOGGING_CATEGORY(log, "corvanta.commands", QtFatalMsg)
 
 /** @return exit status; -1 when the shell could not be started or was killed */
 int run(QProcess &process, const QString &commandLine)
@@ -28,7 +32,10 @@ int runShell(const QString &commandLine)
 {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
+    if (log().isWarningEnabled())
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    else
+        process.setStandardErrorFile(QProcess::nullDevice());
     return run(process, commandLine);
 }
 

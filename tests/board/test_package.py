@@ -10,7 +10,7 @@ from shlex import quote
 from boardtest import BoardTest
 from host.paths import ARM
 from panel.facts import (CHAT_SCRIPT, CHIP_MARKER, FILES, PARAMETERS, SOON_SECONDS,
-                         START_SECONDS, UNDETECTED, stored_parameters)
+                         START_SECONDS, UNDETECTED, WITHOUT_KEYS, stored_parameters)
 from virtualboard.board import Board
 from virtualboard.program import UNIT
 
@@ -75,6 +75,14 @@ class Service(PackageTest):
         self.wait_board(f"{CONSOLE} | grep -q 'failed five times'")
         self.assertNotEqual(self.board.records.picture("given-up.png").read_bytes(), dark)
         self.assertIn("failed five times", self.sh("journalctl --quiet --identifier=corvanta"))
+
+    def test_says_why(self) -> None:
+        """One switch, and the journal has what pppd complains about."""
+        self.board.program.stop()
+        self.start_program(WITHOUT_KEYS | {"QT_LOGGING_RULES": "corvanta.*.warning=true"})
+        self.panel.fill("USER:", "two words")
+        self.panel.press("Connect")
+        self.wait_board("journalctl --quiet --identifier=corvanta | grep -q \"option 'words'\"")
 
     def test_console_stays_away(self) -> None:
         """Neither a login, nor text on the console, nor the kernel's messages reach the panel; when

@@ -1,7 +1,10 @@
 // What a command line gives back.
 #include "io/shellcommand.h"
 
+#include <QLoggingCategory>
+#include <QTemporaryFile>
 #include <QtTest>
+#include <unistd.h>
 
 class ShellCommandTest : public QObject
 {
@@ -11,6 +14,7 @@ private slots:
     void results_data();
     void results();
     void keepsTheBeginningOfMuch();
+    void saysWhyWhenAsked();
 };
 
 void ShellCommandTest::results_data()
@@ -44,6 +48,22 @@ void ShellCommandTest::keepsTheBeginningOfMuch()
     QCOMPARE(result.output.size(), MaxOutputBytes);
     QCOMPARE(result.errors.size(), MaxOutputBytes);
     QVERIFY(result.output.startsWith("out\nout\n"));
+}
+
+void ShellCommandTest::saysWhyWhenAsked()
+{
+    QTemporaryFile said;
+    QVERIFY(said.open());
+    const int before = dup(STDERR_FILENO);
+    dup2(said.handle(), STDERR_FILENO);
+    runShell("echo silent >&2");
+    QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
+    runShell("echo output; echo why >&2");
+    QLoggingCategory::setFilterRules(QString());
+    dup2(before, STDERR_FILENO);
+    close(before);
+    said.seek(0);
+    QCOMPARE(said.readAll(), QByteArray("why\n"));
 }
 
 QTEST_GUILESS_MAIN(ShellCommandTest)
