@@ -24,7 +24,6 @@ namespace
 Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 
 constexpr qsizetype MaxBytes = 1 << 20;
-constexpr qsizetype PageBytes = 4096; // What one write() puts down before a kill is looked at.
 constexpr int MaxInterruptions = 100;
 constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t OthersAccess = S_IRWXG | S_IRWXO;
@@ -43,6 +42,11 @@ template <typename Call> auto uninterrupted(Call call)
     return result;
 }
 
+int statOf(int fd, struct stat *info)
+{
+    return uninterrupted([fd, info] { return ::fstat(fd, info); });
+}
+
 /** errno says what the path is, if not. */
 bool isRegular(const struct stat &info)
 {
@@ -54,7 +58,8 @@ bool isRegular(const struct stat &info)
 bool mayBeOpened(const QByteArray &path)
 {
     struct stat info;
-    return ::stat(path.constData(), &info) == -1 ? errno == ENOENT : isRegular(info);
+    const int found = uninterrupted([&path, &info] { return ::stat(path.constData(), &info); });
+    return found == -1 ? errno == ENOENT : isRegular(info);
 }
 
 /** @return closed when the path is no regular file or cannot be opened; errno says why */
@@ -66,7 +71,7 @@ FileDescriptor openRegular(const QByteArray &path, int flags)
         return ::open(path.constData(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerOnly);
     }));
     struct stat info;
-    if (!file.isOpen() || ::fstat(file.get(), &info) == -1 || !isRegular(info))
+    if (!file.isOpen() || statOf(file.get(), &info) == -1 || !isRegular(info))
         return FileDescriptor();
     return file;
 }
@@ -114,10 +119,11 @@ bool put(int fd, const QByteArray &bytes, off_t length)
 bool keepToOwner(int fd)
 {
     struct stat info;
-    if (::fstat(fd, &info) == -1 ||
-        (info.st_uid != ::geteuid() && ::fchown(fd, ::geteuid(), ::getegid()) == -1))
+    const auto takeOver = [fd] { return ::fchown(fd, ::geteuid(), ::getegid()); };
+    const auto closeToOthers = [fd] { return ::fchmod(fd, OwnerOnly); };
+    if (statOf(fd, &info) == -1 || (info.st_uid != ::geteuid() && uninterrupted(takeOver) == -1))
         return false;
-    if ((info.st_mode & ALLPERMS) == OwnerOnly || ::fchmod(fd, OwnerOnly) == 0)
+    if ((info.st_mode & ALLPERMS) == OwnerOnly || uninterrupted(closeToOthers) == 0)
         return true;
     return (info.st_mode & OthersAccess) == 0;
 }
@@ -125,8 +131,11 @@ bool keepToOwner(int fd)
 /** Where a path leads, links followed. */
 QByteArray realPath(const QByteArray &path)
 {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.constData(), nullptr),
-                                                           &std::free);
+    std::unique_ptr<char, decltype(&std::free)> real(nullptr, &std::free);
+    uninterrupted([&path, &real] {
+        real.reset(::realpath(path.constData(), nullptr));
+        return real ? 0 : -1;
+    });
     return QByteArray(real.get());
 }
 
@@ -135,7 +144,8 @@ void syncFolder(const QByteArray &path)
 {
     const QByteArray real = realPath(path);
     const QByteArray folder = real.left(std::max<qsizetype>(real.lastIndexOf('/'), 1));
-    const FileDescriptor opened(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor opened(uninterrupted(
+        [&folder] { return ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!opened.isOpen() || uninterrupted([&opened] { return ::fsync(opened.get()); }) == -1)
         logFailure("sync folder", folder, errno);
 }
@@ -153,15 +163,14 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
 {
     struct stat info;
     std::optional<QByteArray> earlier;
-    if (::fstat(fd, &info) == 0 && keepToOwner(fd))
+    if (statOf(fd, &info) == 0 && keepToOwner(fd))
         earlier = readAll(fd);
     if (!earlier) {
         logFailure("prepare", name, errno);
         return false;
     }
     // Killed before it is cut, a file that was longer ends in empty lines.
-    const qsizetype padded = std::min<qsizetype>(earlier->size(), PageBytes);
-    if (put(fd, content.leftJustified(padded, '\n'), content.size()))
+    if (put(fd, content.leftJustified(earlier->size(), '\n'), content.size()))
         return true;
     const int error = errno;
     const bool restored = put(fd, *earlier, info.st_size);
