@@ -37,15 +37,16 @@ void neverBlock(int fd)
     struct stat info;
     if (::fstat(fd, &info) == -1)
         return;
-    if (S_ISSOCK(info.st_mode)) {
-        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-    } else if (S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode)) {
+    FileDescriptor own;
+    if (S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode)) {
         char path[32];
         std::snprintf(path, sizeof path, "/proc/self/fd/%d", fd);
-        const FileDescriptor own(::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-        if (own.isOpen())
-            ::dup2(own.get(), fd);
+        own = FileDescriptor(::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     }
+    if (own.isOpen())
+        ::dup2(own.get(), fd);
+    else if (S_ISSOCK(info.st_mode) || S_ISFIFO(info.st_mode)) // a pipe that nobody reads now
+        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
 }
 
 } // namespace

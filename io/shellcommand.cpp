@@ -3,6 +3,7 @@
 #include <QLoggingCategory>
 #include <QProcess>
 #include <algorithm>
+#include <csignal>
 
 namespace
 {
@@ -32,10 +33,13 @@ int runShell(const QString &commandLine)
 {
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
-    if (log().isWarningEnabled())
+    if (log().isWarningEnabled()) {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    else
+        // pppd outlives the program, and may outlive the reader of what it prints.
+        process.setChildProcessModifier([] { std::signal(SIGPIPE, SIG_IGN); });
+    } else {
         process.setStandardErrorFile(QProcess::nullDevice());
+    }
     return run(process, commandLine);
 }
 

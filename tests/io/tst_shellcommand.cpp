@@ -15,6 +15,7 @@ private slots:
     void results();
     void keepsTheBeginningOfMuch();
     void saysWhyWhenAsked();
+    void outlivesTheReaderOfErrors();
 };
 
 void ShellCommandTest::results_data()
@@ -64,6 +65,22 @@ void ShellCommandTest::saysWhyWhenAsked()
     close(before);
     said.seek(0);
     QCOMPARE(said.readAll(), QByteArray("why\n"));
+}
+
+void ShellCommandTest::outlivesTheReaderOfErrors()
+{
+    int ends[2];
+    QCOMPARE(pipe(ends), 0);
+    close(ends[0]);
+    const int before = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
+    const int status = runShell("sh -c 'echo why >&2; exit 7'");
+    QLoggingCategory::setFilterRules(QString());
+    dup2(before, STDERR_FILENO);
+    close(before);
+    close(ends[1]);
+    QCOMPARE(status, 7);
 }
 
 QTEST_GUILESS_MAIN(ShellCommandTest)
