@@ -30,7 +30,8 @@ Widget::~Widget()
 
 void Widget::waitForDongle()
 {
-    if (CheckUSB::checkUSB() != 0)
+    // Told to end before this: no event would close the dialog.
+    if (StopSignals::received() || CheckUSB::checkUSB() != 0)
         return;
     QString text = tr("Undetected dongle,Please plugin and wait a moment!");
     detectMsg = new DetectMsg(this, &text, WAIT_USB);

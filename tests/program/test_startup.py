@@ -135,6 +135,11 @@ class StartUp(ProgramTest):
         self.assertEqual(root.errors()[0], "Couldn't create USR socketpair")
         self.assertEqual(root.processes(), [])
 
+    def test_told_to_end_at_once(self) -> None:
+        """Nobody is left to close the waiting dialog."""
+        root = self.root(usb="", preload=["stopearly"]).start(shown=False)
+        self.assertEqual(root.wait_exit(), 0)
+
     def test_descriptors_close_on_exec(self) -> None:
         """With every descriptor open that there is: those of a waiting signal query, too."""
         modem = Modem()
