@@ -16,6 +16,7 @@ from virtualboard.dongle import MODEM_LOG
 EXPECTED = ROOT / "tests/expected"
 CLEAR_SECONDS = 60
 LOOK_SECONDS = 0.2  # between two looks at the board
+SETTINGS = "/etc/default/corvanta"
 
 
 class BoardTest(unittest.TestCase):
@@ -53,7 +54,7 @@ class BoardTest(unittest.TestCase):
 
     def start_program(self, environment: Mapping[str, str] = WITHOUT_KEYS) -> None:
         self.board.program.start(environment)
-        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
+        self.await_window()
 
     def sh(self, commands: str, seconds: float = SOON_SECONDS) -> str:
         """Runs shell commands on the board, which must succeed. @return what they wrote"""
@@ -65,6 +66,13 @@ class BoardTest(unittest.TestCase):
     def wait_board(self, condition: str, seconds: float = SOON_SECONDS) -> None:
         """Waits for a shell condition on the board."""
         self.board.guest.sh(f"until {condition}; do sleep 0.1; done", seconds)
+
+    def await_window(self) -> None:
+        """Waits for a panel that somebody else has started."""
+        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
+
+    def choose_after_exit(self, choice: str) -> None:
+        self.sh(f"sed -i 's/^CORVANTA_AFTER_EXIT=.*/CORVANTA_AFTER_EXIT={choice}/' {SETTINGS}")
 
     def touch_counts(self) -> None:
         """Changes a value that neither generated file has, so that a connect writes both."""

@@ -15,6 +15,7 @@ from virtualboard.program import UNIT
 
 FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
 INSTALL_SECONDS = 120
+PACKAGE = "/app/corvanta.deb"
 MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
 
@@ -69,8 +70,11 @@ class Link(BoardTest):
                 self.assertNotEqual(self.board.program.pid(), before)
                 self.assertEqual(self.sh("pgrep -x pppd"), pppd)
         self.assertIn("+next", self.sh("dpkg-query --show corvanta"))
+        self.sh("dpkg --remove corvanta", INSTALL_SECONDS)
+        self.assertEqual(self.sh("pgrep -x pppd"), pppd)
         said = self.sh("kill -INT $(</run/pinger); sleep 0.5; cat /run/ping")
         self.assertIn(" 0% packet loss", said)
+        self.sh(f"dpkg --install {PACKAGE}; systemctl stop {UNIT}", INSTALL_SECONDS)
 
     def test_screen_follows_the_link(self) -> None:
         """The hooks: up before the check of Connect, down, and up again, without a touch."""

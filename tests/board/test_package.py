@@ -1,105 +1,27 @@
 #!/usr/bin/python3
-"""The Debian package's life on a board: service, files, removal, and a boot with it."""
+"""The Debian package: as it is built, its life on a board, and a boot with it."""
 
+import os
+import re
 import subprocess
 import time
 import unittest
 from pathlib import Path
 from shlex import quote
 
-from boardtest import BoardTest
-from host.paths import ARM
-from panel.facts import (CHAT_SCRIPT, CHIP_MARKER, FILES, PARAMETERS, SOON_SECONDS,
-                         START_SECONDS, UNDETECTED, WITHOUT_KEYS, stored_parameters)
+from boardtest import SETTINGS, BoardTest
+from host.paths import ARM, ROOT
+from panel.facts import (CHAT_LOG, CHAT_SCRIPT, CHIP_MARKER, FILES, LOGS, OLD_LOG, PARAMETERS,
+                         PEER_FILE, PPP_LOG, START_SECONDS, UNDETECTED, stored_parameters)
 from virtualboard.board import Board
 from virtualboard.program import UNIT
 
-SETTINGS = "/etc/default/corvanta"
 PACKAGE = "/app/corvanta.deb"
 INSTALL_SECONDS = 120
-LIMIT = 5  # failures within two minutes
-# Each line of the console on its own; a blank one has only spaces.
-CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o '[^ ].*[^ ]'"
+OPTIONS = "/etc/ppp/options.ttyUSB0"
 
 
-class PackageTest(BoardTest):
-    def active(self) -> str:
-        return self.board.guest.run(f"systemctl is-active {UNIT}").text.strip()
-
-    def await_window(self) -> None:
-        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
-
-    def choose_after_exit(self, choice: str) -> None:
-        self.sh(f"sed -i 's/^CORVANTA_AFTER_EXIT=.*/CORVANTA_AFTER_EXIT={choice}/' {SETTINGS}")
-
-
-class Service(PackageTest):
-    """What the service does about the panel's end, and about the console."""
-
-    size = (480, 272)
-
-    def setUp(self) -> None:
-        super().setUp()
-        self.board.dongle.plug()
-        self.start_program()
-
-    def test_after_exit(self) -> None:
-        """Exit ends the service, or starts the panel again where the integrator wants that; a stop
-        is a stop."""
-        self.panel.press("Exit")
-        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
-        self.wait_board(f"[ $(systemctl is-active {UNIT}) = inactive ]")
-        self.choose_after_exit("restart")
-        self.addCleanup(self.choose_after_exit, "stay")
-        self.start_program()
-        before = self.board.program.pid()
-        self.panel.press("Exit")
-        self.wait_board(f"[ -e /run/program/pid ] && [ $(</run/program/pid) != {before} ]")
-        self.await_window()
-        self.board.program.stop()
-        self.sh("sleep 3")
-        self.assertEqual(self.active(), "inactive")
-
-    def test_failures_end_in_a_message(self) -> None:
-        """The panel comes back after a crash, up to the limit; then the console says so."""
-        self.board.program.stop()
-        dark = self.board.records.picture("dark.png").read_bytes()
-        self.start_program()
-        for number in range(LIMIT):
-            pid = self.board.program.pid()
-            self.assertEqual(self.active(), "active")
-            last = number == LIMIT - 1
-            self.sh(f"kill -KILL {pid}; until " + (
-                f"[ $(systemctl is-active {UNIT}) = failed ]" if last else
-                f"[ $(</run/program/pid) != {pid} ]") + "; do sleep 0.2; done")
-        self.wait_board(f"{CONSOLE} | grep -q 'failed five times'")
-        self.assertNotEqual(self.board.records.picture("given-up.png").read_bytes(), dark)
-        self.assertIn("failed five times", self.sh("journalctl --quiet --identifier=corvanta"))
-
-    def test_says_why(self) -> None:
-        """One switch, and the journal has what pppd complains about."""
-        self.board.program.stop()
-        self.start_program(WITHOUT_KEYS | {"QT_LOGGING_RULES": "corvanta.*.warning=true"})
-        self.panel.fill("USER:", "two words")
-        self.panel.press("Connect")
-        self.wait_board("journalctl --quiet --identifier=corvanta | grep -q \"option 'words'\"")
-
-    def test_console_stays_away(self) -> None:
-        """Neither a login, nor text on the console, nor the kernel's messages reach the panel; when
-        the service stops, the screen is black."""
-        clean = self.board.photograph("clean.png").read_bytes()
-        self.sh("echo 'text on the console' >/dev/tty1; echo '<0>a message' >/dev/kmsg; sleep 1")
-        self.assertEqual(self.board.photograph("disturbed.png").read_bytes(), clean)
-        self.assertEqual(self.board.guest.run("systemctl is-active getty@tty1").text.strip(),
-                         "inactive")
-        self.board.program.stop()
-        self.sh("sleep 1")
-        dark = self.sh("od -An -v -tx1 /dev/fb0 | tr -d ' 0\\n' | head -c 8")
-        # Pixels of four bytes, the last of which may say that they are opaque.
-        self.assertEqual(dark.replace("f", ""), "")
-
-
-class Files(PackageTest):
+class Files(BoardTest):
     """What installing, removing and purging do with an operator's files. In this order."""
 
     size = (480, 272)
@@ -121,31 +43,99 @@ class Files(PackageTest):
         self.board.program.stop()
 
     def test_removed_and_purged(self) -> None:
-        """Removing ends the panel and keeps what was stored; purging takes the secrets, too, and
-        leaves what others have put beside them."""
+        """Removing ends the panel and keeps what was stored; purging takes the secrets, too, also
+        those behind a link, and leaves what others have put beside them."""
         self.board.dongle.plug()
         self.start_program()
-        self.sh(f"corvanta-provision apn=internet; touch {CHIP_MARKER}")
+        self.sh(f"corvanta-provision apn=internet; touch {CHIP_MARKER}; "
+                f"mv {PARAMETERS} /root/secret; ln -s /root/secret {PARAMETERS}; "
+                f"for log in {{{','.join(LOGS)}}}{{,{OLD_LOG}}}{{,.1}}; do echo log >$log; done")
         self.sh("dpkg --remove corvanta", INSTALL_SECONDS)
         self.assertEqual(self.board.guest.run("pgrep -x corvanta").text, "")
         self.assertNotEqual(self.board.guest.run(f"systemctl cat {UNIT}").status, 0)
         for file in FILES:
             self.sh(f"test -s {quote(file)}")
         self.sh("dpkg --purge corvanta", INSTALL_SECONDS)
-        left = self.sh("ls /quenfold/configs; ls -d /etc/*/*corvanta* /etc/*/*/*corvanta* "
-                       f"/usr/*/*corvanta* {CHAT_SCRIPT} /etc/ppp/peers/* 2>/dev/null || true")
+        left = self.sh(f"ls /quenfold/configs; ls -d /root/secret {CHAT_SCRIPT} /etc/ppp/peers/* "
+                       f"{OPTIONS} {PPP_LOG}* {CHAT_LOG}* 2>/dev/null || true; "
+                       "find / -xdev -name '*corvanta*'")
         # The last one is the simulated board's own.
         self.assertEqual(left.split(), [Path(CHIP_MARKER).name,
                                         "/etc/systemd/system/corvanta.service.d"])
-        self.sh(f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
+
+    def test_then_over_an_operators_files(self) -> None:
+        """A first installation on a board that has dialled before changes none of its files, and
+        purging leaves the one that is no secret."""
+        for file in (PARAMETERS, PEER_FILE, OPTIONS):
+            self.board.guest.write(file, self.MINE)
+        self.sh("rmdir /etc/ppp/chat 2>/dev/null; ln -s /not/mounted/yet /etc/ppp/chat; "
+                f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
+        self.board.dongle.plug()
         self.await_window()
+        for file in (PARAMETERS, PEER_FILE, OPTIONS):
+            self.assertEqual(self.board.guest.read(file), self.MINE)
+        self.sh("dpkg --purge corvanta", INSTALL_SECONDS)
+        self.assertEqual(self.board.guest.read(OPTIONS), self.MINE)
+        self.sh(f"rm /etc/ppp/chat {OPTIONS}; dpkg --install {PACKAGE}; test -s {OPTIONS}",
+                INSTALL_SECONDS)
+
+
+class Logs(BoardTest):
+    size = (480, 272)
+
+    def test_bounded(self) -> None:
+        """A log that pppd writes, too, when Exit has renamed it."""
+        for name in (PPP_LOG, PPP_LOG + OLD_LOG):
+            with self.subTest(name):
+                self.addCleanup(self.sh, f"rm -f {PPP_LOG}*")
+                sizes = self.sh(
+                    f"exec 9>>{PPP_LOG}; head -c 2000000 /dev/zero >&9\n"
+                    f"[ -e {name} ] || mv {PPP_LOG} {name}\n"
+                    "logrotate -s /run/rotated /etc/logrotate.d/corvanta\n"
+                    f"echo more >&9; stat -c %s {name} {name}.1; rm {PPP_LOG}*")
+                self.assertEqual(sizes.split(), ["5", "2000000"])
+
+
+def packed(folder: str) -> Path:
+    """The package of a build, made anew."""
+    made = subprocess.run([ROOT / "tools/make-package", folder], capture_output=True, text=True,
+                          check=True)
+    return ROOT / made.stdout.strip()
 
 
 class Built(unittest.TestCase):
+    """The packages, as both commands make them."""
+
     def test_lintian_is_content(self) -> None:
-        done = subprocess.run(["lintian", "--allow-root", *ARM.glob("corvanta_*_armhf.deb")],
-                              capture_output=True, text=True, check=False)
-        self.assertEqual((done.returncode, done.stdout), (0, ""), done.stderr)
+        for package in (next(ARM.glob("corvanta_*.deb")), packed("native")):
+            with self.subTest(package.name):
+                done = subprocess.run(["lintian", "--allow-root", package], capture_output=True,
+                                      text=True, check=False)
+                self.assertEqual((done.returncode, done.stdout), (0, ""), done.stderr)
+
+    def test_same_bytes(self) -> None:
+        """On another day, and under another umask."""
+        first = packed("native").read_bytes()
+        earlier = os.umask(0o077)
+        self.addCleanup(os.umask, earlier)
+        time.sleep(1)  # the next second of the files' dates
+        self.assertEqual(packed("native").read_bytes(), first)
+
+    def test_fields_and_files(self) -> None:
+        package = next(ARM.glob("corvanta_*.deb"))
+        version = re.search(r"project\(corvanta VERSION (\S+)",
+                            (ROOT / "CMakeLists.txt").read_text())[1]
+
+        def tell(*arguments: str | Path) -> str:
+            return subprocess.run(arguments, capture_output=True, text=True, check=True).stdout
+        self.assertEqual(tell("dpkg-deb", "--field", package, "Version").strip(), version)
+        files = tell("dpkg-deb", "--contents", package)
+        self.assertNotIn("/etc/ppp/peers", files)
+        for name in ("changelog.gz", "corvanta.8.gz", "corvanta-provision.8.gz"):
+            path = next(line.split()[-1] for line in files.splitlines() if line.endswith(name))
+            text = tell("sh", "-c", 'dpkg-deb --fsys-tarfile "$0" | tar -xO "$1" | zcat',
+                        package, path)
+            self.assertIn(version, text, name)
 
 
 class Boot(unittest.TestCase):

@@ -1,11 +1,15 @@
 #!/usr/bin/python3
 """Touch typing on the simulated board: real touches on the keys that are drawn."""
 
+import re
 import struct
 import unittest
+from pathlib import Path
 
 from boardtest import BoardTest
-from panel.facts import AUTO_CONNECT, FAILED, PARAMETERS, SOON_SECONDS, START_SECONDS
+from host.paths import ROOT
+from panel.facts import (AUTO_CONNECT, COUNTS, FAILED, MISC, PARAMETERS, SOON_SECONDS,
+                         START_SECONDS)
 from panel.screen import centre
 from virtualboard.board import Board
 
@@ -37,6 +41,15 @@ def event_node(board: Board, name: str) -> str:
     """The path of the input device of that name."""
     return board.guest.sh(f"cd /sys/class/input && grep -lx '{name}' event*/device/name | "
                           "sed 's|/device/name||; s|^|/dev/input/|'").strip()
+
+
+def documented_unit(name: str) -> str:
+    """A systemd unit as the integrator's guide has it."""
+    guide = (ROOT / "docs/integrating.md").read_text()
+    block = re.search(rf"^    # /etc/systemd/system/{re.escape(name)}\n((?:    .*\n)+)", guide,
+                      re.MULTILINE)
+    assert block, f"the guide has no {name}"
+    return re.sub("^    ", "", block[1], flags=re.MULTILINE)
 
 
 class Typing(BoardTest):
@@ -220,10 +233,42 @@ class Drivers(BoardTest):
         self.board.guest.write("/etc/ts.conf", b"module_raw input grab_events=1\n"
                                b"module pthres pmin=1\nmodule dejitter delta=100\n"
                                b"module linear\n")
-        self.board.guest.sh(f"ts_uinput -d -i {event_node(self.board, SCREEN_NAME)}; "
+        node = event_node(self.board, SCREEN_NAME)
+        unit = documented_unit("ts_uinput.service").replace("event0", Path(node).name)
+        self.board.guest.write("/etc/systemd/system/ts_uinput.service", unit.encode())
+        self.board.guest.sh("systemctl daemon-reload; systemctl start ts_uinput; "
                             "until grep -q ts_uinput /proc/bus/input/devices; do sleep 0.1; done; "
                             "udevadm settle")
         self.check_typing({})
+
+
+class Turned(BoardTest):
+    """A panel that is mounted upside down, and its touches."""
+
+    size = (480, 272)
+    TURNED = {"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"}
+    RULE = "/etc/udev/rules.d/90-turned.rules"
+
+    def check_touch(self, environment: dict[str, str]) -> None:
+        self.board.dongle.plug()
+        self.start_program(self.TURNED | environment)
+        x, y = centre(self.panel.tab(MISC))
+        self.board.fingers.touch(self.size[0] - 1 - x, self.size[1] - 1 - y)
+        self.wait("the tab under the finger", SOON_SECONDS, lambda screen: screen.field(COUNTS))
+        self.board.program.stop()
+
+    def test_evdev(self) -> None:
+        node = event_node(self.board, SCREEN_NAME)
+        self.check_touch({"QT_QPA_FB_NO_LIBINPUT": "1",
+                          "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS": f"{node}:rotate=180"})
+
+    def test_libinput(self) -> None:
+        self.board.guest.write(self.RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
+                               b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
+        self.addCleanup(self.sh, f"rm {self.RULE}")
+        self.sh("udevadm control --reload; udevadm trigger --subsystem-match=input; "
+                "udevadm settle")
+        self.check_touch({})
 
 
 if __name__ == "__main__":

@@ -1,0 +1,161 @@
+#!/usr/bin/python3
+"""The panel's service: what it does about the panel's end, and about its devices and console."""
+
+import re
+import unittest
+
+from boardtest import BoardTest
+from panel.facts import (OLD_LOG, PARAMETERS, PPP_LOG, SOON_SECONDS, START_SECONDS, STORED,
+                         WITHOUT_KEYS)
+from virtualboard.board import Board
+from virtualboard.program import UNIT
+
+LIMIT = 5  # failures, after which the panel is not started again
+GIVE_UP_SECONDS = 120
+# Each line of the console on its own; a blank one has only spaces.
+CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o '[^ ].*[^ ]'"
+
+
+class Service(BoardTest):
+    """What the service does about the panel's end, and about the console."""
+
+    size = (480, 272)
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.board.dongle.plug()
+        self.start_program()
+
+    def active(self) -> str:
+        return self.board.guest.run(f"systemctl is-active {UNIT}").text.strip()
+
+    def test_after_exit(self) -> None:
+        """Exit ends the service, or starts the panel again where the integrator wants that; a stop
+        is a stop."""
+        self.panel.press("Exit")
+        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+        self.wait_board(f"[ $(systemctl is-active {UNIT}) = inactive ]")
+        self.choose_after_exit("restart")
+        self.addCleanup(self.choose_after_exit, "stay")
+        self.start_program()
+        before = self.board.program.pid()
+        self.panel.press("Exit")
+        self.wait_board(f"[ -e /run/program/pid ] && [ $(</run/program/pid) != {before} ]")
+        self.await_window()
+        self.board.program.stop()
+        self.sh("sleep 3")
+        self.assertEqual(self.active(), "inactive")
+
+    def test_failures_end_in_a_message(self) -> None:
+        """The panel comes back after a crash, up to the limit; then the console says so."""
+        self.board.program.stop()
+        dark = self.board.records.picture("dark.png").read_bytes()
+        self.start_program()
+        for number in range(LIMIT):
+            pid = self.board.program.pid()
+            self.assertEqual(self.active(), "active")
+            last = number == LIMIT - 1
+            self.sh(f"kill -KILL {pid}; until " + (
+                f"[ $(systemctl is-active {UNIT}) = failed ]" if last else
+                f"[ $(</run/program/pid) != {pid} ]") + "; do sleep 0.2; done")
+        self.wait_board(f"{CONSOLE} | grep -q 'failed five times'")
+        self.assertNotEqual(self.board.records.picture("given-up.png").read_bytes(), dark)
+        self.assertIn("failed five times", self.sh("journalctl --quiet --identifier=corvanta"))
+
+    def test_ordered_starts_are_no_failures(self) -> None:
+        """However often an integrator tries a setting."""
+        for _ in range(LIMIT + 1):
+            self.sh(f"systemctl restart {UNIT}")
+        self.await_window()
+
+    def test_ended_by_a_signal(self) -> None:
+        """An ordered end: nothing half typed is saved, no log is renamed."""
+        self.board.program.stop()
+        for name in ("TERM", "INT", "HUP"):
+            with self.subTest(name):
+                self.board.guest.write(PARAMETERS, STORED)
+                self.sh(f"echo log >{PPP_LOG}")
+                self.start_program()
+                self.panel.fill("APN NAME:", "half-ty")
+                self.sh(f"kill -{name} {self.board.program.pid()}")
+                self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+                self.wait_board(f"[ $(systemctl is-active {UNIT}) = inactive ]")
+                self.assertEqual(self.board.guest.read(PARAMETERS), STORED)
+                self.sh(f"test -s {PPP_LOG}; test ! -e {PPP_LOG}{OLD_LOG}")
+
+    def test_environment(self) -> None:
+        """What the program and all that it starts rely on; and nobody else talks to the modem."""
+        found = self.sh(f"tr '\\0' '\\n' </proc/{self.board.program.pid()}/environ").splitlines()
+        for line in ("PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin",
+                     "HOME=/root", "XDG_RUNTIME_DIR=/run/corvanta"):
+            self.assertIn(line, found)
+        self.assertEqual(self.sh("stat -c %a /run/corvanta"), "700\n")
+        port = self.sh("udevadm info --query=property --name=/dev/ttyUSB0").splitlines()
+        self.assertIn("ID_MM_PORT_IGNORE=1", port)
+        self.assertIn("ID_MM_DEVICE_IGNORE=1", port)
+
+    def test_second_copy(self) -> None:
+        """Started by the launch line of other init systems, a panel is not disturbed by the
+        service."""
+        shown = self.board.photograph("service.png").read_bytes()
+        self.board.program.stop()
+        self.sh("set -a; . /etc/default/corvanta; HOME=/root XDG_RUNTIME_DIR=/run setsid "
+                "/usr/libexec/corvanta/launch </dev/null >/run/launched 2>&1 &")
+        self.addCleanup(self.sh, "killall corvanta; until ! pgrep -x corvanta; do sleep 0.1; done")
+        self.assert_soon(lambda: self.board.records.picture("launched.png").read_bytes() == shown,
+                         "the panel")
+        self.sh(f"systemctl start {UNIT}; "
+                f"until [ $(systemctl is-active {UNIT}) = inactive ]; do sleep 0.2; done; sleep 2")
+        self.assertEqual(self.active(), "inactive")
+        self.assertIn("another copy", self.board.program.log())
+        self.assertEqual(self.board.records.picture("beside.png").read_bytes(), shown)
+
+    def test_says_why(self) -> None:
+        """One switch, and the journal has what pppd complains about."""
+        self.board.program.stop()
+        self.start_program(WITHOUT_KEYS | {"QT_LOGGING_RULES": "corvanta.*.warning=true"})
+        self.panel.fill("USER:", "two words")
+        self.panel.press("Connect")
+        self.wait_board("journalctl --quiet --identifier=corvanta | grep -q \"option 'words'\"")
+
+    def test_console_stays_away(self) -> None:
+        """Neither a login, nor text on the console, nor the kernel's messages reach the panel; when
+        the service stops, the screen is black."""
+        clean = self.board.photograph("clean.png").read_bytes()
+        self.sh("echo 'text on the console' >/dev/tty1; echo '<0>a message' >/dev/kmsg; sleep 1")
+        self.assertEqual(self.board.photograph("disturbed.png").read_bytes(), clean)
+        self.assertEqual(self.board.guest.run("systemctl is-active getty@tty1").text.strip(),
+                         "inactive")
+        self.board.program.stop()
+        self.sh("sleep 1")
+        pixels = self.sh("od -An -v -w4 -tx4 /dev/fb0 | sort -u").split()
+        # The highest byte may say that a pixel is opaque.
+        self.assertLessEqual(set(pixels), {"00000000", "ff000000"})
+
+
+class WithoutPanel(unittest.TestCase):
+    """A board whose framebuffer never comes."""
+
+    def test_says_so_and_gives_up(self) -> None:
+        with Board((480, 272), "test-no-panel", panel_on=False) as board:
+            def seconds(unit: str, what: str) -> float:
+                text = board.guest.sh(f"systemctl show --property={what}USec --value {unit}")
+                minutes, rest = re.fullmatch(r"(?:(\d+)min ?)?(?:(\d+)s)?", text.strip()).groups("0")
+                return int(minutes) * 60 + int(rest)
+            wait = seconds("dev-fb0.device", "JobTimeout")
+            self.assertGreater(seconds(UNIT, "StartLimitInterval"), (wait + 5) * LIMIT)
+            board.guest.sh(
+                "for device in fb0 input-touchscreen; do\n"
+                "folder=/etc/systemd/system/dev-$device.device.d; mkdir -p $folder\n"
+                "printf '[Unit]\\nJobTimeoutSec=1\\n' >$folder/short.conf; done\n"
+                f"systemctl daemon-reload; systemctl start {UNIT}\n"
+                f"until [ $(systemctl is-active {UNIT}) = failed ]; do sleep 0.5; done",
+                GIVE_UP_SECONDS)
+            said = board.guest.sh("journalctl --quiet --output=cat --identifier=corvanta; sleep 1; "
+                                  "journalctl --quiet --output=cat --unit=corvanta-failed")
+            self.assertEqual(said.count("there is no display"), LIMIT, said)
+            self.assertIn("failed five times", said)
+
+
+if __name__ == "__main__":
+    unittest.main()
