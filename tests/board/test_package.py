@@ -62,10 +62,13 @@ class Files(BoardTest):
         # The last one is the simulated board's own.
         self.assertEqual(left.split(), [Path(CHIP_MARKER).name,
                                         "/etc/systemd/system/corvanta.service.d"])
+        self.sh(f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
+        self.await_window()
 
     def test_then_over_an_operators_files(self) -> None:
         """A first installation on a board that has dialled before changes none of its files, and
         purging leaves the one that is no secret."""
+        self.sh("dpkg --purge corvanta", INSTALL_SECONDS)
         for file in (PARAMETERS, PEER_FILE, OPTIONS):
             self.board.guest.write(file, self.MINE)
         self.sh("rmdir /etc/ppp/chat 2>/dev/null; ln -s /not/mounted/yet /etc/ppp/chat; "
@@ -123,8 +126,10 @@ class Built(unittest.TestCase):
 
     def test_fields_and_files(self) -> None:
         package = next(ARM.glob("corvanta_*.deb"))
-        version = re.search(r"project\(corvanta VERSION (\S+)",
-                            (ROOT / "CMakeLists.txt").read_text())[1]
+        found = re.search(r"project\(corvanta VERSION (\S+)",
+                          (ROOT / "CMakeLists.txt").read_text())
+        assert found
+        version = found[1]
 
         def tell(*arguments: str | Path) -> str:
             return subprocess.run(arguments, capture_output=True, text=True, check=True).stdout

@@ -5,13 +5,11 @@ import re
 import unittest
 
 from boardtest import BoardTest
-from panel.facts import (OLD_LOG, PARAMETERS, PPP_LOG, SOON_SECONDS, START_SECONDS, STORED,
+from panel.facts import (CHECK_SECONDS, OLD_LOG, PARAMETERS, PPP_LOG, SOON_SECONDS, STORED,
                          WITHOUT_KEYS)
-from virtualboard.board import Board
 from virtualboard.program import UNIT
 
 LIMIT = 5  # failures, after which the panel is not started again
-GIVE_UP_SECONDS = 120
 # Each line of the console on its own; a blank one has only spaces.
 CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o '[^ ].*[^ ]'"
 
@@ -67,6 +65,30 @@ class Service(BoardTest):
         for _ in range(LIMIT + 1):
             self.sh(f"systemctl restart {UNIT}")
         self.await_window()
+
+    def test_no_framebuffer(self) -> None:
+        """Waited for at each start, and then a failure like any other."""
+        self.board.program.stop()
+        wait = self.seconds("dev-fb0.device", "JobTimeout")
+        self.assertGreater(self.seconds(UNIT, "StartLimitInterval"), (wait + 5) * LIMIT)
+        self.sh("cd /run/systemd/system; mkdir -p dev-fb7.device.d corvanta.service.d\n"
+                "printf '[Unit]\\nJobTimeoutSec=1\\n' >dev-fb7.device.d/short.conf\n"
+                "printf '[Unit]\\nWants=dev-fb7.device\\nAfter=dev-fb7.device\\n' "
+                ">corvanta.service.d/fb7.conf; systemctl daemon-reload")
+        self.addCleanup(self.sh, "rm -r /run/systemd/system/corvanta.service.d; "
+                        "systemctl daemon-reload")
+        self.board.program.start({"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb7"})
+        self.wait_board(f"[ $(systemctl is-active {UNIT}) = failed ]", CHECK_SECONDS)
+        said = self.sh("journalctl --quiet --output=cat --identifier=corvanta --since=-60")
+        self.assertEqual(said.count("there is no display"), LIMIT, said)
+
+    def seconds(self, unit: str, what: str) -> int:
+        """A span of time among a unit's properties."""
+        text = self.sh(f"systemctl show --property={what}USec --value {unit}").strip()
+        found = re.fullmatch(r"(?:(\d+)min ?)?(?:(\d+)s)?", text)
+        assert found, text
+        minutes, rest = found.groups("0")
+        return int(minutes) * 60 + int(rest)
 
     def test_ended_by_a_signal(self) -> None:
         """An ordered end: nothing half typed is saved, no log is renamed."""
@@ -131,30 +153,6 @@ class Service(BoardTest):
         pixels = self.sh("od -An -v -w4 -tx4 /dev/fb0 | sort -u").split()
         # The highest byte may say that a pixel is opaque.
         self.assertLessEqual(set(pixels), {"00000000", "ff000000"})
-
-
-class WithoutPanel(unittest.TestCase):
-    """A board whose framebuffer never comes."""
-
-    def test_says_so_and_gives_up(self) -> None:
-        with Board((480, 272), "test-no-panel", panel_on=False) as board:
-            def seconds(unit: str, what: str) -> float:
-                text = board.guest.sh(f"systemctl show --property={what}USec --value {unit}")
-                minutes, rest = re.fullmatch(r"(?:(\d+)min ?)?(?:(\d+)s)?", text.strip()).groups("0")
-                return int(minutes) * 60 + int(rest)
-            wait = seconds("dev-fb0.device", "JobTimeout")
-            self.assertGreater(seconds(UNIT, "StartLimitInterval"), (wait + 5) * LIMIT)
-            board.guest.sh(
-                "for device in fb0 input-touchscreen; do\n"
-                "folder=/etc/systemd/system/dev-$device.device.d; mkdir -p $folder\n"
-                "printf '[Unit]\\nJobTimeoutSec=1\\n' >$folder/short.conf; done\n"
-                f"systemctl daemon-reload; systemctl start {UNIT}\n"
-                f"until [ $(systemctl is-active {UNIT}) = failed ]; do sleep 0.5; done",
-                GIVE_UP_SECONDS)
-            said = board.guest.sh("journalctl --quiet --output=cat --identifier=corvanta; sleep 1; "
-                                  "journalctl --quiet --output=cat --unit=corvanta-failed")
-            self.assertEqual(said.count("there is no display"), LIMIT, said)
-            self.assertIn("failed five times", said)
 
 
 if __name__ == "__main__":
