@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import os
 import sys
 import time
 from collections import Counter
@@ -18,13 +19,14 @@ MODULES = (calls, saves, launching, commands, files, values, devices, dongle, cl
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
 LANES = (("board",), ("growth", "clock"))  # they mostly wait: thrown beside the others
 PAGE = Path("docs/reliability.md")
+WHOLE = "All groups together"  # the sentence on them begins so
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
 
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog="./torture", description="Throws faults at the program that ships and says what came "
-        "of each. The exit status is 1 when a row has failed.",
+        "of each. The exit status is 1 when a row has failed, 2 when there is no such row.",
         epilog="groups: " + ", ".join(f"{group.name} ({group.title})" for group in GROUPS))
     parser.add_argument("groups", nargs="*", metavar="GROUP", help="only these groups")
     parser.add_argument("--chosen", action="store_true", help="the part that ./test throws")
@@ -35,6 +37,8 @@ def arguments() -> argparse.Namespace:
     unknown = set(found.groups) - {group.name for group in GROUPS}
     if unknown:
         parser.error(f"no group is called {', '.join(sorted(unknown))}")
+    if found.write_docs and (found.chosen or found.only):
+        parser.error("--write-docs counts whole groups: without --chosen and --only")
     return found
 
 
@@ -63,8 +67,9 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
     return results
 
 
-def write_docs(results: dict[str, list[Result]]) -> None:
-    """Renews the lines of the groups that were thrown; the page keeps those of the others."""
+def write_docs(results: dict[str, list[Result]], whole: str) -> None:
+    """Renews the lines of the groups that were thrown; the page keeps those of the others.
+    @param whole sentence on all groups together, written when all were thrown"""
     head, _, rest = PAGE.read_text().partition(BEGIN)
     earlier, _, tail = rest.partition(END)
     kept = {line.split(":")[0].strip("|- "): line for line in earlier.splitlines() if ":" in line}
@@ -83,12 +88,15 @@ def write_docs(results: dict[str, list[Result]]) -> None:
     names = {f"{name}," for name in results}
     notes = [line for line in earlier.splitlines()
              if line.startswith("- ") and line.split()[1] not in names] + figures + reasons
+    if len(results) < len(GROUPS):
+        whole = next((line for line in earlier.splitlines() if line.startswith(WHOLE)), "")
     lines = ["| group | held | ordered by the design | failed |", "|---|---|---|---|", *table, "",
-             *sorted(notes), ""]
+             *([whole, ""] if whole else []), *sorted(notes), ""]
     PAGE.write_text(head + BEGIN + "\n".join(lines) + END + tail)
 
 
 def main() -> int:
+    begin = time.monotonic()
     wanted = arguments()
     groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
     lanes = [[group for group in groups if group.name in lane] for lane in LANES]
@@ -97,9 +105,14 @@ def main() -> int:
         thrown = pool.map(lambda lane: {group.name: throw(group, wanted) for group in lane}, lanes)
         results = {name: found for lane in thrown for name, found in lane.items()}
     everything = [result for found in results.values() for result in found]
-    print(f"{len(everything)} faults: {counted(everything)}")
+    if not everything:
+        print("./torture: there is no such fault: nothing was thrown", file=sys.stderr)
+        return 2
+    seconds = time.monotonic() - begin
+    print(f"{len(everything)} faults: {counted(everything)} ({seconds:.0f} s)")
     if wanted.write_docs:
-        write_docs(results)
+        write_docs(results, f"{WHOLE}: {len(everything)} faults in {seconds:.0f} s on "
+                            f"{os.cpu_count()} cores.")
     return 1 if any(result.why for result in everything) else 0
 
 

@@ -33,6 +33,13 @@ def wait_shown(board: Board) -> None:
                      START_SECONDS, "the main window")
 
 
+def edit(board: Board) -> None:
+    """An edit that has both generated files written at the next touch of Connect."""
+    board.panel.open_tab(MISC)
+    board.panel.fill(COUNTS, "7")
+    board.panel.open_tab(SETTING)
+
+
 @contextmanager
 def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
     """A board on which a touch of Connect dials."""
@@ -40,9 +47,7 @@ def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> I
         board.dongle.plug()
         board.program.start(WITHOUT_KEYS)
         wait_shown(board)
-        board.panel.open_tab(MISC)  # an edit there has both generated files written
-        board.panel.fill(COUNTS, "7")
-        board.panel.open_tab(SETTING)
+        edit(board)
         yield board
 
 
@@ -83,6 +88,11 @@ def wait_value(board: Board, label: str, text: str, style: str) -> None:
 def wait_link(board: Board, text: str, style: str) -> None:
     wait_value(board, LINK_STATUS, text, style)
     board.program.await_check()
+
+
+def check_link(board: Board) -> None:
+    """Has the program look at dongle and link, as pppd's scripts do."""
+    board.guest.sh(f"kill -USR1 {board.program.pid()}")
 
 
 def wait_notice(board: Board) -> None:

@@ -3,43 +3,64 @@ a signal came. So does every call that starts a command."""
 
 from __future__ import annotations
 
+import re
 import time
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from functools import cache, partial
 
-from faults.panel import (APN, EDITED, EDITED_LAST, TYPED, TYPED_LAST, alive, leave, repairable,
-                          stored, stored_root, type_and_connect, untouched_run)
+from faults.panel import (APN, AUTO, AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, EDITED_LAST,
+                          STORED_COUNTS, TYPED, TYPED_LAST, alive, generated, leave, repairable,
+                          shown, stored, stored_root, type_and_connect, type_counts, untouched_run)
 from faults.rows import Group, Row, expect
 from faults.trace import INJECTED, OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
 from faults.unseen import connect_and_leave, connecting, thrown, unseen_root
 from faults.unseen import leave as leave_unseen
-from panel.facts import CHAT_SCRIPT, PEER_FILE, PPP_LOG, STORED, STORED_AUTO
+from panel.facts import AUTO_CONNECT, COUNTS, PARAMETERS, PPP_LOG, STORED
 from privateroot.process import PrivateRoot
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process
 SECONDS = 5  # for what a touch does
 STARTS_OF_COMMANDS = 3  # that the start-up's last commands are
-# What may be stored after a fault in a phase.
-POSSIBLE = {"start": (STORED,), "connect": (STORED, EDITED), "check": (EDITED,),
-            "exit": (EDITED, EDITED_LAST)}
-GENERATED = {CHAT_SCRIPT: 16, PEER_FILE: 14}  # lines
+INTERRUPTED = "error=EINTR"
+UNCOUNTED = "connect, no counts typed"
+# What each file holds after a phase, and what else it may when a call for it has failed in that.
+SAVED: dict[str, dict[str, tuple[bytes, ...]]] = {
+    "start": {PARAMETERS: (STORED,), AUTO_CONNECT: (AUTO,)},
+    "connect": {PARAMETERS: (EDITED, STORED), AUTO_CONNECT: (AUTO_EDITED, AUTO)},
+    "exit": {PARAMETERS: (EDITED_LAST, EDITED), AUTO_CONNECT: (AUTO_EDITED, AUTO)},
+    UNCOUNTED: {PARAMETERS: (EDITED, STORED), AUTO_CONNECT: (AUTO,)},
+}
+# What there is before a run: for most, parameters that nobody has dialled with yet.
+EARLIER = generated(STORED.replace(b"operator", b"earlier operator"))
+STORES: dict[str, dict[str, bytes]] = {
+    "nothing": {}, "parameters": {PARAMETERS: STORED, AUTO_CONNECT: AUTO},
+    "everything": {PARAMETERS: STORED, AUTO_CONNECT: AUTO, **EARLIER}}
+
+
+def lay(root: PrivateRoot, store: str) -> None:
+    """Has a root hold that and no more of the program's files."""
+    for path in OWN_FILES:
+        root.host(path).unlink(missing_ok=True)
+    for path, content in STORES[store].items():
+        root.write(path, content)
 
 
 @contextmanager
-def logged_root(how: str) -> Iterator[PrivateRoot]:
-    """A root with stored parameters and a dial-up log, as after a first run."""
+def logged_root(how: str, store: str = "parameters") -> Iterator[PrivateRoot]:
+    """A root with what is stored and a dial-up log, as after a first run."""
     with stored_root(launch=how) as root:
+        lay(root, store)
         root.write(PPP_LOG, "log\n")
         yield root
 
 
 @cache
-def phases(how: str) -> dict[str, list[Call]]:
+def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
     """The calls of each phase of a run without a fault. @param how strace is to look"""
     found: dict[str, list[Call]] = {}
-    with logged_root(how) as root:
+    with logged_root(how, store) as root:
         steps: dict[str, Callable[[], object]] = {
             "start": root.start, "connect": partial(type_and_connect, root),
             "check": partial(alive, root), "exit": partial(leave, root)}
@@ -55,32 +76,77 @@ def first_of_each(calls: list[Call]) -> list[Call]:
     return list({call.name: call for call in reversed(calls)}.values())
 
 
-def whole_or_missing(root: PrivateRoot) -> None:
-    """The generated files have all their lines, and nothing new can be read by others."""
-    for path, lines in GENERATED.items():
+def failed(phase: str, fault: Fault) -> set[str]:
+    """The files that a fault costs something. A call that was interrupted once costs nothing."""
+    return set() if fault.deed == INTERRUPTED else fault.hits(phases(launch())[phase])
+
+
+def possible(path: str, phase: str, missed: set[str]) -> tuple[bytes, ...]:
+    """What a file may hold after a phase in which calls for some files have failed."""
+    return SAVED[phase][path] if path in missed else SAVED[phase][path][:1]
+
+
+def whole(root: PrivateRoot, missed: set[str], *parameters: bytes) -> None:
+    """The generated files are those of one of the parameters, or missing when they were missed."""
+    for path in EARLIER:
         content = root.read(path)
-        expect(content is None or content.count(b"\n") == lines, f"{path} is whole: {content!r}")
+        expect(content in [generated(one)[path] for one in parameters]
+               or content is None and path in missed, f"{path} is whole: {content!r}")
+
+
+def closed(root: PrivateRoot) -> None:
+    """What was written can be read by nobody else."""
     for path in OWN_FILES:
         content = root.read(path)
-        expect(content in (None, STORED, STORED_AUTO) or root.mode(path) == "600",
-               f"{path} is closed to others: {root.read(path)!r}")
+        expect(content in (None, STORED, AUTO) or root.mode(path) == "600",
+               f"{path} is closed to others: {content!r}")
+
+
+def saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
+    """What has been stored; a second start shows it."""
+    expected = possible(PARAMETERS, phase, missed)
+    expect(stored(root) in expected, f"{stored(root)!r} is stored")
+    auto = root.content(AUTO_CONNECT)
+    expect(auto in possible(AUTO_CONNECT, phase, missed), f"{auto!r} is stored")
+    closed(root)
+    repairable(root, *expected)
+
+
+def shows_what_it_could_read(root: PrivateRoot, missed: set[str]) -> None:
+    expected = DEFAULTS if PARAMETERS in missed else STORED
+    expect(shown(root) == expected, f"{shown(root)!r} is on the screen")
+    counts = DEFAULT_COUNTS if AUTO_CONNECT in missed else STORED_COUNTS
+    expect(root.panel.field(COUNTS)["text"] == counts, f"the counts are {counts}")
 
 
 def throw(phase: str, fault: Fault) -> None:
     """A run with a fault in one phase. In the start-up's, nobody types: that would be saved."""
+    missed = failed(phase, fault)
     with logged_root(launch(fault)) as root:
         root.start()
-        if phase != "start":
-            type_and_connect(root)
-            alive(root)
-        if phase == "exit":
-            root.panel.fill(APN, TYPED_LAST)
+        if phase == "start":
+            shows_what_it_could_read(root, missed)
+        else:
+            connect_and_save(root, phase, missed)
         leave(root)
         thrown(root)
-        possible = POSSIBLE[phase]
-        expect(stored(root) in possible, f"{stored(root)!r} is stored")
-        whole_or_missing(root)
-        repairable(root, *possible)
+        if phase == "start":
+            expect(root.read(PARAMETERS) == STORED, "what is stored stays")
+        elif fault.deed == INTERRUPTED:
+            folders_synced(root)
+        saved(root, phase, missed)
+
+
+def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
+    """Connect makes the files of what is on the screen then. In the last phase more is typed."""
+    if phase == "connect":
+        type_counts(root)
+    type_and_connect(root)
+    alive(root)
+    whole(root, missed, shown(root))
+    if phase == "exit":
+        type_counts(root)
+        root.panel.fill(APN, TYPED_LAST)
 
 
 def throw_uninspected(fault: Fault) -> None:
@@ -93,20 +159,17 @@ def throw_unseen(fault: Fault) -> None:
     with unseen_root(launch(fault)) as root:
         connect_and_leave(root)
         thrown(root)
-        expect(stored(root) in POSSIBLE["connect"], f"{stored(root)!r} is stored")
-        whole_or_missing(root)
-        repairable(root, *POSSIBLE["connect"])
+        missed = failed("connect", fault)
+        whole(root, missed, *possible(PARAMETERS, UNCOUNTED, missed))
+        saved(root, UNCOUNTED, missed)
 
 
-def throw_folder() -> None:
+def folders_synced(root: PrivateRoot) -> None:
     """The name of a file that was created lasts as its content does."""
-    with logged_root(launch(calls="fsync")) as root:
-        root.start()
-        type_and_connect(root)
-        trace = root.content(TRACE).decode()
-        for path in GENERATED:
-            folder = path.rpartition("/")[0]
-            expect(f"<{folder}>)" in trace, f"{folder} is synced: {trace}")
+    trace = root.content(TRACE).decode()
+    for path in EARLIER:
+        folder = path.rpartition("/")[0]
+        expect(re.search(rf"fsync\(\d+<{folder}>\) += 0", trace), f"{folder} is synced")
 
 
 def own_files() -> list[Row]:
@@ -115,8 +178,8 @@ def own_files() -> list[Row]:
         for at, call in enumerate(calls):
             error = f"error={ERRORS.get(call.name, 'EIO')}"
             for kind, fault in enumerate((Fault(call, error), Fault(call, error, lasting=True),
-                                          Fault(call, "error=EINTR"))):
-                chosen = phase == "start" or at % 4 == 0 if kind == 0 else call.name == "fchmod"
+                                          Fault(call, INTERRUPTED))):
+                chosen = (phase == "start" or at % 4 == 0, call.name == "fchmod", at % 4 == 2)[kind]
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=chosen))
     for at, call in enumerate(phases(launch())["start"]):
         fault = Fault(call, "error=EIO")
@@ -126,7 +189,7 @@ def own_files() -> list[Row]:
         fault = Fault(call, f"error={ERRORS.get(call.name, 'EIO')}", lasting=True)
         rows.append(Row(f"connect: {fault}, no inspector", partial(throw_unseen, fault),
                         chosen=call.name == "pwrite64"))
-    return [*rows, Row("a new file's folder is synced", throw_folder, chosen=True)]
+    return rows
 
 
 def throw_at_command(phase: str, fault: Fault) -> None:
@@ -140,8 +203,8 @@ def throw_at_command(phase: str, fault: Fault) -> None:
             time.sleep(0.02)
         leave(root)
         thrown(root)
-        expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
-        repairable(root, EDITED)
+        whole(root, {*EARLIER}, EDITED)
+        saved(root, UNCOUNTED, set())
 
 
 def throw_unseen_at_command(fault: Fault) -> None:
@@ -150,7 +213,8 @@ def throw_unseen_at_command(fault: Fault) -> None:
             root.wait_until(lambda: stored(root) == EDITED, SECONDS, "the save")
             root.wait_until(lambda: INJECTED in root.content(TRACE), SECONDS, "the fault")
             leave_unseen(root, viewer)
-        repairable(root, EDITED)
+        whole(root, {*EARLIER}, EDITED)
+        saved(root, UNCOUNTED, set())
 
 
 def commands() -> list[Row]:

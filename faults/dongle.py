@@ -3,8 +3,9 @@
 from __future__ import annotations
 
 from functools import partial
+from signal import SIGTERM, SIGUSR1
 
-from faults.panel import alive, at_rest, leave, stored_root
+from faults.panel import alive, at_rest, ended, leave, stored_root
 from faults.rows import Group, Row, expect
 from panel.facts import DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED, STATUS
 from privateroot.files import DONGLE
@@ -89,6 +90,23 @@ def throw_pulled_during_attempt() -> None:
         expect(root.calls("pppd") == [], "nothing was dialled")
 
 
+def throw_unseen() -> None:
+    """It is away at the start, comes, and is pulled and plugged, in front of nobody."""
+    with stored_root(usb="", nodes=(), inspected=False) as root:
+        root.start(shown=False)
+        root.wait_calls("usb", 1, 10)
+        root.set_usb(DONGLE)
+        root.wait_calls("ls", 1, 10)
+        root.add_node("ttyUSB0")
+        for checks, bus in enumerate(("", DONGLE), 1):
+            root.wait_calls("ifconfig", checks, 10)
+            root.set_usb(bus)
+            root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 3)
+        root.signal(SIGTERM)
+        ended(root)
+
+
 GROUPS = [Group("dongle", "the dongle comes, goes and is another one", lambda: [
     *(Row(name, partial(throw_absent, bus)) for name, bus in (
         ("no device", ""), ("another product", OTHER), ("another maker", OTHER_MAKER))),
@@ -96,6 +114,7 @@ GROUPS = [Group("dongle", "the dongle comes, goes and is another one", lambda: [
         ("two dongles", DONGLE * 2), ("behind another", OTHER + DONGLE),
         ("the USB library fails", "init -1\n"), ("the bus cannot be listed", "list -1\n"))),
     Row("its node comes late", throw_late_node),
+    Row("it comes late and is pulled, no inspector", throw_unseen),
     Row(f"{CYCLES} cycles", throw_cycles),
     Row("pulled at Connect and while it waits for the node", throw_pulled_during_attempt,
         chosen=True),

@@ -4,15 +4,16 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable
-from functools import partial
+from functools import cache, partial
 from pathlib import Path
 from random import Random
 
-from faults.panel import (DEFAULTS, EDITED, alive, leave, repairable, shown, stored, stored_root,
-                          type_and_connect)
+from faults.panel import (AUTO, DEFAULTS, EDITED, alive, generated, leave, repairable, shown,
+                          stored, stored_root, type_and_connect)
 from faults.rows import Group, Row, expect
-from faults.unseen import connect_and_leave, unseen_root
-from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED
+from faults.trace import TRACE, Call, Fault, calls_so_far, launch
+from faults.unseen import connect_and_leave, thrown, unseen_root
+from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
 from privateroot.files import LAUNCH
 
 LARGE = 100_000_000  # bytes
@@ -43,6 +44,11 @@ def dated(seconds: int) -> Make:
     return make
 
 
+RANDOM = Random(1).randbytes(100_000)
+# The values of its first lines: ISO 8859-1 to the first NUL; the sixth is no number.
+RANDOM_SHOWN = b"".join(line.partition(b"\0")[0].strip().decode("latin-1").encode() + b"\n"
+                        for line in RANDOM.split(b"\n")[:5]) + b"0\n"
+
 # name, how it is made, what the screen shows, whether an Exit may change it
 PLACES: tuple[tuple[str, Make, bytes, bool], ...] = (
     ("empty", lambda path: path.write_bytes(b""), DEFAULTS, True),
@@ -62,7 +68,7 @@ PLACES: tuple[tuple[str, Make, bytes, bool], ...] = (
     ("a FIFO", os.mkfifo, DEFAULTS, False),
     ("an endless device", link("/dev/zero"), DEFAULTS, False),
     ("a device that takes nothing", link("/dev/full"), DEFAULTS, False),
-    ("random bytes", lambda path: path.write_bytes(Random(1).randbytes(100_000)), b"", True),
+    ("random bytes", lambda path: path.write_bytes(RANDOM), RANDOM_SHOWN, True),
     ("zeros", lambda path: path.write_bytes(bytes(4096)), DEFAULTS, True),
 )
 
@@ -76,11 +82,10 @@ def throw(make: Make, visible: bytes, changes: bool) -> None:
         before = path.lstat()
         root.start()
         alive(root)
-        if visible:
-            expect(shown(root) == visible, f"{shown(root)!r} is on the screen")
+        expect(shown(root) == visible, f"{shown(root)!r} is on the screen")
         leave(root)
         if changes:
-            expect(stored(root) == (visible or stored(root)), f"{stored(root)!r} is stored")
+            expect(stored(root) == visible, f"{stored(root)!r} is stored")
             expect(path.stat().st_size < 1 << 20, "the rest is cut off")
             repairable(root, stored(root))
         else:
@@ -99,14 +104,81 @@ def throw_mounted(mounts: list[str], setup: str, saved: bytes) -> None:
         expect(content == saved, f"{content!r} is stored")
 
 
-def throw_generated(blocked: str, make: Make) -> None:
-    """A generated file cannot be written: pppd is started all the same, and all else is saved."""
+# What stands in a file's place, and whether a save makes it the file that it should be.
+KINDS: dict[str, tuple[Make, bool]] = {
+    "a folder": (Path.mkdir, False),
+    "a FIFO": (os.mkfifo, False),
+    "a device that takes nothing": (link("/dev/full"), False),
+    "an endless device": (link("/dev/zero"), False),
+    "a loop of links": (lambda path: path.symlink_to(path.name), False),
+    "3 GB": (sparse(b"1\n2\n3\n4\n5\n6\n", HUGE), True),
+}
+
+
+def throw_placed(placed: str, kind: str, at_start: bool) -> None:
+    """All other files become what they should be, pppd is started, and what cannot be written
+    stays what it is. The parameters that cannot be read again are those from before.
+    @param at_start whether it is there from the start, not only from Connect on"""
+    make, whole = KINDS[kind]
     with stored_root() as root:
-        make(root.host(blocked))
+        path = root.host(placed)
+        if not at_start:
+            root.start()
+        path.unlink(missing_ok=True)
+        make(path)
+        if at_start:
+            root.start()
+        before = path.lstat()
+        type_and_connect(root)
+        values = STORED if placed == PARAMETERS and not whole else EDITED
+        auto = b"1\n2\n" if placed == AUTO_CONNECT and at_start else AUTO
+        wanted = {PARAMETERS: values, AUTO_CONNECT: auto, **generated(values)}
+        if not whole:
+            del wanted[placed]
+        for moment in ("Connect", "Exit"):
+            for other, content in wanted.items():
+                expect(root.content(other) == content,
+                       f"{other} after {moment}: {root.content(other)[:200]!r}")
+            if moment == "Connect":
+                alive(root)
+                leave(root)
+        after = path.lstat()
+        expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode)
+               or whole and root.mode(placed) == "600", "its kind stays")
+
+
+OTHERS_ID = 1000  # of a user that the private root does not have
+EARLIER = {PARAMETERS: STORED, CHAT_SCRIPT: b"earlier\n", PEER_FILE: b"earlier\n"}
+
+
+@cache
+def own_looks() -> int:
+    """How often a start asks for the program's own user."""
+    with stored_root(launch=launch(None, (), "geteuid")) as root:
+        root.start()
+        return len(calls_so_far(root))
+
+
+def throw_owner(path: str, taken: bool) -> None:
+    """After its start the program takes itself for another user, who owns none of the files.
+    @param taken whether files can be made that user's; the private root's system refuses it"""
+    fault = Fault(Call("geteuid", own_looks() + 1), f"retval={OTHERS_ID}", lasting=True)
+    how = launch(fault, (), "geteuid,fchown")
+    if taken:
+        how = how.replace(" -D ", " -D -e inject=fchown:retval=0 ", 1)
+    with stored_root(launch=how) as root:
+        root.write(path, EARLIER[path])
+        root.host(path).chmod(0o644)
         root.start()
         type_and_connect(root)
-        expect(stored(root) == EDITED, "it is stored")
         alive(root)
+        thrown(root)
+        trace = root.content(TRACE).decode()
+        expect(f"<{path}>, {OTHERS_ID}, " in trace, f"its owner is changed: {trace}")
+        wanted = {PARAMETERS: EDITED, **generated(EDITED)} if taken else EARLIER
+        expect(root.content(path) == wanted[path], f"its content: {root.content(path)!r}")
+        mode = root.mode(path)
+        expect(mode == ("600" if taken else "644"), f"its mode: {mode}")
         leave(root)
 
 
@@ -132,10 +204,13 @@ def rows() -> list[Row]:
             throw_mounted, ["--remount-ro", "/quenfold"], "", STORED)),
         Row("a full file system, nothing stored", partial(
             throw_full, ["--size", "16384", "--tmpfs", configs], fill)),
-        *(Row(f"{path}: {name}", partial(throw_generated, path, make))
-          for path in (CHAT_SCRIPT, PEER_FILE)
-          for name, make in (("a folder", Path.mkdir), ("a FIFO", os.mkfifo),
-                             ("a device", link("/dev/full")), ("a loop", link("chat")))),
+        *(Row(f"{path}: {kind}", partial(throw_placed, path, kind, True), chosen=kind == "3 GB")
+          for path in (AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE) for kind in KINDS),
+        *(Row(f"{path}: {kind} from Connect on", partial(throw_placed, path, kind, False))
+          for path in FILES for kind in ("an endless device", "a loop of links", "3 GB")),
+        *(Row(f"{path}: of another owner, {'taken over' if taken else 'for good'}",
+              partial(throw_owner, path, taken), chosen=path == CHAT_SCRIPT)
+          for path in EARLIER for taken in (False, True)),
         *(Row(f"{path}: a folder, no inspector", partial(throw_unseen, path))
           for path in (PARAMETERS, CHAT_SCRIPT, PEER_FILE)),
     ]

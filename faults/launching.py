@@ -4,31 +4,35 @@ signals, readers of the output that have gone or do not read."""
 from __future__ import annotations
 
 import os
-import signal
 import threading
 import time
 from functools import partial
 from itertools import chain, combinations
 from pathlib import Path
+from signal import SIGUSR1, Signals
 
 from faults.calls import phases
-from faults.panel import EDITED, alive, leave, stored, stored_root, type_and_connect, untouched_run
+from faults.commands import DEEDS, LATE, PRINTS_LATE
+from faults.panel import (EDITED, alive, ended, leave, stored, stored_root, type_and_connect,
+                          untouched_run)
 from faults.rows import Group, Row, expect
 from faults.trace import Call, Fault
 from faults.trace import launch as traced
-from faults.unseen import connect_and_leave, thrown, unseen_root
+from faults.unseen import connect_and_leave, connecting, thrown, unseen_root
+from faults.unseen import leave as leave_unseen
 from panel.facts import STORED
 from privateroot.files import LAUNCH
 
 LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/launch"
 ENV = "/usr/bin/env"
-TELLS = "QT_LOGGING_RULES=corvanta.files.warning=true"  # failed writes
+TELLS = "'QT_LOGGING_RULES=corvanta.*.warning=true'"  # failed writes, and what commands say
 # A pipe that nobody reads and that is full, and one whose reader has gone.
 STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
 GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
         "exec 9>/testrun/gone; kill $reader; wait $reader\n")
-SIGNALS = ("USR1", "CHLD", "PIPE", "TERM", "HUP")
+STOPS = ("TERM", "INT", "HUP")
+SIGNALS = ("USR1", "CHLD", "PIPE", *STOPS)
 
 
 def throw(launch: str, setup: str = "", closed: tuple[int, ...] = ()) -> None:
@@ -45,6 +49,22 @@ def throw(launch: str, setup: str = "", closed: tuple[int, ...] = ()) -> None:
         leave(root)
 
 
+def throw_signal(how: str, name: str) -> None:
+    """Ignored or blocked by what launches it, a signal still does what it is for."""
+    launch = LAUNCH.replace("program", f"program {ENV} --{how}-signal={name}")
+    with stored_root(launch=launch) as root:
+        root.start()
+        alive(root)
+        type_and_connect(root)
+        root.signal(Signals[f"SIG{name}"])
+        if name in STOPS:
+            ended(root)
+        else:
+            alive(root)
+            leave(root)
+        expect(stored(root) == EDITED, f"{stored(root)!r} is stored")
+
+
 def throw_uninspected(launch: str, setup: str) -> None:
     with stored_root(launch=launch, setup=setup, inspected=False) as root:
         untouched_run(root)
@@ -54,10 +74,29 @@ def throw_unseen_save(launch: str, setup: str) -> None:
     """A save that fails tells it where nobody listens, and has put the content back before."""
     fault = Fault(first_write(), "error=ENOSPC", lasting=True)
     told = traced(fault).replace(LAUNCH.removeprefix("program"), launch.removeprefix("program"))
-    with unseen_root(told.replace("program", f"program {ENV} {TELLS}", 1), setup) as root:
+    with unseen_root(telling(told), setup) as root:
         connect_and_leave(root)
         thrown(root)
         expect(stored(root) == STORED, f"{stored(root)!r} is stored")
+
+
+def throw_late_output(launch: str, setup: str) -> None:
+    """What pppd says once its shell has ended goes where the program's messages go, and nobody
+    reads them: both live."""
+    with unseen_root(telling(launch), setup) as root:
+        root.answer("pppd", DEEDS[PRINTS_LATE][0])
+        with connecting(root) as viewer:
+            root.wait_calls("pppd", 1)
+            root.wait_until(lambda: root.read(LATE), 5, "pppd alive behind what it says")
+            checked = len(root.calls("ifconfig"))
+            root.signal(SIGUSR1)
+            root.wait_calls("ifconfig", checked + 1)
+            leave_unseen(root, viewer)
+
+
+def telling(launch: str) -> str:
+    """The same with the messages switched on."""
+    return launch.replace("program", f"program {ENV} {TELLS}", 1)
 
 
 def first_write() -> Call:
@@ -78,9 +117,8 @@ def closed() -> list[Row]:
 
 
 def signals() -> list[Row]:
-    return [Row(f"{how} {name}",
-                partial(throw, LAUNCH.replace("program", f"program {ENV} --{how}-signal={name}")),
-                chosen=name in ("USR1", "CHLD"))
+    return [Row(f"{how} {name}", partial(throw_signal, how, name),
+                chosen=name in ("USR1", "CHLD", "TERM"))
             for how in ("ignore", "block") for name in SIGNALS]
 
 
@@ -101,7 +139,9 @@ def readers() -> list[Row]:
         Row(name, partial(throw, launch, setup), chosen="error" in name),
         Row(f"{name}, no inspector", partial(throw_uninspected, launch, setup), chosen=True),
         Row(f"{name}, a save fails, no inspector", partial(throw_unseen_save, launch, setup),
-            chosen="gone" in name))]
+            chosen="gone" in name),
+        Row(f"{name}, pppd prints late, no inspector", partial(throw_late_output, launch, setup),
+            chosen="error has gone" in name))]
 
 
 def throw_signals_from_exec() -> None:
@@ -117,7 +157,7 @@ def throw_signals_from_exec() -> None:
             while not over.wait(0.01):
                 if root.pid:
                     try:
-                        os.kill(root.pid, signal.SIGUSR1)
+                        os.kill(root.pid, SIGUSR1)
                     except ProcessLookupError:
                         return
 

@@ -2,24 +2,30 @@
 
 from __future__ import annotations
 
+import re
 import time
 from collections.abc import Iterator
 from contextlib import contextmanager
+from pathlib import Path
 from signal import SIGTERM, SIGUSR1
 from typing import Any
 
 from faults.rows import expect
-from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FIELDS, PARAMETERS, PEER_FILE, SETTING,
-                         STATUS, STORED, STORED_AUTO)
+from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
+                         PEER_FILE, SETTING, STATUS, STORED)
 from privateroot.process import PrivateRoot
 
+EXPECTED = Path(__file__).resolve().parents[1] / "tests/expected"
+PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # by the method
 APN = "APN NAME:"
 TYPED = "web"  # the APN that a row's operator types
 EDITED = STORED.replace(b"internet", TYPED.encode())
 TYPED_LAST = "last"  # and before Exit
 EDITED_LAST = STORED.replace(b"internet", TYPED_LAST.encode())
 DEFAULTS = b"\n\n\n\n\n0\n"
-CONNECT_LINE = b"connect 'chat -t5 -E -v -f /etc/ppp/chat/chat 2>/etc/ppp/chat.log'\n"
+AUTO = b"0\n7\n"  # what is stored beside STORED; not the defaults
+DEFAULT_COUNTS, STORED_COUNTS, TYPED_COUNTS = "5", "7", "9"
+AUTO_EDITED = AUTO.replace(STORED_COUNTS.encode(), TYPED_COUNTS.encode())
 EXIT_SECONDS = 10
 
 
@@ -28,8 +34,20 @@ def stored_root(**how: Any) -> Iterator[PrivateRoot]:
     """A private root in which parameters have been stored; not started."""
     with PrivateRoot(**how) as root:
         root.write(PARAMETERS, STORED)
-        root.write(AUTO_CONNECT, STORED_AUTO)
+        root.write(AUTO_CONNECT, AUTO)
         yield root
+
+
+def generated(parameters: bytes) -> dict[str, bytes]:
+    """The chat script and the peer file that a Connect makes of six lines of parameters."""
+    apn, dial, user, password, pin, method = parameters.split(b"\n")[:6]
+    values = {b"web.example": apn, b"*99***1#": dial, b"guest": user, b"pass word": password,
+              b"1234": pin}  # by those of the expected files
+    names = {CHAT_SCRIPT: "chat-with-pin" if pin else "chat-without-pin",
+             PEER_FILE: PEERS.get(method, "peer-other")}
+    pattern = b"|".join(map(re.escape, values))
+    return {path: re.sub(pattern, lambda match: values[match[0]], (EXPECTED / name).read_bytes())
+            for path, name in names.items()}
 
 
 def shown(root: PrivateRoot) -> bytes:
@@ -78,9 +96,20 @@ def type_and_connect(root: PrivateRoot) -> None:
     root.wait_calls("pppd", dialled + 1)
 
 
+def type_counts(root: PrivateRoot) -> None:
+    root.panel.open_tab(MISC)
+    root.panel.fill(COUNTS, TYPED_COUNTS)
+    root.panel.open_tab(SETTING)
+
+
 def leave(root: PrivateRoot) -> None:
     """Exit is touched, and nothing is left."""
     root.panel.press("Exit")
+    ended(root)
+
+
+def ended(root: PrivateRoot) -> None:
+    """The program ends in order, and nothing is left."""
     expect(root.wait_exit(EXIT_SECONDS) == 0, f"exit status 0:\n{root.report()}")
     root.wait_until(lambda: not root.processes(), EXIT_SECONDS, "no process left")
 
@@ -105,6 +134,6 @@ def repairable(root: PrivateRoot, *expected: bytes) -> None:
         second.wait_calls("pppd", 1)
         values = stored(second).decode().split("\n")[:-1]
         expect(values[0] == "again" and len(values) == 6, f"saved: {values}")
-        expect(b'"again"' in second.content(CHAT_SCRIPT), "the chat script is new")
-        expect(second.content(PEER_FILE).endswith(CONNECT_LINE), "the peer file is whole")
+        for path, content in generated(stored(second)).items():
+            expect(second.content(path) == content, f"{path} is new: {second.content(path)!r}")
         leave(second)

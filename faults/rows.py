@@ -6,7 +6,7 @@ import os
 import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from enum import Enum
 from operator import attrgetter
 
@@ -24,14 +24,15 @@ class Row:
     """One fault.
 
     @ivar throw throws the fault and looks at what the program does; AssertionError when it is not
-        what was expected
-    @ivar ordered why the program loses something under this fault by design; None when it must not
+        what was expected. It may return the reason why, by design, something was lost
+    @ivar ordered why the program loses something under this fault by design; None when it must
+        not, or when what the throw finds is to say so
     @ivar chosen whether ./test throws it, too
     @ivar seconds that it takes, about: of a group's rows the longest are thrown first
     """
 
     name: str
-    throw: Callable[[], None]
+    throw: Callable[[], str | None]
     ordered: str | None = None
     chosen: bool = False
     seconds: float = 0
@@ -68,7 +69,7 @@ class Group:
         def one(row: Row) -> Result:
             begin, why = time.monotonic(), ""
             try:
-                row.throw()
+                row = replace(row, ordered=row.throw() or row.ordered)
             except Exception as error:  # whatever went wrong, the next row is thrown
                 why = f"{type(error).__name__}: {error}"
             result = Result(row, time.monotonic() - begin, why)

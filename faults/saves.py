@@ -2,64 +2,142 @@
 
 from __future__ import annotations
 
+from collections import Counter
+from dataclasses import dataclass, field
 from functools import partial
+from itertools import dropwhile
 
-from faults.calls import POSSIBLE, first_of_each, logged_root, phases
-from faults.panel import (APN, EXIT_SECONDS, TYPED, TYPED_LAST, alive, repairable, stored,
-                          type_and_connect)
+from faults.calls import STORES, first_of_each, lay, logged_root, phases
+from faults.panel import (APN, AUTO, AUTO_EDITED, DEFAULTS, EDITED, EDITED_LAST, EXIT_SECONDS,
+                          TYPED, TYPED_COUNTS, TYPED_LAST, alive, generated, repairable,
+                          type_and_connect, type_counts)
 from faults.rows import Group, Row, expect
-from faults.trace import Call, Fault, launch
+from faults.trace import TRACE, Call, Fault, launch
 from faults.unseen import connecting, unseen_root
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED_AUTO,
+                         stored_parameters)
 from privateroot.process import PrivateRoot
 
-CUT = ("ftruncate", "fsync", "pwrite64")
+CUT = ("pwrite64", "ftruncate", "fsync")
 ORDERLY = ("TERM", "INT", "HUP")
+KILL = "KILL"
+ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which a Connect saves
+OLD, NEW, EMPTY = "old", "new", "empty"
 TWO_FILES = ("a kill between two files of one Connect leaves the earlier script or peer file "
              "beside the new parameters: the next edit makes them agree again")
+FIRST = ("a kill in the first Connect leaves an empty script or peer file, or none, beside the "
+         "parameters: none is written again before something is edited")
 
 
-def throw(phase: str, fault: Fault, signal: str) -> None:
-    with logged_root(launch(fault)) as root:
+def contents(parameters: bytes, auto: bytes) -> dict[str, bytes]:
+    """All four files once they agree."""
+    return {PARAMETERS: parameters, AUTO_CONNECT: auto, **generated(parameters)}
+
+
+@dataclass
+class Save:
+    """What a save finds and what it leaves when nothing comes between.
+
+    @ivar store what is laid before the program starts; a name of STORES
+    @ivar loses why a kill may leave script and peer file behind the parameters, if it may
+    @ivar kills what each kill has left
+    """
+
+    store: str
+    before: dict[str, bytes]
+    after: dict[str, bytes]
+    loses: str | None = None
+    kills: list[str] = field(default_factory=list)
+
+
+SAVES = {
+    "connect": Save("everything", STORES["everything"], contents(EDITED, AUTO_EDITED), TWO_FILES),
+    "connect, no inspector": Save(
+        "everything", STORES["everything"], contents(EDITED, AUTO), TWO_FILES),
+    "first connect": Save("nothing", {}, contents(
+        stored_parameters(TYPED, dial=""), STORED_AUTO.replace(b"5", TYPED_COUNTS.encode())),
+        FIRST),
+    "exit": Save("everything", contents(EDITED, AUTO),
+                 {**contents(EDITED, AUTO_EDITED), PARAMETERS: EDITED_LAST}),
+}
+
+
+def throw(name: str, fault: Fault, signal: str) -> str | None:
+    with logged_root(launch(fault), SAVES[name].store) as root:
         root.start()
-        if phase == "exit":
+        if name == "exit":
             type_and_connect(root)
             alive(root)
-            root.panel.fill(APN, TYPED_LAST)
-            root.panel.press("Exit")
-        else:
-            root.panel.fill(APN, TYPED)
-            root.panel.press("Connect")
-        ended(root, phase, signal)
+        type_counts(root)
+        root.panel.fill(APN, TYPED_LAST if name == "exit" else TYPED)
+        root.panel.press("Exit" if name == "exit" else "Connect")
+        return ended(root, SAVES[name], signal)
 
 
-def throw_unseen(phase: str, fault: Fault, signal: str) -> None:
-    with unseen_root(launch(fault)) as root, connecting(root):
-        ended(root, phase, signal)
+def throw_unseen(name: str, fault: Fault, signal: str) -> str | None:
+    with unseen_root(launch(fault)) as root:
+        lay(root, SAVES[name].store)
+        with connecting(root):
+            return ended(root, SAVES[name], signal)
 
 
-def ended(root: PrivateRoot, phase: str, signal: str) -> None:
-    """The signal has come in the phase: an ordered stop has saved first."""
-    status = root.wait_exit(EXIT_SECONDS)
-    expect(status == (137 if signal == "KILL" else 0), f"exit status {status}")
-    possible = POSSIBLE[phase] if signal == "KILL" else POSSIBLE[phase][1:]
-    expect(stored(root) in possible, f"{stored(root)!r} is stored")
-    repairable(root, *possible)
+def ended(root: PrivateRoot, save: Save, signal: str) -> str | None:
+    """The signal has come in the save: an ordered stop has finished it, a kill has left each file
+    old or new. @return what the design orders to be lost"""
+    status, killed = root.wait_exit(EXIT_SECONDS), signal == KILL
+    expect(status == (137 if killed else 0), f"exit status {status}")
+    expect(killed or f"SIG{signal} ".encode() in root.content(TRACE), "the signal came")
+    left = {path: state(root, save, path, killed) for path in ORDER
+            if save.before.get(path) != save.after[path]}
+    rest = [*dropwhile(lambda found: found == NEW, left.values())]
+    expect(set(rest[1:]) <= {OLD}, f"one file after the other is saved: {left}")
+    for path in set(ORDER) - set(left):
+        expect(root.read(path) == save.after[path], f"{path} stays: {root.read(path)!r}")
+    old = save.before.get(PARAMETERS, DEFAULTS)
+    repairable(root, *([old] if killed else []), save.after[PARAMETERS])
+    behind = left[PARAMETERS] == NEW and {*left.values()} - {NEW} and save.loses
+    if killed and save.loses:
+        save.kills.append("behind" if behind else left[PARAMETERS])
+    return behind or None
 
 
-def row(phase: str, call: Call, signal: str, unseen: bool) -> Row:
-    fault = Fault(call, f"signal={signal}")
-    return Row(f"{phase}: {fault}{', no inspector' if unseen else ''}",
-               partial(throw_unseen if unseen else throw, phase, fault, signal),
-               ordered=TWO_FILES if signal == "KILL" and phase == "connect" else None,
-               chosen=call.name in CUT and signal in ("KILL", "TERM") and not unseen)
+def state(root: PrivateRoot, save: Save, path: str, killed: bool) -> str:
+    """Which content a file has: a kill may leave it new with line feeds behind, old, or, when there
+    was none, empty."""
+    content, before, after = root.read(path), save.before.get(path), save.after[path]
+    if content == after or killed and content and content.rstrip(b"\n") == after.rstrip(b"\n"):
+        return NEW
+    expect(killed and content in (before, before or b""), f"{path} holds {content!r}")
+    return OLD if content == before else EMPTY
+
+
+def row(name: str, call: Call, signal: str) -> Row:
+    fault, unseen = Fault(call, f"signal={signal}"), "inspector" in name
+    return Row(f"{name}: {fault}", partial(throw_unseen if unseen else throw, name, fault, signal),
+               chosen=call.name in (CUT[:1] if name == "first connect" else CUT)
+               and not unseen and signal in (KILL, "TERM"))
 
 
 def rows() -> list[Row]:
-    found = phases(launch())
-    return [*(row(phase, call, signal, False) for phase in ("connect", "exit")
-              for call in found[phase] for signal in ("KILL", *ORDERLY)),
-            *(row("connect", call, signal, True) for call in first_of_each(found["connect"])
-              for signal in ("KILL", "TERM"))]
+    found = phases(launch(), "everything")
+    first = phases(launch(), "nothing")["connect"]
+    return [*(row(name, call, signal) for name in ("connect", "exit")
+              for call in found[name] for signal in (KILL, *ORDERLY)),
+            *(row("first connect", call, KILL) for call in first),
+            *(row("connect, no inspector", call, signal)
+              for call in first_of_each(found["connect"]) for signal in (KILL, "TERM"))]
 
 
-GROUPS = [Group("saves", "ended or killed at every call of a save", rows)]
+def figures() -> list[str]:
+    found = []
+    for name, save in SAVES.items():
+        counts = Counter(save.kills)
+        if save.kills:
+            found.append(
+                f"{len(save.kills)} kills in a save ({name}): {counts[OLD] + counts[EMPTY]} left "
+                f"the parameters as they were, {counts[NEW]} all four files new, "
+                f"{counts['behind']} new parameters beside another file that was not")
+    return found
+
+
+GROUPS = [Group("saves", "ended or killed at every call of a save", rows, figures=figures)]

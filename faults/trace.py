@@ -18,15 +18,18 @@ from privateroot.process import PrivateRoot
 TRACE = "/testrun/trace"
 INJECTED = b"(INJECTED"  # stands there behind a call that strace has had fail
 OWN_FILES = (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)
+# A call's name and the file of its first argument: a descriptor, or a path.
+CALL = re.compile(r'(?:\d+ +)?(\w+)\((?:\d+<([^>]*)>|(?:AT_FDCWD<[^>]*>, )?"([^"]*)")?')
 LOGS = (PPP_LOG, PPP_LOG + OLD_LOG, CHAT_LOG, CHAT_LOG + OLD_LOG)
 FOLDERS = ("/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")
 
 
 class Call(NamedTuple):
-    """One system call: the number of its name."""
+    """One system call: the number of its name, and the file that it is for, if any."""
 
     name: str
     number: int
+    path: str = ""
 
 
 @dataclass
@@ -42,8 +45,15 @@ class Fault:
     lasting: bool = False
 
     def __str__(self) -> str:
+        file = self.call.path.rpartition("/")[2]
         return (f"{self.deed.partition('=')[2]} at {self.call.name} {self.call.number}"
-                f"{' and later' if self.lasting else ''}")
+                f"{f' of {file}' if file else ''}{' and later' if self.lasting else ''}")
+
+    def hits(self, calls: list[Call]) -> set[str]:
+        """The files for which a call of these fails, closing aside: all is done by then."""
+        name, number, _ = self.call
+        return {call.path for call in calls if call.name == name != "close" and (
+            call.number == number or self.lasting and call.number > number)}
 
 
 def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS + FOLDERS,
@@ -62,7 +72,7 @@ def calls_so_far(root: PrivateRoot) -> list[Call]:
     counts: Counter[str] = Counter()
     calls = []
     for line in root.content(TRACE).decode(errors="replace").splitlines():
-        if match := re.match(r"(?:\d+ +)?(\w+)\(", line):
+        if match := CALL.match(line):
             counts[match[1]] += 1
-            calls.append(Call(match[1], counts[match[1]]))
+            calls.append(Call(match[1], counts[match[1]], match[2] or match[3] or ""))
     return calls

@@ -6,14 +6,29 @@ import re
 from collections.abc import Mapping
 from functools import partial
 
-from faults.boards import (alive, dialled, edited, off, wait_link, wait_notice, wait_shown,
-                           wait_undetected, wait_value)
+from faults.boards import (alive, check_link, dialled, edit, edited, off, wait_link, wait_notice,
+                           wait_shown, wait_undetected, wait_value)
 from faults.rows import Row, expect
-from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, GREEN, RED, SETTING,
-                         SOON_SECONDS, UNDETECTED, WITHOUT_KEYS)
+from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED,
+                         SETTING, SOON_SECONDS, UNDETECTED, WITHOUT_KEYS)
+from virtualboard.board import Board
 
 CYCLES = 20
 OTHER_PRODUCT = DONGLE_PRODUCT + 1
+SECOND_UDC = "/sys/kernel/config/usb_gadget/second/UDC"
+# The dummy host controller has a bus for each dongle.
+TWO_BUSES = "modprobe -r dummy_hcd; modprobe dummy_hcd num=2"
+SECOND_DONGLE = f"""
+set -e
+mkdir {SECOND_UDC.removesuffix("/UDC")}
+cd {SECOND_UDC.removesuffix("/UDC")}
+echo {DONGLE_VENDOR} >idVendor
+echo {DONGLE_PRODUCT} >idProduct
+mkdir configs/c.1 functions/gser.3
+ln -s $PWD/functions/gser.3 configs/c.1/
+echo dummy_udc.1 >UDC
+until [ -c /dev/ttyUSB3 ]; do sleep 0.1; done
+"""
 
 
 def throw_pulled(name: str, moment: str, up: bool) -> None:
@@ -76,8 +91,34 @@ def throw_away_at_connect(name: str) -> None:
         alive(board)
 
 
+def wait_dongle(board: Board, text: str, style: str) -> None:
+    """Has the program look at the dongle, and waits for what it shows."""
+    check_link(board)
+    wait_value(board, DONGLE_STATUS, text, style)
+
+
+def throw_two(name: str) -> None:
+    """Two of the same kind: the first is dialled; one that stays counts as detected."""
+    with off(name, {}) as board:
+        board.guest.sh(TWO_BUSES)
+        board.dongle.plug()
+        board.guest.sh(SECOND_DONGLE)
+        board.program.start(WITHOUT_KEYS)
+        wait_shown(board)
+        edit(board)
+        board.panel.press("Connect")
+        wait_link(board, "connected", GREEN)
+        board.guest.sh("dongle pulled; until [ ! -e /dev/ttyUSB0 ]; do sleep 0.1; done")
+        wait_link(board, "disconnected", RED)
+        wait_dongle(board, "detected", GREEN)
+        board.guest.sh(f"echo >{SECOND_UDC}; until [ ! -e /dev/ttyUSB3 ]; do sleep 0.1; done")
+        wait_dongle(board, "undetected", RED)
+        alive(board)
+
+
 def throw_cycles(name: str) -> None:
-    """Pulled and plugged again and again: it dials as before, and no more is open than before."""
+    """Pulled and plugged again and again, checked each time: it dials as before, and no more is
+    open than before."""
     def open_now() -> list[str]:
         found = board.guest.sh(f"ls -l /proc/{board.program.pid()}/fd")
         return sorted(re.findall("-> (.*)", found))
@@ -86,9 +127,9 @@ def throw_cycles(name: str) -> None:
         before = open_now()
         for _ in range(CYCLES):
             board.dongle.unplug()
+            wait_dongle(board, "undetected", RED)
             board.dongle.plug()
-        board.guest.sh(f"kill -USR1 {board.program.pid()}")
-        wait_value(board, DONGLE_STATUS, "detected", GREEN)
+            wait_dongle(board, "detected", GREEN)
         board.guest.sh("sleep 3")
         expect(open_now() == before, f"open: {before}, then {open_now()}")
         board.panel.open_tab(SETTING)
@@ -111,7 +152,8 @@ PULLED = {
 
 def rows() -> list[Row]:
     return [
-        Row(f"the dongle is pulled {CYCLES} times", partial(throw_cycles, "cycles"), seconds=90),
+        Row(f"the dongle is pulled {CYCLES} times", partial(throw_cycles, "cycles"), seconds=150),
+        Row("two dongles", partial(throw_two, "two"), seconds=60),
         Row("the dongle is away at Connect", partial(throw_away_at_connect, "away"), seconds=70),
         *(Row(f"the dongle is pulled {name}", partial(throw_pulled, f"pulled {name}", *how),
               seconds=60) for name, how in PULLED.items()),

@@ -72,8 +72,12 @@ class PeerResult:
 
 
 LOGS = f"modem_log={MODEM_LOG} network_log={NETWORK_LOG} ppp_log={PPP_LOG} chat_log={CHAT_LOG}\n"
-# A call that is left on the network's side ends when the next case dials.
+# A call that an earlier case has left on the network's side would answer one that does not dial.
 PEER_COMMANDS = LOGS + r"""
+if killall -q netpppd; then
+    while pgrep -x netpppd >/dev/null; do sleep 0.1; done
+    timeout 0.5 cat /dev/ttyUSB0 >/dev/null  # what the modem says about its end
+fi
 rm -f $ppp_log $chat_log
 : >$network_log
 lines=$(wc -l <$modem_log)
@@ -257,6 +261,7 @@ def main() -> int:
         parser.error("tables are " + ", ".join(TABLES) + ", not " + ", ".join(unknown))
     with Board(run="measure-pppd") as board:
         board.dongle.plug()
+        print(board.guest.sh("pppd --version 2>&1").strip())
         for name in tables:
             if name == "chat":
                 print_chat_table(board.guest.sh)

@@ -8,7 +8,8 @@ import unittest
 
 from boardtest import BoardTest
 from host.paths import ARM
-from panel.facts import CHECK_SECONDS, PARAMETERS, PPP_LOG, SOON_SECONDS, STORED
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUNTS, GREEN, LOGS, OLD_LOG,
+                         PARAMETERS, PEER_FILE, PPP_LOG, RED, SOON_SECONDS, STORED, STORED_AUTO)
 
 HUGE = 3 << 30  # bytes
 # Functions of the C library that know neither large files nor late times on 32-bit boards.
@@ -24,23 +25,52 @@ class Future(BoardTest):
 
     def test_narrow_functions(self) -> None:
         """Nothing of ours calls them."""
-        names = subprocess.run(["arm-linux-gnueabihf-nm", "-D", ARM / "app/corvanta"], check=True,
-                               capture_output=True, text=True).stdout
-        self.assertIn(" U ", names)
-        self.assertEqual(NARROW.findall(names), [])
+        for name in ("app/corvanta", "provision/corvanta-provision",
+                     "app/plugins/corvanta/libcorvantahttpprobe.so"):
+            with self.subTest(name):
+                names = subprocess.run(["arm-linux-gnueabihf-nm", "-D", ARM / name], check=True,
+                                       capture_output=True, text=True).stdout
+                self.assertIn(" U ", names)
+                self.assertEqual(NARROW.findall(names), [])
+
+    def date_2040(self, *paths: str) -> None:
+        for path in paths:
+            self.sh(f"touch -d 2040-01-01 {path}")
+            self.assertEqual(self.sh(f"date -r {path} +%Y"), "2040\n")
 
     def test_files_dated_2040(self) -> None:
-        """Shown, and saved."""
+        """All that the program reads and writes: shown, saved, generated, dialled and rotated."""
+        old = {PARAMETERS: STORED, AUTO_CONNECT: STORED_AUTO, PEER_FILE: b"old\n",
+               CHAT_SCRIPT: b"old\n"}
+        for path, content in old.items():
+            self.board.guest.write(path, content)
+        self.date_2040(*old)
         self.board.dongle.plug()
-        self.board.guest.write(PARAMETERS, STORED)
-        self.board.guest.sh(f"touch -d 2040-01-01 {PARAMETERS}")
-        self.assertEqual(self.board.guest.sh(f"date -r {PARAMETERS} +%Y").strip(), "2040")
         self.start_program()
         self.assertEqual(self.panel.field("USER:")["text"], "operator")
+        self.assertEqual(self.panel.field(COUNTS)["text"], "5")
         self.panel.fill("APN NAME:", "later")
+        self.panel.press("Connect")
+        self.wait_link("connected", GREEN)
+        saved = {PARAMETERS: STORED.replace(b"internet", b"later"), AUTO_CONNECT: STORED_AUTO}
+        for path, content in saved.items():
+            self.assertEqual(self.board.guest.read(path), content)
+        self.assertIn(b"\nuser operator\n", self.board.guest.read(PEER_FILE))
+        self.assertIn(b'"later"', self.board.guest.read(CHAT_SCRIPT))
+        self.sh("killall pppd; until ! pgrep -x pppd; do sleep 0.1; done")
+        self.wait_link("disconnected", RED)
+        self.date_2040(*old, *LOGS)
+        self.panel.press("Connect")  # the generated files are those of before, but for their date
+        self.wait_link("connected", GREEN)
+        self.sh("killall pppd; until ! pgrep -x pppd; do sleep 0.1; done")
+        self.date_2040(*LOGS)
         self.panel.press("Exit")
         self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
-        self.assertEqual(self.stored(), STORED.replace(b"internet", b"later"))
+        for log in LOGS:
+            self.assertEqual(self.sh(f"ls {log}*; date -r {log}{OLD_LOG} +%Y"),
+                             f"{log}{OLD_LOG}\n2040\n")
+        for path, content in saved.items():
+            self.assertEqual(self.board.guest.read(path), content)
 
     def test_large_files(self) -> None:
         """Parameters and a log of 3 GB: shown, saved and rotated."""
