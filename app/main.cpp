@@ -26,6 +26,7 @@ int main(int argc, char **argv)
         std::fputs("corvanta: another copy of the program runs\n", stderr);
         return EX_TEMPFAIL;
     }
+    StopSignals::hold();
     auto displayStart = std::make_optional<DisplayStart>();
     QApplication app(argc, argv);
     displayStart.reset();

@@ -10,6 +10,8 @@
 namespace
 {
 
+constexpr int Numbers[] = {SIGTERM, SIGINT, SIGHUP};
+
 int eventFd = -1; // Open until the process ends, as its handlers are.
 bool stopReceived = false;
 
@@ -21,21 +23,39 @@ void noteSignal(int)
     errno = savedErrno;
 }
 
+/** Has the signals delivered, or not. @param how SIG_BLOCK or SIG_UNBLOCK */
+void mask(int how)
+{
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int number : Numbers)
+        sigaddset(&held, number);
+    ::sigprocmask(how, &held, nullptr);
+}
+
 } // namespace
+
+void StopSignals::hold()
+{
+    mask(SIG_BLOCK);
+}
 
 StopSignals::StopSignals()
 {
     eventFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (eventFd == -1)
-        return; // The signals end the process as they always do.
+    if (eventFd == -1) {
+        mask(SIG_UNBLOCK); // The signals end the process as they always do.
+        return;
+    }
     auto *notifier = new QSocketNotifier(eventFd, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &StopSignals::stop);
     struct sigaction action = {};
     action.sa_handler = noteSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+    for (const int number : Numbers)
         ::sigaction(number, &action, nullptr);
+    mask(SIG_UNBLOCK);
 }
 
 bool StopSignals::received()

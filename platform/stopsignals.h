@@ -15,6 +15,10 @@ class StopSignals : public QObject
 public:
     StopSignals();
 
+    /** Has the signals wait until a StopSignals serves them. To be called before the application
+     *  object is made: until then its platform would end the program with a failure. */
+    static void hold();
+
     /** @return whether a signal has been served */
     static bool received();
 

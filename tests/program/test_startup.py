@@ -2,7 +2,7 @@
 
 import os
 import unittest
-from signal import SIGKILL, SIGUSR1
+from signal import SIGKILL, SIGTERM, SIGUSR1
 from pathlib import Path
 
 from modem import Modem
@@ -136,9 +136,16 @@ class StartUp(ProgramTest):
         self.assertEqual(root.processes(), [])
 
     def test_told_to_end_at_once(self) -> None:
-        """Nobody is left to close the waiting dialog."""
-        root = self.root(usb="", preload=["stopearly"]).start(shown=False)
-        self.assertEqual(root.wait_exit(), 0)
+        """In order, however early; nobody is left to close the waiting dialog."""
+        for preload in ([], ["stopearly"]):
+            with self.subTest(preload):
+                root = self.root(usb="", preload=preload).start(shown=False)
+                maps = Path(f"/proc/{root.pid}/maps")
+                wait_until(lambda: preload or "libqvnc" in maps.read_text(), 5,
+                           "the application being made")
+                if not preload:
+                    root.signal(SIGTERM)
+                self.assertEqual(root.wait_exit(), 0)
 
     def test_descriptors_close_on_exec(self) -> None:
         """With every descriptor open that there is: those of a waiting signal query, too."""
