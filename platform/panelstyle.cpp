@@ -1,5 +1,6 @@
 #include "platform/panelstyle.h"
 
+#include "platform/doubletouch.h"
 #include "platform/screen.h"
 
 #include <QApplication>
@@ -60,4 +61,5 @@ void PanelStyle::apply(QApplication &app)
     QFont font(QStringLiteral("Microsoft JhengHei"));
     font.setPixelSize(metrics.fontPixels);
     app.setFont(font);
+    app.installEventFilter(new DoubleTouch(&app));
 }

@@ -28,8 +28,8 @@ public:
     int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                   QStyleHintReturn *returned) const override;
 
-    /** Gives the application the style and the default font of the primary screen's size. To be
-     *  called before the first widget is created. */
+    /** Gives the application the style and the default font of the primary screen's size, and has
+     *  quick touches told from double ones. To be called before the first widget is created. */
     static void apply(QApplication &app);
 
 private:
