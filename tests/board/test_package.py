@@ -48,7 +48,7 @@ class Files(BoardTest):
         self.board.dongle.plug()
         self.start_program()
         self.sh(f"corvanta-provision apn=internet; touch {CHIP_MARKER}; "
-                f"mv {PARAMETERS} /root/secret; ln -s /root/secret {PARAMETERS}; "
+                f"mv {PARAMETERS} /var/secret; ln -s /var/secret {PARAMETERS}; "
                 f"for log in {{{','.join(LOGS)}}}{{,{OLD_LOG}}}{{,.1}}; do echo log >$log; done")
         self.sh("dpkg --remove corvanta", INSTALL_SECONDS)
         self.assertEqual(self.board.guest.run("pgrep -x corvanta").text, "")
@@ -56,7 +56,7 @@ class Files(BoardTest):
         for file in FILES:
             self.sh(f"test -s {quote(file)}")
         self.sh("dpkg --purge corvanta", INSTALL_SECONDS)
-        left = self.sh(f"ls /quenfold/configs; ls -d /root/secret {CHAT_SCRIPT} /etc/ppp/peers/* "
+        left = self.sh(f"ls /quenfold/configs; ls -d /var/secret {CHAT_SCRIPT} /etc/ppp/peers/* "
                        f"{OPTIONS} {PPP_LOG}* {CHAT_LOG}* 2>/dev/null || true; "
                        "find / -xdev -name '*corvanta*'")
         # The last one is the simulated board's own.
