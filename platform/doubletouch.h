@@ -20,4 +20,5 @@ public:
 
 private:
     QPointF m_pressed; ///< where the last press was, in pixels of the screen
+    QPointF m_before;  ///< and the one before it
 };
