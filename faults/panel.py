@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import re
 import time
-from collections.abc import Iterator
+from collections.abc import Iterator, Mapping
 from contextlib import contextmanager
 from pathlib import Path
 from signal import SIGTERM, SIGUSR1
@@ -120,15 +120,28 @@ def stored(root: PrivateRoot) -> bytes:
     return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
 
 
+REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # what a second start has shown of four files
+
+
 def repairable(root: PrivateRoot, *expected: bytes) -> None:
     """A second start shows what is stored, one of those expected, and an edit and a Connect bring
-    all four files to where they belong."""
+    all four files to where they belong. The same four files are not tried twice."""
+    contents = {path: root.read(path)
+                for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
+    found = tuple(contents.values())
+    if found not in REPAIRED:
+        REPAIRED[found] = repair(contents)
+    expect(REPAIRED[found] in expected, f"{REPAIRED[found]!r} is one of {expected}")
+
+
+def repair(contents: Mapping[str, bytes | None]) -> bytes:
+    """@return what the second start shows of these files"""
     with PrivateRoot() as second:
-        for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE):
-            if (content := root.read(path)) is not None:
+        for path, content in contents.items():
+            if content is not None:
                 second.write(path, content)
         second.start()
-        expect(shown(second) in expected, f"{shown(second)!r} is one of {expected}")
+        seen = shown(second)
         second.panel.fill(APN, "again")
         second.panel.press("Connect")
         second.wait_calls("pppd", 1)
@@ -137,3 +150,4 @@ def repairable(root: PrivateRoot, *expected: bytes) -> None:
         for path, content in generated(stored(second)).items():
             expect(second.content(path) == content, f"{path} is new: {second.content(path)!r}")
         leave(second)
+        return seen
