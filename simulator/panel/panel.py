@@ -11,6 +11,7 @@ from urllib.parse import quote
 
 from host.sockets import connect
 from panel.facts import DOUBLE_TOUCH_SECONDS
+from panel.patience import patient
 from panel.screen import NotShown, PanelError, Screen, Widget, centre
 
 T = TypeVar("T")
@@ -159,11 +160,11 @@ class Panel:
         Looks until the predicate gives something true.
 
         @param predicate  gets each look; when it raises NotShown, the wait goes on
-        @param timeout  seconds
+        @param timeout  seconds, of which patient() may make more
         @return what the predicate gave
         @raise PanelError with what was shown last
         """
-        deadline = time.monotonic() + timeout
+        deadline = time.monotonic() + patient(timeout)
         last = "nothing: no reply"
         while True:
             try:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 from contextlib import suppress
 from pathlib import Path
 
@@ -27,9 +28,11 @@ def process_name(pid: int) -> str:
 def children(parent: int) -> list[int]:
     """The processes that are children of a process now."""
     found: list[int] = []
-    for listed in Path(f"/proc/{parent}/task").glob("*/children"):
-        with suppress(FileNotFoundError, ProcessLookupError):  # This thread has ended.
-            found += map(int, listed.read_text().split())
+    with suppress(FileNotFoundError, ProcessLookupError):  # The process has ended.
+        for thread in os.listdir(f"/proc/{parent}/task"):
+            with suppress(FileNotFoundError, ProcessLookupError):  # This thread has ended.
+                listed = Path(f"/proc/{parent}/task/{thread}/children").read_text()
+                found += map(int, listed.split())
     return found
 
 

@@ -62,11 +62,11 @@ void DoubleTouchTest::quickTouchesOpenTabs()
         bar.addTab(text);
     bar.show();
     QVERIFY(QTest::qWaitForWindowExposed(&bar));
-    const auto device = QTest::createTouchDevice();
+    const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
     for (const int index : {1, 2, 0, 2}) {
         const QPoint at = bar.tabRect(index).center();
-        QTest::touchEvent(bar.windowHandle(), device).press(0, at);
-        QTest::touchEvent(bar.windowHandle(), device).release(0, at);
+        QTest::touchEvent(bar.windowHandle(), device.get()).press(0, at);
+        QTest::touchEvent(bar.windowHandle(), device.get()).release(0, at);
         QCOMPARE(bar.currentIndex(), index);
     }
 }

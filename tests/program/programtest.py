@@ -10,8 +10,10 @@ from pathlib import Path
 from typing import Any
 
 from panel.facts import AUTO_CONNECT, GREEN, LINK_STATUS, PARAMETERS, RED, STORED, STORED_AUTO
+from panel.patience import patient
 from panel.screen import Screen
 from privateroot.process import PrivateRoot
+from privateroot.record import Call
 
 EXPECTED = Path(__file__).resolve().parent.parent / "expected"
 # What may stand in a file's place.
@@ -56,6 +58,19 @@ class ProgramTest(unittest.TestCase):
         root.wait_until(lambda: root.processes() == (processes or []), 2,
                         f"only {processes or []} left, not {root.processes()}")
         self.assertNotIn("usb leak", map(str, root.calls()))
+
+    def assert_lasted(self, elapsed: float, seconds: float, late: float = 0.4) -> None:
+        """A busy machine may be late.
+        @param late seconds, of which patient() may make more"""
+        self.assertGreater(elapsed, seconds - 0.1)
+        self.assertLess(elapsed, seconds + patient(late))
+
+    def assert_period(self, calls: list[Call], seconds: float) -> None:
+        """Calls that follow each other by so many seconds; each may be late on a busy machine."""
+        self.assertGreater(len(calls), 2)
+        mean = (calls[-1].time - calls[0].time) / (len(calls) - 1)
+        self.assertGreater(mean, 0.6 * seconds)
+        self.assertLess(mean, seconds + patient(0.4))
 
     def assert_file(self, root: PrivateRoot, path: str, expected: str) -> None:
         """Compares a written file with one of tests/expected, byte for byte."""

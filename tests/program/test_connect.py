@@ -206,9 +206,7 @@ class ConnectWait(ProgramTest):
         root.panel.open_tab(STATUS, 0.7)
         polls = len(root.calls("ls"))
         root.wait_calls("ls", polls + 3, 4)
-        times = [call.time for call in root.calls("ls")[polls - 1:]]
-        for earlier, later in zip(times, times[1:]):
-            self.assertAlmostEqual(later - earlier, 1.0, delta=0.4)
+        self.assert_period(root.calls("ls")[polls - 1:], 1.0)
         self.assertEqual(root.commands()[1:], [], "nothing is dialled yet")
         root.add_node("ttyUSB0")
         root.wait_calls("pppd", 1, 1.5)
