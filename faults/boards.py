@@ -6,8 +6,11 @@ from __future__ import annotations
 import re
 from collections.abc import Iterator, Mapping
 from contextlib import ExitStack, contextmanager
+from functools import cache
 from itertools import count
+from pathlib import Path
 from queue import Empty, SimpleQueue
+from threading import Lock
 
 from faults.rows import expect
 from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, LINK_STATUS, MISC,
@@ -16,13 +19,18 @@ from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, LINK_STATUS, MISC,
 from virtualboard.board import Board
 
 SIZE = (480, 272)
+SAVING = Lock()  # of edited_state()
+
+
+def run_name(row: str) -> str:
+    return f"faults-{re.sub('[^a-z0-9]+', '-', row.lower())}"
 
 
 @contextmanager
 def off(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
     """A board with stored parameters on which the program does not run and no dongle is plugged in.
     @param name of the row"""
-    with Board(SIZE, f"faults-{re.sub('[^a-z0-9]+', '-', name.lower())}") as board:
+    with Board(SIZE, run_name(name)) as board:
         board.dongle.tell_modem(modem)
         board.guest.write(PARAMETERS, parameters)
         yield board
@@ -40,14 +48,35 @@ def edit(board: Board) -> None:
     board.panel.open_tab(SETTING)
 
 
+def start_edited(board: Board) -> None:
+    board.dongle.plug()
+    board.program.start(WITHOUT_KEYS)
+    wait_shown(board)
+    edit(board)
+
+
+@cache
+def edited_state() -> Path:
+    """A saved state of a board on which a touch of Connect dials STORED."""
+    with off("edited", {}) as board:
+        start_edited(board)
+        state = board.folder / "state"
+        board.save(state)
+        return state
+
+
 @contextmanager
 def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
     """A board on which a touch of Connect dials."""
-    with off(name, modem, parameters) as board:
-        board.dongle.plug()
-        board.program.start(WITHOUT_KEYS)
-        wait_shown(board)
-        edit(board)
+    if parameters != STORED:
+        with off(name, modem, parameters) as board:
+            start_edited(board)
+            yield board
+        return
+    with SAVING:
+        state = edited_state()
+    with Board(SIZE, run_name(name), state=state) as board:
+        board.dongle.tell_modem(modem)
         yield board
 
 

@@ -77,7 +77,7 @@ def first_of_each(calls: list[Call]) -> list[Call]:
 
 
 def failed(phase: str, fault: Fault) -> set[str]:
-    """The files that a fault costs something. A call that was interrupted once costs nothing."""
+    """The files that a fault costs something. A call that was interrupted costs nothing."""
     return set() if fault.deed == INTERRUPTED else fault.hits(phases(launch())[phase])
 
 
@@ -177,10 +177,14 @@ def own_files() -> list[Row]:
     for phase, calls in phases(launch()).items():
         for at, call in enumerate(calls):
             error = f"error={ERRORS.get(call.name, 'EIO')}"
-            for kind, fault in enumerate((Fault(call, error), Fault(call, error, lasting=True),
-                                          Fault(call, INTERRUPTED))):
-                chosen = (phase == "start" or at % 4 == 0, call.name == "fchmod", at % 4 == 2)[kind]
+            for fault in (Fault(call, error), Fault(call, error, lasting=True)):
+                chosen = (call.name == "fchmod" if fault.lasting
+                          else phase == "start" or at % 4 == 0)
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=chosen))
+        for call in first_of_each(calls):
+            # realpath(3), tried again, begins with the first of its calls.
+            fault = Fault(call, INTERRUPTED, repeated=call.name != "readlink")
+            rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=True))
     for at, call in enumerate(phases(launch())["start"]):
         fault = Fault(call, "error=EIO")
         rows.append(Row(f"start: {fault}, no inspector", partial(throw_uninspected, fault),

@@ -25,6 +25,8 @@ WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
 TRIES_SECONDS = 300  # of the host, in which they are spent
+# An earlier attempt's may hold the line.
+NO_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.5; done"
 FIRST_COMMAND = b'heard "ATZ"'
 ATTEMPTS = SharedBoards("refused")
 REDIALS = ("pppd dials again by itself (persist), with the same wrong PIN: one press of Connect "
@@ -46,7 +48,7 @@ NOTICE = 14.5, 25
 NOTICES: list[float] = []
 TRIES: list[float] = []  # from the first try of a wrong PIN to each
 GIVEN_UP: list[float] = []
-GONE = "until ! ifconfig | grep -q ppp; do sleep 0.2; done"
+GONE = "until ! ifconfig | grep -q ppp; do sleep 1; done"
 ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/options"
 
 
@@ -66,6 +68,7 @@ def see_refusal(board: Board, since: float) -> None:
 
 def throw_refused(modem: Mapping[str, str]) -> None:
     with ATTEMPTS.taken() as board:
+        board.guest.sh(NO_PPPD)
         board.dongle.tell_modem(modem)
         heard = board.guest.read(MODEM_LOG).count(FIRST_COMMAND)
         begin = uptime(board)
@@ -151,8 +154,10 @@ def throw_full_disk(name: str) -> None:
             expect(time.monotonic() < deadline, "the same picture without the inspector")
             time.sleep(1)
         board.fingers.touch(*field)
+        board.guest.sh("sleep 1")  # touches and keys come by different ways
         board.keyboard.press("End")
         board.keyboard.type("2")
+        board.guest.sh("sleep 1")
         board.fingers.touch(*end)
         expect(board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
         expect(board.guest.read(PARAMETERS) == STORED.replace(b"internet", b"internet2"), "saved")
@@ -277,5 +282,5 @@ def figures() -> list[str]:
 
 
 # Most of a row is waiting.
-GROUPS = [Group("board", "modem, network and dongle, on the simulated board", rows, at_once=5,
+GROUPS = [Group("board", "modem, network and dongle, on the simulated board", rows, at_once=4,
                 figures=figures, last=last)]

@@ -38,16 +38,19 @@ class Fault:
 
     @ivar deed such as "error=EIO" or "signal=KILL"
     @ivar lasting whether every later call of that name has the same fault
+    @ivar repeated whether every second one has: what is tried again goes well then
     """
 
     call: Call
     deed: str
     lasting: bool = False
+    repeated: bool = False
 
     def __str__(self) -> str:
         file = self.call.path.rpartition("/")[2]
         return (f"{self.deed.partition('=')[2]} at {self.call.name} {self.call.number}"
-                f"{f' of {file}' if file else ''}{' and later' if self.lasting else ''}")
+                f"{f' of {file}' if file else ''}{' and later' if self.lasting else ''}"
+                f"{' and every second one later' if self.repeated else ''}")
 
     def hits(self, calls: list[Call]) -> set[str]:
         """The files for which a call of these fails, closing aside: all is done by then."""
@@ -62,7 +65,7 @@ def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS
     words = ["program", "/usr/bin/strace", "-D", "-y", "-o", TRACE, "-e", f"trace={calls}"]
     words += [word for file in files for word in ("-P", file)]
     if fault:
-        when = f"{fault.call.number}{'+' if fault.lasting else ''}"
+        when = f"{fault.call.number}{'+' if fault.lasting else '+2' if fault.repeated else ''}"
         words += ["-e", f"inject={fault.call.name}:{fault.deed}:when={when}"]
     return LAUNCH.replace("program", " ".join(words))
 

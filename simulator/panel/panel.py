@@ -16,7 +16,8 @@ from panel.screen import NotShown, PanelError, Screen, Widget, centre
 
 T = TypeVar("T")
 
-LOOK_SECONDS = 0.02  # between two looks
+LOOK_SECONDS = 0.02  # between two looks, at first
+LONGER, LONGEST = 1.2, 2.5  # how much longer after each look; up to so many times
 SECONDS = 30.0  # for what a touch or a key does: the simulated board may be slow
 
 
@@ -25,7 +26,7 @@ class Panel:
 
     @param request  sends one request line to the inspector and gives its reply; it raises OSError
            while nothing answers
-    @param pause  seconds between two looks of a wait
+    @param pause  seconds between the first two looks of a wait; later ones are further apart
     @param rest  lets seconds pass for the program, whose clock may be slower than the host's
     """
 
@@ -166,6 +167,7 @@ class Panel:
         """
         deadline = time.monotonic() + patient(timeout)
         last = "nothing: no reply"
+        pause = self._pause
         while True:
             try:
                 screen = self.screen()
@@ -178,7 +180,8 @@ class Panel:
                 last = f"nothing: {error}"
             if time.monotonic() > deadline:
                 raise PanelError(f"not within {timeout:g} s: {what}; the panel showed {last}")
-            time.sleep(self._pause)
+            time.sleep(pause)
+            pause = min(pause * LONGER, self._pause * LONGEST)
 
 
 def unix_request(path: Path, timeout: float = 10.0) -> Callable[[str], dict[str, Any]]:

@@ -141,7 +141,8 @@ class Board:
             self._connections.open(self.folder, self._process.alive)
             if state:
                 self._connections.qmp.resume()
-            self.guest.sh("set -e; blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; "
+            self.guest.sh("set -e; mountpoint -q /app || "
+                          "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
                           + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                           + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
             if self._fresh and self._panel_on and not self._changes and appdisk.key():

@@ -7,6 +7,7 @@ from typing import Any
 
 from host.errors import BoardError
 from image import appdisk
+from panel.facts import CHECK_SECONDS
 from virtualboard.guest import SECONDS, Guest
 
 UNIT = "corvanta.service"
@@ -121,9 +122,10 @@ class Program:
         pppd's scripts have the link shown before that. A link that ends in between is a failed
         attempt for that check.
         """
-        # Without a pppd there is no number to compare.
-        self._guest.sh("while [ \"$(ps -o etimes= -C pppd | sort -n | tail -n 1)\" -le "
-                       f"{CHECK_AGE} ] 2>/dev/null; do sleep 0.5; done", START_SECONDS)
+        # Without a pppd there is no number to compare. Each look costs the board half a second.
+        self._guest.sh("while age=$(ps -o etimes= -C pppd | sort -n | tail -n 1); "
+                       f"[ \"$age\" -le {CHECK_AGE} ] 2>/dev/null; "
+                       f"do sleep $(({CHECK_AGE} + 1 - age)); done", CHECK_SECONDS)
 
     def inspect(self, line: str) -> dict[str, Any]:
         """
