@@ -47,6 +47,12 @@ def descendants(ancestor: int) -> list[int]:
     return found
 
 
+def is_pending(pid: int, signal: int) -> bool:
+    """Whether a process has a signal that no thread of it has handled yet."""
+    status = Path(f"/proc/{pid}/status").read_text()
+    return bool(int(status.split("ShdPnd:")[1].split()[0], 16) >> (signal - 1) & 1)
+
+
 def processor_ticks(pid: int) -> int:
     """Processor time of a process and of the children that it has waited for, in clock ticks."""
     return sum(int(field) for field in _fields(pid)[1][11:15])

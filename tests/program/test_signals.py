@@ -2,11 +2,11 @@
 
 import time
 import unittest
-from pathlib import Path
 from signal import SIGUSR1
 
 from panel.facts import STATUS
 from privateroot.process import PrivateRoot
+from privateroot.procfs import is_pending
 from privateroot.waiting import wait_until
 from programtest import ProgramTest
 
@@ -24,14 +24,9 @@ class Floods(ProgramTest):
         for _ in range(FLOOD):
             root.signal(SIGUSR1)
             deadline = time.monotonic() + 2
-            while self.is_pending(root):
+            while is_pending(root.pid, SIGUSR1):
                 self.assertLess(time.monotonic(), deadline, "the handler does not return")
         root.write("/testrun/go-on", "")
-
-    def is_pending(self, root: PrivateRoot) -> bool:
-        status = Path(f"/proc/{root.pid}/status").read_text()
-        pending = int(status.split("ShdPnd:")[1].split()[0], 16)
-        return bool(pending >> (SIGUSR1 - 1) & 1)
 
     def busy_root(self) -> PrivateRoot:
         """A program whose GUI thread is in a slow command."""
