@@ -97,7 +97,9 @@ void OnScreenKeysTest::touchField(QLineEdit *edit)
     QTest::touchEvent(m_window->windowHandle(), m_screen.get()).press(0, at);
     QTest::touchEvent(m_window->windowHandle(), m_screen.get()).release(0, at);
     QTRY_VERIFY(keys() != nullptr);
-    QTest::qWait(100); // until touches are no longer refused
+    // Until touches are no longer refused, however long a turn of the event loop takes.
+    for (int turn = 0; turn < 3; ++turn)
+        QTest::qWait(55);
 }
 
 void OnScreenKeysTest::nothingBeforeATouch()
