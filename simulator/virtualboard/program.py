@@ -122,7 +122,7 @@ class Program:
         pppd's scripts have the link shown before that. A link that ends in between is a failed
         attempt for that check.
         """
-        # Without a pppd there is no number to compare. Each look costs the board half a second.
+        # Without a pppd there is no number to compare. Each look costs the host half a second.
         self._guest.sh("while age=$(ps -o etimes= -C pppd | sort -n | tail -n 1); "
                        f"[ \"$age\" -le {CHECK_AGE} ] 2>/dev/null; "
                        f"do sleep $(({CHECK_AGE} + 1 - age)); done", CHECK_SECONDS)
