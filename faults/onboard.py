@@ -26,7 +26,7 @@ FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
 TRIES_SECONDS = 300  # of the host, in which they are spent
 # An earlier attempt's may hold the line.
-NO_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.5; done"
+NO_PPPD = "killall -q -KILL pppd chat; while pgrep -x 'pppd|chat'; do sleep 0.1; done"
 FIRST_COMMAND = b'heard "ATZ"'
 ATTEMPTS = SharedBoards("refused")
 REDIALS = ("pppd dials again by itself (persist), with the same wrong PIN: one press of Connect "
@@ -218,8 +218,7 @@ def throw_foreign(name: str) -> None:
 REFUSED: dict[str, Mapping[str, str]] = {
     "silent modem": {"answer": "silent"}, "no carrier": {"dial": "no-carrier"},
     "busy": {"dial": "busy"}, "error at the dial command": {"dial": "error"},
-    "no dialtone": {"dial": "no-dialtone"}, "no answer": {"dial": "no-answer"},
-    "delayed": {"dial": "delayed"}, "no SIM": {"sim.present": "no"},
+    "no SIM": {"sim.present": "no"},
     "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
     "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
     "another APN": {"apn": "elsewhere"},

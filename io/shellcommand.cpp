@@ -3,7 +3,6 @@
 #include <QLoggingCategory>
 #include <QProcess>
 #include <algorithm>
-#include <csignal>
 
 namespace
 {
@@ -36,10 +35,9 @@ int runShell(const QString &commandLine)
     if (log().isWarningEnabled()) {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         // pppd outlives the program, and may outlive the reader of what it prints.
-        process.setChildProcessModifier([] { std::signal(SIGPIPE, SIG_IGN); });
-    } else {
-        process.setStandardErrorFile(QProcess::nullDevice());
+        return run(process, QStringLiteral("trap '' PIPE; ") + commandLine);
     }
+    process.setStandardErrorFile(QProcess::nullDevice());
     return run(process, commandLine);
 }
 

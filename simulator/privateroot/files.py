@@ -129,11 +129,12 @@ class RootFiles:
         """What the program of the board called `name` does from now on, in shell."""
         self._replace(f"answers/{name}", script)
 
-    def unwrap(self, name: str) -> None:
-        """Puts this machine's own program in a stand-in's place: it is faster, and not logged."""
+    def unwrap(self, name: str, program: str = "") -> None:
+        """Puts another program in a stand-in's place: it is faster.
+        @param program path in the private root; this machine's own, which is not logged, if none"""
         stand_in = self.run / "bin" / name
         stand_in.unlink()
-        stand_in.symlink_to(f"/usr/bin/{name}")
+        stand_in.symlink_to(program or f"/usr/bin/{name}")
 
     def remove(self) -> None:
         """Removes the folders, whatever their permissions have become."""

@@ -100,7 +100,7 @@ class PrivateRoot(RootRecord):
             "PATH": os.environ["PATH"],
             "QT_QPA_PLATFORM": f"vnc:size={width}x{height}",
             "QT_QPA_GENERIC_PLUGINS": "inspector" if self._inspected else "",
-            "QT_PLUGIN_PATH": "/testplugins",
+            "QT_PLUGIN_PATH": "/testplugins", "QT_NO_XDG_DESKTOP_PORTAL": "1",
             **({} if self._keys else WITHOUT_KEYS),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
             "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",

@@ -52,7 +52,9 @@ class FindingTheMirror(unittest.TestCase):
                 with self.subTest(name):
                     self.assertEqual(parse(text), expected)
 
+    @mock.patch.dict(os.environ)
     def test_looks_into_every_file(self) -> None:
+        os.environ.pop("CORVANTA_MIRROR", None)
         with tempfile.TemporaryDirectory() as etc:
             parts = Path(etc, "sources.list.d")
             parts.mkdir()

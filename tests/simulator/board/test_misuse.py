@@ -47,7 +47,7 @@ WRONG_WORDS = [
     Misuse("seconds", f"{TOOL} sh --seconds 0 true", 2, "'0' is not a number of seconds"),
     Misuse("build", "tools/build-board now", 2, "tools/build-board takes no arguments"),
     Misuse("session's panel", "./run --size 3x4", 2, "'3x4' is none of 480x272"),
-    Misuse("session's language", "./run --language 7", 2, "invalid choice: 7"),
+    Misuse("session's language", "./run --language 7", 2, "argument --language: invalid choice: "),
     Misuse("session's words", "./run faster", 2, "unrecognized arguments: faster"),
 ]
 # Seen with a checkout that cannot be written to.

@@ -1,0 +1,18 @@
+/* Takes the shell's place where commands are started by the thousand: logs the command line as the
+ * stand-ins do and runs nothing. There is a node, and no link.
+ */
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+int main(int count, char **arguments)
+{
+    const char *command = arguments[count - 1];
+    char line[256];
+    int length = snprintf(line, sizeof line, "0 %s\n", command);
+    int log = open("/testrun/calls", O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (write(log, line, (size_t)length) != length)
+        return 127;
+    return strstr(command, "ttyUSB") == NULL;
+}
