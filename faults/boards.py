@@ -30,7 +30,7 @@ def run_name(row: str) -> str:
 def off(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
     """A board with stored parameters on which the program does not run and no dongle is plugged in.
     @param name of the row"""
-    with Board(SIZE, run_name(name)) as board:
+    with Board(SIZE, run_name(name), logs=False) as board:
         board.dongle.tell_modem(modem)
         board.guest.write(PARAMETERS, parameters)
         yield board
@@ -75,7 +75,7 @@ def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> I
         return
     with SAVING:
         state = edited_state()
-    with Board(SIZE, run_name(name), state=state) as board:
+    with Board(SIZE, run_name(name), state=state, logs=False) as board:
         board.dongle.tell_modem(modem)
         yield board
 

@@ -52,6 +52,7 @@ def logged_root(how: str, store: str = "parameters") -> Iterator[PrivateRoot]:
     """A root with what is stored and a dial-up log, as after a first run."""
     with stored_root(launch=how) as root:
         lay(root, store)
+        root.unwrap("ls")
         root.write(PPP_LOG, "log\n")
         yield root
 

@@ -20,7 +20,7 @@ from privateroot.process import PrivateRoot
 # The clock's day, read anew at each look; the time that timers count goes on as it does.
 CLOCK_FILE = "/testrun/clock"
 ENVIRONMENT = (f"FAKETIME_TIMESTAMP_FILE={CLOCK_FILE} FAKETIME_NO_CACHE=1 "
-               "FAKETIME_DONT_FAKE_MONOTONIC=1")
+               "FAKETIME_DONT_FAKE_MONOTONIC=1 FAKETIME_DISABLE_SHM=1")
 STEPPED = LAUNCH.replace("program", f"program /usr/bin/env {ENVIRONMENT}")
 STEPS = {"to 2040": "@2040-01-01 00:00:00", "to 1971": "@1971-01-01 00:00:00", "an hour on": "+1h",
          "an hour back": "-1h"}

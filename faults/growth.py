@@ -51,15 +51,6 @@ def fail(root: PrivateRoot) -> None:
               SECONDS, "the notice closed")
 
 
-def notify(root: PrivateRoot) -> None:
-    """The notice of an attempt, without one."""
-    call = root.panel.invoke("Makeup", "checkPPPMsg")
-    root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
-    root.panel.press("OK")
-    root.wait(lambda screen: not screen.has_dialog() and not screen.invoked[call]["running"],
-              SECONDS, "the notice closed")
-
-
 def dial(root: PrivateRoot) -> None:
     """One link, up and down again."""
     root.panel.press("Connect")
@@ -142,7 +133,6 @@ CHOSEN = ("20 failed attempts", "20 links, up and down")
 NOTICE_KIB, BAR_KIB = 72, 21
 TABLE = {
     "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),
-    "300 notices alone": Growth(notify, 300, 8, NOTICE_KIB),
     "10,000 link checks, no inspector": Growth(
         check, 10_000 // CHECKS, 0, inspected=False, times=CHECKS, shell=False),
     "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),

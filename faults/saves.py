@@ -19,9 +19,9 @@ from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORE
 from privateroot.process import PrivateRoot
 
 CUT = ("pwrite64", "ftruncate", "fsync")
-CHANGING = (*CUT, "openat", "fchmod", "rename")  # a kill at another call leaves the same
-ORDERLY = ("TERM", "INT", "HUP")
-KILL = "KILL"
+CHANGING = (*CUT, "openat", "fchmod", "rename")  # at another call a signal finds the same files
+KILL, TERM = "KILL", "TERM"
+ORDERLY = (TERM, "INT", "HUP")  # one function handles them
 ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which a Connect saves
 OLD, NEW, EMPTY = "old", "new", "empty"
 TWO_FILES = ("a kill between two files of one Connect leaves the earlier script or peer file "
@@ -116,17 +116,18 @@ def row(name: str, call: Call, signal: str) -> Row:
     fault, unseen = Fault(call, f"signal={signal}"), "inspector" in name
     return Row(f"{name}: {fault}", partial(throw_unseen if unseen else throw, name, fault, signal),
                chosen=call.name in (CUT[:1] if name == "first connect" else CUT)
-               and not unseen and signal in (KILL, "TERM"))
+               and not unseen and signal in (KILL, TERM))
 
 
 def rows() -> list[Row]:
     found = phases(launch(), "everything")
     first = phases(launch(), "nothing")["connect"]
     return [*(row(name, call, signal) for name in ("connect", "exit")
-              for call in found[name] for signal in (KILL, *ORDERLY)),
+              for call in found[name] for signal in (KILL, *ORDERLY)
+              if call.name in CHANGING or signal in (KILL, TERM)),
             *(row("first connect", call, KILL) for call in first if call.name in CHANGING),
             *(row("connect, no inspector", call, signal)
-              for call in first_of_each(found["connect"]) for signal in (KILL, "TERM"))]
+              for call in first_of_each(found["connect"]) for signal in (KILL, TERM))]
 
 
 def figures() -> list[str]:

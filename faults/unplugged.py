@@ -54,10 +54,9 @@ def throw_pulled(name: str, moment: str, up: bool) -> None:
 def throw_late(name: str, dialog: bool, **other: int) -> None:
     """Nothing can be done until the dongle is there, with its node.
     @param dialog whether the operator is told; without a node the panel is black
-    @param other what is plugged in before, as Dongle.plug() has it; nothing: nothing"""
+    @param other what is plugged in before, as Dongle.plug() has it"""
     with off(name, {}) as board:
-        if other:
-            board.dongle.plug(**other)
+        board.dongle.plug(**other)
         board.program.start(WITHOUT_KEYS)
         if dialog:
             wait_undetected(board)
@@ -139,7 +138,6 @@ def throw_cycles(name: str) -> None:
 
 
 LATE: dict[str, tuple[bool, Mapping[str, int]]] = {
-    "the dongle comes late": (True, {}),
     "another dongle comes first": (True, {"product": OTHER_PRODUCT}),
     "the dongle's ports come late": (False, {"ports": 0}),
 }

@@ -69,12 +69,14 @@ class Board:
     @param state  a saved state other than that with the program installed
     @param panel_on  whether the panel is on when the board is up
     @param changes  boot instead, with what an earlier board has stored: an archive by stored()
+    @param logs  whether logs are left although nothing went wrong
     """
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
                  fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
                  machine: Path = MACHINE, state: Path | None = None,
-                 panel_on: bool = True, changes: Path | None = None) -> None:
+                 panel_on: bool = True, changes: Path | None = None,
+                 logs: bool = True) -> None:
         if size not in SIZES:
             raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in SIZES))
         if not re.fullmatch(RUN_NAME, run):
@@ -94,6 +96,7 @@ class Board:
         self._machine, self._panel_on = machine, panel_on
         self._state, self._fresh = state, fresh or changes is not None
         self._changes = changes
+        self._logs = logs
         self._vnc_port, self._detached = vnc_port, detached
         self._stands_still = self._power_cut = False
         self._process: Process | None = None
@@ -106,7 +109,7 @@ class Board:
     def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
                  __: TracebackType | None) -> None:
         # Ctrl-C and signals are no Exception: nobody waits for the logs then.
-        wanted = kind is None or issubclass(kind, Exception)
+        wanted = self._logs if kind is None else issubclass(kind, Exception)
         try:
             if wanted and not self._stands_still:
                 self.records.logs()
