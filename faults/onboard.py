@@ -216,9 +216,8 @@ def throw_foreign(name: str) -> None:
 
 
 REFUSED: dict[str, Mapping[str, str]] = {
-    "silent modem": {"answer": "silent"}, "no carrier": {"dial": "no-carrier"},
+    "silent modem": {"answer": "silent"}, "no SIM": {"sim.present": "no"},
     "busy": {"dial": "busy"}, "error at the dial command": {"dial": "error"},
-    "no SIM": {"sim.present": "no"},
     "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
     "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
     "another APN": {"apn": "elsewhere"},
