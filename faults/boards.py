@@ -11,10 +11,11 @@ from itertools import count
 from pathlib import Path
 from queue import Empty, SimpleQueue
 from threading import Lock
+from zlib import crc32
 
 from faults.rows import expect
 from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, LINK_STATUS, MISC,
-                         PARAMETERS, SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED,
+                         PARAMETERS, SOON_SECONDS, START_SECONDS, STATUS, STORED,
                          UNDETECTED, WITHOUT_KEYS)
 from virtualboard.board import Board
 
@@ -42,24 +43,21 @@ def wait_shown(board: Board) -> None:
 
 
 def edit(board: Board) -> None:
-    """An edit that has both generated files written at the next touch of Connect."""
+    """An edit that has both generated files written at the next touch of Connect. The page that is
+    left open has least to paint below a busy bar."""
     board.panel.open_tab(MISC)
     board.panel.fill(COUNTS, "7")
-    board.panel.open_tab(SETTING)
-
-
-def start_edited(board: Board) -> None:
-    board.dongle.plug()
-    board.program.start(WITHOUT_KEYS)
-    wait_shown(board)
-    edit(board)
+    board.panel.open_tab(STATUS)
 
 
 @cache
-def edited_state() -> Path:
-    """A saved state of a board on which a touch of Connect dials STORED."""
-    with off("edited", {}) as board:
-        start_edited(board)
+def edited_state(parameters: bytes) -> Path:
+    """A saved state of a board on which a touch of Connect dials these parameters."""
+    with off(f"edited {crc32(parameters):x}", {}, parameters) as board:
+        board.dongle.plug()
+        board.program.start(WITHOUT_KEYS)
+        wait_shown(board)
+        edit(board)
         state = board.folder / "state"
         board.save(state)
         return state
@@ -68,13 +66,8 @@ def edited_state() -> Path:
 @contextmanager
 def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
     """A board on which a touch of Connect dials."""
-    if parameters != STORED:
-        with off(name, modem, parameters) as board:
-            start_edited(board)
-            yield board
-        return
     with SAVING:
-        state = edited_state()
+        state = edited_state(parameters)
     with Board(SIZE, run_name(name), state=state, logs=False) as board:
         board.dongle.tell_modem(modem)
         yield board

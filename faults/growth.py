@@ -103,7 +103,7 @@ class Growth:
             for _ in range(self.count):
                 self.once(root)
             after, descriptors_after, files_after = self._state(root)
-            grown = after - memory
+            grown = max(after - memory, 0)
             done = self.count * self.times
             self.figure = (f"{grown} KiB after {done}, {grown / done:.1f} each"
                            + (f"; the objects that stay by design need {self.objects} over 300"

@@ -13,15 +13,14 @@ from faults.boards import (SIZE, SharedBoards, alive, check_link, dialled, edite
                            wait_link, wait_notice)
 from faults.rows import Group, Row, expect
 from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, FIELDS, FILES, GREEN,
-                         LINK_STATUS, PARAMETERS, PEER_FILE, RED, SOON_SECONDS, START_SECONDS,
-                         STATUS, STORED, WITHOUT_KEYS, stored_parameters)
+                         LINK_STATUS, PARAMETERS, PEER_FILE, RED, SETTING, SOON_SECONDS,
+                         START_SECONDS, STATUS, STORED, WITHOUT_KEYS, stored_parameters)
 from panel.screen import Screen, centre
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
 PIN = stored_parameters(user="operator", password="secret", pin="1234")
 USER = FIELDS[2]
-WRONG_PIN = stored_parameters(user="operator", password="secret", pin="1111")
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
 TRIES_SECONDS = 300  # of the host, in which they are spent
@@ -55,6 +54,7 @@ ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/option
 def see_refusal(board: Board, since: float) -> None:
     """The notice comes 15 s after pppd was started, whatever the modem does; no link is shown.
     @param since the board's uptime at the touch of Connect"""
+    board.guest.sh(f"sleep {int(NOTICE[0])}")  # each look costs the board time
     wait_notice(board)
     NOTICES.append(uptime(board) - since)
     least, most = NOTICE
@@ -166,7 +166,7 @@ def throw_full_disk(name: str) -> None:
 
 def throw_wrong_pin(name: str) -> None:
     """The operator is told after 15 s; pppd goes on until the SIM asks for its PUK."""
-    with dialled(name, {"sim.pin": "4321"}, WRONG_PIN) as board:
+    with dialled(name, {"sim.pin": "4321"}, PIN) as board:
         see_refusal(board, uptime(board))
         board.guest.sh(f"until [ $(grep -c 'heard \"AT+CPIN=' {MODEM_LOG}) = {PIN_TRIES} ]; do "
                        "sleep 3; done", TRIES_SECONDS)
@@ -181,6 +181,7 @@ def throw_wrong_pin(name: str) -> None:
 def throw_executed(name: str) -> None:
     """What pppd runs because it stands in the user name, typed on the panel."""
     with edited(name, {}) as board:
+        board.panel.open_tab(SETTING)
         board.panel.fill(USER, f'x init "id -un >{EXECUTED}"')
         board.panel.press("Connect")
         board.guest.sh(f"until [ -s {EXECUTED} ]; do sleep 0.1; done", CHECK_SECONDS)
