@@ -143,6 +143,15 @@ class Built(unittest.TestCase):
             self.assertIn(version, text, name)
 
 
+# On a busy host the simulated board's boot takes longer than the service waits for a framebuffer.
+LATE_PANEL = """
+set -e
+systemctl enable panel 2>/dev/null
+mkdir /etc/systemd/system/dev-fb0.device.d
+printf '[Unit]\\nJobTimeoutSec=120\\n' >/etc/systemd/system/dev-fb0.device.d/late.conf
+"""
+
+
 class Boot(unittest.TestCase):
     """A board on which the package was installed before its power went."""
 
@@ -155,7 +164,7 @@ class Boot(unittest.TestCase):
                              "the waiting dialog")
             wanted = board.photograph("wanted.png").read_bytes()
             board.program.stop()
-            board.guest.sh("systemctl enable panel 2>/dev/null")
+            board.guest.sh(LATE_PANEL)
             changes = board.folder / "changes.tar"
             changes.write_bytes(board.stored())
         with Board(size, "test-boot", changes=changes, panel_on=False) as booted:
