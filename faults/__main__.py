@@ -18,7 +18,7 @@ MODULES = (calls, saves, launching, commands, files, values, devices, dongle, cl
            onboard)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
 # What is thrown beside each other, one step after the other. Boards keep the machine busy alone.
-STEPS = ((("board",), ("growth",)), (("clock",), ()))  # (): all others
+STEPS = ((("board",), ("growth",)), (("saves", "calls"), ()))  # (): all others
 PAGE = Path("docs/reliability.md")
 WHOLE = "All groups together"  # the sentence on them begins so
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
