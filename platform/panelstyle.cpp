@@ -4,13 +4,16 @@
 #include "platform/screen.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QFont>
+#include <QProgressBar>
 
 namespace
 {
 
 constexpr int SmallPanelHeight = 300;
 constexpr int LargePanelHeight = 700;
+constexpr int FrameMs = 100; // Qt alone would paint up to 60 in a second.
 
 } // namespace
 
@@ -51,6 +54,25 @@ int PanelStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
     if (hint == SH_RequestSoftwareInputPanel)
         return RSIP_OnMouseClick; // The first touch of a field is a wish to type.
     return QProxyStyle::styleHint(hint, option, widget, returned);
+}
+
+void PanelStyle::polish(QWidget *widget)
+{
+    QProxyStyle::polish(widget);
+    if (qobject_cast<QProgressBar *>(widget) != nullptr)
+        widget->installEventFilter(this);
+}
+
+bool PanelStyle::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::StyleAnimationUpdate)
+        return QProxyStyle::eventFilter(watched, event);
+    if (!m_sinceFrame.isValid() || m_sinceFrame.hasExpired(FrameMs)) {
+        m_sinceFrame.start();
+        return false; // The bar is painted; or Qt ends the animation, when it cannot be seen.
+    }
+    event->accept(); // It goes on.
+    return true;
 }
 
 void PanelStyle::apply(QApplication &app)

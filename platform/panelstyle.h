@@ -1,6 +1,8 @@
-// Default font and style metrics that fit the whole screen on a small panel, and a finger's habits.
+// Default font and style metrics that fit the whole screen on a small panel, a finger's habits, and
+// how often a bar that shows no progress is painted.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QProxyStyle>
 #include <QSize>
 
@@ -27,6 +29,11 @@ public:
                     const QWidget *widget) const override;
     int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                   QStyleHintReturn *returned) const override;
+    using QProxyStyle::polish;
+    void polish(QWidget *widget) override;
+
+    /** Leaves out frames of a moving progress bar: a slow board has to dial while it moves. */
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
     /** Gives the application the style and the default font of the primary screen's size, and has
      *  quick touches told from double ones. To be called before the first widget is created. */
@@ -34,4 +41,5 @@ public:
 
 private:
     PanelMetrics m_metrics;
+    QElapsedTimer m_sinceFrame; ///< of a moving progress bar; there is one at a time
 };

@@ -1,10 +1,37 @@
-// The stand-in for the board's display server: the pointer, and the measures of the panel.
+// The stand-in for the board's display server: the pointer, the measures of the panel, and how
+// often a moving bar is painted.
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
 #include "platform/screen.h"
 
 #include <QtTest>
 #include <QtWidgets>
+
+namespace
+{
+
+/** Counts events of one type that come to an object. */
+class Counter : public QObject
+{
+public:
+    Counter(QObject *watched, QEvent::Type type) : m_type(type)
+    {
+        watched->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        count += event->type() == m_type ? 1 : 0;
+        return false;
+    }
+
+    int count = 0;
+
+private:
+    QEvent::Type m_type;
+};
+
+} // namespace
 
 class PlatformTest : public QObject
 {
@@ -13,6 +40,7 @@ class PlatformTest : public QObject
 private slots:
     void cursorHidesAndComesBack();
     void layoutsTakeThePanelsMeasures();
+    void movingBarIsPaintedTenTimesASecond();
 };
 
 void PlatformTest::cursorHidesAndComesBack()
@@ -41,6 +69,31 @@ void PlatformTest::layoutsTakeThePanelsMeasures()
     PanelStyle::apply(*qApp);
     QCOMPARE(qApp->font().pixelSize(), panelMetrics(deviceScreenSize()).fontPixels);
     QVERIFY(panelMetrics({480, 272}).layoutSpacing < panelMetrics({800, 480}).layoutSpacing);
+}
+
+void PlatformTest::movingBarIsPaintedTenTimesASecond()
+{
+    qApp->setStyle(new PanelStyle({20, 7, 2}));
+    qApp->setStyleSheet("QProgressBar::chunk{width: 10px;}");
+    QProgressBar bar;
+    bar.setRange(0, 0);
+    Counter paints(&bar, QEvent::Paint);
+    bar.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&bar));
+    paints.count = 0;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QTest::qWait(1000);
+    QVERIFY2(paints.count > 2, "it moves");
+    QVERIFY2(paints.count <= elapsed.elapsed() / 100 + 1,
+             qPrintable(QString::number(paints.count)));
+
+    bar.close();
+    QTest::qWait(200); // the last ones
+    Counter updates(&bar, QEvent::StyleAnimationUpdate);
+    QTest::qWait(200);
+    QCOMPARE(updates.count, 0);
+    qApp->setStyleSheet(QString());
 }
 
 QTEST_MAIN(PlatformTest)
