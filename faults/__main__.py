@@ -17,8 +17,7 @@ from faults.rows import Group, Outcome, Result
 MODULES = (calls, saves, launching, commands, files, values, devices, dongle, clock, growth,
            onboard)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
-# What is thrown beside each other, one step after the other. Boards keep the machine busy alone.
-STEPS = ((("board",), ("growth",)), (("saves", "calls"), ()))  # (): all others
+LANES = (("board",), ("growth",), ())  # what is thrown beside each other; (): all others
 PAGE = Path("docs/reliability.md")
 WHOLE = "All groups together"  # the sentence on them begins so
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
@@ -100,7 +99,7 @@ def main() -> int:
     begin = time.monotonic()
     wanted = arguments()
     groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
-    named = {name for step in STEPS for lane in step for name in lane}
+    named = {name for lane in LANES for name in lane}
     results: dict[str, list[Result]] = {}
 
     def throw_lane(lane: tuple[str, ...]) -> None:
@@ -108,9 +107,8 @@ def main() -> int:
             if group.name in lane or not lane and group.name not in named:
                 results[group.name] = throw(group, wanted)
 
-    for step in STEPS:
-        with ThreadPoolExecutor(len(step)) as pool:
-            list(pool.map(throw_lane, step))
+    with ThreadPoolExecutor(len(LANES)) as pool:
+        list(pool.map(throw_lane, LANES))
     everything = [result for found in results.values() for result in found]
     if not everything:
         print("./torture: there is no such fault: nothing was thrown", file=sys.stderr)

@@ -11,16 +11,16 @@ from itertools import count
 from pathlib import Path
 from queue import Empty, SimpleQueue
 from threading import Lock
-from zlib import crc32
 
 from faults.rows import expect
-from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, LINK_STATUS, MISC,
-                         PARAMETERS, SOON_SECONDS, START_SECONDS, STATUS, STORED,
-                         UNDETECTED, WITHOUT_KEYS)
+from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, FIELDS, LINK_STATUS, MISC, PARAMETERS,
+                         SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED,
+                         WITHOUT_KEYS)
 from virtualboard.board import Board
 
 SIZE = (480, 272)
 SAVING = Lock()  # of edited_state()
+PIN = FIELDS[-1]
 
 
 def run_name(row: str) -> str:
@@ -28,13 +28,19 @@ def run_name(row: str) -> str:
 
 
 @contextmanager
-def off(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
+def off(name: str, modem: Mapping[str, str]) -> Iterator[Board]:
     """A board with stored parameters on which the program does not run and no dongle is plugged in.
     @param name of the row"""
     with Board(SIZE, run_name(name), logs=False) as board:
         board.dongle.tell_modem(modem)
-        board.guest.write(PARAMETERS, parameters)
+        board.guest.write(PARAMETERS, STORED)
         yield board
+
+
+def wait_until(board: Board, condition: str, seconds: float = CHECK_SECONDS) -> None:
+    """Waits for a shell's condition on the board, where it costs much to start a program."""
+    board.guest.sh(f"exec {{never}}<> <(:); until {condition}; do read -rt 0.1 -u $never || :; "
+                   "done", seconds)
 
 
 def wait_shown(board: Board) -> None:
@@ -51,9 +57,9 @@ def edit(board: Board) -> None:
 
 
 @cache
-def edited_state(parameters: bytes) -> Path:
-    """A saved state of a board on which a touch of Connect dials these parameters."""
-    with off(f"edited {crc32(parameters):x}", {}, parameters) as board:
+def edited_state() -> Path:
+    """A saved state of a board on which a touch of Connect dials."""
+    with off("edited", {}) as board:
         board.dongle.plug()
         board.program.start(WITHOUT_KEYS)
         wait_shown(board)
@@ -64,20 +70,26 @@ def edited_state(parameters: bytes) -> Path:
 
 
 @contextmanager
-def edited(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> Iterator[Board]:
+def edited(name: str, modem: Mapping[str, str]) -> Iterator[Board]:
     """A board on which a touch of Connect dials."""
     with SAVING:
-        state = edited_state(parameters)
+        state = edited_state()
     with Board(SIZE, run_name(name), state=state, logs=False) as board:
         board.dongle.tell_modem(modem)
         yield board
 
 
 @contextmanager
-def dialled(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
+def dialled(name: str, modem: Mapping[str, str], pin: str = "",
             before: str = ":") -> Iterator[Board]:
-    """A board on which Connect has been touched. @param before shell commands just before that"""
-    with edited(name, modem, parameters) as board:
+    """A board on which Connect has been touched.
+    @param pin typed before, if any
+    @param before shell commands just before the touch"""
+    with edited(name, modem) as board:
+        if pin:
+            board.panel.open_tab(SETTING)
+            board.panel.fill(PIN, pin)
+            board.panel.open_tab(STATUS)
         board.guest.sh(before)
         board.panel.press("Connect")
         yield board
@@ -143,13 +155,15 @@ class SharedBoards:
             failed.pop_all()
         self._idle.put((board, stack))
 
-    def up(self) -> int:
-        """How many boards rows have left behind."""
-        return self._idle.qsize()
+    def up(self) -> bool:
+        """Whether rows have left a board behind."""
+        return not self._idle.empty()
 
     @contextmanager
     def ending(self) -> Iterator[Board]:
-        """One of these boards, which is taken down then."""
+        """One of these boards; all are taken down."""
         board, stack = self._idle.get_nowait()
         with stack:
+            while not self._idle.empty():
+                self._idle.get_nowait()[1].close()
             yield board

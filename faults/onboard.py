@@ -10,16 +10,16 @@ from pathlib import Path
 
 from faults import unplugged
 from faults.boards import (SIZE, SharedBoards, alive, check_link, dialled, edited, uptime,
-                           wait_link, wait_notice)
+                           wait_link, wait_notice, wait_until)
 from faults.rows import Group, Row, expect
 from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, FIELDS, FILES, GREEN,
                          LINK_STATUS, PARAMETERS, PEER_FILE, RED, SETTING, SOON_SECONDS,
-                         START_SECONDS, STATUS, STORED, WITHOUT_KEYS, stored_parameters)
+                         START_SECONDS, STATUS, STORED, WITHOUT_KEYS)
 from panel.screen import Screen, centre
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
-PIN = stored_parameters(user="operator", password="secret", pin="1234")
+PIN = "1234"
 USER = FIELDS[2]
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
 PIN_TRIES = 3  # of a SIM
@@ -47,7 +47,7 @@ NOTICE = 14.5, 25
 NOTICES: list[float] = []
 TRIES: list[float] = []  # from the first try of a wrong PIN to each
 GIVEN_UP: list[float] = []
-GONE = "while [ -e /sys/class/net/ppp0 ]; do sleep 1; done"
+GONE = "[ ! -e /sys/class/net/ppp0 ]"
 ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/options"
 
 
@@ -77,9 +77,9 @@ def throw_refused(modem: Mapping[str, str]) -> None:
         expect(board.guest.read(MODEM_LOG).count(FIRST_COMMAND) > heard, "the modem was asked")
 
 
-def throw_first_refused(name: str, modem: Mapping[str, str], parameters: bytes = STORED,
+def throw_first_refused(name: str, modem: Mapping[str, str], pin: str = "",
                         before: str = ":") -> None:
-    with dialled(name, modem, parameters, before) as board:
+    with dialled(name, modem, pin, before) as board:
         see_refusal(board, uptime(board))
         alive(board)
 
@@ -104,18 +104,19 @@ def throw_last() -> str | None:
         return HELD_LINE if found == "notice" else None
 
 
-def throw_connected(name: str, modem: Mapping[str, str], parameters: bytes = STORED) -> None:
-    with dialled(name, modem, parameters) as board:
+def throw_connected(name: str, modem: Mapping[str, str], pin: str = "") -> None:
+    with dialled(name, modem, pin) as board:
         wait_link(board, "connected", GREEN)
         alive(board)
 
 
 def throw_ended(name: str, end: str, modem: Mapping[str, str], before: str = ":") -> None:
     """A link that ends: shown without a touch, as pppd's scripts tell the panel.
-    @param end shell commands that end with the link"""
+    @param end shell commands that lead to that"""
     with dialled(name, modem, before=before) as board:
         wait_link(board, "connected", GREEN)
-        board.guest.sh(end, CHECK_SECONDS)
+        board.guest.sh(end)
+        wait_until(board, GONE)
         wait_link(board, "disconnected", RED)
         alive(board)
 
@@ -129,7 +130,7 @@ def throw_silenced(name: str) -> None:
         check_link(board)
         board.guest.sh("sleep 3")
         expect(board.panel.value(LINK_STATUS)["text"] == "connected", "pppd has its interface")
-        board.guest.sh(GONE, GIVE_UP_SECONDS)
+        wait_until(board, GONE, GIVE_UP_SECONDS)
         GIVEN_UP.append(uptime(board) - begin)
         wait_link(board, "disconnected", RED)
         least, most = GIVE_UP
@@ -184,7 +185,7 @@ def throw_executed(name: str) -> None:
         board.panel.open_tab(SETTING)
         board.panel.fill(USER, f'x init "id -un >{EXECUTED}"')
         board.panel.press("Connect")
-        board.guest.sh(f"until [ -s {EXECUTED} ]; do sleep 0.1; done", CHECK_SECONDS)
+        wait_until(board, f"[ -s {EXECUTED} ]")
         ran_as = board.guest.read(EXECUTED)
         expect(ran_as == b"root\n", f"it ran as {ran_as!r}")
         wait_link(board, "connected", GREEN)
@@ -255,9 +256,9 @@ def rows() -> list[Row]:
         Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN),
             seconds=40),
         Row("the network drops the call", partial(
-            throw_ended, "drop", GONE, {"drop_after_s": "25"}), seconds=60),
+            throw_ended, "drop", ":", {"drop_after_s": "25"}), seconds=60),
         Row("LCP echoes are not answered", partial(
-            throw_ended, "echo", f"{FREEZE}; {GONE}", {}, ECHOES), seconds=50),
+            throw_ended, "echo", FREEZE, {}, ECHOES), seconds=50),
         Row("the network answers nothing any more", partial(throw_silenced, "silenced"),
             ordered=SILENT, seconds=200),
         *unplugged.rows(),
@@ -265,7 +266,7 @@ def rows() -> list[Row]:
 
 
 def last() -> list[Row]:
-    return [Row("a link after attempts that were refused", throw_last)] * ATTEMPTS.up()
+    return [Row("a link after attempts that were refused", throw_last)] if ATTEMPTS.up() else []
 
 
 def figures() -> list[str]:

@@ -7,9 +7,9 @@ from collections.abc import Mapping
 from functools import partial
 
 from faults.boards import (alive, check_link, dialled, edit, edited, off, wait_link, wait_notice,
-                           wait_shown, wait_undetected, wait_value)
+                           wait_shown, wait_undetected, wait_until, wait_value)
 from faults.rows import Row, expect
-from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED,
+from panel.facts import (DONGLE_PRODUCT, DONGLE_STATUS, DONGLE_VENDOR, GREEN, RED,
                          SETTING, SOON_SECONDS, UNDETECTED, WITHOUT_KEYS)
 from virtualboard.board import Board
 
@@ -27,7 +27,6 @@ echo {DONGLE_PRODUCT} >idProduct
 mkdir configs/c.1 functions/gser.3
 ln -s $PWD/functions/gser.3 configs/c.1/
 echo dummy_udc.1 >UDC
-until [ -c /dev/ttyUSB3 ]; do sleep 0.1; done
 """
 
 
@@ -38,7 +37,7 @@ def throw_pulled(name: str, moment: str, up: bool) -> None:
     with dialled(name, {}) as board:
         if up:
             wait_link(board, "connected", GREEN)
-        board.guest.sh(f"until {moment}; do sleep 0.05; done", CHECK_SECONDS)
+        wait_until(board, moment)
         board.dongle.unplug()
         if not up:
             wait_notice(board)
@@ -102,15 +101,18 @@ def throw_two(name: str) -> None:
         board.guest.sh(TWO_BUSES)
         board.dongle.plug()
         board.guest.sh(SECOND_DONGLE)
+        wait_until(board, "[ -c /dev/ttyUSB3 ]")
         board.program.start(WITHOUT_KEYS)
         wait_shown(board)
         edit(board)
         board.panel.press("Connect")
         wait_link(board, "connected", GREEN)
-        board.guest.sh("dongle pulled; until [ ! -e /dev/ttyUSB0 ]; do sleep 0.1; done")
+        board.guest.sh("dongle pulled")
+        wait_until(board, "[ ! -e /dev/ttyUSB0 ]")
         wait_link(board, "disconnected", RED)
         wait_dongle(board, "detected", GREEN)
-        board.guest.sh(f"echo >{SECOND_UDC}; until [ ! -e /dev/ttyUSB3 ]; do sleep 0.1; done")
+        board.guest.sh(f"echo >{SECOND_UDC}")
+        wait_until(board, "[ ! -e /dev/ttyUSB3 ]")
         wait_dongle(board, "undetected", RED)
         alive(board)
 
@@ -127,7 +129,7 @@ def throw_cycles(name: str) -> None:
         for _ in range(CYCLES):
             board.dongle.unplug()
             wait_dongle(board, "undetected", RED)
-            board.dongle.plug()
+            board.dongle.plug(ports=1)
             wait_dongle(board, "detected", GREEN)
         board.guest.sh("sleep 3")
         expect(open_now() == before, f"open: {before}, then {open_now()}")
