@@ -54,7 +54,7 @@ ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/option
 def see_refusal(board: Board, since: float) -> None:
     """The notice comes 15 s after pppd was started, whatever the modem does; no link is shown.
     @param since the board's uptime at the touch of Connect"""
-    board.guest.sh(f"sleep {int(NOTICE[0])}")  # each look costs the board time
+    board.guest.sh(f"sleep {int(NOTICE[0])}", CHECK_SECONDS)  # each look costs the board time
     wait_notice(board)
     NOTICES.append(uptime(board) - since)
     least, most = NOTICE
