@@ -17,6 +17,7 @@ from panel.facts import (CHECK_SECONDS, COUNTS, FAILED, FIELDS, LINK_STATUS, MIS
                          SETTING, SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED,
                          WITHOUT_KEYS)
 from virtualboard.board import Board
+from virtualboard.program import PID
 
 SIZE = (480, 272)
 SAVING = Lock()  # of edited_state()
@@ -113,20 +114,20 @@ def alive(board: Board) -> None:
 
 
 def wait_value(board: Board, label: str, text: str, style: str) -> None:
-    """Waits for a value of the status tab, without a touch but the one that opens the tab."""
-    board.panel.open_tab(STATUS)
+    """Waits for a value of the status tab, which is open, without a touch."""
     board.panel.wait(lambda screen: (screen.value(label)["text"], screen.value(label)["style"])
                      == (text, style), CHECK_SECONDS, f"{label} {text} in {style}")
 
 
 def wait_link(board: Board, text: str, style: str) -> None:
+    board.panel.open_tab(STATUS)
     wait_value(board, LINK_STATUS, text, style)
     board.program.await_check()
 
 
 def check_link(board: Board) -> None:
     """Has the program look at dongle and link, as pppd's scripts do."""
-    board.guest.sh(f"kill -USR1 {board.program.pid()}")
+    board.guest.sh(f"kill -USR1 $(<{PID})")
 
 
 def wait_notice(board: Board) -> None:
