@@ -185,10 +185,12 @@ class PrivateRoot(RootRecord):
                       if pid != self.pid and process_name(pid) and not self._keeps_root(pid))
 
     def _keeps_root(self, pid: int) -> bool:
-        try:
-            command = Path(f"/proc/{pid}/cmdline").read_bytes()
-        except (FileNotFoundError, ProcessLookupError):
-            return True
+        command = b""
+        while not command and process_name(pid) not in ENDED:  # none yet in the middle of an exec
+            try:
+                command = Path(f"/proc/{pid}/cmdline").read_bytes()
+            except (FileNotFoundError, ProcessLookupError):
+                return True
         return b"/testroot/session" in command or b"infinity" in command
 
     def close(self) -> None:
