@@ -14,7 +14,7 @@ from faults.unseen import connecting, thrown, unseen_root
 from faults.unseen import leave as leave_unseen
 from panel.facts import GREEN, LINK_STATUS, RED
 from panel.screen import Screen
-from privateroot.files import ANSWERS, LAUNCH, STAND_INS
+from privateroot.files import ANSWERS, LAUNCH, STAND_IN, STAND_INS
 from privateroot.process import PrivateRoot
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
@@ -87,7 +87,7 @@ def mend(root: PrivateRoot, name: str) -> None:
     root.answer(name, ANSWERS.get(name, ""))
     program = root.host(f"/testrun/bin/{name}")
     if not program.is_symlink():
-        program.symlink_to("/testroot/standin" if name in STAND_INS else f"/usr/bin/{name}")
+        program.symlink_to(STAND_IN if name in STAND_INS else f"/usr/bin/{name}")
 
 
 def disconnect(root: PrivateRoot, left: bool, shown: bool) -> None:

@@ -282,5 +282,5 @@ def figures() -> list[str]:
 
 
 # Most of a row is waiting.
-GROUPS = [Group("board", "modem, network and dongle, on the simulated board", rows, at_once=4,
+GROUPS = [Group("board", "modem, network and dongle, on the simulated board", rows, at_once=5,
                 figures=figures, last=last)]

@@ -17,7 +17,8 @@ LINK_UP = LINK_DOWN + "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST> 
 # Programs of the board that are answered from outside, and those that do their usual work.
 STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
 TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
-ANSWERS = {
+STAND_IN = "/testfakes/boardprogram"
+ANSWERS = {  # of the stand-ins that do more than to log, in shell
     "ls": 'exec /usr/bin/ls "$@"\n',
     "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
 }
@@ -44,8 +45,8 @@ class RootFiles:
                  launch: str = LAUNCH) -> None:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
-        for folder in ("testrun/answers", "testrun/bin", "quenfold/configs", "ppp/peers",
-                       "ppp/chat", "dev/pts", "dev/shm", "etc"):
+        for folder in ("testrun/answers", "testrun/answering", "testrun/bin", "quenfold/configs",
+                       "ppp/peers", "ppp/chat", "dev/pts", "dev/shm", "etc"):
             (self.base / folder).mkdir(parents=True)
         for file in ("calls", "stdout", "stderr"):
             (self.run / file).touch()
@@ -60,11 +61,10 @@ class RootFiles:
 
     def _fill_path(self, missing: set[str]) -> None:
         for name in set(STAND_INS) - missing:
-            self.run.joinpath("bin", name).symlink_to("/testroot/standin")
+            self.run.joinpath("bin", name).symlink_to(STAND_IN)
+            self.run.joinpath("answering", name).symlink_to("/testroot/answer")
         for name in set(TOOLS) - missing:
             self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
-        for name, answer in ANSWERS.items():
-            self.answer(name, answer)
 
     def host(self, path: str) -> Path:
         """Where a path of the private root is on this machine."""
