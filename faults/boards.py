@@ -21,7 +21,7 @@ from virtualboard.program import PID
 
 SIZE = (480, 272)
 SAVING = Lock()  # of edited_state()
-PIN = FIELDS[-1]
+PIN_FIELD = FIELDS[-1]
 
 
 def run_name(row: str) -> str:
@@ -89,7 +89,7 @@ def dialled(name: str, modem: Mapping[str, str], pin: str = "",
     with edited(name, modem) as board:
         if pin:
             board.panel.open_tab(SETTING)
-            board.panel.fill(PIN, pin)
+            board.panel.fill(PIN_FIELD, pin)
             board.panel.open_tab(STATUS)
         board.guest.sh(before)
         board.panel.press("Connect")

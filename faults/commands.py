@@ -14,7 +14,7 @@ from faults.unseen import connecting, thrown, unseen_root
 from faults.unseen import leave as leave_unseen
 from panel.facts import GREEN, LINK_STATUS, RED
 from panel.screen import Screen
-from privateroot.files import ANSWERS, LAUNCH, STAND_IN, STAND_INS
+from privateroot.files import LAUNCH, STAND_IN, STAND_INS
 from privateroot.process import PrivateRoot
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
@@ -25,6 +25,10 @@ PANEL_KIB = 4096  # that the panel's memory may exceed its peak by
 SECONDS = 10  # for what a touch or a check does
 LATE = "/testrun/late"  # made by what has printed when its shell had ended
 MISSING, PRINTS, PRINTS_LATE = "is missing", "prints 100 MB", "prints when its shell has ended"
+USUAL = {  # answers, in shell; the other programs have none
+    "ls": 'exec /usr/bin/ls "$@"\n',
+    "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
+}
 # What the program does under its name, in shell; its usual answer follows where it is asked for.
 DEEDS = {
     "fails": ("exit 3\n", False),
@@ -80,11 +84,11 @@ def spoil(root: PrivateRoot, name: str, deed: str) -> None:
         root.host(f"/testrun/bin/{name}").unlink()
     else:
         answer, usual = DEEDS[deed]
-        root.answer(name, answer + (ANSWERS.get(name, "") if usual else ""))
+        root.answer(name, answer + (USUAL.get(name, "") if usual else ""))
 
 
 def mend(root: PrivateRoot, name: str) -> None:
-    root.answer(name, ANSWERS.get(name, ""))
+    root.answer_as_usual(name)
     program = root.host(f"/testrun/bin/{name}")
     if not program.is_symlink():
         program.symlink_to(STAND_IN if name in STAND_INS else f"/usr/bin/{name}")

@@ -18,10 +18,6 @@ LINK_UP = LINK_DOWN + "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST> 
 STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
 TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 STAND_IN = "/testfakes/boardprogram"
-ANSWERS = {  # of the stand-ins that do more than to log, in shell
-    "ls": 'exec /usr/bin/ls "$@"\n',
-    "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
-}
 DEVICES = ("null", "zero", "full", "random", "urandom")  # those of this machine
 CHIP = "spidev1.0"
 CHIP_BYTES = 32768
@@ -128,6 +124,10 @@ class RootFiles:
     def answer(self, name: str, script: str) -> None:
         """What the program of the board called `name` does from now on, in shell."""
         self._replace(f"answers/{name}", script)
+
+    def answer_as_usual(self, name: str) -> None:
+        """The program called `name` does again what it does in a new root."""
+        self.run.joinpath("answers", name).unlink(missing_ok=True)
 
     def unwrap(self, name: str, program: str = "") -> None:
         """Puts another program in a stand-in's place: it is faster.
