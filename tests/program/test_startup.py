@@ -111,9 +111,10 @@ class StartUp(ProgramTest):
         check = root.wait_calls("ifconfig", 1, 0.7)
         self.assertFalse(root.panel.screen().main_window()["visible"])
         root.wait_calls("ls", 4, 5)
+        looks = root.calls("ls")
         # The check looks for the node, too.
-        self.assert_period([call for call in root.calls("ls")
-                            if abs(call.time - check.time) > 0.1], 1.0)
+        looks.remove(min(looks, key=lambda look: abs(look.time - check.time)))
+        self.assert_period(looks, 1.0)
         root.add_node("ttyUSB3")
         root.wait_shown(1.5)
         self.assertNotEqual(Picture.of(root).colours(), {BLACK})
