@@ -19,7 +19,6 @@ from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORE
 from privateroot.process import PrivateRoot
 
 CUT = ("pwrite64", "ftruncate", "fsync")
-CHANGING = (*CUT, "openat", "fchmod", "rename")  # at another call a signal finds the same files
 KILL, TERM = "KILL", "TERM"
 ORDERLY = (TERM, "INT", "HUP")  # one function handles them
 ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which a Connect saves
@@ -123,9 +122,8 @@ def rows() -> list[Row]:
     found = phases(launch(), "everything")
     first = phases(launch(), "nothing")["connect"]
     return [*(row(name, call, signal) for name in ("connect", "exit")
-              for call in found[name] for signal in (KILL, *ORDERLY)
-              if call.name in CHANGING or signal in (KILL, TERM)),
-            *(row("first connect", call, KILL) for call in first if call.name in CHANGING),
+              for call in found[name] for signal in (KILL, *ORDERLY)),
+            *(row("first connect", call, KILL) for call in first),
             *(row("connect, no inspector", call, signal)
               for call in first_of_each(found["connect"]) for signal in (KILL, TERM))]
 
