@@ -93,12 +93,12 @@ std::optional<QByteArray> readAll(int fd)
     return content;
 }
 
-/** Writes over a file's beginning. */
-bool writeAll(int fd, const QByteArray &bytes)
+/** @param offset in the file, in bytes */
+bool writeAll(int fd, const QByteArray &bytes, off_t offset = 0)
 {
     for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t count = uninterrupted([fd, &bytes, done] {
-            return ::pwrite(fd, bytes.constData() + done, bytes.size() - done, done);
+        const ssize_t count = uninterrupted([fd, &bytes, done, offset] {
+            return ::pwrite(fd, bytes.constData() + done, bytes.size() - done, offset + done);
         });
         if (count <= 0)
             return false;
@@ -107,12 +107,31 @@ bool writeAll(int fd, const QByteArray &bytes)
     return true;
 }
 
-/** Writes over a file's beginning, cuts the file and syncs it. */
-bool put(int fd, const QByteArray &bytes, off_t length)
+bool sync(int fd)
 {
-    return writeAll(fd, bytes) &&
-           uninterrupted([fd, length] { return ::ftruncate(fd, length); }) == 0 &&
-           uninterrupted([fd] { return ::fsync(fd); }) == 0;
+    return uninterrupted([fd] { return ::fsync(fd); }) == 0;
+}
+
+bool cut(int fd, off_t length)
+{
+    return uninterrupted([fd, length] { return ::ftruncate(fd, length); }) == 0;
+}
+
+/**
+ * Replaces a file's content. Between two syncs, data and size reach the storage in any order, so
+ * each step changes one of them: the file is lengthened by newlines, written over at one length,
+ * and cut. Whatever a power cut leaves then reads as the earlier or as the new content.
+ * @param size of the file, in bytes
+ */
+bool replace(int fd, const QByteArray &content, qsizetype size)
+{
+    const qsizetype longer = content.size() - size;
+    // Newlines in an empty file would read as empty values.
+    if (size > 0 && longer > 0 && !(writeAll(fd, QByteArray(longer, '\n'), size) && sync(fd)))
+        return false;
+    const QByteArray padded = content.leftJustified(std::min(size, MaxBytes), '\n');
+    return writeAll(fd, padded) && sync(fd) &&
+           (longer >= 0 || (cut(fd, content.size()) && sync(fd)));
 }
 
 /** Makes a file the user's own. @return whether nobody else can read it */
@@ -158,26 +177,26 @@ QByteArray joined(const QStringList &lines)
     return content;
 }
 
-/** Gives an open file new content, or leaves it the earlier one. */
+/** Gives an open file new content, or leaves it the earlier one if that can be read. */
 bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
 {
     struct stat info;
-    std::optional<QByteArray> earlier;
-    if (statOf(fd, &info) == 0 && keepToOwner(fd))
-        earlier = readAll(fd);
-    if (!earlier) {
+    if (statOf(fd, &info) == -1) {
         logFailure("prepare", name, errno);
         return false;
     }
-    // Killed before it is cut, a file that was longer ends in empty lines.
-    if (put(fd, content.leftJustified(earlier->size(), '\n'), content.size()))
+    // Not every file system knows owners and modes, and not every content can be read. What the
+    // operator has typed is stored nevertheless.
+    if (!keepToOwner(fd))
+        logFailure("restrict access to", name, errno);
+    const std::optional<QByteArray> earlier = readAll(fd);
+    if (!earlier)
+        logFailure("read the earlier content of", name, errno);
+    if (replace(fd, content, info.st_size))
         return true;
-    const int error = errno;
-    const bool restored = put(fd, *earlier, info.st_size);
-    const int restoreError = errno;
-    logFailure("write", name, error);
-    if (!restored)
-        logFailure("restore", name, restoreError);
+    logFailure("write", name, errno);
+    if (earlier && !(writeAll(fd, *earlier) && cut(fd, info.st_size) && sync(fd)))
+        logFailure("restore", name, errno);
     return false;
 }
 

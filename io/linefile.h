@@ -26,12 +26,13 @@ Content read(const QString &path);
 /**
  * Rewrites a file in place, as UTF-8 with a line feed after each line, and syncs it to storage. A
  * missing file is created, a missing folder is not. Only the program's user may read and write it,
- * because the lines hold secrets: a file that cannot be made so is left alone, and so is a path
- * that cannot be opened, is no regular file or cannot be read.
+ * because the lines hold secrets; on a file system without owners and modes that is only logged. A
+ * path that cannot be opened or is no regular file is left alone.
  *
- * Killed at any moment, the program leaves either content, with empty lines behind the shorter one
- * at most, as long as both are no larger than a page of memory (4 KiB). When storage fails half-way
- * (a full disk, for example), the earlier content is put back, and a new file is removed again.
+ * A kill or a power cut at any moment leaves either content, with empty lines behind it at most, as
+ * long as both are no larger than a page of memory and a block of the file system (4 KiB). A new
+ * file can also be left empty. When storage fails half-way (a full disk, for example), the earlier
+ * content is put back if it could be read, and a new file is removed again.
  * @return whether the new content is on storage
  */
 bool write(const QString &path, const QStringList &lines);

@@ -1,11 +1,53 @@
-// Files of lines: links and huge files. tests/program/test_params.py has what else may stand in a
-// file's place, who may read it afterwards, and storage that fails half-way.
+// Files of lines: links, huge files, power cuts, and storage that knows no modes or cannot be read.
+// tests/program/test_params.py has what else may stand in a file's place, who may read it
+// afterwards, and storage that fails half-way.
+#include "core/paramlist.h"
 #include "io/linefile.h"
 
 #include <QtTest>
+#include <cerrno>
+#include <sys/types.h>
+#include <utility>
 
 namespace
 {
+
+/** What a disk may hold after a power cut: any data and any size of those since the last sync. */
+struct Disk {
+    QByteArray data; ///< of the one block, zeros behind the end of the file
+    qsizetype size = 0;
+    QByteArrayList datas;
+    QList<qsizetype> sizes;
+    QSet<QByteArray> contents; ///< all that a cut could have left so far
+
+    void begin(const QByteArray &content)
+    {
+        data = content.leftJustified(4096, '\0');
+        size = content.size();
+        sync();
+        contents.clear();
+    }
+    void change(const QByteArray &newData, qsizetype newSize)
+    {
+        data = newData;
+        size = newSize;
+        datas << data;
+        sizes << size;
+        for (const QByteArray &each : std::as_const(datas)) {
+            for (const qsizetype length : std::as_const(sizes))
+                contents << each.left(length);
+        }
+    }
+    void sync()
+    {
+        datas = {data};
+        sizes = {size};
+    }
+};
+
+Disk disk;
+int readError = 0;  ///< errno of every read; 0: none fails
+int chmodError = 0; ///< errno of every change of a mode
 
 void put(const QString &path, const QByteArray &bytes)
 {
@@ -16,12 +58,57 @@ void put(const QString &path, const QByteArray &bytes)
 
 } // namespace
 
+// The system calls of the program, as the linker's --wrap has them.
+extern "C" {
+ssize_t __real_pread64(int fd, void *buffer, size_t count, off_t offset);
+ssize_t __wrap_pread64(int fd, void *buffer, size_t count, off_t offset)
+{
+    errno = readError;
+    return readError != 0 ? -1 : __real_pread64(fd, buffer, count, offset);
+}
+
+int __real_fchmod(int fd, mode_t mode);
+int __wrap_fchmod(int fd, mode_t mode)
+{
+    errno = chmodError;
+    return chmodError != 0 ? -1 : __real_fchmod(fd, mode);
+}
+
+ssize_t __real_pwrite64(int fd, const void *bytes, size_t count, off_t offset);
+ssize_t __wrap_pwrite64(int fd, const void *bytes, size_t count, off_t offset)
+{
+    QByteArray data = disk.data;
+    data.replace(offset, count, static_cast<const char *>(bytes), count);
+    disk.change(data, std::max<qsizetype>(disk.size, offset + count));
+    return __real_pwrite64(fd, bytes, count, offset);
+}
+
+int __real_ftruncate64(int fd, off_t length);
+int __wrap_ftruncate64(int fd, off_t length)
+{
+    disk.change(disk.data.left(length).leftJustified(disk.data.size(), '\0'), length);
+    return __real_ftruncate64(fd, length);
+}
+
+int __real_fsync(int fd);
+int __wrap_fsync(int fd)
+{
+    disk.sync();
+    return __real_fsync(fd);
+}
+}
+
 class LineFileTest : public QObject
 {
     Q_OBJECT
 
 private slots:
     void init() { m_folder.reset(new QTemporaryDir); }
+    void cleanup() { readError = chmodError = 0; }
+    void powerCutLeavesOldOrNewValues_data();
+    void powerCutLeavesOldOrNewValues();
+    void savesWhatTheOperatorTyped_data();
+    void savesWhatTheOperatorTyped();
     void followsALinkToARegularFile();
     void readsAtMostAMebibyte();
     void tellsFailuresWhenAsked();
@@ -31,6 +118,62 @@ private:
 
     QScopedPointer<QTemporaryDir> m_folder;
 };
+
+void LineFileTest::powerCutLeavesOldOrNewValues_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    const QByteArray small = "internet\n*99#\nuser\nsecret\n1234\n0\n";
+    const QByteArray large = "internet.provider\n*99***1#\nuser@apn\nlonger.secret\n12345678\n2\n";
+    const QByteArray other = "INTERNET\n*98#\nUSER\nSECRET\n4321\n1\n";
+    QTest::newRow("longer") << small << large;
+    QTest::newRow("longer, no last newline") << small.chopped(1) << large;
+    QTest::newRow("shorter") << large << small;
+    QTest::newRow("shorter, more lines") << large + "\n\nx\n" << small;
+    QTest::newRow("as long") << small << other;
+    QTest::newRow("empty file") << QByteArray() << small;
+}
+
+void LineFileTest::powerCutLeavesOldOrNewValues()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    put(path("f"), before);
+    disk.begin(before);
+    QVERIFY(linefile::write(path("f"), QString::fromLatin1(after.chopped(1)).split('\n')));
+    QCOMPARE(linefile::read(path("f")).bytes, after);
+    QCOMPARE(disk.data.left(disk.size), after);
+    QCOMPARE(disk.sizes.size(), 1); // synced
+    for (const QByteArray &content : std::as_const(disk.contents)) {
+        const QStringList values = paramlist::parse(content).mid(0, paramlist::DialUpCount);
+        const bool isShort = values.size() < paramlist::DialUpCount;
+        QVERIFY2(values == paramlist::parse(after) ||
+                     (before.isEmpty()
+                          ? isShort
+                          : values == paramlist::parse(before).mid(0, paramlist::DialUpCount)),
+                 content.toPercentEncoding());
+    }
+}
+
+void LineFileTest::savesWhatTheOperatorTyped_data()
+{
+    QTest::addColumn<int>("failingRead");
+    QTest::addColumn<int>("failingChmod");
+    QTest::newRow("unreadable content") << EIO << 0;
+    QTest::newRow("file system without modes") << 0 << EPERM;
+}
+
+void LineFileTest::savesWhatTheOperatorTyped()
+{
+    put(path("f"), "a longer value\n");
+    QFETCH(int, failingRead);
+    QFETCH(int, failingChmod);
+    readError = failingRead;
+    chmodError = failingChmod;
+    QVERIFY(linefile::write(path("f"), {"typed"}));
+    readError = 0;
+    QCOMPARE(linefile::read(path("f")).bytes, QByteArray("typed\n"));
+}
 
 void LineFileTest::followsALinkToARegularFile()
 {
