@@ -1,5 +1,7 @@
 #include "app/makeup.h"
 
+#include "core/boardpaths.h"
+#include "core/paramlist.h"
 #include "usb/detectmsg.h"
 
 #include <QComboBox>
@@ -23,12 +25,15 @@ Makeup *Makeup::getInstance(QObject *parent)
     return instancePtr;
 }
 
-Makeup::Makeup(QObject *parent) : QObject(parent)
+Makeup::Makeup(QObject *parent)
+    : QObject(parent), dialUpFile(boardpaths::ParameterFile, paramlist::dialUpDefaults()),
+      autoConnectFile(boardpaths::AutoConnectFile, paramlist::autoConnectDefaults())
 {
     createSettingWidgets();
     createStatusWidgets();
     createMiscWidgets();
     createButtons();
+    trackEdits();
     parentWidget = qobject_cast<QWidget *>(parent);
     tabWidget = new QTabWidget(parentWidget);
     getMonitorModel();

@@ -9,6 +9,8 @@
 //   makeup_probes.cpp   modem, ping and HTTP probes
 #pragma once
 
+#include "app/storedfile.h"
+
 #include <QList>
 #include <QObject>
 #include <QSize>
@@ -136,6 +138,7 @@ private:
     void createMiscWidgets();
     void createButtons();
     void createSignalBridge();
+    void trackEdits();
     void shapeSettingPage();
     void shapeStatusPage();
     void shapeMiscPage();
@@ -212,7 +215,7 @@ private:
 
     QSocketNotifier *sigUsrNotifier = nullptr;
 
-    bool dialUpUnread = false;      ///< the last load could not read the file that is there
-    bool autoConnectUnread = false; ///< likewise
+    StoredFile dialUpFile;
+    StoredFile autoConnectFile;
     bool awaitingModemNode = false; ///< an attempt waits for the modem's serial node
 };

@@ -77,6 +77,8 @@ void Makeup::rewriteFilesIfModified()
         return;
     saveParam();
     loadParam();
+    if (dialUpFile.isUnknown())
+        return;
     modifyConnectFile();
     modifyChatFile();
 }

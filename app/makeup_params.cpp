@@ -12,39 +12,22 @@
 #include <QLineEdit>
 #include <QRadioButton>
 
-namespace
+void Makeup::trackEdits()
 {
-
-/**
- * Replaces a list by the lines of a file, or appends the defaults when it cannot be read.
- * @return whether the file holds something that could not be read
- */
-bool loadList(QStringList &list, const char *path, const QStringList &defaults)
-{
-    const linefile::Content content = linefile::read(path);
-    if (content.state == linefile::Content::Whole)
-        list = paramlist::parse(content.bytes);
-    else
-        list.append(defaults);
-    return content.state == linefile::Content::Unreadable;
+    for (QLineEdit *edit : {apnEdit, dialNumEdit, userEdit, passwordEdit, pinEdit})
+        connect(edit, &QLineEdit::textEdited, this, [this] { dialUpFile.noteEdit(); });
+    connect(authCombo, &QComboBox::activated, this, [this] { dialUpFile.noteEdit(); });
+    for (QRadioButton *radio : {autoYesRadio, autoNoRadio})
+        connect(radio, &QRadioButton::clicked, this, [this] { autoConnectFile.noteEdit(); });
+    connect(countsEdit, &QLineEdit::textEdited, this, [this] { autoConnectFile.noteEdit(); });
 }
-
-/** Saves lines, but never defaults that nobody typed over what could not be read. */
-void saveList(const char *path, const QStringList &lines, bool unread, const QStringList &defaults)
-{
-    if (!unread || lines != defaults)
-        linefile::write(path, lines);
-}
-
-} // namespace
 
 void Makeup::loadParam()
 {
-    dialUpUnread = loadList(paramList, boardpaths::ParameterFile, paramlist::dialUpDefaults());
+    dialUpFile.load(paramList);
     if (const auto values = paramlist::dialUpValues(paramList))
         showDialUp(*values);
-    autoConnectUnread =
-        loadList(autoParamList, boardpaths::AutoConnectFile, paramlist::autoConnectDefaults());
+    autoConnectFile.load(autoParamList);
     if (const auto values = paramlist::autoConnectValues(autoParamList))
         showAutoConnect(*values);
 }
@@ -82,10 +65,8 @@ paramlist::ScreenValues Makeup::screenValues() const
 void Makeup::saveParam()
 {
     const paramlist::ScreenValues values = screenValues();
-    saveList(boardpaths::ParameterFile, paramlist::dialUpLines(values.dialUp), dialUpUnread,
-             paramlist::dialUpDefaults());
-    saveList(boardpaths::AutoConnectFile, paramlist::autoConnectLines(values.autoConnect),
-             autoConnectUnread, paramlist::autoConnectDefaults());
+    dialUpFile.save(paramlist::dialUpLines(values.dialUp));
+    autoConnectFile.save(paramlist::autoConnectLines(values.autoConnect));
 }
 
 bool Makeup::checkParamModify()

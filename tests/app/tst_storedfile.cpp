@@ -1,0 +1,72 @@
+// One parameter file between a load and a save: what must not be replaced by values that nobody
+// typed, and what was typed and must be stored.
+#include "app/storedfile.h"
+
+#include <QtTest>
+
+class StoredFileTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void save_data();
+    void save();
+};
+
+namespace
+{
+
+enum Place { Nothing, File, Folder }; // in a file's place
+
+void lay(const QString &path, Place place)
+{
+    QFile::remove(path);
+    QDir().rmdir(path);
+    QFile file(path);
+    if (place == Folder)
+        QDir().mkdir(path);
+    else if (place == File && file.open(QIODevice::WriteOnly))
+        file.write("0\n3\n");
+}
+
+} // namespace
+
+void StoredFileTest::save_data()
+{
+    QTest::addColumn<int>("atLoad");
+    QTest::addColumn<int>("atSave");
+    QTest::addColumn<bool>("edited");
+    QTest::addColumn<bool>("stored"); // the defaults, which the screen shows, were written
+    QTest::newRow("unreadable") << int(Folder) << int(File) << false << false;
+    QTest::newRow("unreadable, edited") << int(Folder) << int(File) << true << true;
+    QTest::newRow("mounted late") << int(Nothing) << int(File) << false << false;
+    QTest::newRow("mounted late, edited") << int(Nothing) << int(File) << true << true;
+    QTest::newRow("missing") << int(Nothing) << int(Nothing) << false << true;
+    QTest::newRow("read") << int(File) << int(File) << false << true;
+}
+
+void StoredFileTest::save()
+{
+    QFETCH(int, atLoad);
+    QFETCH(int, atSave);
+    QFETCH(bool, edited);
+    QFETCH(bool, stored);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("f");
+    StoredFile file(qPrintable(path), {"1", "5"});
+    QStringList list;
+    lay(path, Place(atLoad));
+    file.load(list);
+    QCOMPARE(list, atLoad == File ? QStringList({"0", "3"}) : QStringList({"1", "5"}));
+    QCOMPARE(file.isUnknown(), atLoad == Folder);
+    if (edited)
+        file.noteEdit();
+    lay(path, Place(atSave));
+    file.save({"1", "5"});
+    QFile saved(path);
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(saved.readAll(), QByteArray(stored ? "1\n5\n" : "0\n3\n"));
+}
+
+QTEST_GUILESS_MAIN(StoredFileTest)
+#include "tst_storedfile.moc"
