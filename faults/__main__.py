@@ -11,13 +11,13 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from faults import (calls, clock, commands, devices, dongle, files, growth, launching, onboard,
-                    saves, values)
+                    powercuts, saves, values)
 from faults.rows import Group, Outcome, Result
 
 MODULES = (calls, saves, launching, commands, files, values, devices, dongle, clock, growth,
-           onboard)
+           onboard, powercuts)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
-LANES = (("board",), ("growth",), ())  # what is thrown beside each other; (): all others
+LANES = (("board", "power"), ("growth",), ())  # what is thrown beside each other; (): all others
 PAGE = Path("docs/reliability.md")
 WHOLE = "All groups together"  # the sentence on them begins so
 BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"

@@ -1,4 +1,4 @@
-"""The emulated machine: a 32-bit ARM board with panel, touch screen, keyboard and two disks."""
+"""The emulated machine: a 32-bit ARM board with panel, touch screen, keyboard and three disks."""
 
 import os
 import shlex
@@ -14,6 +14,8 @@ AGENT_SOCKET = "agent.sock"
 SERIAL_LOG = "serial.log"
 QEMU_LOG = "qemu.log"
 VNC_BASE = 5900
+SPARE_BYTES = 12 << 20  # of the third disk, /dev/vdc: empty unless start() is given another
+SPARE_LOG = "spare.log"  # each write and flush of the third disk, as QEMU's blklogwrites has them
 # Protections that cost an emulated processor much time are off. Above all: code at a random address
 # is translated anew in each process.
 PROTECTIONS_OFF = ("mitigations=off", "init_on_alloc=0", "hardened_usercopy=off", "audit=0",
@@ -44,12 +46,21 @@ def devices(size: tuple[int, int], machine: Path, app_disk: Path) -> list[str]:
         "-device", "virtio-blk-pci,drive=root",
         "-drive", f"if=none,id=app,format=raw,readonly=on,file={_escaped(app_disk)}",
         "-device", "virtio-blk-pci,drive=app",
+        "-device", "virtio-blk-pci,drive=spare",
         "-device", f"virtio-gpu-pci,xres={width},yres={height}",
         "-device", "virtio-tablet-pci", "-device", "virtio-keyboard-pci",
         "-device", "virtio-rng-pci", "-device", "virtio-serial-pci",
         "-chardev", f"socket,id=agent,path={AGENT_SOCKET},server=on,wait=off",
         "-device", "virtserialport,chardev=agent,name=board.agent",
     ]
+
+
+def _spare_disk(image: Path | None) -> str:
+    if image is None:
+        return f"driver=null-co,node-name=spare,size={SPARE_BYTES},read-zeroes=on"
+    return ("driver=blklogwrites,node-name=spare,log-sector-size=512,"
+            f"file.driver=file,file.filename={_escaped(image)},"
+            f"log.driver=file,log.filename={SPARE_LOG}")
 
 
 def _escaped(path: Path) -> str:
@@ -59,17 +70,19 @@ def _escaped(path: Path) -> str:
 
 def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
           state: Path | None = None, vnc_port: int | None = None,
-          detached: bool = False) -> subprocess.Popen[bytes]:
+          detached: bool = False, spare: Path | None = None) -> subprocess.Popen[bytes]:
     """
     Start a machine in a run's folder, where its sockets and logs appear.
 
     @param state  saved state to start from; None boots
     @param vnc_port  TCP port on the loopback for a live view
     @param detached  whether the machine outlives this process; if not, it dies with it
+    @param spare  image of the third disk, SPARE_BYTES long, whose writes are logged
     """
     for name in (QMP_SOCKET, AGENT_SOCKET):
         remove(folder / name)
-    argv = ["qemu-system-arm", *devices(size, machine, app_disk), "-no-reboot", "-display", "none",
+    (folder / SPARE_LOG).touch()
+    argv = ["qemu-system-arm", "-blockdev", _spare_disk(spare), *devices(size, machine, app_disk), "-no-reboot", "-display", "none",
             "-serial", f"file:{SERIAL_LOG}",
             "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
     if state is not None:

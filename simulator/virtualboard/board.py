@@ -70,13 +70,14 @@ class Board:
     @param panel_on  whether the panel is on when the board is up
     @param changes  boot instead, with what an earlier board has stored: an archive by stored()
     @param logs  whether logs are left although nothing went wrong
+    @param spare  image of a third disk, as machine.qemu.start() has it
     """
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
                  fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
                  machine: Path = MACHINE, state: Path | None = None,
                  panel_on: bool = True, changes: Path | None = None,
-                 logs: bool = True) -> None:
+                 logs: bool = True, spare: Path | None = None) -> None:
         if size not in SIZES:
             raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in SIZES))
         if not re.fullmatch(RUN_NAME, run):
@@ -97,6 +98,7 @@ class Board:
         self._state, self._fresh = state, fresh or changes is not None
         self._changes = changes
         self._logs = logs
+        self._spare = spare
         self._vnc_port, self._detached = vnc_port, detached
         self._stands_still = self._power_cut = False
         self._process: Process | None = None
@@ -136,7 +138,7 @@ class Board:
                 appdisk.with_changes(self._changes, disk)
             self._child = qemu.start(self.size, self.folder, self._machine, disk,
                                      state=state, vnc_port=self._vnc_port,
-                                     detached=self._detached)
+                                     detached=self._detached, spare=self._spare)
             self._process = Process.note(self.folder, self._child.pid, self.size)
         try:
             if self._power_cut:
