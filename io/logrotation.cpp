@@ -1,7 +1,12 @@
 #include "io/logrotation.h"
 
+#include "io/filedescriptor.h"
+
 #include <QFile>
 #include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -11,7 +16,27 @@ QString oldCopy(const QString &path)
     return path + QStringLiteral(".old");
 }
 
+void makePrivateLog(const QString &path)
+{
+    // O_NONBLOCK: a FIFO in the log's place must not keep the screen waiting for a writer.
+    const FileDescriptor log(::open(
+        QFile::encodeName(path).constData(),
+        O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    struct stat found;
+    if (!log.isOpen() || ::fstat(log.get(), &found) == -1)
+        return;
+    const bool ours = S_ISREG(found.st_mode) && found.st_uid == ::geteuid();
+    if (ours && (found.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        ::fchmod(log.get(), S_IRUSR | S_IWUSR);
+}
+
 } // namespace
+
+void makePrivateLogs(const QStringList &paths)
+{
+    for (const QString &path : paths)
+        makePrivateLog(path);
+}
 
 void rotateLogs(const QStringList &paths)
 {
