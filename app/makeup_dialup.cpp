@@ -1,7 +1,9 @@
 // The controller's dial-up operations: connect, disconnect, link check and status.
 #include "app/makeup.h"
 
+#include "core/boardpaths.h"
 #include "io/boardcommands.h"
+#include "io/logrotation.h"
 #include "io/servedwait.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
@@ -39,6 +41,7 @@ void Makeup::doPPPConnect()
         return;
     boardcommands::stopAll();
     rewriteFilesIfModified();
+    makePrivateLogs({boardpaths::PppLog, boardpaths::ChatLog});
     boardcommands::dial();
     // A coarse timer may fire half a second early.
     QTimer::singleShot(ConnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPMsg);

@@ -1,13 +1,15 @@
 """The Connect button: what is called in which order, what is written, and when nothing is."""
 
+import os
 import time
 import unittest
 from collections.abc import Callable
+from pathlib import Path
 from signal import SIGUSR1
 from typing import NamedTuple
 
 from picture import Picture
-from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FILES, MISC, PARAMETERS, PEER_FILE,
+from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, FILES, LOGS, MISC, PARAMETERS, PEER_FILE,
                          SETTING, STATUS, STORED, STORED_AUTO, UNDETECTED)
 from privateroot.files import DONGLE
 from privateroot.process import PrivateRoot
@@ -69,6 +71,13 @@ EDITS = (
     Edit("no settings", SETTING, lambda root: None, True, auto=b""),
     Edit("only a flag line", SETTING, lambda root: None, True, auto=b"1\n"),
 )
+# What stands in a log's place before the first dial, and its mode afterwards.
+LAID_LOGS: dict[str, tuple[Callable[[Path], object], int]] = {
+    "nothing": (lambda log: None, 0o600),
+    "open to all": (Path.touch, 0o600),
+    "link": (lambda log: log.symlink_to("ppp.log.shared"), 0o777),
+    "FIFO": (os.mkfifo, 0o644),
+}
 
 
 class Connect(ProgramTest):
@@ -137,6 +146,20 @@ class Connect(ProgramTest):
             name = path.rpartition("/")[2]
             self.assertEqual(root.read(f"/testrun/at-pppd/{name}"), root.read(path), name)
         self.assertIn(b"1234", root.content(CHAT_SCRIPT))
+
+    def test_private_logs(self) -> None:
+        """What pppd finds in a log's place. A link stays as it is, and so does its target."""
+        for name, (lay, mode) in LAID_LOGS.items():
+            with self.subTest(name):
+                root = self.stored_root()
+                root.write(f"{LOGS[0]}.shared", "log")
+                for log in LOGS:
+                    lay(root.host(log))
+                root.start()
+                self.press_connect(root)
+                modes = [root.host(log).lstat().st_mode & 0o777 for log in LOGS]
+                self.assertEqual(modes, [mode] * 2)
+                self.assertEqual(root.mode(f"{LOGS[0]}.shared"), "644")
 
     def test_written_files(self) -> None:
         table = (
