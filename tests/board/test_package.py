@@ -116,6 +116,14 @@ class Built(unittest.TestCase):
                                       text=True, check=False)
                 self.assertEqual((done.returncode, done.stdout), (0, ""), done.stderr)
 
+    def test_hardened(self) -> None:
+        """What runs as root has what Debian's flags make."""
+        for program in ("app/corvanta", "provision/corvanta-provision"):
+            found = subprocess.run(["readelf", "-Wlds", ARM / program], capture_output=True,
+                                   text=True, check=True).stdout
+            for mark in ("GNU_RELRO", "BIND_NOW", "PIE", "__stack_chk_fail", "_chk@GLIBC"):
+                self.assertIn(mark, found, program)
+
     def test_same_bytes(self) -> None:
         """On another day, and under another umask."""
         first = packed("native").read_bytes()
