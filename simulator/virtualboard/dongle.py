@@ -25,7 +25,8 @@ class Dongle:
 
     def plug(self, product: int = DONGLE_PRODUCT, ports: int = PORTS) -> None:
         """
-        Plug in a dongle; its ports are there, raw and without echo, when this returns.
+        Plug in a dongle; when this returns, its ports are there: raw and without echo with the
+        default product, in the kernel's mode with another.
 
         @param product  USB product id, 0 to 0xffff; the program knows 0x1001 alone
         @param ports  how many serial ports it has, 0 to PORTS_MOST
