@@ -10,6 +10,8 @@ from panel.facts import (CHECK_SECONDS, OLD_LOG, PARAMETERS, PPP_LOG, SOON_SECON
 from virtualboard.program import UNIT
 
 LIMIT = 5  # failures, after which the panel is not started again
+MOUNT = "/run/systemd/system/quenfold-configs.mount"
+CGROUP = f"/sys/fs/cgroup/system.slice/{UNIT}/cgroup.procs"
 # Each line of the console on its own; a blank one has only spaces.
 CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o '[^ ].*[^ ]'"
 
@@ -115,6 +117,36 @@ class Service(BoardTest):
         port = self.sh("udevadm info --query=property --name=/dev/ttyUSB0").splitlines()
         self.assertIn("ID_MM_PORT_IGNORE=1", port)
         self.assertIn("ID_MM_DEVICE_IGNORE=1", port)
+
+    def test_never_suspended(self) -> None:
+        """Whatever a power tool's rule says when the dongle is plugged."""
+        self.sh("echo 'ACTION==\"add\", SUBSYSTEM==\"usb\", TEST==\"power/control\", "
+                "ATTR{power/control}=\"auto\"' >/run/udev/rules.d/85-power.rules; "
+                "udevadm control --reload")
+        self.addCleanup(self.sh, "rm /run/udev/rules.d/85-power.rules; udevadm control --reload")
+        self.board.dongle.unplug()
+        self.board.dongle.plug()
+        self.assertEqual(self.sh("cd /sys/bus/usb/devices; cat $(dirname "
+                                 "$(grep -l 12d1 */idVendor))/power/control"), "on\n")
+
+    def test_mounts_come_first(self) -> None:
+        """The parameters' mount point is mounted before the panel looks for them."""
+        self.board.program.stop()
+        self.sh(f"printf '[Mount]\\nWhat=tmpfs\\nType=tmpfs\\n' >{MOUNT}; "
+                "systemctl daemon-reload")
+        self.addCleanup(self.sh, f"systemctl stop {UNIT} quenfold-configs.mount; rm {MOUNT}; "
+                        "systemctl daemon-reload")
+        self.start_program()
+        self.sh("mountpoint /quenfold/configs")
+
+    def test_killed_child(self) -> None:
+        """The kernel is short of memory and kills a process of the unit: the panel stays."""
+        before = self.board.program.pid()
+        self.sh(f"(echo $BASHPID >{CGROUP}; echo 1000 >/proc/self/oom_score_adj; exec sleep 600) & "
+                "until [ $(</proc/$!/comm) = sleep ]; do sleep 0.1; done; "
+                "echo f >/proc/sysrq-trigger; wait $! || true; "
+                f"until journalctl -q --unit={UNIT} | grep -q 'OOM killer'; do sleep 0.1; done")
+        self.assertEqual((self.active(), self.board.program.pid()), ("active", before))
 
     def test_second_copy(self) -> None:
         """Started by the launch line of other init systems, a panel is not disturbed by the
