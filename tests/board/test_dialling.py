@@ -4,7 +4,7 @@
 import unittest
 
 from boardtest import EXPECTED, BoardTest
-from panel.facts import (CHAT_SCRIPT, FILES, GREEN, PEER_FILE, RED, SOON_SECONDS,
+from panel.facts import (CHAT_SCRIPT, FILES, GREEN, LOGS, PEER_FILE, RED, SOON_SECONDS,
                          stored_parameters)
 from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG
 
@@ -25,8 +25,12 @@ class Dialling(BoardTest):
         self.wait_link("connected", GREEN)
         self.assertEqual(self.board.guest.read(CHAT_SCRIPT),
                          (EXPECTED / "chat-with-pin").read_bytes())
-        modes = self.board.guest.sh(f"stat -c '%a %U' {' '.join(FILES)}").splitlines()
+        modes = self.board.guest.sh(f"stat -c '%a %U' {' '.join(FILES + LOGS)}").splitlines()
         self.assertEqual(set(modes), {"600 root"})
+        # From release 253 on, systemd can keep the PIN out of the journal.
+        logged = self.sh("journalctl --quiet --identifier=chat")
+        self.assertIn("AT+COPS?", logged)
+        self.assertEqual("CPIN" in logged, int(self.sh("systemctl --version").split()[1]) < 253)
         self.assertEqual(self.heard()[2:], [
             r'"AT+CPIN=\"1234\""', '"AT"', '"ATZ"', '"ATI"', '"AT+COPS?"',
             r'"AT+CGDCONT=1,\"IP\",\"web.example\""', r'"\"ATD*99***1#\""'])
