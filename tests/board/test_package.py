@@ -18,6 +18,7 @@ from virtualboard.program import UNIT
 
 PACKAGE = "/app/corvanta.deb"
 INSTALL_SECONDS = 120
+OTHERS = "/etc/ppp/ppp.login"  # beside the logs
 OPTIONS = "/etc/ppp/options.ttyUSB0"
 
 
@@ -28,28 +29,32 @@ class Files(BoardTest):
     MINE = stored_parameters(user="operator", password="secret")
 
     def test_fresh(self) -> None:
-        self.assertEqual(self.sh("stat -c '%a %U' /quenfold/configs /etc/ppp/chat"),
-                         "700 root\n700 root\n")
+        modes = self.sh(f"stat -c '%a %U' /quenfold/configs /etc/ppp/chat {' '.join(LOGS)}")
+        self.assertEqual(modes, "700 root\n" * 2 + "600 root\n" * 2)
 
     def test_reinstalled(self) -> None:
-        """Parameters and an integrator's settings stay; the modes of his folders, too."""
+        """Parameters and an integrator's settings stay; the modes of his folders, too. A log that
+        others could read is closed."""
         self.choose_after_exit("restart")
         self.board.guest.write(PARAMETERS, self.MINE)
-        self.sh("chmod 0750 /quenfold/configs")
+        self.sh(f"chmod 0750 /quenfold/configs; install -m 0644 /dev/null {PPP_LOG}")
         self.sh(f"dpkg --install --force-confold {PACKAGE}", INSTALL_SECONDS)
         self.assertEqual(self.board.guest.read(PARAMETERS), self.MINE)
         self.assertIn("CORVANTA_AFTER_EXIT=restart", self.sh(f"cat {SETTINGS}"))
-        self.assertEqual(self.sh("stat -c %a /quenfold/configs"), "750\n")
+        self.assertEqual(self.sh(f"stat -c %a /quenfold/configs {PPP_LOG}"), "750\n600\n")
         self.board.program.stop()
 
     def test_removed_and_purged(self) -> None:
         """Removing ends the panel and keeps what was stored; purging takes the secrets, too, also
-        those behind a link, and leaves what others have put beside them."""
+        those behind a link, and leaves what others have put beside them, and in a link's end what
+        is no secret."""
         self.board.dongle.plug()
         self.start_program()
         self.sh(f"corvanta-provision apn=internet; touch {CHIP_MARKER}; "
                 f"mv {PARAMETERS} /var/secret; ln -s /var/secret {PARAMETERS}; "
-                f"for log in {{{','.join(LOGS)}}}{{,{OLD_LOG}}}{{,.1}}; do echo log >$log; done")
+                f"for log in {{{','.join(LOGS)}}}{{,{OLD_LOG}}}{{,.1}}; do echo log >$log; done; "
+                f"ln -sf /dev/null {CHAT_LOG}{OLD_LOG}; echo log | tee {OTHERS} >/var/shared; "
+                f"ln -sf /var/shared {PPP_LOG}{OLD_LOG}")
         self.sh("dpkg --remove corvanta", INSTALL_SECONDS)
         self.assertEqual(self.board.guest.run("pgrep -x corvanta").text, "")
         self.assertNotEqual(self.board.guest.run(f"systemctl cat {UNIT}").status, 0)
@@ -60,9 +65,10 @@ class Files(BoardTest):
                        f"{OPTIONS} {PPP_LOG}* {CHAT_LOG}* 2>/dev/null || true; "
                        "find / -xdev -name '*corvanta*'")
         # The last one is the simulated board's own.
-        self.assertEqual(left.split(), [Path(CHIP_MARKER).name,
+        self.assertEqual(left.split(), [Path(CHIP_MARKER).name, OTHERS,
                                         "/etc/systemd/system/corvanta.service.d"])
-        self.sh(f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
+        self.sh(f"test -c /dev/null; test -s /var/shared; rm /var/shared {OTHERS}; "
+                f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
         self.await_window()
 
     def test_then_over_an_operators_files(self) -> None:
