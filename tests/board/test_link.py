@@ -98,10 +98,12 @@ class Link(BoardTest):
         self.board.program.stop()
 
     def test_hooks_without_a_panel(self) -> None:
-        """They end well, so that the scripts behind them run."""
+        """They end well, so that the scripts behind them run, and signal no namesake."""
         self.board.program.stop()
-        self.sh("for hook in /etc/ppp/ip-up.d/corvanta-panel /etc/ppp/ip-down.d/corvanta-panel; do "
-                "$hook ppp0 ttyUSB0 115200 10.0.0.1 10.0.0.2 || exit; done")
+        self.sh("cp /bin/sleep /run/corvanta; /run/corvanta 600 & "
+                "trap 'kill $!; rm /run/corvanta' EXIT; "
+                "for hook in /etc/ppp/ip-up.d/corvanta-panel /etc/ppp/ip-down.d/corvanta-panel; do "
+                "$hook ppp0 ttyUSB0 115200 10.0.0.1 10.0.0.2 || exit; done; kill -0 $!")
 
 
 if __name__ == "__main__":
