@@ -1,29 +1,36 @@
 #include "platform/doubletouch.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
+#include <QLineEdit>
 #include <QMouseEvent>
-#include <QStyleHints>
+
+namespace
+{
+
+/** Qt has sent the touch as a press before, which widgets do not get. */
+void sendAsPress(QObject *window, QMouseEvent *touch)
+{
+    QMouseEvent press(QEvent::MouseButtonPress, touch->position(), touch->scenePosition(),
+                      touch->globalPosition(), touch->button(), touch->buttons(),
+                      touch->modifiers(), touch->source(), touch->pointingDevice());
+    QCoreApplication::sendEvent(window, &press);
+    touch->setAccepted(press.isAccepted());
+}
+
+} // namespace
 
 bool DoubleTouch::eventFilter(QObject *watched, QEvent *event)
 {
-    if (!watched->isWindowType())
-        return false;
-    if (event->type() == QEvent::MouseButtonPress) {
-        m_before = m_pressed;
-        m_pressed = static_cast<QMouseEvent *>(event)->globalPosition();
+    if (event->type() == QEvent::MouseButtonDblClick && watched->isWindowType()) {
+        sendAsPress(watched, static_cast<QMouseEvent *>(event));
+        return true;
     }
-    if (event->type() != QEvent::MouseButtonDblClick)
+    if (event->type() != QEvent::MouseMove)
         return false;
-    // Qt has sent the second touch as a press before, which widgets do not get.
-    const QPointF way = m_pressed - m_before;
-    const int near = QGuiApplication::styleHints()->touchDoubleTapDistance();
-    if (qAbs(way.x()) <= near && qAbs(way.y()) <= near)
+    auto *edit = qobject_cast<QLineEdit *>(watched);
+    const auto *move = static_cast<QMouseEvent *>(event);
+    if (edit == nullptr || !move->buttons().testFlag(Qt::LeftButton))
         return false;
-    const auto *mouse = static_cast<QMouseEvent *>(event);
-    QMouseEvent press(QEvent::MouseButtonPress, mouse->position(), mouse->scenePosition(),
-                      mouse->globalPosition(), mouse->button(), mouse->buttons(),
-                      mouse->modifiers(), mouse->source(), mouse->pointingDevice());
-    QCoreApplication::sendEvent(watched, &press);
-    event->setAccepted(press.isAccepted());
+    edit->setCursorPosition(edit->cursorPositionAt(move->position().toPoint()));
     return true;
 }

@@ -1,13 +1,13 @@
-// Two touches at different places are no double touch.
+// No touch is a double one, and none selects text.
 #pragma once
 
 #include <QObject>
-#include <QPointF>
 
 /**
- * An event filter for the application. Qt 6.8 takes the second of two quick touches for a double
- * click wherever it is, and a tab or a field does not take that for a touch. Far from the press
- * before, it becomes a press here.
+ * An event filter for the application. Qt 6 takes the second of two touches at one place for a
+ * double click however late it comes, Qt 6.8 that of two quick ones wherever it is. A field would
+ * select a word, and the next key replace it. Here it becomes a press. In a line edit the text
+ * cursor follows a finger or mouse that moves, without selecting.
  */
 class DoubleTouch : public QObject
 {
@@ -17,8 +17,4 @@ public:
     using QObject::QObject;
 
     bool eventFilter(QObject *watched, QEvent *event) override;
-
-private:
-    QPointF m_pressed; ///< where the last press was, in pixels of the screen
-    QPointF m_before;  ///< and the one before it
 };

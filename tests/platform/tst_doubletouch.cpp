@@ -1,4 +1,4 @@
-// When the second of two quick touches is a touch of its own.
+// Touches that come one after the other, and fingers that move.
 #include "platform/doubletouch.h"
 
 #include <QtTest>
@@ -9,64 +9,75 @@ class DoubleTouchTest : public QObject
     Q_OBJECT
 
 private slots:
-    void becomes_data();
-    void becomes();
+    void initTestCase() { qApp->installEventFilter(&m_filter); }
+    void nextKeyReplacesNothing_data();
+    void nextKeyReplacesNothing();
     void quickTouchesOpenTabs();
+
+private:
+    DoubleTouch m_filter;
+    std::unique_ptr<QPointingDevice> m_device{QTest::createTouchDevice()};
 };
 
-class Window : public QWindow
+void DoubleTouchTest::nextKeyReplacesNothing_data()
 {
-public:
-    QList<QEvent::Type> seen;
-
-protected:
-    void mousePressEvent(QMouseEvent *event) override { seen << event->type(); }
-    void mouseDoubleClickEvent(QMouseEvent *event) override { seen << event->type(); }
-};
-
-void DoubleTouchTest::becomes_data()
-{
-    QTest::addColumn<QPointF>("second");
-    QTest::addColumn<QEvent::Type>("type");
-    QTest::newRow("at the same place") << QPointF(100, 100) << QEvent::MouseButtonDblClick;
-    QTest::newRow("as near as a finger is") << QPointF(104, 96) << QEvent::MouseButtonDblClick;
-    QTest::newRow("beside it") << QPointF(150, 100) << QEvent::MouseButtonPress;
-    QTest::newRow("below it") << QPointF(100, 150) << QEvent::MouseButtonPress;
+    QTest::addColumn<QLineEdit::EchoMode>("echo");
+    QTest::addColumn<bool>("mouse");
+    QTest::addColumn<int>("interval"); // of a double click, in milliseconds
+    QTest::addColumn<int>("rolls");    // pixels
+    QTest::newRow("touched soon") << QLineEdit::Normal << false << 400 << 0;
+    QTest::newRow("touched late") << QLineEdit::Normal << false << 1 << 0;
+    QTest::newRow("password") << QLineEdit::Password << false << 400 << 0;
+    QTest::newRow("a finger rolls") << QLineEdit::Normal << false << 1 << -40;
+    QTest::newRow("a mouse clicks") << QLineEdit::Normal << true << 400 << 0;
+    QTest::newRow("a mouse drags") << QLineEdit::Normal << true << 1 << -40;
 }
 
-void DoubleTouchTest::becomes()
+void DoubleTouchTest::nextKeyReplacesNothing()
 {
-    QFETCH(QPointF, second);
-    QFETCH(QEvent::Type, type);
-    Window window;
-    DoubleTouch filter;
-    window.installEventFilter(&filter);
-    const auto send = [&window](QEvent::Type kind, QPointF at) {
-        QMouseEvent event(kind, at, at, at, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(&window, &event);
-    };
-    send(QEvent::MouseButtonPress, {100, 100});
-    // As Qt tells of a double click.
-    send(QEvent::MouseButtonPress, second);
-    send(QEvent::MouseButtonDblClick, second);
-    const QEvent::Type press = QEvent::MouseButtonPress;
-    QCOMPARE(window.seen, (QList<QEvent::Type>{press, press, type}));
+    QFETCH(QLineEdit::EchoMode, echo);
+    QFETCH(bool, mouse);
+    QFETCH(int, interval);
+    QFETCH(int, rolls);
+    QGuiApplication::styleHints()->setMouseDoubleClickInterval(interval);
+    QLineEdit edit(QStringLiteral("internet.provider.example"));
+    edit.setEchoMode(echo);
+    edit.resize(400, 40);
+    edit.show();
+    QVERIFY(QTest::qWaitForWindowActive(&edit));
+    QWindow *window = edit.windowHandle();
+    const QPoint at = edit.inputMethodQuery(Qt::ImCursorRectangle).toRectF().center().toPoint();
+    const QPoint to = at + QPoint(rolls, 0);
+    for (int touch = 0; touch < 4; ++touch) {
+        QTest::qWait(2);
+        if (mouse) {
+            QTest::mousePress(window, Qt::LeftButton, {}, at);
+            QTest::mouseMove(window, to);
+            QTest::mouseRelease(window, Qt::LeftButton, {}, to);
+        } else {
+            QTest::touchEvent(window, m_device.get()).press(0, at);
+            QTest::touchEvent(window, m_device.get()).move(0, to);
+            QTest::touchEvent(window, m_device.get()).release(0, to);
+        }
+        QCOMPARE(edit.selectedText(), QString());
+        QCOMPARE(edit.cursorPosition() == edit.text().size(), rolls == 0);
+    }
+    QTest::keyClick(&edit, Qt::Key_Q);
+    QCOMPARE(edit.text().size(), 26);
 }
 
 void DoubleTouchTest::quickTouchesOpenTabs()
 {
-    DoubleTouch filter;
-    qApp->installEventFilter(&filter);
+    QGuiApplication::styleHints()->setMouseDoubleClickInterval(400);
     QTabBar bar;
     for (const char *text : {"first", "second", "third"})
         bar.addTab(text);
     bar.show();
     QVERIFY(QTest::qWaitForWindowExposed(&bar));
-    const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
     for (const int index : {1, 2, 0, 2}) {
         const QPoint at = bar.tabRect(index).center();
-        QTest::touchEvent(bar.windowHandle(), device.get()).press(0, at);
-        QTest::touchEvent(bar.windowHandle(), device.get()).release(0, at);
+        QTest::touchEvent(bar.windowHandle(), m_device.get()).press(0, at);
+        QTest::touchEvent(bar.windowHandle(), m_device.get()).release(0, at);
         QCOMPARE(bar.currentIndex(), index);
     }
 }
