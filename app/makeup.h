@@ -142,8 +142,9 @@ private:
     void shapeSettingPage();
     void shapeStatusPage();
     void shapeMiscPage();
-    void waitForDongle();
+    bool waitForDongle();
     bool waitForModemNode();
+    void abandonConnect();
     void rewriteFilesIfModified();
     bool isScreenBuilt() const { return statusPage != nullptr; }
     paramlist::ScreenValues screenValues() const;

@@ -36,7 +36,10 @@ void Makeup::doPPPConnect()
     connectButton->setEnabled(false);
     settingPage->setEnabled(false);
     progressBar(true);
-    waitForDongle();
+    if (!waitForDongle()) {
+        abandonConnect();
+        return;
+    }
     if (!waitForModemNode())
         return;
     boardcommands::stopAll();
@@ -47,13 +50,21 @@ void Makeup::doPPPConnect()
     QTimer::singleShot(ConnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPMsg);
 }
 
-void Makeup::waitForDongle()
+/** @return whether the attempt goes on: not when the operator closes the dialog without a node */
+bool Makeup::waitForDongle()
 {
     if (CheckUSB::checkUSB() != 0 || messageDialog != nullptr)
-        return;
+        return true;
     QString text = tr("Undetected dongle,Please plugin and wait a moment!");
     messageDialog = new DetectMsg(parentWidget, &text, WAIT_USB);
-    messageDialog->exec();
+    return messageDialog->exec() == QDialog::Rejected || hasModemNode();
+}
+
+/** Ends this attempt and an older one that waits for the node, and gives the screen back. */
+void Makeup::abandonConnect()
+{
+    awaitingModemNode = false;
+    checkPPPConnect();
 }
 
 /**
@@ -68,7 +79,7 @@ bool Makeup::waitForModemNode()
     awaitingModemNode = true;
     const WaitResult result = waitServed({
         [this] { return hasModemNode(); },
-        [this] { return !parentWidget->isVisible(); },
+        [this] { return !awaitingModemNode || !parentWidget->isVisible(); },
     });
     awaitingModemNode = false;
     return result == WaitResult::Ready;

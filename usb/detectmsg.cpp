@@ -7,6 +7,7 @@
 #include "usb/checkusb.h"
 
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QTimer>
@@ -16,6 +17,28 @@ namespace
 {
 
 constexpr std::chrono::milliseconds PollInterval{3000};
+
+/** Has a keyboard's Escape press the dialog's button. Alone, QDialog would close for it. */
+class EscapeKey : public QObject
+{
+public:
+    EscapeKey(QDialog *dialog, QPushButton *button) : QObject(dialog), m_button(button)
+    {
+        dialog->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() != QEvent::KeyPress ||
+            !static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel))
+            return false;
+        m_button->click();
+        return true;
+    }
+
+private:
+    QPushButton *m_button;
+};
 
 } // namespace
 
@@ -77,6 +100,7 @@ void DetectMsg::startPolling(void (DetectMsg::*poll)())
 void DetectMsg::placeButton(QPushButton *button)
 {
     gridLayout->addWidget(button, 1, 1);
+    new EscapeKey(this, button); // The dialog owns it.
 }
 
 void DetectMsg::waitUSB()
@@ -96,5 +120,5 @@ void DetectMsg::closeWidget()
     if (closeTarget != nullptr)
         closeTarget->close();
     else if (parentWidget()->isVisible())
-        close();
+        accept();
 }

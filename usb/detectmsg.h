@@ -34,7 +34,8 @@ public slots:
     /** Closes the dialog when no process runs 3g.sh. Blocks while the probe runs. */
     void waitAutoConnect();
     /** The "Close" button: closes the main window's own parent. Without such a parent it closes the
-     *  dialog, but only over a visible main window: at start-up the panel would be black. */
+     *  dialog, but only over a visible main window: at start-up the panel would be black.
+     *  exec() returns Accepted then, and Rejected when the dialog closed itself. */
     void closeWidget();
 
 private:

@@ -252,27 +252,37 @@ class ConnectWait(ProgramTest):
         self.leave(root)
 
     def test_dongle_dialog_then_none(self) -> None:
-        """The waiting dialog comes once; "Close" closes it and the wait for the node goes on."""
+        """The waiting dialog comes once; "Close" or Escape ends the attempt, and all is as before."""
+        for close in (touch("Close"), lambda root: root.panel.key("Esc")):
+            root = self.stored_root().start()
+            root.remove_node("ttyUSB0")
+            root.set_usb("")
+            root.panel.press("Connect")
+            root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
+            close(root)
+            root.wait(lambda screen: not screen.has_dialog(), 2, "the dialog closed")
+            self.assert_link(root, False)
+            self.assertEqual(root.panel.screen().busy_bars(), [])
+            closed = len(root.calls("ls")), len(root.calls("usb"))
+            root.add_node("ttyUSB0")
+            wait_until(lambda: time.time() > root.calls("usb")[-1].time + 3.2, 5, "a poll's time")
+            self.assertEqual((len(root.calls("ls")), len(root.calls("usb"))), closed)
+            self.assertEqual(root.calls("pppd"), [])
+            root.remove_node("ttyUSB0")
+            root.panel.press("Connect")
+            root.wait_calls("ls", closed[0] + 4, 5)
+            self.assertFalse(root.panel.screen().has_dialog())
+            self.leave(root)
+            self.assertEqual(root.calls("pppd"), [])
+
+    def test_closed_with_a_node(self) -> None:
         root = self.stored_root().start()
-        root.remove_node("ttyUSB0")
         root.set_usb("")
         root.panel.press("Connect")
-        root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
-        polls = len(root.calls("ls"))
+        root.wait(lambda screen: screen.has_dialog(), 2, "the dialog")
         root.panel.press("Close")
-        root.wait(lambda screen: not screen.has_dialog() and screen.busy_bars(), 2,
-                  "the dialog closed")
-        root.wait_calls("ls", polls + 1)
-        bus_polls = len(root.calls("usb"))
-        root.signal(SIGUSR1)
-        self.assert_link(root, False)
-        root.panel.press("Connect")
-        root.wait_calls("ls", polls + 5, 5)
-        self.assertFalse(root.panel.screen().has_dialog())
-        # The check and the second press asked; the closed dialog's timer did not.
-        self.assertEqual(len(root.calls("usb")), bus_polls + 2)
+        root.wait_calls("pppd", 1)
         self.leave(root)
-        self.assertEqual(root.calls("pppd"), [])
 
     def test_dongle_dialog_closes_itself(self) -> None:
         root = self.stored_root(usb=DONGLE).start()

@@ -82,11 +82,12 @@ class StartUp(ProgramTest):
         self.assertEqual((dialog["text"], dialog["buttons"], dialog["rect"]),
                          (UNDETECTED, ["Close"], [0, 0, 800, 480]))
         root.panel.press("Close")
+        root.panel.key("Esc")
         # The check is served while the dialog waits.
         root.signal(SIGUSR1)
         root.wait_calls("ifconfig", 1)
         screen = root.panel.screen()
-        self.assertTrue(screen.has_dialog(), "Close must leave the dialog")
+        self.assertTrue(screen.has_dialog(), "Close and Escape must leave the dialog")
         self.assertFalse(screen.main_window()["visible"])
         value = screen.value("Dongle Status:")
         self.assertEqual((value["text"], value["style"]), ("undetected", RED))
