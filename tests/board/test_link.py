@@ -15,6 +15,7 @@ from virtualboard.program import UNIT
 
 FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
 INSTALL_SECONDS = 120
+FAKES = "/run/fakes"  # of commands that the board does not have
 PACKAGE = "/app/corvanta.deb"
 MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
@@ -104,6 +105,27 @@ class Link(BoardTest):
                 "trap 'kill $!; rm /run/corvanta' EXIT; "
                 "for hook in /etc/ppp/ip-up.d/corvanta-panel /etc/ppp/ip-down.d/corvanta-panel; do "
                 "$hook ppp0 ttyUSB0 115200 10.0.0.1 10.0.0.2 || exit; done; kill -0 $!")
+
+    def test_name_servers_for_resolved(self) -> None:
+        """Handed over where systemd-resolved runs; nothing is said or lost elsewhere."""
+        both, one = "DNS1=10.0.0.1 DNS2=10.0.0.2", "DNS1=10.0.0.1"
+        for name, given, active, resolvectl, handed in (
+                ("two servers", both, "true", "", "dns ppp0 10.0.0.1 10.0.0.2"),
+                ("one server", one, "true", "", "dns ppp0 10.0.0.1"),
+                ("it fails", one, "true", "false", "dns ppp0 10.0.0.1"),
+                ("it hangs", one, "true", "sleep 60", "dns ppp0 10.0.0.1"),
+                ("no server", "", "true", "", ""),
+                ("resolved does not run", both, "false", "", ""),
+                ("no resolvectl", both, "true", None, "")):
+            with self.subTest(name):
+                self.sh(f"rm -rf {FAKES}; mkdir {FAKES}; cd {FAKES}; "
+                        f"echo '#!/bin/sh\n{active}' >systemctl; touch handed; chmod +x systemctl")
+                if resolvectl is not None:
+                    self.sh(f"cd {FAKES}; echo '#!/bin/sh\necho \"$@\" >{FAKES}/handed\n"
+                            f"{resolvectl}' >resolvectl; chmod +x resolvectl")
+                said = self.sh(f"env {given} PATH={FAKES}:$PATH USEPEERDNS=1 PPP_IFACE=ppp0 "
+                               "/etc/ppp/ip-up.d/corvanta-resolved 2>&1")
+                self.assertEqual((said, self.sh(f"cat {FAKES}/handed").strip()), ("", handed))
 
 
 if __name__ == "__main__":
