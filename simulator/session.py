@@ -23,7 +23,7 @@ from panel.facts import (AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_S
 from panel.screen import PanelError, Screen
 from virtualboard import options
 from virtualboard.board import Board
-from virtualboard.dongle import NETWORK_ADDRESS
+from virtualboard.dongle import NETWORK_NAME
 
 APN, DIAL, USER, PASSWORD, PIN = FIELDS
 VALUES = {APN: "internet", DIAL: "*99#", USER: "operator", PASSWORD: "Secret-1!", PIN: "1234"}
@@ -156,10 +156,10 @@ class Session:
         self.picture("setting-disabled")
 
     def reach_network(self) -> None:
-        """the default route leads over ppp0, and a ping crosses the link"""
+        """the default route leads over ppp0, a name is resolved and pinged across the link"""
         routes = self.board.guest.sh("ip route show default")
         expect("dev ppp0" in routes, f"the default route is over ppp0: {routes!r}")
-        self.board.guest.sh(f"ping -c 3 -i 0.3 -W 5 {NETWORK_ADDRESS}", seconds=30)
+        self.board.guest.sh(f"ping -c 3 -i 0.3 -W 5 {NETWORK_NAME}", seconds=30)
 
     def check_on_signal(self) -> None:
         """SIGUSR1 makes the panel check the link: it sets the lost default route again"""

@@ -13,6 +13,7 @@ MODEM_LOG = "/run/dongle/modem.log"
 MODEM_OUTPUT = "/run/dongle/modemsim.out"
 NETWORK_LOG = "/run/dongle/network.log"
 NETWORK_ADDRESS = "203.0.113.7"  # a host behind the network
+NETWORK_NAME = "host.example"  # its name, known to the network's name server
 PLUG_SECONDS = 60
 REFUSED = 1  # exit status of modemsim for a scenario that it does not understand
 

@@ -6,7 +6,7 @@ import unittest
 from boardtest import EXPECTED, BoardTest
 from panel.facts import (CHAT_SCRIPT, FILES, GREEN, LOGS, PEER_FILE, RED, SOON_SECONDS,
                          stored_parameters)
-from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG
+from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG, NETWORK_NAME
 
 STORED = stored_parameters("web.example", "*99***1#", "guest", "password", "1234")
 MODEM = {"sim.pin": "1234", "auth": "chap", "user": "guest", "password": "password",
@@ -37,7 +37,7 @@ class Dialling(BoardTest):
         network = self.board.guest.read(NETWORK_LOG).decode()
         self.assertRegex(network, r'rcvd \[CHAP Response .* name = "guest"\]\nsent \[CHAP Success')
         self.assertIn("default dev ppp0", self.board.guest.sh("ip route"))
-        self.board.guest.sh(f"ping -c 2 -i 0.3 -W 5 {NETWORK_ADDRESS}", seconds=60)
+        self.board.guest.sh(f"ping -c 2 -i 0.3 -W 5 {NETWORK_NAME}", seconds=60)
         self.panel.invoke("Makeup", "pinResponse")
         self.wait("the ping", SOON_SECONDS, lambda screen: any(
             "3 received, 0% packet loss" in box["text"] for box in screen.orphans("QTextEdit")))

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -23,6 +24,15 @@ namespace
 
 // Addresses that answer a ping: one for tests, and the target of the program's ping test.
 constexpr const char *Addresses[] = {"203.0.113.7/32", CORVANTA_PING_TARGET "/32"};
+
+// The network's name server, on every address of the namespace, the link's included.
+constexpr const char *NameServer[] = {
+    "dnsmasq",        "--keep-in-foreground",
+    "--user=root",    "--conf-file=/dev/null",
+    "--no-resolv",    "--no-hosts",
+    "--pid-file=",    "--log-facility=-",
+    "--cache-size=0", "--host-record=host.example,203.0.113.7",
+};
 constexpr char NamespaceFolder[] = "/run/netns/"; // of "ip netns"
 
 /** Writes a whole file that its owner alone may read. @return 0, or errno */
@@ -30,6 +40,17 @@ int writePrivateFile(const std::string &path, const std::string &content)
 {
     const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     return file.isOpen() ? common::writeAll(file.get(), content) : errno;
+}
+
+/** Kills a child, if there is one, and waits for its end. */
+void endProgram(pid_t &pid)
+{
+    if (pid <= 0)
+        return;
+    ::kill(pid, SIGKILL);
+    while (::waitpid(pid, nullptr, 0) == -1 && errno == EINTR) {
+    }
+    pid = -1;
 }
 
 } // namespace
@@ -55,7 +76,9 @@ std::string NetworkSide::prepare()
         return "the network namespace " + name + " cannot be made";
     if (runProgram({"ip", "-n", name, "-batch", batch}, m_settings.log) != 0)
         return "the addresses of the namespace " + name + " cannot be set";
-    return {};
+    m_nameServer = startProgram({std::begin(NameServer), std::end(NameServer)}, m_settings.log,
+                                [this] { return enter(); });
+    return m_nameServer > 0 ? std::string() : "the network's name server cannot be started";
 }
 
 std::string NetworkSide::writeSecrets(const Scenario &scenario) const
@@ -116,12 +139,8 @@ std::optional<NetworkEnd> NetworkSide::ended()
 
 void NetworkSide::remove()
 {
-    if (running()) {
-        signal(SIGKILL);
-        while (::waitpid(m_pid, nullptr, 0) == -1 && errno == EINTR) {
-        }
-        m_pid = -1;
-    }
+    endProgram(m_pid);
+    endProgram(m_nameServer);
     if (!m_prepared)
         return;
     m_prepared = false;

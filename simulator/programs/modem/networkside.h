@@ -18,7 +18,7 @@ struct NetworkEnd {
 };
 
 /**
- * Runs the network's pppd on the line of a call.
+ * Runs the network's pppd on the line of a call, and all the while its name server.
  *
  * It also has a mount namespace of its own, in which /etc/ppp is a folder of the simulator's. So
  * the board's pppd and this one have different options and secrets on the same file system.
@@ -38,7 +38,7 @@ public:
     NetworkSide(const NetworkSide &) = delete;
     NetworkSide &operator=(const NetworkSide &) = delete;
 
-    /** Makes the namespace and its addresses. @return what failed, nothing when all is well */
+    /** Makes the namespace, its addresses and its name server. @return what failed, nothing when all is well */
     std::string prepare();
 
     /** Starts the program on a terminal. @return what failed, nothing when it runs */
@@ -53,7 +53,7 @@ public:
     /** @return how the program ended, once, when it has */
     std::optional<NetworkEnd> ended();
 
-    /** Ends the program, if it still runs, and takes the namespace away. */
+    /** Ends the programs that still run, and takes the namespace away. */
     void remove();
 
 private:
@@ -63,6 +63,7 @@ private:
 
     Settings m_settings;
     pid_t m_pid = -1;
+    pid_t m_nameServer = -1; ///< lives as long as the namespace
     bool m_prepared = false;
 };
 
