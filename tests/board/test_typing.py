@@ -118,6 +118,18 @@ class Fingers(BoardTest):
         self.wait("x typed at the end", SOON_SECONDS,
                   lambda screen: screen.field("USER:")["text"] == "operatorx")
 
+    def test_touched_again_late(self) -> None:
+        """A second touch at the same place, long after the first, selects nothing that the next key
+        would replace."""
+        screen = self.panel.raise_keys("APN NAME:", SOON_SECONDS)
+        x, y, _, height = screen.field("APN NAME:")["rect"]
+        for _ in range(2):
+            self.board.fingers.touch(x + 20, y + height // 2)
+            self.board.guest.sh("sleep 3")
+        self.panel.click(screen.key("q"))
+        self.wait("q beside the whole name", SOON_SECONDS, lambda now:
+                  sorted(now.field("APN NAME:")["text"]) == sorted("internetq"))
+
     def test_held_while_a_dialog_opens(self) -> None:
         self.hold(self.panel.raise_keys("PinCode:", SOON_SECONDS).key("7")["rect"])
         self.panel.invoke("Makeup", "checkPPPMsg")
