@@ -15,7 +15,7 @@ ROOT = Path(__file__).resolve().parents[1]
 CPP_ROOMS = (
     {"core"},
     {"io"},
-    {"platform", "device", "provision"},
+    {"platform", "device", "provision", "guard"},
     {"usb"},
     {"app"},
 )

@@ -1,0 +1,68 @@
+// The program that pppd runs before each dial: a refused PIN is not sent again.
+#include "core/boardpaths.h"
+#include "guard/modemport.h"
+#include "guard/pinmemory.h"
+#include "guard/simquery.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+
+// Not in /run/corvanta: systemd deletes that when the panel stops.
+constexpr char Memory[] = "/run/corvanta-pin";
+// With what chat takes after it, within the time that the panel gives an attempt.
+constexpr std::chrono::milliseconds AskTime{3000};
+
+/** @return the exit status on which pppd skips the dial */
+int refuse(const std::string &why)
+{
+    std::fprintf(stderr, "%s\n", why.c_str()); // pppd's log file
+    openlog("corvanta-pinguard", 0, LOG_DAEMON);
+    syslog(LOG_WARNING, "%s", why.c_str());
+    return 1;
+}
+
+int apply(guard::Verdict verdict, const std::string &pppd)
+{
+    switch (verdict) {
+    case guard::Verdict::RefusePuk:
+        return refuse("The SIM asks for the PUK. There is no dial until it has been entered.");
+    case guard::Verdict::RefusePin:
+        return refuse(
+            "The SIM refused this PIN once. It is not sent again until Connect is pressed.");
+    case guard::Verdict::DialAndRemember:
+        if (!guard::remember(Memory, pppd)) {
+            // A second try could not be told from the first.
+            return refuse(std::string("The PIN is not sent, as ") + Memory +
+                          " cannot be written: " + std::strerror(errno) + '.');
+        }
+        break;
+    case guard::Verdict::DialAndForget:
+        guard::forget(Memory);
+        break;
+    case guard::Verdict::Dial:
+        break;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main()
+{
+    guard::catchEndingSignals();
+    const std::string pppd = guard::callingPppd();
+    const guard::SimState state = guard::ModemPort(STDIN_FILENO).ask(AskTime);
+    if (guard::wasEnded())
+        return 1;
+    return apply(guard::decide(state, guard::sendsPin(boardpaths::ChatScript),
+                               guard::isRemembered(Memory, pppd)),
+                 pppd);
+}

@@ -1,0 +1,153 @@
+#include "guard/modemport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace guard
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds AnswerTime{1000}; // of one question
+constexpr milliseconds PauseTime{250};   // after an error: a SIM that starts is busy
+constexpr milliseconds QuietTime{50};    // after which no more of an answer comes
+constexpr int EndingSignals[] = {SIGTERM, SIGHUP, SIGINT};
+
+volatile std::sig_atomic_t ended = 0;
+
+void noteEnd(int)
+{
+    ended = 1;
+}
+
+sigset_t endingSet()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (int signal : EndingSignals)
+        sigaddset(&set, signal);
+    return set;
+}
+
+} // namespace
+
+void catchEndingSignals()
+{
+    struct sigaction action {
+    };
+    action.sa_handler = noteEnd;
+    for (int signal : EndingSignals)
+        sigaction(signal, &action, nullptr);
+    const sigset_t set = endingSet();
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+bool wasEnded()
+{
+    return ended != 0;
+}
+
+ModemPort::ModemPort(int fd) : m_fd(fd), m_flags(fcntl(fd, F_GETFL))
+{
+    if (m_flags == -1 || tcgetattr(fd, &m_modes) == -1)
+        return;
+    termios raw = m_modes;
+    cfmakeraw(&raw);
+    raw.c_cflag |= CLOCAL | CREAD;
+    m_usable = tcsetattr(fd, TCSANOW, &raw) == 0 && fcntl(fd, F_SETFL, m_flags | O_NONBLOCK) == 0;
+    tcflush(fd, TCIFLUSH);
+}
+
+ModemPort::~ModemPort()
+{
+    if (m_flags == -1)
+        return;
+    tcflush(m_fd, TCIFLUSH);
+    // At once: a pulled or blocked port would never drain.
+    tcsetattr(m_fd, TCSANOW, &m_modes);
+    fcntl(m_fd, F_SETFL, m_flags);
+}
+
+SimState ModemPort::ask(milliseconds limit)
+{
+    const auto end = Clock::now() + limit;
+    SimState state = SimState::Unknown;
+    while (m_usable && !wasEnded() && Clock::now() < end) {
+        const SimAnswer answer = askOnce(std::min(end, Clock::now() + AnswerTime));
+        state = answer.state();
+        dropUntilQuiet(end);
+        if (state != SimState::Unknown)
+            break;
+        if (answer.isComplete())
+            pauseUntil(std::min(end, Clock::now() + PauseTime));
+    }
+    return state;
+}
+
+SimAnswer ModemPort::askOnce(Clock::time_point end)
+{
+    SimAnswer answer;
+    if (!send("AT+CPIN?\r", end))
+        return answer;
+    char buffer[256];
+    while (!answer.isComplete() && await(POLLIN, end)) {
+        const ssize_t got = read(m_fd, buffer, sizeof buffer);
+        if (got > 0)
+            answer.feed(buffer, static_cast<std::size_t>(got));
+        else if (got == 0 || errno != EAGAIN)
+            m_usable = false;
+    }
+    return answer;
+}
+
+bool ModemPort::send(const char *command, Clock::time_point end)
+{
+    const char *rest = command;
+    while (*rest != '\0' && await(POLLOUT, end)) {
+        const ssize_t sent = write(m_fd, rest, std::strlen(rest));
+        if (sent > 0)
+            rest += sent;
+        else if (errno != EAGAIN)
+            m_usable = false;
+    }
+    return *rest == '\0';
+}
+
+/** @return true when the port is ready, or gone, which the next call on it tells */
+bool ModemPort::await(short events, Clock::time_point end)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::nanoseconds>(end - Clock::now());
+    if (!m_usable || wasEnded() || left.count() <= 0)
+        return false;
+    const timespec time{static_cast<time_t>(left.count() / 1000000000),
+                        static_cast<long>(left.count() % 1000000000)};
+    sigset_t open;
+    sigprocmask(SIG_BLOCK, nullptr, &open);
+    for (int signal : EndingSignals)
+        sigdelset(&open, signal);
+    pollfd port{m_fd, events, 0};
+    return ppoll(&port, 1, &time, &open) == 1;
+}
+
+void ModemPort::pauseUntil(Clock::time_point end)
+{
+    await(0, end);
+}
+
+void ModemPort::dropUntilQuiet(Clock::time_point end)
+{
+    char buffer[256];
+    while (await(POLLIN, std::min(end, Clock::now() + QuietTime))) {
+        if (read(m_fd, buffer, sizeof buffer) <= 0 && errno != EAGAIN)
+            m_usable = false;
+    }
+}
+
+} // namespace guard

@@ -1,0 +1,71 @@
+#include "guard/simquery.h"
+
+namespace guard
+{
+
+namespace
+{
+
+bool startsWith(const std::string &text, const char *start)
+{
+    return text.rfind(start, 0) == 0;
+}
+
+SimState stateOf(const std::string &code)
+{
+    // PIN2 and the locks of device and network have tries, too: "SIM PUK2", "PH-NET PIN".
+    if (code.find("PUK") != std::string::npos)
+        return SimState::Puk;
+    if (code.find("PIN") != std::string::npos)
+        return SimState::Pin;
+    return code.find("READY") != std::string::npos ? SimState::Ready : SimState::Unknown;
+}
+
+} // namespace
+
+Verdict decide(SimState state, bool scriptSendsPin, bool pinWasSent)
+{
+    switch (state) {
+    case SimState::Puk:
+        return Verdict::RefusePuk;
+    case SimState::Ready:
+        return Verdict::DialAndForget;
+    case SimState::Pin:
+        if (!scriptSendsPin)
+            return Verdict::Dial;
+        return pinWasSent ? Verdict::RefusePin : Verdict::DialAndRemember;
+    case SimState::Unknown:
+        break;
+    }
+    return Verdict::Dial;
+}
+
+void SimAnswer::feed(const char *bytes, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        if (bytes[i] == '\r' || bytes[i] == '\n') {
+            take(m_line);
+            m_line.clear();
+        } else if (m_line.size() < MaxLine) {
+            m_line += bytes[i];
+        }
+    }
+}
+
+void SimAnswer::take(const std::string &line)
+{
+    if (m_complete)
+        return;
+    if (startsWith(line, "+CPIN:")) {
+        m_state = stateOf(line.substr(line.find(':')));
+        m_told = true;
+    } else if (line == "OK") {
+        m_complete = m_told;
+    } else if (line == "ERROR" || startsWith(line, "+CME ERROR:") ||
+               startsWith(line, "+CMS ERROR:")) {
+        m_state = SimState::Unknown;
+        m_complete = true;
+    }
+}
+
+} // namespace guard
