@@ -9,13 +9,14 @@ from pathlib import Path
 
 from boardtest import BoardTest
 from host.paths import ARM
-from panel.facts import CHECK_SECONDS, GREEN, LINK_STATUS, RED, START_SECONDS, STATUS
+from panel.facts import CHECK_SECONDS, GREEN, LINK_STATUS, PPP_LOG, RED, START_SECONDS, STATUS
 from virtualboard.dongle import NETWORK_ADDRESS
 from virtualboard.program import UNIT
 
 FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
 INSTALL_SECONDS = 120
 FAKES = "/run/fakes"  # of commands that the board does not have
+OUTAGE_SECONDS = 240
 PACKAGE = "/app/corvanta.deb"
 MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
@@ -97,6 +98,27 @@ class Link(BoardTest):
                     now = float(self.sh("date +%s.%N"))
                     self.assertLess(now - changed, FOLLOWED_SECONDS, self.link())
         self.board.program.stop()
+
+    def test_link_returns_after_an_outage(self) -> None:
+        """More failures in a row than the ten on which pppd gives up by default, then a dongle that
+        is away for as many: the link and the label come back without a touch."""
+        self.sh("echo holdoff 1 >>/etc/ppp/options")
+        self.addCleanup(self.sh, "sed -i '/^holdoff 1$/d' /etc/ppp/options")
+        self.sh("corvanta-provision apn=internet 'dial=*99#'")
+        self.board.dongle.plug()
+        self.start_program()
+        self.panel.press("Connect")
+        self.wait_link("connected", GREEN)
+        self.board.dongle.tell_modem({"refused": "+COPS"})
+        self.sh("killall netpppd")
+        self.wait_board(f"[ $(grep -c 'Connect script failed' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
+        self.wait_link("disconnected", RED)
+        self.board.dongle.tell_modem()
+        self.wait_link("connected", GREEN)
+        self.board.dongle.unplug()
+        self.wait_board(f"[ $(grep -c 'Failed to open' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
+        self.board.dongle.plug()
+        self.wait_link("connected", GREEN)
 
     def test_hooks_without_a_panel(self) -> None:
         """They end well, so that the scripts behind them run, and signal no namesake."""

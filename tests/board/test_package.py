@@ -9,7 +9,7 @@ import unittest
 from pathlib import Path
 from shlex import quote
 
-from boardtest import SETTINGS, BoardTest
+from boardtest import EXPECTED, SETTINGS, BoardTest
 from host.paths import ARM, ROOT
 from panel.facts import (CHAT_LOG, CHAT_SCRIPT, CHIP_MARKER, FILES, LOGS, OLD_LOG, PARAMETERS,
                          PEER_FILE, PPP_LOG, START_SECONDS, UNDETECTED, stored_parameters)
@@ -43,6 +43,17 @@ class Files(BoardTest):
         self.assertIn("CORVANTA_AFTER_EXIT=restart", self.sh(f"cat {SETTINGS}"))
         self.assertEqual(self.sh(f"stat -c %a /quenfold/configs {PPP_LOG}"), "750\n600\n")
         self.board.program.stop()
+
+    def test_upgraded_options(self) -> None:
+        """The file of an earlier version is replaced when nobody has changed it."""
+        earlier = (EXPECTED / "options-0.1.0").read_bytes()
+        for name, there, wanted in (("as shipped", earlier, self.sh(f"cat {OPTIONS}").encode()),
+                                    ("changed", earlier + b"debug\n", earlier + b"debug\n")):
+            with self.subTest(name):
+                self.board.guest.write(OPTIONS, there)
+                self.sh(f"dpkg --install {PACKAGE}", INSTALL_SECONDS)
+                self.assertEqual(self.board.guest.read(OPTIONS), wanted)
+        self.sh(f"cp /usr/share/corvanta/options.ttyUSB0 {OPTIONS}")
 
     def test_removed_and_purged(self) -> None:
         """Removing ends the panel and keeps what was stored; purging takes the secrets, too, also
