@@ -85,18 +85,6 @@ bool Makeup::waitForModemNode()
     return result == WaitResult::Ready;
 }
 
-void Makeup::rewriteFilesIfModified()
-{
-    if (!checkParamModify())
-        return;
-    saveParam();
-    loadParam();
-    if (dialUpFile.isUnknown())
-        return;
-    modifyConnectFile();
-    modifyChatFile();
-}
-
 void Makeup::checkPPPMsg()
 {
     if (checkPPPConnect())

@@ -7,10 +7,21 @@
 #include "core/peerfile.h"
 #include "io/linefile.h"
 #include "io/logrotation.h"
+#include "io/parameterlock.h"
 
 #include <QComboBox>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr auto LockPatience = 500ms; // The GUI stands still meanwhile.
+
+} // namespace
 
 void Makeup::trackEdits()
 {
@@ -64,6 +75,7 @@ paramlist::ScreenValues Makeup::screenValues() const
 
 void Makeup::saveParam()
 {
+    const ParameterLock lock(LockPatience); // What was typed is stored without it, too.
     const paramlist::ScreenValues values = screenValues();
     dialUpFile.save(paramlist::dialUpLines(values.dialUp));
     autoConnectFile.save(paramlist::autoConnectLines(values.autoConnect));
@@ -83,6 +95,19 @@ void Makeup::modifyConnectFile()
 {
     linefile::write(boardpaths::PeerFile,
                     peerFileLines(paramList, QStringLiteral(CORVANTA_DNS_ADDRESS)));
+}
+
+void Makeup::rewriteFilesIfModified()
+{
+    const ParameterLock lock(LockPatience);
+    if (!checkParamModify())
+        return;
+    saveParam();
+    loadParam();
+    if (dialUpFile.isUnknown())
+        return;
+    modifyConnectFile();
+    modifyChatFile();
 }
 
 void Makeup::mClose()

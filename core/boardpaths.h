@@ -12,6 +12,8 @@ inline constexpr char ChipDevice[] = "/dev/spidev1.0";
 
 // Held by the program while it runs
 inline constexpr char OnlyCopyLock[] = "/run/corvanta.lock";
+// Held around each read and write of the parameters
+inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 
 // Dial-up
 inline constexpr char ModemPort[] = "/dev/ttyUSB0";

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
+#include <unistd.h>
 
 namespace
 {
@@ -17,9 +17,12 @@ FileDescriptor openLock()
         ::open(boardpaths::OnlyCopyLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
 }
 
-bool isTaken(const FileDescriptor &lock)
+struct flock wholeFile()
 {
-    return lock.isOpen() && ::flock(lock.get(), LOCK_EX | LOCK_NB) == -1 && errno == EWOULDBLOCK;
+    struct flock range = {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    return range;
 }
 
 } // namespace
@@ -27,10 +30,16 @@ bool isTaken(const FileDescriptor &lock)
 bool claimOnlyCopy()
 {
     static const FileDescriptor lock = openLock(); // Held until the process ends.
-    return !isTaken(lock);
+    struct flock range = wholeFile();
+    return !lock.isOpen() || ::fcntl(lock.get(), F_OFD_SETLK, &range) == 0 ||
+           (errno != EAGAIN && errno != EACCES);
 }
 
 bool isCopyRunning()
 {
-    return isTaken(openLock());
+    // Only looks: a lock taken for a moment would end a panel that starts just then.
+    const FileDescriptor lock = openLock();
+    struct flock range = wholeFile();
+    return lock.isOpen() && ::fcntl(lock.get(), F_OFD_GETLK, &range) == 0 &&
+           range.l_type != F_UNLCK;
 }

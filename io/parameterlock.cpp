@@ -1,0 +1,55 @@
+#include "io/parameterlock.h"
+
+#include "core/boardpaths.h"
+#include "io/filedescriptor.h"
+
+#include <QDeadlineTimer>
+#include <QLoggingCategory>
+#include <QThread>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
+
+constexpr unsigned long RetryMs = 20;
+
+FileDescriptor lockFile;
+int holders = 0; ///< locks of this process that stand inside one another
+
+bool acquire(std::chrono::milliseconds patience)
+{
+    lockFile = FileDescriptor(
+        ::open(boardpaths::ParameterLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const QDeadlineTimer deadline(patience);
+    while (lockFile.isOpen()) {
+        if (::flock(lockFile.get(), LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno != EINTR && (errno != EWOULDBLOCK || deadline.hasExpired()))
+            break;
+        QThread::msleep(RetryMs);
+    }
+    qCWarning(log, "lock %s: %s", boardpaths::ParameterLock, strerror(errno));
+    lockFile = FileDescriptor();
+    return false;
+}
+
+} // namespace
+
+ParameterLock::ParameterLock(std::chrono::milliseconds patience)
+{
+    if (holders > 0 || acquire(patience))
+        ++holders;
+    else
+        m_held = false;
+}
+
+ParameterLock::~ParameterLock()
+{
+    if (m_held && --holders == 0)
+        lockFile = FileDescriptor();
+}
