@@ -1,5 +1,7 @@
 #include "provision/settings.h"
 
+#include "core/pppdwords.h"
+
 #include <array>
 
 namespace settings
@@ -90,13 +92,17 @@ QString help()
                           "  counts=TEXT         Counts, which is stored for others\n");
 }
 
-QString apply(const QByteArray &setting, ScreenValues &values)
+QString apply(const QByteArray &setting, bool asIs, ScreenValues &values)
 {
     const qsizetype equals = setting.indexOf('=');
     const QByteArray name = setting.left(equals);
+    // The value may be a secret, which no message repeats; so may all of it.
     if (equals < 0)
-        return QString::fromUtf8(setting) + QStringLiteral(" is not NAME=VALUE");
-    // The value may be a secret, which no message repeats.
+        return QStringLiteral("is not NAME=VALUE");
+    if (!asIs && (name == "user" || name == "password") && !isOnePppdWord(setting.mid(equals + 1)))
+        return QString::fromUtf8(name) +
+               QStringLiteral(" is not one word for pppd, which would take the rest for options: "
+                              "quote it, or give --as-is");
     const QString wrong = applyValue(name, setting.mid(equals + 1), values);
     return wrong.isEmpty() ? wrong : QString::fromUtf8(name) + u' ' + wrong;
 }

@@ -15,7 +15,7 @@ from programtest import ProgramTest
 PROVISION = "/app/corvanta-provision"
 MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
 SAID = "/testrun/said"
-ALL = ("apn=web.example", "dial=*99***1#", "user=guest", "password=pass word", "pin=1234",
+ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pass word", "pin=1234",
        "auth=PAP", "auto-connect=YES", "counts=7")
 VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
 
@@ -41,7 +41,7 @@ class Provision(ProgramTest):
     def test_every_value(self) -> None:
         """The files of a panel on which all was typed, for root alone; the panel shows them."""
         for name, setup in (("arguments", command(*ALL)),
-                            ("standard input", command(*ALL[:3], "-", lines="\n".join(ALL[3:])))):
+                            ("standard input", command(*ALL[:3], "-", lines="\n# secrets\n" + "\n".join(ALL[3:])))):
             with self.subTest(name):
                 root = self.provisioned(setup)
                 root.start()
@@ -58,9 +58,10 @@ class Provision(ProgramTest):
                 self.leave(root)
 
     def test_values_that_are_not_named(self) -> None:
-        """They stay; of a list that is too short, as on the panel, none does."""
+        """They stay, also those of a list that is too short."""
         for name, stored, kept in (("stored", STORED, STORED),
-                                   ("too short", b"apn\n*99#\n", b"\n\n\n\n\n0\n")):
+                                   ("too short", b"apn\n*99#\n", b"apn\n*99#\n\n\n\n0\n"),
+                                   ("no method", b"a\n\n\n\n\n7\n", b"a\n\n\n\n\n-1\n")):
             with self.subTest(name):
                 setup = f"printf %s {quote(stored.decode())} >{PARAMETERS}\n{command('pin=0000')}"
                 root = self.provisioned(setup)
@@ -77,14 +78,18 @@ class Provision(ProgramTest):
             ("no unknown name", "passwd=secret"), ("no other method", "auth=pap"),
             ("no other choice", "auto-connect=maybe"), ("no word alone", "internet"),
             ("no length beyond a line edit's", "user=" + "x" * 32768),
+            ("no option of pppd", 'user=x init "touch /run/executed"'),
+            ("no quote into the next line", "password='secret"),
+            ("no word behind a quote", "user='x'y z"),
         )
         setup = "".join(command("apn=new", word) for _, word in table)
-        setup += command("apn=new", "-", lines="user=half a character \\0303")
+        setup += command("apn=new", "-", lines="user=half-a-character-\\0303")
+        setup += command("apn=new", "-", lines="secret")
         root = self.provisioned(setup + command())
         root.start()
         said = self.said(root)
-        self.assertEqual(said.count("status 64\n"), len(table) + 2, said)
-        self.assertEqual(said.count("; nothing is changed\n"), len(table) + 1, said)
+        self.assertEqual(said.count("status 64\n"), len(table) + 3, said)
+        self.assertEqual(said.count("; nothing is changed\n"), len(table) + 2, said)
         self.assertNotIn("secret", said)
         for file in FILES:
             self.assertIsNone(root.read(file))
@@ -102,6 +107,30 @@ class Provision(ProgramTest):
                 root.start()
                 self.assertIn("status 74\n", self.said(root))
                 self.assertIn(said, self.said(root))
+
+    def test_no_input(self) -> None:
+        """Secrets that do not arrive leave all as it was."""
+        def run(redirection: str) -> str:
+            return f"{PROVISION} apn=new - {redirection} 2>/dev/null\necho \"status $?\" >>{SAID}\n"
+        root = self.provisioned("".join(map(run, ("</", "<&-", "</dev/null"))))
+        root.start()
+        self.assertEqual(self.said(root), "status 66\n" * 3)
+        self.assertIsNone(root.read(PARAMETERS))
+        self.leave(root)
+
+    def test_two_at_once(self) -> None:
+        """The files are those of one of them, whole, and agree."""
+        one, other = (f"{PROVISION} {join(values)} >/dev/null || echo failed >>{SAID}" for values in (
+            ("apn=a", "user=one", "pin=1"), ("apn=another.example", "user=", "pin=")))
+        note = f"cat {' '.join(FILES)} | md5sum >>{SAID}"
+        root = self.provisioned(
+            f"{one}; {note}; {other}; {note}\n"
+            f"for i in 1 2 3 4 5 6 7 8 9; do ({one}) & ({other}) & wait; {note}; done\n")
+        root.start()
+        said = self.said(root).splitlines()
+        self.assertEqual(len(said), 11, said)
+        self.assertEqual(set(said), set(said[:2]))
+        self.leave(root)
 
     def test_beside_a_panel(self) -> None:
         """It says that the panel must be restarted, for its Exit would store what it shows."""
