@@ -31,7 +31,8 @@ class Dialling(BoardTest):
         logged = self.sh("journalctl --quiet --identifier=chat")
         self.assertIn("AT+COPS?", logged)
         self.assertEqual("CPIN" in logged, int(self.sh("systemctl --version").split()[1]) < 253)
-        self.assertEqual(self.heard()[2:], [
+        self.assertEqual(self.heard()[1], '"AT+CPIN?"')
+        self.assertEqual(self.heard()[3:], [
             r'"AT+CPIN=\"1234\""', '"AT"', '"ATZ"', '"ATI"', '"AT+COPS?"',
             r'"AT+CGDCONT=1,\"IP\",\"web.example\""', r'"\"ATD*99***1#\""'])
         network = self.board.guest.read(NETWORK_LOG).decode()

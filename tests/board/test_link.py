@@ -109,7 +109,7 @@ class Link(BoardTest):
         self.start_program()
         self.panel.press("Connect")
         self.wait_link("connected", GREEN)
-        self.board.dongle.tell_modem({"refused": "+COPS"})
+        self.board.dongle.tell_modem({"refused": "+CGDCONT"})
         self.sh("killall netpppd")
         self.wait_board(f"[ $(grep -c 'Connect script failed' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
         self.wait_link("disconnected", RED)
