@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto LockPatience = 500ms; // The GUI stands still meanwhile.
+constexpr auto LockPatience = 300ms; // The GUI stands still meanwhile.
 
 } // namespace
 
@@ -35,6 +35,7 @@ void Makeup::trackEdits()
 
 void Makeup::loadParam()
 {
+    const ParameterLock lock(LockPatience);
     dialUpFile.load(paramList);
     if (const auto values = paramlist::dialUpValues(paramList))
         showDialUp(*values);

@@ -7,20 +7,20 @@ using linefile::Content;
 
 void StoredFile::load(QStringList &list)
 {
-    const Content content = linefile::read(m_path);
-    m_read = content.state == Content::Whole;
-    m_unreadable = content.state == Content::Unreadable;
-    m_everRead = m_everRead || m_read;
-    m_edited = false;
-    if (m_read)
+    const Content content = linefile::read(path);
+    read = content.state == Content::Whole;
+    unreadable = content.state == Content::Unreadable;
+    everRead = everRead || read;
+    edited = false;
+    if (read)
         list = paramlist::parse(content.bytes);
     else
-        list.append(m_defaults);
+        list.append(defaults);
 }
 
 void StoredFile::save(const QStringList &lines) const
 {
     // A file that was missing may have come with a mount that was late.
-    if (m_read || m_edited || linefile::read(m_path).state == Content::Missing)
-        linefile::write(m_path, lines);
+    if (read || edited || linefile::read(path).state == Content::Missing)
+        linefile::write(path, lines);
 }

@@ -7,16 +7,14 @@
 class StoredFile
 {
 public:
-    /** @param defaults lines that stand in for a file that cannot be read */
-    StoredFile(const char *path, const QStringList &defaults) : m_path(path), m_defaults(defaults)
-    {
-    }
+    /** @param standIns lines that stand in for a file that cannot be read */
+    StoredFile(const char *file, const QStringList &standIns) : path(file), defaults(standIns) {}
 
     /** Replaces a list by the lines of the file, or appends the defaults when it cannot be read. */
     void load(QStringList &list);
 
     /** Notes that the operator has edited the file's page since the load. */
-    void noteEdit() { m_edited = true; }
+    void noteEdit() { edited = true; }
 
     /** Writes lines. A file whose content the last load has missed is kept unless its page was
      *  edited: defaults that nobody typed must not replace it. */
@@ -24,13 +22,13 @@ public:
 
     /** @return true when the file is there and no load has read it: a list then holds defaults
      *          that say nothing about the link */
-    bool isUnknown() const { return m_unreadable && !m_everRead; }
+    bool isUnknown() const { return unreadable && !everRead; }
 
 private:
-    QString m_path;
-    QStringList m_defaults;
-    bool m_read = false;       ///< by the last load
-    bool m_unreadable = false; ///< the last load found the file and could not read it
-    bool m_everRead = false;
-    bool m_edited = false;
+    QString path;
+    QStringList defaults;
+    bool read = false;       ///< by the last load
+    bool unreadable = false; ///< the last load found the file and could not read it
+    bool everRead = false;
+    bool edited = false;
 };

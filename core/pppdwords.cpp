@@ -15,8 +15,8 @@ bool isOnePppdWord(const QByteArray &value)
                 return false;
             if (place == Quoted)
                 continue;
-            if (c == '#')
-                return true;
+            if (c == '#') // In front of the value, it has pppd take the next line's word.
+                return place == Inside;
             if (c == '"' || c == '\'') {
                 quote = c;
                 place = Quoted;

@@ -7,6 +7,7 @@
  * Checks that pppd takes a value as one word, as its manual page pppd(8) describes options files:
  * white space separates words, quotes and backslashes keep them together, and # begins a comment.
  * @return false when a further word follows, which pppd would take for an option of its own, or
- *         when a quote or a backslash would reach into the next line; true for an empty value
+ *         when a comment, a quote or a backslash has it read on in the next line; true for an empty
+ *         value
  */
 bool isOnePppdWord(const QByteArray &value);

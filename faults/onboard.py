@@ -35,8 +35,8 @@ HELD_LINE = ("Connect starts pppd right after killall: an earlier one that nobod
              "the line for some seconds more, so the first dial fails, the notice comes, and pppd "
              "dials again by itself half a minute later")
 EXECUTED = "/run/executed"
-EXECUTES = ("pppd runs, as root, what a user name names behind a blank and the word welcome: the peer "
-            "file has no quoting, and who may write the parameters is root")
+EXECUTES = ("pppd runs, as root, what a user name names behind a blank and the word welcome: the "
+            "peer file has no quoting, and who may write the parameters is root")
 # Seconds on the board from the touch of Connect to the notice: the program waits 15 s from pppd's
 # start on.
 NOTICE = 14.5, 25

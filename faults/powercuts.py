@@ -73,7 +73,7 @@ def cuts(writes: list[Write]) -> Iterator[tuple[int, list[Write]]]:
 
 
 def values_of(content: bytes) -> list[bytes]:
-    """The values of a parameter file, as the program reads them; nothing of one that is too short."""
+    """The values of a parameter file, as the program reads them; none of a short one."""
     lines = content.split(b"\n")[:-1]
     values = [line.partition(b"\0")[0] for line in lines[:len(VALUES) + 1]]
     return values if len(values) > len(VALUES) else []

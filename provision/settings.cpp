@@ -73,9 +73,7 @@ QString applyValue(const QByteArray &name, const QByteArray &value, ScreenValues
     }
     if (name == "auth")
         return applyMethod(value, values.dialUp.authMethod);
-    if (name == "auto-connect")
-        return applyChoice(value, values.autoConnect.choice);
-    return QStringLiteral("is no parameter");
+    return applyChoice(value, values.autoConnect.choice);
 }
 
 } // namespace
@@ -103,6 +101,8 @@ QString apply(const QByteArray &setting, bool asIs, ScreenValues &values)
         return QString::fromUtf8(name) +
                QStringLiteral(" is not one word for pppd, which would take the rest for options: "
                               "quote it, or give --as-is");
+    if (textOf(name, values) == nullptr && name != "auth" && name != "auto-connect")
+        return QStringLiteral("names no parameter");
     const QString wrong = applyValue(name, setting.mid(equals + 1), values);
     return wrong.isEmpty() ? wrong : QString::fromUtf8(name) + u' ' + wrong;
 }

@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds PollInterval{3000};
 class EscapeKey : public QObject
 {
 public:
-    EscapeKey(QDialog *dialog, QPushButton *button) : QObject(dialog), m_button(button)
+    EscapeKey(QDialog *dialog, QPushButton *button) : QObject(dialog), button(button)
     {
         dialog->installEventFilter(this);
     }
@@ -32,12 +32,12 @@ public:
         if (event->type() != QEvent::KeyPress ||
             !static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel))
             return false;
-        m_button->click();
+        button->click();
         return true;
     }
 
 private:
-    QPushButton *m_button;
+    QPushButton *button;
 };
 
 } // namespace

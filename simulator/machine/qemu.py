@@ -82,9 +82,9 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
     for name in (QMP_SOCKET, AGENT_SOCKET):
         remove(folder / name)
     (folder / SPARE_LOG).touch()
-    argv = ["qemu-system-arm", "-blockdev", _spare_disk(spare), *devices(size, machine, app_disk), "-no-reboot", "-display", "none",
-            "-serial", f"file:{SERIAL_LOG}",
-            "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
+    argv = ["qemu-system-arm", "-blockdev", _spare_disk(spare),
+            *devices(size, machine, app_disk), "-no-reboot", "-display", "none", "-serial",
+            f"file:{SERIAL_LOG}", "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
     if state is not None:
         argv += ["-incoming", "exec:cat " + shlex.quote(str(state))]
     # Also without a viewer, its refreshing turns QEMU's main loop every three seconds. That bounds

@@ -55,7 +55,6 @@ private slots:
     void cleanup();
     void styleSheetsAreFixedTexts_data();
     void styleSheetsAreFixedTexts();
-    void slotsKeepTheirOrder();
     void signalHandlerKeepsErrno();
     void dialogKinds_data();
     void dialogKinds();
@@ -98,21 +97,6 @@ void MakeupTest::styleSheetsAreFixedTexts()
     QFile sheet(QStringLiteral(":/styles/%1.qss").arg(QLatin1String(QTest::currentDataTag())));
     QVERIFY(sheet.open(QIODevice::ReadOnly));
     QTEST(QCryptographicHash::hash(sheet.readAll(), QCryptographicHash::Sha1).toHex(), "sha1");
-}
-
-void MakeupTest::slotsKeepTheirOrder()
-{
-    const QMetaObject &type = Makeup::staticMetaObject;
-    QByteArrayList signatures;
-    for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
-        QCOMPARE(type.method(i).methodType(), QMetaMethod::Slot);
-        signatures << type.method(i).methodSignature();
-    }
-    QCOMPARE(
-        signatures,
-        (QByteArrayList{"saveParam()", "doPPPConnect()", "doPPPDisconnect()", "checkPPPConnect()",
-                        "checkPPPMsg()", "pinResponse()", "handleSigUsr()", "mClose()",
-                        "managerFinished(QNetworkReply*)", "checkSignalStrength(int)"}));
 }
 
 void MakeupTest::signalHandlerKeepsErrno()

@@ -77,9 +77,10 @@ int __wrap_fchmod(int fd, mode_t mode)
 ssize_t __real_pwrite64(int fd, const void *bytes, size_t count, off_t offset);
 ssize_t __wrap_pwrite64(int fd, const void *bytes, size_t count, off_t offset)
 {
+    const auto length = static_cast<qsizetype>(count);
     QByteArray data = disk.data;
-    data.replace(offset, count, static_cast<const char *>(bytes), count);
-    disk.change(data, std::max<qsizetype>(disk.size, offset + count));
+    data.replace(offset, length, static_cast<const char *>(bytes), length);
+    disk.change(data, std::max<qsizetype>(disk.size, offset + length));
     return __real_pwrite64(fd, bytes, count, offset);
 }
 

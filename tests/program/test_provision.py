@@ -15,8 +15,8 @@ from programtest import ProgramTest
 PROVISION = "/app/corvanta-provision"
 MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
 SAID = "/testrun/said"
-ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pass word", "pin=1234",
-       "auth=PAP", "auto-connect=YES", "counts=7")
+ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pass word",
+       "pin=1234", "auth=PAP", "auto-connect=YES", "counts=7")
 VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
 
 
@@ -41,7 +41,8 @@ class Provision(ProgramTest):
     def test_every_value(self) -> None:
         """The files of a panel on which all was typed, for root alone; the panel shows them."""
         for name, setup in (("arguments", command(*ALL)),
-                            ("standard input", command(*ALL[:3], "-", lines="\n# secrets\n" + "\n".join(ALL[3:])))):
+                            ("standard input", command(
+                                *ALL[:3], "-", lines="\n".join(["", "# secrets", *ALL[3:]])))):
             with self.subTest(name):
                 root = self.provisioned(setup)
                 root.start()
@@ -75,12 +76,12 @@ class Provision(ProgramTest):
         """Nothing is changed, and no message repeats a value."""
         table = (
             ("no line end", "password=secret\n1"), ("no white space at an end", "apn= x"),
-            ("no unknown name", "passwd=secret"), ("no other method", "auth=pap"),
+            ("no unknown name", "secret=x"), ("no other method", "auth=pap"),
             ("no other choice", "auto-connect=maybe"), ("no word alone", "internet"),
             ("no length beyond a line edit's", "user=" + "x" * 32768),
             ("no option of pppd", 'user=x init "touch /run/executed"'),
             ("no quote into the next line", "password='secret"),
-            ("no word behind a quote", "user='x'y z"),
+            ("no word behind a quote", "user='x'y z"), ("no comment", "user=#x"),
         )
         setup = "".join(command("apn=new", word) for _, word in table)
         setup += command("apn=new", "-", lines="user=half-a-character-\\0303")
@@ -120,8 +121,8 @@ class Provision(ProgramTest):
 
     def test_two_at_once(self) -> None:
         """The files are those of one of them, whole, and agree."""
-        one, other = (f"{PROVISION} {join(values)} >/dev/null || echo failed >>{SAID}" for values in (
-            ("apn=a", "user=one", "pin=1"), ("apn=another.example", "user=", "pin=")))
+        one, other = (f"{PROVISION} {values} >/dev/null || echo failed >>{SAID}" for values in (
+            "apn=a user=one pin=1", "apn=another.example user= pin="))
         note = f"cat {' '.join(FILES)} | md5sum >>{SAID}"
         root = self.provisioned(
             f"{one}; {note}; {other}; {note}\n"

@@ -38,7 +38,8 @@ public:
     NetworkSide(const NetworkSide &) = delete;
     NetworkSide &operator=(const NetworkSide &) = delete;
 
-    /** Makes the namespace, its addresses and its name server. @return what failed, nothing when all is well */
+    /** Makes the namespace, its addresses and its name server. @return what failed, nothing when
+     * all is well */
     std::string prepare();
 
     /** Starts the program on a terminal. @return what failed, nothing when it runs */
