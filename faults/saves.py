@@ -102,13 +102,15 @@ def ended(root: PrivateRoot, save: Save, signal: str) -> str | None:
 
 
 def state(root: PrivateRoot, save: Save, path: str, killed: bool) -> str:
-    """Which content a file has: a kill may leave it new with line feeds behind, old, or, when there
+    """Which content a file has: a kill may leave it new or old with newlines behind or, when there
     was none, empty."""
     content, before, after = root.read(path), save.before.get(path), save.after[path]
     if content == after or killed and content and content.rstrip(b"\n") == after.rstrip(b"\n"):
         return NEW
-    expect(killed and content in (before, before or b""), f"{path} holds {content!r}")
-    return OLD if content == before else EMPTY
+    old = (before or b"").rstrip(b"\n")
+    expect(killed and (content is before is None or content is not None
+                       and content.rstrip(b"\n") == old), f"{path} holds {content!r}")
+    return OLD if content == before or old else EMPTY
 
 
 def row(name: str, call: Call, signal: str) -> Row:

@@ -140,11 +140,12 @@ bool keepToOwner(int fd)
     struct stat info;
     const auto takeOver = [fd] { return ::fchown(fd, ::geteuid(), ::getegid()); };
     const auto closeToOthers = [fd] { return ::fchmod(fd, OwnerOnly); };
-    if (statOf(fd, &info) == -1 || (info.st_uid != ::geteuid() && uninterrupted(takeOver) == -1))
+    if (statOf(fd, &info) == -1)
         return false;
+    const bool owned = info.st_uid == ::geteuid() || uninterrupted(takeOver) == 0;
     if ((info.st_mode & ALLPERMS) == OwnerOnly || uninterrupted(closeToOthers) == 0)
-        return true;
-    return (info.st_mode & OthersAccess) == 0;
+        return owned;
+    return owned && (info.st_mode & OthersAccess) == 0;
 }
 
 /** Where a path leads, links followed. */
