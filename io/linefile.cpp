@@ -123,13 +123,13 @@ bool cut(int fd, off_t length)
  * and cut. Whatever a power cut leaves then reads as the earlier or as the new content.
  * @param size of the file, in bytes
  */
-bool replace(int fd, const QByteArray &content, qsizetype size)
+bool replace(int fd, const QByteArray &content, off_t size)
 {
-    const qsizetype longer = content.size() - size;
+    const off_t longer = content.size() - size;
     // Newlines in an empty file would read as empty values.
     if (size > 0 && longer > 0 && !(writeAll(fd, QByteArray(longer, '\n'), size) && sync(fd)))
         return false;
-    const QByteArray padded = content.leftJustified(std::min(size, MaxBytes), '\n');
+    const QByteArray padded = content.leftJustified(std::min<off_t>(size, MaxBytes), '\n');
     return writeAll(fd, padded) && sync(fd) &&
            (longer >= 0 || (cut(fd, content.size()) && sync(fd)));
 }
