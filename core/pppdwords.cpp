@@ -1,35 +1,127 @@
 #include "core/pppdwords.h"
 
 #include <cctype>
+#include <optional>
+
+namespace
+{
+
+constexpr qsizetype MaxWordLength = 1024;
+
+bool isSpace(char c)
+{
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+class WordReader
+{
+public:
+    explicit WordReader(const QByteArray &file) : m_file(file) {}
+
+    bool hasOpenQuote() const { return m_quote != 0; }
+
+    /** @return nothing at the end of the file */
+    std::optional<QByteArray> next()
+    {
+        skipToWord();
+        if (isAtEnd())
+            return std::nullopt;
+        QByteArray word;
+        while (!isAtEnd() && !isAtEndOfWord())
+            readInto(word);
+        return word.left(MaxWordLength);
+    }
+
+private:
+    bool isAtEnd() const { return m_at >= m_file.size(); }
+    bool startsLineContinuation() const { return m_file.mid(m_at, 2) == "\\\n"; }
+    bool isAtEndOfWord() const
+    {
+        return m_quote == 0 && (m_file[m_at] == '#' || isSpace(m_file[m_at]));
+    }
+
+    void skipToWord()
+    {
+        for (bool comment = false; !isAtEnd(); ++m_at) {
+            const char c = m_file[m_at];
+            if (c == '\n')
+                comment = false;
+            else if (c == '#')
+                comment = true;
+            else if (!comment && startsLineContinuation())
+                ++m_at;
+            else if (!comment && !isSpace(c))
+                return;
+        }
+    }
+
+    void readInto(QByteArray &word)
+    {
+        const char c = m_file[m_at++];
+        if (c == '\\')
+            readEscape(word);
+        else if (m_quote != 0 && c == m_quote)
+            m_quote = 0;
+        else if (m_quote == 0 && (c == '"' || c == '\''))
+            m_quote = c;
+        else
+            word += c;
+    }
+
+    void readEscape(QByteArray &word)
+    {
+        static const QByteArray letters = "abfnrst";
+        static const QByteArray meanings = "\a\b\f\n\r \t";
+        if (isAtEnd())
+            return;
+        const char c = m_file[m_at];
+        if (c >= '0' && c <= '7') {
+            word += readNumber(3, 8);
+            return;
+        }
+        ++m_at;
+        if (c == 'x')
+            word += readNumber(2, 16);
+        else if (const qsizetype i = letters.indexOf(c); i >= 0)
+            word += meanings[i];
+        else if (c != '\n')
+            word += c;
+    }
+
+    char readNumber(int digits, int base)
+    {
+        int value = 0;
+        for (; digits > 0 && !isAtEnd(); --digits, ++m_at) {
+            bool isDigit = false;
+            const int digit = m_file.mid(m_at, 1).toInt(&isDigit, base);
+            if (!isDigit)
+                break;
+            value = value * base + digit;
+        }
+        return static_cast<char>(value);
+    }
+
+    const QByteArray &m_file;
+    qsizetype m_at = 0;
+    char m_quote = 0; ///< that the current word has open; 0 outside quotation marks
+};
+
+} // namespace
+
+PppdWords splitPppdWords(const QByteArray &file)
+{
+    PppdWords found;
+    WordReader reader(file);
+    while (const auto word = reader.next())
+        found.words.append(*word);
+    found.hasOpenQuote = reader.hasOpenQuote();
+    return found;
+}
 
 bool isOnePppdWord(const QByteArray &value)
 {
-    enum { Before, Inside, Quoted, Behind } place = Before;
-    char quote = 0;
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        const char c = value[i];
-        if (place == Quoted && c == quote) {
-            place = Behind; // Whether pppd goes on with the word depends on its release.
-        } else if (place == Quoted || place == Inside || place == Before) {
-            if (c == '\\' && ++i == value.size())
-                return false;
-            if (place == Quoted)
-                continue;
-            if (c == '#') // In front of the value, it has pppd take the next line's word.
-                return place == Inside;
-            if (c == '"' || c == '\'') {
-                quote = c;
-                place = Quoted;
-            } else if (std::isspace(static_cast<unsigned char>(c))) {
-                place = place == Inside ? Behind : Before;
-            } else {
-                place = Inside;
-            }
-        } else if (c == '#') {
-            return true;
-        } else if (!std::isspace(static_cast<unsigned char>(c))) {
-            return false;
-        }
-    }
-    return place != Quoted;
+    if (value.trimmed().isEmpty())
+        return true;
+    const PppdWords found = splitPppdWords("name " + value + "\nnext\n");
+    return !found.hasOpenQuote && found.words.size() == 3 && found.words[2] == "next";
 }

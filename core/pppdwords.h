@@ -1,13 +1,25 @@
-// How pppd splits a value that stands in its peer file without quotes of our own.
+// How pppd splits its options files, such as the peer file, into words.
 #pragma once
 
 #include <QByteArray>
+#include <QList>
+
+/** Words of an options file. */
+struct PppdWords {
+    QList<QByteArray> words;   ///< at most 1024 bytes each; pppd drops the rest
+    bool hasOpenQuote = false; ///< a quote in the last word is not closed before the file ends
+};
 
 /**
- * Checks that pppd takes a value as one word, as its manual page pppd(8) describes options files:
- * white space separates words, quotes and backslashes keep them together, and # begins a comment.
- * @return false when a further word follows, which pppd would take for an option of its own, or
- *         when a comment, a quote or a backslash has it read on in the next line; true for an empty
- *         value
+ * Splits an options file as pppd does, 2.4.9 and 2.5: white space separates words, quotation marks
+ * and backslashes keep characters together, and # starts a comment outside quotation marks.
+ * See pppd(8), OPTIONS FILES; escape sequences are those of C, and \s for a space.
+ */
+PppdWords splitPppdWords(const QByteArray &file);
+
+/**
+ * Checks that pppd reads a value of the peer file as one word.
+ * @return false when pppd would take part of the value as an option, or read on in the next line;
+ *         true for an empty value
  */
 bool isOnePppdWord(const QByteArray &value);

@@ -178,6 +178,19 @@ QByteArray joined(const QStringList &lines)
     return content;
 }
 
+/** @param size that the file had before, in bytes; more than content has if that was cut at
+ * MaxBytes
+ */
+bool restore(int fd, const QByteArray &content, off_t size)
+{
+    struct stat info;
+    if (statOf(fd, &info) == -1)
+        return false;
+    if (size > content.size())
+        return writeAll(fd, content) && cut(fd, size) && sync(fd);
+    return replace(fd, content, info.st_size);
+}
+
 /** Gives an open file new content, or leaves it the earlier one if that can be read. */
 bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
 {
@@ -196,7 +209,7 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
     if (replace(fd, content, info.st_size))
         return true;
     logFailure("write", name, errno);
-    if (earlier && !(writeAll(fd, *earlier) && cut(fd, info.st_size) && sync(fd)))
+    if (earlier && !restore(fd, *earlier, info.st_size))
         logFailure("restore", name, errno);
     return false;
 }
@@ -208,10 +221,10 @@ Content read(const QString &path)
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file = openRegular(name, O_RDONLY);
     if (const auto bytes = file.isOpen() ? readAll(file.get()) : std::nullopt)
-        return {Content::Whole, *bytes};
+        return {Content::Whole, *bytes, 0};
     const int error = errno;
     logFailure("read", name, error);
-    return {error == ENOENT ? Content::Missing : Content::Unreadable, {}};
+    return {error == ENOENT ? Content::Missing : Content::Unreadable, {}, error};
 }
 
 bool write(const QString &path, const QStringList &lines)

@@ -18,6 +18,7 @@ struct Content {
     };
     State state;
     QByteArray bytes; ///< of a whole file
+    int error = 0;    ///< errno if it is missing or unreadable
 };
 
 /** Reads a regular file, at most its first MiB. Never blocks, whatever the path is. */

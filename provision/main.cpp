@@ -1,16 +1,16 @@
-// corvanta-provision: sets the parameters without a panel, in the files that the panel writes.
+// corvanta-provision: sets, shows and checks the parameters without a panel.
 #include "core/boardpaths.h"
-#include "core/chatscript.h"
-#include "core/paramlist.h"
-#include "core/peerfile.h"
 #include "io/linefile.h"
 #include "io/onlycopy.h"
 #include "io/ownground.h"
 #include "io/parameterlock.h"
+#include "provision/dialcheck.h"
 #include "provision/settings.h"
+#include "provision/storedvalues.h"
 
 #include <QFile>
 #include <QLoggingCategory>
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -22,17 +22,21 @@ namespace
 {
 
 using namespace std::chrono_literals;
+using paramlist::ScreenValues;
 
-constexpr auto LockPatience = 3000ms;
-constexpr int AuthMethods = 3; // rows of the panel's list
+constexpr auto LockTimeout = 3000ms;
+constexpr int WillNotDial = 1;
 
 constexpr char Usage[] =
     "Usage: corvanta-provision [--as-is] NAME=VALUE... [-]\n"
-    "Sets the panel's parameters and writes the chat script and the peer file from all of them.\n"
+    "       corvanta-provision --show | --check\n"
+    "Set the panel's parameters and write the chat script and the peer file from all of them.\n"
     "A parameter that is not named keeps its value. - reads further lines NAME=VALUE from\n"
-    "standard input: arguments can be seen by every user of the machine. Empty lines and lines\n"
-    "that begin with # are skipped.\n\n"
-    "  --as-is             take user names and passwords that pppd reads as several options\n"
+    "standard input: every user of the board can see arguments. Empty lines and lines that\n"
+    "start with # are skipped.\n\n"
+    "  --as-is             accept user names and passwords that pppd reads as several options\n"
+    "  --show              print the stored parameters, secrets as stars\n"
+    "  --check             print how pppd and chat interpret them; status 1: they will not dial\n"
     "  -h, --help          print this help\n"
     "  --version           print the version\n\n";
 
@@ -46,6 +50,11 @@ int fail(int status, const QString &text)
 {
     std::fprintf(stderr, "corvanta-provision: %s\n", qPrintable(text));
     return status;
+}
+
+int failUnchanged(int status, const QString &text)
+{
+    return fail(status, text + QStringLiteral("; nothing is changed"));
 }
 
 /** @return the lines of standard input; nothing when it cannot be read or has none */
@@ -67,113 +76,126 @@ QList<Setting> readInput()
     return found;
 }
 
-/** One list of a parameter file, or its defaults without such a file; a list that is too short gets
- *  its further values from the others. @return whether it is known */
-bool load(const char *path, const QStringList &defaults, const QStringList &further,
-          QStringList &list)
+/** @return an exit status */
+int load(ScreenValues &values)
 {
-    const linefile::Content content = linefile::read(path);
-    if (content.state == linefile::Content::Unreadable)
-        return false;
-    list = content.state == linefile::Content::Whole ? paramlist::parse(content.bytes) : defaults;
-    list.append(further.mid(list.size()));
-    return true;
+    const QString error = storedvalues::load(values);
+    return error.isEmpty() ? EX_OK : failUnchanged(EX_IOERR, error);
 }
 
-/** The values that the panel would store, as far as it has them. @return an exit status */
-int loadValues(paramlist::ScreenValues &values)
+/** @return an exit status */
+int write(const ScreenValues &values)
 {
-    QStringList dialUp;
-    QStringList autoConnect;
-    const QStringList dialUpDefaults = paramlist::dialUpDefaults();
-    if (!load(boardpaths::ParameterFile, dialUpDefaults, dialUpDefaults, dialUp))
-        return fail(EX_IOERR, QStringLiteral("could not read %1; nothing is changed")
-                                  .arg(QLatin1String(boardpaths::ParameterFile)));
-    // Of a file that is too short the panel selects neither choice, which is NO, and no Counts.
-    if (!load(boardpaths::AutoConnectFile, paramlist::autoConnectDefaults(),
-              {QStringLiteral("1"), QString()}, autoConnect))
-        return fail(EX_IOERR, QStringLiteral("could not read %1; nothing is changed")
-                                  .arg(QLatin1String(boardpaths::AutoConnectFile)));
-    values = {*paramlist::dialUpValues(dialUp), *paramlist::autoConnectValues(autoConnect)};
-    int &method = values.dialUp.authMethod;
-    if (method < 0 || method >= AuthMethods)
-        method = -1; // as the panel's list, which has no row for it
+    QStringList written;
+    for (const auto &file :
+         storedvalues::parameterFiles(values) + storedvalues::generatedFiles(values)) {
+        const QString path = QLatin1String(file.path);
+        if (!linefile::write(path, file.lines)) {
+            const QString others =
+                written.isEmpty() ? QStringLiteral("nothing") : written.join(QStringLiteral(", "));
+            return fail(
+                EX_IOERR,
+                QStringLiteral("could not write %1; already written: %2").arg(path, others));
+        }
+        std::printf("wrote %s\n", file.path);
+        written.append(path);
+    }
     return EX_OK;
 }
 
-/** Writes one of the files, and tells which others are written already when it cannot. @return
- *  whether it is on storage */
-bool write(const char *path, const QStringList &lines, QStringList &written)
-{
-    if (linefile::write(path, lines)) {
-        std::printf("wrote %s\n", path);
-        written.append(QLatin1String(path));
-        return true;
-    }
-    const QString others =
-        written.isEmpty() ? QStringLiteral("nothing") : written.join(QStringLiteral(", "));
-    fail(
-        EX_IOERR,
-        QStringLiteral("could not write %1; already written: %2").arg(QLatin1String(path), others));
-    return false;
-}
-
-/** In the order in which the panel writes them before it dials. */
-bool writeAll(const paramlist::ScreenValues &values)
-{
-    const QStringList dialUp = paramlist::dialUpLines(values.dialUp);
-    QStringList written;
-    return write(boardpaths::ParameterFile, dialUp, written) &&
-           write(boardpaths::AutoConnectFile, paramlist::autoConnectLines(values.autoConnect),
-                 written) &&
-           write(boardpaths::PeerFile, peerFileLines(dialUp, QStringLiteral(CORVANTA_DNS_ADDRESS)),
-                 written) &&
-           write(boardpaths::ChatScript, chatScriptLines(dialUp), written);
-}
-
-/** What the command line asks for. */
-struct CommandLine {
-    bool asIs = false;
-    bool inputIsEmpty = false; ///< also when it could not be read
-    QList<Setting> settings;
-};
-
-CommandLine parse(int argc, char **argv)
-{
-    CommandLine line;
-    for (int i = 1; i < argc; ++i) {
-        const QByteArray word(argv[i]);
-        if (word == "--as-is") {
-            line.asIs = true;
-        } else if (word == "-") {
-            const QList<Setting> input = readInput();
-            line.inputIsEmpty = line.inputIsEmpty || input.isEmpty();
-            line.settings.append(input);
-        } else {
-            line.settings.append({word, QStringLiteral("argument %1").arg(i)});
-        }
-    }
-    return line;
-}
-
 /** Changes the stored values and writes all files. @return an exit status */
-int store(const CommandLine &line)
+int store(const QList<Setting> &list, bool asIs)
 {
-    const ParameterLock lock(LockPatience);
-    if (!lock.isHeld())
-        return fail(EX_TEMPFAIL, QStringLiteral("the parameters are locked by another program; "
-                                                "nothing is changed, try again"));
-    paramlist::ScreenValues values;
-    if (const int status = loadValues(values); status != EX_OK)
+    ScreenValues values;
+    if (const int status = load(values); status != EX_OK)
         return status;
-    for (const Setting &setting : line.settings) {
-        const QString wrong = settings::apply(setting.text, line.asIs, values);
-        if (!wrong.isEmpty())
-            return fail(EX_USAGE,
-                        QStringLiteral("%1: %2; nothing is changed").arg(setting.place, wrong));
+    for (const Setting &setting : list) {
+        const QString error = settings::apply(setting.text, asIs, values);
+        if (!error.isEmpty())
+            return failUnchanged(EX_USAGE, setting.place + QStringLiteral(": ") + error);
     }
     QLoggingCategory::setFilterRules(QStringLiteral("corvanta.files.warning=true"));
-    return writeAll(values) ? EX_OK : EX_IOERR;
+    const int status = write(values);
+    if (status == EX_OK && isCopyRunning())
+        std::puts("The panel is running. It still has the previous values and stores them on Exit: "
+                  "restart it.");
+    return status;
+}
+
+/** Prints which of the files that pppd and chat read differ from the parameters. */
+void printAgreement(const ScreenValues &values)
+{
+    for (const auto &file : storedvalues::generatedFiles(values)) {
+        const linefile::Content content = linefile::read(QLatin1String(file.path));
+        const bool agrees = content.state == linefile::Content::Whole &&
+                            content.bytes == storedvalues::contentOf(file);
+        std::printf("%s %s\n", file.path,
+                    agrees                                        ? "agrees with the parameters"
+                    : content.state == linefile::Content::Missing ? "does not exist"
+                                                                  : "differs from the parameters");
+    }
+}
+
+/** @return an exit status */
+int show()
+{
+    ScreenValues values;
+    if (const int status = load(values); status != EX_OK)
+        return status;
+    std::printf("%s", qPrintable(settings::listed(values)));
+    printAgreement(values);
+    return EX_OK;
+}
+
+bool hasEntries(const char *secretsFile)
+{
+    const QList<QByteArray> lines = linefile::read(QLatin1String(secretsFile)).bytes.split('\n');
+    return std::any_of(lines.begin(), lines.end(), [](const QByteArray &line) {
+        const QByteArray text = line.trimmed();
+        return !text.isEmpty() && !text.startsWith('#');
+    });
+}
+
+/** @return an exit status */
+int check()
+{
+    ScreenValues values;
+    if (const int status = load(values); status != EX_OK)
+        return status;
+    const auto findings = dialcheck::check(
+        values.dialUp, {hasEntries("/etc/ppp/pap-secrets"), hasEntries("/etc/ppp/chap-secrets")});
+    for (const dialcheck::Finding &finding : findings)
+        std::printf("%s.\n", qPrintable(finding.text));
+    const bool dials = std::all_of(findings.begin(), findings.end(),
+                                   [](const dialcheck::Finding &finding) { return finding.dials; });
+    std::puts(dials ? "pppd and chat dial with these values." : "These values will not dial.");
+    return dials ? EX_OK : WillNotDial;
+}
+
+/** Runs what the command line asks for, and holds the parameters meanwhile. @return an exit status
+ */
+int run(int argc, char **argv)
+{
+    const ParameterLock lock(LockTimeout);
+    if (!lock.isHeld())
+        return failUnchanged(EX_TEMPFAIL, QStringLiteral("could not lock the parameters"));
+    const QByteArray first(argv[1]);
+    if (argc == 2 && first == "--show")
+        return show();
+    if (argc == 2 && first == "--check")
+        return check();
+    QList<Setting> list;
+    for (int i = first == "--as-is" ? 2 : 1; i < argc; ++i) {
+        const QByteArray word(argv[i]);
+        const QList<Setting> further =
+            word == "-" ? readInput()
+                        : QList<Setting>{{word, QStringLiteral("argument %1").arg(i)}};
+        if (further.isEmpty())
+            return failUnchanged(EX_NOINPUT,
+                                 QStringLiteral("standard input is empty or cannot be read"));
+        list.append(further);
+    }
+    return store(list, first == "--as-is");
 }
 
 int printUsage(FILE *stream, int status)
@@ -188,7 +210,7 @@ int main(int argc, char **argv)
 {
     makeOwnGround();
     const QByteArray first(argc > 1 ? argv[1] : "");
-    if (first.isEmpty())
+    if (first.isEmpty() || (argc == 2 && first == "--as-is"))
         return printUsage(stderr, EX_USAGE);
     if (first == "-h" || first == "--help")
         return printUsage(stdout, EX_OK);
@@ -198,14 +220,6 @@ int main(int argc, char **argv)
     }
     if (::geteuid() != 0)
         return fail(EX_NOPERM, QString::fromLocal8Bit(std::strerror(EPERM)) +
-                                   QStringLiteral(": only root may set the parameters"));
-    const CommandLine line = parse(argc, argv);
-    if (line.inputIsEmpty)
-        return fail(EX_NOINPUT, QStringLiteral("standard input is empty or cannot be read; "
-                                               "nothing is changed"));
-    const int status = store(line);
-    if (status == EX_OK && isCopyRunning())
-        std::puts("The panel runs and still has the earlier values, which its Exit would store "
-                  "again: restart it.");
-    return status;
+                                   QStringLiteral(": only root may read and set the parameters"));
+    return run(argc, argv);
 }

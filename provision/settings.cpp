@@ -12,24 +12,24 @@ namespace
 using paramlist::AutoChoice;
 using paramlist::ScreenValues;
 
-constexpr qsizetype FieldLength = 32767; // UTF-16 code units, as many as a line edit takes
+constexpr qsizetype MaxFieldLength = 32767; // UTF-16 code units, as in QLineEdit
 constexpr std::array<const char *, 3> Methods = {"AUTO", "PAP", "CHAP"};
 
-/** @return what keeps a text from being stored, or nothing */
-QString fault(const QByteArray &bytes)
+/** @return why a text cannot be stored; empty when it can */
+QString textError(const QByteArray &bytes)
 {
     const QString text = QString::fromUtf8(bytes);
     if (text.toUtf8() != bytes)
         return QStringLiteral("is not UTF-8");
-    if (text.size() > FieldLength)
-        return QStringLiteral("is longer than %1 characters").arg(FieldLength);
+    if (text.size() > MaxFieldLength)
+        return QStringLiteral("is longer than %1 characters").arg(MaxFieldLength);
     if (paramlist::parse(bytes + '\n') != QStringList(text))
-        return QStringLiteral("has a line end, a NUL, or white space at an end");
+        return QStringLiteral("has a newline or a NUL, or starts or ends with white space");
     return {};
 }
 
-/** @return where a name stores its text; null for a name of another kind */
-QString *textOf(const QByteArray &name, ScreenValues &values)
+/** @return the text with this name; null when no text has it */
+QString *textField(const QByteArray &name, ScreenValues &values)
 {
     if (name == "apn")
         return &values.dialUp.apn;
@@ -65,11 +65,11 @@ QString applyChoice(const QByteArray &value, AutoChoice &choice)
 
 QString applyValue(const QByteArray &name, const QByteArray &value, ScreenValues &values)
 {
-    if (QString *text = textOf(name, values)) {
-        QString wrong = fault(value);
-        if (wrong.isEmpty())
+    if (QString *text = textField(name, values)) {
+        QString error = textError(value);
+        if (error.isEmpty())
             *text = QString::fromUtf8(value);
-        return wrong;
+        return error;
     }
     if (name == "auth")
         return applyMethod(value, values.dialUp.authMethod);
@@ -86,25 +86,42 @@ QString help()
                           "  password=TEXT       password\n"
                           "  pin=TEXT            PIN of the SIM; empty: none is sent\n"
                           "  auth=METHOD         AUTO, PAP or CHAP\n"
-                          "  auto-connect=YES|NO Auto Connect, which is stored for others\n"
-                          "  counts=TEXT         Counts, which is stored for others\n");
+                          "  auto-connect=YES|NO Auto Connect, stored for other programs\n"
+                          "  counts=TEXT         Counts, stored for other programs\n");
+}
+
+QString listed(const ScreenValues &values)
+{
+    const auto star = [](const QString &secret) {
+        return secret.isEmpty() ? QString() : QStringLiteral("********");
+    };
+    const paramlist::DialUpValues &dialUp = values.dialUp;
+    const bool hasMethod = dialUp.authMethod >= 0;
+    return QStringLiteral("apn=%1\ndial=%2\nuser=%3\n")
+               .arg(dialUp.apn, dialUp.dialNumber, dialUp.user) +
+           QStringLiteral("password=%1\npin=%2\nauth=%3\nauto-connect=%4\n")
+               .arg(star(dialUp.password), star(dialUp.pin),
+                    QLatin1String(hasMethod ? Methods.at(dialUp.authMethod) : ""),
+                    values.autoConnect.choice == AutoChoice::Yes ? QStringLiteral("YES")
+                                                                 : QStringLiteral("NO")) +
+           QStringLiteral("counts=%1\n").arg(values.autoConnect.counts);
 }
 
 QString apply(const QByteArray &setting, bool asIs, ScreenValues &values)
 {
     const qsizetype equals = setting.indexOf('=');
     const QByteArray name = setting.left(equals);
-    // The value may be a secret, which no message repeats; so may all of it.
+    // No message repeats the value or the whole text: either may be a secret.
     if (equals < 0)
         return QStringLiteral("is not NAME=VALUE");
     if (!asIs && (name == "user" || name == "password") && !isOnePppdWord(setting.mid(equals + 1)))
         return QString::fromUtf8(name) +
-               QStringLiteral(" is not one word for pppd, which would take the rest for options: "
+               QStringLiteral(" is not one word for pppd, which would read the rest as options: "
                               "quote it, or give --as-is");
-    if (textOf(name, values) == nullptr && name != "auth" && name != "auto-connect")
+    if (textField(name, values) == nullptr && name != "auth" && name != "auto-connect")
         return QStringLiteral("names no parameter");
-    const QString wrong = applyValue(name, setting.mid(equals + 1), values);
-    return wrong.isEmpty() ? wrong : QString::fromUtf8(name) + u' ' + wrong;
+    const QString error = applyValue(name, setting.mid(equals + 1), values);
+    return error.isEmpty() ? error : QString::fromUtf8(name) + u' ' + error;
 }
 
 } // namespace settings

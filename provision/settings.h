@@ -1,4 +1,4 @@
-// What a command line or a file of NAME=VALUE says about the parameters.
+// The settings of corvanta-provision, NAME=VALUE.
 #pragma once
 
 #include "core/paramlist.h"
@@ -9,16 +9,19 @@
 namespace settings
 {
 
-/** One line of help for each name. */
+/** Return the help text, one line for each name. */
 QString help();
 
+/** Return the values as lines NAME=VALUE; stars stand for the password and the PIN. */
+QString listed(const paramlist::ScreenValues &values);
+
 /**
- * Takes over one setting.
- * @param setting "NAME=VALUE" in UTF-8; the value is taken as it stands
- * @param asIs true to store a user name or password that pppd would take for more than one word
- * @return what is wrong with it, in a sentence, or nothing; then the values are unchanged. A value
- *         is wrong when the panel would not show it again as it is.
+ * Apply one setting.
+ * @param setting "NAME=VALUE" in UTF-8; the value is used unchanged
+ * @param asIs true to accept a user name or password that pppd reads as more than one word
+ * @return an error message without the value, and the values are unchanged; empty on success. A
+ *         value is rejected if the panel would not show it unchanged.
  */
-QString apply(const QByteArray &setting, bool asIs, paramlist::ScreenValues &values);
+[[nodiscard]] QString apply(const QByteArray &setting, bool asIs, paramlist::ScreenValues &values);
 
 } // namespace settings

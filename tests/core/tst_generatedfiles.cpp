@@ -1,7 +1,8 @@
-// Chat script and peer file where values could disturb their lines. The whole files are compared
-// byte for byte by the tests of the whole program.
+// Chat script and peer file with values that could disturb their lines, and how pppd reads such
+// values. The end-to-end tests compare whole files byte for byte.
 #include "core/chatscript.h"
 #include "core/peerfile.h"
+#include "core/pppdwords.h"
 
 #include <QtTest>
 
@@ -13,6 +14,8 @@ private slots:
     void chatValues_data();
     void chatValues();
     void peerValuesStandAsTheyAre();
+    void pppdReadsWords_data();
+    void pppdReadsWords();
 };
 
 void GeneratedFilesTest::chatValues_data()
@@ -46,6 +49,44 @@ void GeneratedFilesTest::peerValuesStandAsTheyAre()
     const QStringList lines = peerFileLines({"", "", " \"a b\" ", "%1'\\#", "", "0"}, "192.0.2.1");
     QCOMPARE(lines.mid(9, 3), (QStringList{"user \"a b\"", "password %1'\\#", "ms-dns 192.0.2.1"}));
     QCOMPARE(peerFileLines({}, "192.0.2.1").mid(9, 2), (QStringList{"user ", "password "}));
+}
+
+/** The words that pppd 2.4.9 and 2.5.2 name as "unrecognized option" in a file "VALUE\\nnext\\n".
+ */
+void GeneratedFilesTest::pppdReadsWords_data()
+{
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QList<QByteArray>>("words");
+    QTest::addColumn<bool>("oneWord");
+
+    struct Row {
+        QByteArray value;
+        QList<QByteArray> words;
+    };
+    const QByteArray longest(1024, 'x');
+    for (const Row &row :
+         {Row{"x", {"x"}}, Row{"\"x y\"", {"x y"}}, Row{"'x'y", {"xy"}}, Row{"it\"'\"s", {"it's"}},
+          Row{"a\\ b", {"a b"}}, Row{"a#b", {"a"}}, Row{"\"\"", {""}}, Row{"x'y z'w", {"xy zw"}},
+          Row{"\"a\\\"b\"", {"a\"b"}}, Row{"\\#a", {"#a"}}, Row{"\"a b\"#c", {"a b"}},
+          Row{"a\\x41b", {"aAb"}}, Row{"a\\101b", {"aAb"}}, Row{"a\\sb\\n", {"a b\n"}},
+          Row{"  x  ", {"x"}}, Row{longest + "xx", {longest}}})
+        QTest::newRow(row.value.left(40)) << row.value << row.words << true;
+    for (const Row &row : {Row{"x y", {"x", "y"}}, Row{"'x'y z", {"xy", "z"}}, Row{"#ab", {}}})
+        QTest::newRow(row.value) << row.value << row.words << false;
+    QTest::newRow("joined") << QByteArray("ends\\") << QList<QByteArray>{"endsnext"} << false;
+    QTest::newRow("open") << QByteArray("a\"b") << QList<QByteArray>{"ab\nnext\n"} << false;
+    QTest::newRow("empty") << QByteArray() << QList<QByteArray>{} << true;
+}
+
+void GeneratedFilesTest::pppdReadsWords()
+{
+    QFETCH(QByteArray, value);
+    QFETCH(QList<QByteArray>, words);
+    const PppdWords read = splitPppdWords(value + "\nnext\n");
+    const bool reachesNext = words.value(0).contains("next");
+    QCOMPARE(read.words, reachesNext ? words : words + QList<QByteArray>{"next"});
+    QCOMPARE(read.hasOpenQuote, value == "a\"b");
+    QTEST(isOnePppdWord(value), "oneWord");
 }
 
 QTEST_GUILESS_MAIN(GeneratedFilesTest)

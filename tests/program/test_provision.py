@@ -75,23 +75,23 @@ class Provision(ProgramTest):
     def test_refusals(self) -> None:
         """Nothing is changed, and no message repeats a value."""
         table = (
-            ("no line end", "password=secret\n1"), ("no white space at an end", "apn= x"),
-            ("no unknown name", "secret=x"), ("no other method", "auth=pap"),
+            ("no line end", "password=hidden\n1"), ("no white space at an end", "apn= x"),
+            ("no unknown name", "hidden=x"), ("no other method", "auth=pap"),
             ("no other choice", "auto-connect=maybe"), ("no word alone", "internet"),
             ("no length beyond a line edit's", "user=" + "x" * 32768),
             ("no option of pppd", 'user=x init "touch /run/executed"'),
-            ("no quote into the next line", "password='secret"),
-            ("no word behind a quote", "user='x'y z"), ("no comment", "user=#x"),
+            ("no quote into the next line", "password='hidden"),
+            ("no word after a quote", "user='x'y z"), ("no comment", "user=#x"),
         )
         setup = "".join(command("apn=new", word) for _, word in table)
         setup += command("apn=new", "-", lines="user=half-a-character-\\0303")
-        setup += command("apn=new", "-", lines="secret")
+        setup += command("apn=new", "-", lines="hidden")
         root = self.provisioned(setup + command())
         root.start()
         said = self.said(root)
         self.assertEqual(said.count("status 64\n"), len(table) + 3, said)
         self.assertEqual(said.count("; nothing is changed\n"), len(table) + 2, said)
-        self.assertNotIn("secret", said)
+        self.assertNotIn("hidden", said)
         for file in FILES:
             self.assertIsNone(root.read(file))
         self.leave(root)
@@ -99,10 +99,11 @@ class Provision(ProgramTest):
     def test_files_that_cannot_be_used(self) -> None:
         """What cannot be read is not written over; what cannot be written is named."""
         for name, broken, said in (
-                ("a folder for the parameters", f"mkdir {PARAMETERS}",
-                 f"could not read {PARAMETERS}; nothing is changed"),
-                ("no folder for the script", "rm -r /etc/ppp/chat",
-                 f"could not write {CHAT_SCRIPT}")):
+                ("a directory for the parameters", f"mkdir {PARAMETERS}",
+                 f"could not read {PARAMETERS}: Is a directory; nothing is changed"),
+                ("no directory for the script", "rm -r /etc/ppp/chat",
+                 f"could not write {CHAT_SCRIPT}; already written: "
+                 f"{PARAMETERS}, {AUTO_CONNECT}, {PEER_FILE}")):
             with self.subTest(name):
                 root = self.provisioned(f"{broken}\n" + command("apn=new"))
                 root.start()
@@ -117,6 +118,64 @@ class Provision(ProgramTest):
         root.start()
         self.assertEqual(self.said(root), "status 66\n" * 3)
         self.assertIsNone(root.read(PARAMETERS))
+        self.leave(root)
+
+    def test_callers(self) -> None:
+        """Locked parameters, no parameters and questions about the program have their statuses."""
+        table = ((75, f"flock /run/corvanta-parameters.lock {PROVISION} apn=x"),
+                 (64, f"{PROVISION} --as-is"), (0, f"{PROVISION} --help"), (0, f"{PROVISION} -h"),
+                 (0, f"{PROVISION} --version"))
+        root = self.provisioned("".join(
+            f"{words} >/testrun/output 2>&1\necho \"status $?\" >>{SAID}\n" for _, words in table))
+        root.start()
+        self.assertEqual(self.said(root), "".join(f"status {status}\n" for status, _ in table))
+        self.assertIsNone(root.read(PARAMETERS))
+        self.leave(root)
+
+    def test_show(self) -> None:
+        """What is stored, without the secrets, and which generated file is behind."""
+        changes = f"echo >>{CHAT_SCRIPT}\nprintf '0\\n' >{AUTO_CONNECT}\n"
+        root = self.provisioned(command(*ALL) + changes + command("--show"))
+        root.start()
+        self.assertEqual(self.said(root).split("status 0\n")[2], (
+            "apn=web.example\ndial=*99***1#\nuser=guest\npassword=********\npin=********\n"
+            "auth=PAP\nauto-connect=NO\ncounts=\n"
+            f"{PEER_FILE} agrees with the parameters\n{CHAT_SCRIPT} differs from the parameters\n"))
+        self.leave(root)
+
+    def test_check(self) -> None:
+        """What pppd and chat make of the values, as they were measured to do."""
+        good = ("dial=*99#", "user=guest", "password=hidden")
+        secrets = "echo '* * \"\" *' >/etc/ppp/pap-secrets\n"
+        table: tuple[tuple[int, str, tuple[str, ...], str], ...] = (
+            (0, "", good, "pppd and chat dial with these values."),
+            (0, "", ("dial=*99#",), "only in networks without authentication"),
+            (0, "", (*good, 'user="a b"'), "pppd reads user as: a b."),
+            (0, "", (*good, "password=hid\\\\den"), "pppd reads 7 of the 8 characters"),
+            (0, "", (*good, "apn=$HOME"), "chat interprets"),
+            (0, "", (*good, "apn=a\\$b"), "pppd and chat dial with these values."),
+            (0, secrets, (*good, "auth=PAP"), "only if its secrets files have an entry"),
+            (1, "", (*good, "auth=PAP"), "it exits before it dials"),
+            (1, secrets, (*good, "auth=CHAP"), "it exits before it dials"),
+            (1, "", (*good, "password="), "password is empty and user is not"),
+            (1, "", (*good, "user="), "user is empty and password is not"),
+            (1, "", (*good, "user=a b"), "user is not one word"),
+            (1, "", (*good, "password='hidden"), "without its pair"),
+            (1, "", (*good, "apn=o'b"), "chat stops there"),
+            (1, "", (*good, "pin=12 34"), "pin is not 4 to 8 digits"),
+            (1, "", (*good, "dial="), "dial is empty"),
+        )
+        clear = f"rm -f {' '.join(FILES)} /etc/ppp/pap-secrets\n"
+        setups = (f"{clear}{setup}{PROVISION} --as-is {join(words)} >/dev/null\n"
+                  f"{command('--check')}echo :: >>{SAID}\n" for _, setup, words, _ in table)
+        root = self.provisioned("".join(setups))
+        root.start()
+        for (status, _, words, sentence), said in zip(table, self.said(root).split("::\n"),
+                                                      strict=False):
+            with self.subTest(words):
+                self.assertIn(f"status {status}\n", said)
+                self.assertIn(sentence, said)
+                self.assertNotIn("hid", said)
         self.leave(root)
 
     def test_two_at_once(self) -> None:

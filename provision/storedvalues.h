@@ -1,0 +1,36 @@
+// The parameter files and the files generated from them, as corvanta-provision reads and writes
+// them: the same bytes as the panel's.
+#pragma once
+
+#include "core/paramlist.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace storedvalues
+{
+
+/** One of the four files. */
+struct File {
+    const char *path; ///< see boardpaths
+    QStringList lines;
+};
+
+/**
+ * Load the stored values as the panel would show them; a missing file has the defaults.
+ * @return an error message if a file exists but cannot be read; empty on success
+ */
+[[nodiscard]] QString load(paramlist::ScreenValues &values);
+
+/** Return the files that store the values, in the order in which the panel writes them. */
+QList<File> parameterFiles(const paramlist::ScreenValues &values);
+
+/** Return the files that pppd and chat read, in the order in which the panel writes them. */
+QList<File> generatedFiles(const paramlist::ScreenValues &values);
+
+/** @return what the file contains when it is written */
+QByteArray contentOf(const File &file);
+
+} // namespace storedvalues
