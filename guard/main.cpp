@@ -1,4 +1,4 @@
-// The program that pppd runs before each dial: a refused PIN is not sent again.
+// pppd runs this program before each dial. It prevents pppd from sending a rejected PIN again.
 #include "core/boardpaths.h"
 #include "guard/modemport.h"
 #include "guard/pinmemory.h"
@@ -15,12 +15,12 @@
 namespace
 {
 
-// Not in /run/corvanta: systemd deletes that when the panel stops.
+// Not in /run/corvanta, which systemd deletes when the panel stops.
 constexpr char Memory[] = "/run/corvanta-pin";
-// With what chat takes after it, within the time that the panel gives an attempt.
+// The panel checks the link 15 s after Connect; chat needs most of this time.
 constexpr std::chrono::milliseconds AskTime{3000};
 
-/** @return the exit status on which pppd skips the dial */
+/** Report why the dial is skipped. @return the exit status with which pppd skips it */
 int refuse(const std::string &why)
 {
     std::fprintf(stderr, "%s\n", why.c_str()); // pppd's log file
@@ -39,7 +39,7 @@ int apply(guard::Verdict verdict, const std::string &pppd)
             "The SIM refused this PIN once. It is not sent again until Connect is pressed.");
     case guard::Verdict::DialAndRemember:
         if (!guard::remember(Memory, pppd)) {
-            // A second try could not be told from the first.
+            // The next dial could not see that the PIN was sent.
             return refuse(std::string("The PIN is not sent, as ") + Memory +
                           " cannot be written: " + std::strerror(errno) + '.');
         }
@@ -58,6 +58,10 @@ int apply(guard::Verdict verdict, const std::string &pppd)
 int main()
 {
     guard::catchEndingSignals();
+    const std::string other = guard::otherUsbDevice(STDIN_FILENO);
+    if (!other.empty())
+        return refuse(std::string(boardpaths::ModemPort) + " belongs to another USB device (" +
+                      other + "). Unplug that device.");
     const std::string pppd = guard::callingPppd();
     const guard::SimState state = guard::ModemPort(STDIN_FILENO).ask(AskTime);
     if (guard::wasEnded())

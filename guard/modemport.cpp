@@ -4,7 +4,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <poll.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace guard
@@ -15,9 +18,10 @@ namespace
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds AnswerTime{1000}; // of one question
-constexpr milliseconds PauseTime{250};   // after an error: a SIM that starts is busy
-constexpr milliseconds QuietTime{50};    // after which no more of an answer comes
+constexpr milliseconds AnswerTime{1000}; // timeout of one command
+constexpr milliseconds PauseTime{250};   // after an error: the SIM may be starting
+constexpr milliseconds QuietTime{50};    // without input, after which an answer is complete
+constexpr char DongleId[] = "12d1:1001";
 constexpr int EndingSignals[] = {SIGTERM, SIGHUP, SIGINT};
 
 volatile std::sig_atomic_t ended = 0;
@@ -28,6 +32,24 @@ void noteEnd(int)
 }
 
 } // namespace
+
+std::string otherUsbDevice(int fd)
+{
+    struct stat port {
+    };
+    if (fstat(fd, &port) == -1 || !S_ISCHR(port.st_mode))
+        return {};
+    // The port's device, its USB interface, and the USB device.
+    const std::string device = "/sys/dev/char/" + std::to_string(major(port.st_rdev)) + ':' +
+                               std::to_string(minor(port.st_rdev)) + "/device/../../";
+    std::string id;
+    if (!std::getline(std::ifstream(device + "idVendor"), id))
+        return {};
+    std::string product;
+    std::getline(std::ifstream(device + "idProduct"), product);
+    id += ':' + product;
+    return id == DongleId ? std::string() : id;
+}
 
 void catchEndingSignals()
 {
@@ -59,7 +81,7 @@ ModemPort::~ModemPort()
     if (m_flags == -1)
         return;
     tcflush(m_fd, TCIFLUSH);
-    // At once: a pulled or blocked port would never drain.
+    // TCSANOW: an unplugged or blocked port never drains.
     tcsetattr(m_fd, TCSANOW, &m_modes);
     fcntl(m_fd, F_SETFL, m_flags);
 }
@@ -109,15 +131,15 @@ bool ModemPort::send(const char *command, Clock::time_point end)
     return *rest == '\0';
 }
 
-/** @return true when the port is ready, or gone, which the next call on it tells */
+/** @return true when the port is ready, or unplugged: the next call on it fails then */
 bool ModemPort::await(short events, Clock::time_point end)
 {
     const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
     if (!m_usable || wasEnded() || left.count() <= 0)
         return false;
     pollfd port{m_fd, events, 0};
-    // Not ppoll(): the fortified one of glibc 2.36 misreads 64-bit times on 32-bit boards. A signal
-    // that comes just before the call costs the rest of this wait.
+    // Not ppoll(): the fortified version in glibc 2.36 misreads 64-bit times on 32-bit boards. A
+    // signal just before the call takes effect only after this wait.
     return poll(&port, 1, static_cast<int>(left.count())) == 1;
 }
 

@@ -1,16 +1,17 @@
-// The modem's serial port, lent by pppd as standard input: asked, and left as it was found.
+// The modem's serial port, which pppd passes as standard input. Its settings are restored.
 #pragma once
 
 #include "guard/simquery.h"
 
 #include <chrono>
 #include <csignal>
+#include <string>
 #include <termios.h>
 
 namespace guard
 {
 
-/** Makes a port raw and non-blocking, and puts its modes back at the end. Does not own it. */
+/** Sets a port to raw and non-blocking mode and restores its settings. Does not close the port. */
 class ModemPort
 {
 public:
@@ -20,8 +21,8 @@ public:
     ModemPort &operator=(const ModemPort &) = delete;
 
     /**
-     * Ask AT+CPIN? until the modem tells the state or the time is over; SIGTERM, SIGHUP and SIGINT
-     * end it, too. Reads on until the modem is quiet, so that chat finds no leftover OK.
+     * Send AT+CPIN? until the modem answers with a state, the time is over, or SIGTERM, SIGHUP or
+     * SIGINT arrives. Read until the modem is quiet, so that chat finds no leftover OK.
      */
     SimState ask(std::chrono::milliseconds limit);
 
@@ -35,15 +36,22 @@ private:
     void dropUntilQuiet(Clock::time_point end);
 
     int m_fd;
-    bool m_usable = false; ///< it is a terminal, and nothing has failed
-    int m_flags = 0;       ///< as found
-    termios m_modes{};     ///< as found
+    bool m_usable = false; ///< it is a terminal and no call has failed
+    int m_flags = 0;       ///< to restore
+    termios m_modes{};     ///< to restore
 };
 
-/** Block the signals that end ask(), except where it waits. */
+/**
+ * Check which USB device a serial port belongs to.
+ * @return vendor and product ID, "0403:6001" for example, of a USB device that is not the dongle;
+ *         empty for the dongle's port, and for a port of another kind
+ */
+std::string otherUsbDevice(int fd);
+
+/** Handle the signals that end ask(). */
 void catchEndingSignals();
 
-/** @return true once one of those signals has come */
+/** @return true when one of those signals has arrived */
 bool wasEnded();
 
 } // namespace guard

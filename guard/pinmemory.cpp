@@ -19,7 +19,7 @@ constexpr std::size_t MaxFile = 65536;
 std::string contentOf(const std::string &path, int flags)
 {
     std::string content;
-    // Not blocking: somebody may have put a pipe there.
+    // Non-blocking, because the path could be a FIFO.
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | flags);
     if (fd == -1)
         return content;
@@ -37,7 +37,8 @@ struct Process {
     long parent = 0;
 };
 
-/** Reads /proc/PID/stat (proc(5)): fields 2, 4 and 22; the command may hold spaces and brackets. */
+/** Reads /proc/PID/stat (proc(5)): fields 2, 4 and 22; the command may contain spaces and
+ * parentheses. */
 Process processOf(long pid)
 {
     Process process;

@@ -1,4 +1,4 @@
-// What is remembered from dial to dial: which pppd has sent the PIN. Never the PIN itself.
+// Remembers between dials which pppd has sent the PIN, never the PIN itself.
 #pragma once
 
 #include <string>
@@ -7,28 +7,29 @@ namespace guard
 {
 
 /**
- * Name the pppd that runs this program, past the shells between them.
- * @return its process ID and start time in clock ticks since boot, which no later process shares,
- *         as a line; empty when /proc does not tell
+ * Identify the pppd that runs this program, skipping the shells between them.
+ * @return one line: its process ID and its start time in clock ticks since boot, which together
+ *         are unique; empty when /proc cannot be read
  */
 std::string callingPppd();
 
 /**
- * @param path file of the memory
- * @return true when the file names that process; links are not followed
+ * @param path of the file; links are not followed
+ * @param pppd as callingPppd() returns it
+ * @return true when the file contains that process
  */
 bool isRemembered(const std::string &path, const std::string &pppd);
 
 /**
- * Replace the file in one step, with mode 0600.
+ * Replace the file atomically, with mode 0600.
  * @return false when it could not be written or the name is empty; errno says why
  */
 bool remember(const std::string &path, const std::string &pppd);
 
-/** Delete the file, if there is one. */
+/** Delete the file if it exists. */
 void forget(const std::string &path);
 
-/** @return true when the chat script at this path holds AT+CPIN=, looking at its first 64 KiB */
+/** @return true when the first 64 KiB of this chat script contain AT+CPIN= */
 bool sendsPin(const std::string &chatScript);
 
 } // namespace guard

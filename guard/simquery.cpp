@@ -13,7 +13,7 @@ bool startsWith(const std::string &text, const char *start)
 
 SimState stateOf(const std::string &code)
 {
-    // PIN2 and the locks of device and network have tries, too: "SIM PUK2", "PH-NET PIN".
+    // PIN2 and the device and network locks count attempts, too: "SIM PUK2", "PH-NET PIN".
     if (code.find("PUK") != std::string::npos)
         return SimState::Puk;
     if (code.find("PIN") != std::string::npos)

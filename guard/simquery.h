@@ -1,4 +1,4 @@
-// What the SIM asks for, as AT+CPIN? tells it (3GPP TS 27.007, 8.3), and whether to dial then.
+// Parses the response to AT+CPIN? (3GPP TS 27.007, clause 8.3) and decides whether to dial.
 #pragma once
 
 #include <string>
@@ -6,36 +6,36 @@
 namespace guard
 {
 
-/** What AT+CPIN? tells. Unknown: silence, an error, a state that is none of the others. */
+/** State of the SIM. Unknown: no response, an error or any other state. */
 enum class SimState { Unknown, Ready, Pin, Puk };
 
 /** Decision before a dial. */
 enum class Verdict {
     Dial,
-    DialAndForget,   ///< the PIN worked: nothing is remembered
-    DialAndRemember, ///< the chat script spends a try of the PIN
+    DialAndForget,   ///< the PIN was accepted: forget that it was sent
+    DialAndRemember, ///< the chat script uses up a PIN attempt
     RefusePuk,
-    RefusePin, ///< the PIN was sent once and is still asked for
+    RefusePin, ///< the PIN was sent once and the SIM still requires it
 };
 
 /**
  * Decide whether to dial.
- * @param scriptSendsPin true when the chat script holds AT+CPIN=
- * @param pinWasSent true when this pppd has sent the PIN, which has not been seen to work since
+ * @param scriptSendsPin true when the chat script contains AT+CPIN=
+ * @param pinWasSent true when this pppd has sent the PIN and it has not been accepted since
  */
 Verdict decide(SimState state, bool scriptSendsPin, bool pinWasSent);
 
-/** Parser of the modem's answer, fed in pieces. Echo, unsolicited lines and garbage pass. */
+/** Incremental parser of the modem's response. Skips echo, unsolicited lines and garbage. */
 class SimAnswer
 {
 public:
-    /** Longest line that is kept, in bytes; the rest of a longer one is dropped. */
+    /** Maximum line length in bytes; the rest of a longer line is dropped. */
     static constexpr std::size_t MaxLine = 128;
 
     void feed(const char *bytes, std::size_t size);
 
-    /** @return true after +CPIN: and its OK, or after an error; a lone OK is an earlier command's
-     */
+    /** @return true after +CPIN: and OK, or after an error. An OK before +CPIN: belongs to an
+     *          earlier command. */
     bool isComplete() const { return m_complete; }
 
     /** @return Unknown until isComplete(), and after an error */
@@ -46,7 +46,7 @@ private:
 
     std::string m_line;
     SimState m_state = SimState::Unknown;
-    bool m_told = false; ///< +CPIN: was read
+    bool m_told = false; ///< +CPIN: has been read
     bool m_complete = false;
 };
 
