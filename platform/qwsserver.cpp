@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QRasterWindow>
 #include <QScreen>
+#include <malloc.h>
 
 namespace
 {
@@ -16,13 +17,11 @@ constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
                                   Qt::WindowTransparentForInput;
 
-/** Whether the platform paints pixels like this for which a window has no picture. */
-bool isUnpainted(const QBrush &brush)
-{
-    return brush == QBrush(Qt::black) && QGuiApplication::platformName() != QLatin1String("eglfs");
-}
-
-/** The window behind all windows. A picture of it would be as large as the panel. */
+/**
+ * The window behind all windows. Without it, Qt clears the framebuffer of a panel that has an alpha
+ * channel to transparent, and a lower plane of the display controller shows. Its backing store is
+ * as large as the panel: a window that covers the panel replaces it.
+ */
 class Backdrop : public QRasterWindow
 {
 public:
@@ -30,7 +29,12 @@ public:
     {
         setFlags(Flags);
         setGeometry(QGuiApplication::primaryScreen()->geometry());
+        QCoreApplication::instance()->installEventFilter(this);
     }
+
+    // glibc would keep the freed backing store.
+    ~Backdrop() override { malloc_trim(0); }
+    Q_DISABLE_COPY_MOVE(Backdrop)
 
     void setBrush(const QBrush &brush)
     {
@@ -38,14 +42,16 @@ public:
         update();
     }
 
-protected:
-    bool event(QEvent *event) override
+    bool eventFilter(QObject *watched, QEvent *event) override
     {
-        const bool paints = event->type() == QEvent::Paint || event->type() == QEvent::Expose ||
-                            event->type() == QEvent::UpdateRequest;
-        return (paints && isUnpainted(m_brush)) || QRasterWindow::event(event);
+        const auto *window = qobject_cast<QWindow *>(watched);
+        if (event->type() == QEvent::Expose && window != nullptr && window != this &&
+            window->isExposed() && window->geometry().contains(geometry()))
+            deleteLater(); // when that window has painted
+        return false;
     }
 
+protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter(this).fillRect(QRect(QPoint(0, 0), size()), m_brush);

@@ -39,6 +39,7 @@ class PlatformTest : public QObject
 
 private slots:
     void cursorHidesAndComesBack();
+    void backgroundIsOpaqueUntilCovered();
     void layoutsTakeThePanelsMeasures();
     void movingBarIsPaintedTenTimesASecond();
 };
@@ -50,6 +51,30 @@ void PlatformTest::cursorHidesAndComesBack()
     QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
     QWSServer::setCursorVisible(true);
     QVERIFY(QGuiApplication::overrideCursor() == nullptr);
+}
+
+/** Qt would leave a panel with an alpha channel transparent there. */
+void PlatformTest::backgroundIsOpaqueUntilCovered()
+{
+    QWSServer::setBackground(QBrush(Qt::black));
+    QCOMPARE(QGuiApplication::allWindows().size(), 1);
+    const QPointer<QWindow> background = QGuiApplication::allWindows().constFirst();
+    QScreen *screen = QGuiApplication::primaryScreen();
+    QCOMPARE(background->geometry(), screen->geometry());
+    const QImage painted = screen->grabWindow(background->winId()).toImage();
+    QCOMPARE(painted.size(), screen->size());
+    QCOMPARE(painted.pixelColor(1, 1), QColor(Qt::black));
+
+    QDialog dialog;
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY2(background != nullptr, "a dialog leaves the rest of the panel to it");
+    QWidget page;
+    page.setWindowFlags(Qt::FramelessWindowHint);
+    page.setGeometry(screen->geometry());
+    page.show();
+    QTRY_VERIFY2(background == nullptr, "its backing store is freed");
 }
 
 void PlatformTest::layoutsTakeThePanelsMeasures()
