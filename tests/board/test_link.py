@@ -17,7 +17,21 @@ FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the
 INSTALL_SECONDS = 120
 FAKES = "/run/fakes"  # of commands that the board does not have
 OUTAGE_SECONDS = 240
+HOLDOFF_SECONDS = 5
+RETURN_SECONDS = 60
 PACKAGE = "/app/corvanta.deb"
+GADGETS = "/sys/kernel/config/usb_gadget"
+# Plugs in a serial adapter of another maker on a bus of its own, and then the dongle.
+ADAPTER = f"""modprobe -r dummy_hcd && modprobe dummy_hcd num=2
+mkdir {GADGETS}/adapter && cd {GADGETS}/adapter
+echo 0x0403 >idVendor; echo 0x1234 >idProduct
+mkdir strings/0x409 configs/c.1 functions/gser.9
+ln -s functions/gser.9 configs/c.1/
+echo 0403 1234 ff >/sys/bus/usb-serial/drivers/option1/new_id
+echo dummy_udc.1 >UDC
+until [ -c /dev/ttyUSB0 ]; do sleep 0.1; done
+echo dummy_udc.0 >{GADGETS}/dongle/UDC
+"""
 MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
 
@@ -118,6 +132,32 @@ class Link(BoardTest):
         self.board.dongle.unplug()
         self.wait_board(f"[ $(grep -c 'Failed to open' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
         self.board.dongle.plug()
+        self.wait_link("connected", GREEN)
+
+    def test_link_returns_under_another_port_name(self) -> None:
+        """A dongle that is back on the bus before pppd has closed its port, and one that another
+        adapter has taken its name from."""
+        self.sh("corvanta-provision apn=internet 'dial=*99#'; "
+                f"echo 'holdoff {HOLDOFF_SECONDS}' >>/etc/ppp/peers/ppp-connect")
+        self.board.dongle.plug()
+        self.start_program()
+        self.panel.press("Connect")
+        self.wait_link("connected", GREEN)
+        took = self.sh("dongle pulled; dongle plug 0x1001 3; from=$(date +%s); "
+                       "until ! ifconfig | grep -q ppp0; do sleep 0.1; done; "
+                       "until ifconfig | grep -q ppp0; do sleep 0.1; done; "
+                       "echo $(($(date +%s) - from)); test -L /dev/ttyUSB0", OUTAGE_SECONDS)
+        # pppd's own holdoff is 30 s.
+        self.assertLess(int(took), RETURN_SECONDS - 30 + HOLDOFF_SECONDS)
+        self.board.dongle.unplug()
+        self.sh(ADAPTER)
+        self.addCleanup(self.sh, f"cd {GADGETS}/adapter; rm configs/c.1/gser.9; "
+                        "rmdir configs/c.1 functions/* strings/0x409; rmdir $PWD")
+        heard = len(self.heard())
+        self.wait_board(f"grep 'ttyUSB0 belongs to another USB device' {PPP_LOG}", OUTAGE_SECONDS)
+        self.wait_link("disconnected", RED)
+        self.assertEqual(len(self.heard()), heard)
+        self.sh(f"echo >{GADGETS}/adapter/UDC")
         self.wait_link("connected", GREEN)
 
     def test_hooks_without_a_panel(self) -> None:
