@@ -37,11 +37,14 @@ class Files(BoardTest):
         others could read is closed."""
         self.choose_after_exit("restart")
         self.board.guest.write(PARAMETERS, self.MINE)
-        self.sh(f"chmod 0750 /quenfold/configs; install -m 0644 /dev/null {PPP_LOG}")
+        logs = f"{PPP_LOG} {PPP_LOG}{OLD_LOG}"
+        self.sh(f"chmod 0750 /quenfold/configs; install -m 0644 /dev/null {PPP_LOG}; "
+                f"cp {PPP_LOG} {PPP_LOG}{OLD_LOG}; setpriv --reuid=65534 --clear-groups "
+                "corvanta-provision --show; [ $? = 77 ]")
         self.sh(f"dpkg --install --force-confold {PACKAGE}", INSTALL_SECONDS)
         self.assertEqual(self.board.guest.read(PARAMETERS), self.MINE)
         self.assertIn("CORVANTA_AFTER_EXIT=restart", self.sh(f"cat {SETTINGS}"))
-        self.assertEqual(self.sh(f"stat -c %a /quenfold/configs {PPP_LOG}"), "750\n600\n")
+        self.assertEqual(self.sh(f"stat -c %a /quenfold/configs {logs}"), "750\n600\n600\n")
         self.board.program.stop()
 
     def test_upgraded_options(self) -> None:
