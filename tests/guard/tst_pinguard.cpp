@@ -1,4 +1,4 @@
-// The program before each dial: what the modem tells on a real terminal, what is decided then.
+// The program before each dial: how it reads the modem on a real terminal, and what it decides.
 #include "guard/modemport.h"
 #include "guard/pinmemory.h"
 #include "guard/simquery.h"
@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -138,12 +139,31 @@ void TestPinGuard::endedBySignal()
     close(master);
 }
 
+/** What a child of this process takes for its pppd: this process may itself run in a shell. */
+static std::string pppdOfAChild()
+{
+    int ends[2];
+    char name[64] = {};
+    if (pipe(ends) == -1)
+        return {};
+    const pid_t child = fork();
+    if (child == 0) {
+        const std::string pppd = guard::callingPppd();
+        _exit(write(ends[1], pppd.data(), pppd.size()) == -1);
+    }
+    waitpid(child, nullptr, 0);
+    const ssize_t size = read(ends[0], name, sizeof name);
+    close(ends[0]);
+    close(ends[1]);
+    return std::string(name, std::max<ssize_t>(size, 0));
+}
+
 void TestPinGuard::memory()
 {
     const QTemporaryDir folder;
     const std::string path = folder.filePath("memory").toStdString();
-    const std::string pppd = guard::callingPppd();
-    QVERIFY(pppd.find(std::to_string(getppid()) + ' ') == 0);
+    const std::string pppd = pppdOfAChild();
+    QVERIFY(pppd.find(std::to_string(getpid()) + ' ') == 0);
     QVERIFY(!guard::isRemembered(path, pppd));
     QVERIFY(guard::remember(path, pppd));
     QVERIFY(guard::isRemembered(path, pppd));

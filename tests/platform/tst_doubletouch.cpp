@@ -29,7 +29,6 @@ void DoubleTouchTest::nextKeyReplacesNothing_data()
     QTest::newRow("touched late") << QLineEdit::Normal << false << 1 << 0;
     QTest::newRow("password") << QLineEdit::Password << false << 400 << 0;
     QTest::newRow("a finger rolls") << QLineEdit::Normal << false << 1 << -40;
-    QTest::newRow("a mouse clicks") << QLineEdit::Normal << true << 400 << 0;
     QTest::newRow("a mouse drags") << QLineEdit::Normal << true << 1 << -40;
 }
 
