@@ -1,4 +1,4 @@
-"""Measures what the program costs against the least that it could cost."""
+"""Measures start-up time, memory and CPU time of the program, and compares them with baselines."""
 
 import argparse
 import itertools
@@ -58,16 +58,18 @@ def main() -> None:
     parser = argparse.ArgumentParser(prog="./bench", description=__doc__,
                                      epilog="Rows: " + ", ".join(ROWS))
     parser.add_argument("rows", nargs="*", metavar="ROW",
-                        help="only these; the beginning of names chooses all of them")
-    parser.add_argument("--rounds", type=int, help="of what is measured in turn (45)")
-    parser.add_argument("--quick", action="store_true", help="few rounds: a look, no measurement")
+                        help="measure only these; the beginning of a name selects every row "
+                        "that starts with it")
+    parser.add_argument("--rounds", type=int,
+                        help="number of rounds for measurements in turn (default: 45)")
+    parser.add_argument("--quick", action="store_true", help="measure few rounds, for a rough look")
     parser.add_argument("--write-docs", action="store_true",
-                        help="also write the rows into docs/performance.md")
+                        help="also write the figures into docs/measured/bench.md")
     options = parser.parse_args()
     wanted = [row for name, row in ROWS.items()
               if not options.rows or name.startswith(tuple(options.rows))]
     if not wanted:
-        parser.error("no such row; there are " + ", ".join(ROWS))
+        parser.error("no such row; rows are " + ", ".join(ROWS))
     native = [row for row in wanted if row not in BOARD]
     board = [row for row in wanted if row in BOARD]
     if board:

@@ -1,4 +1,4 @@
-"""How the tables look, on the terminal and in docs/performance.md."""
+"""The tables, on the terminal and in docs/measured/bench.md."""
 
 import datetime
 import os
@@ -10,9 +10,15 @@ from benchmark import estimate
 from benchmark.estimate import Judge, Pairs
 from benchmark.rows import TABLES, Row
 
-PAGE = Path(__file__).resolve().parents[1] / "docs/performance.md"
-HEAD = "| what | it has | against | that has | judged | at most | |\n|---|---|---|---|---|---|---|"
-WRITTEN = re.compile(r"(<!-- written by ./bench -->\n).*(<!-- up to here -->)", re.DOTALL)
+PAGE = Path(__file__).resolve().parents[1] / "docs/measured/bench.md"
+OPENING = """\
+# Figures of ./bench
+
+Written by `./bench --write-docs`. Do not edit this page: [performance.md](../performance.md)
+explains the figures.
+"""
+HEAD = ("| measurement | program | compared with | reference | ratio or difference | limit "
+        "| result |\n|---|---|---|---|---|---|---|")
 
 
 def _figure(value: float) -> str:
@@ -26,7 +32,7 @@ def line(row: Row, found: Pairs | str) -> str:
         cells = [row.what, "", row.against, "", "", bound, found]
     else:
         program, other, judged = estimate.outcome(row.judge, found)
-        verdict = "" if row.bound is None else "held" if judged <= row.bound else "**missed**"
+        verdict = "" if row.bound is None else "met" if judged <= row.bound else "**missed**"
         shown = {Judge.RATIO: f"{judged:.3f}", Judge.EXCESS: f"{judged:+.3g}", Judge.FIGURE: ""}
         cells = [row.what, _figure(program), row.against, "" if other is None else _figure(other),
                  shown[row.judge], bound, verdict]
@@ -46,15 +52,15 @@ def _by_name(lines: list[str]) -> dict[str, str]:
 
 
 def renewed(page: str, new: list[str], when: str) -> str:
-    """The page with new lines in its tables; the other rows stay as they are."""
+    """The page with new lines in its tables; rows that were not measured again are kept."""
     lines = _by_name(page.splitlines()) | _by_name(new)
-    parts = [f"Last run: {when}."]
+    parts = [OPENING, f"Last run: {when}.\n"]
     for title, rows in TABLES.items():
         body = [lines.get(row.what) or line(row, "not measured yet") for row in rows]
-        parts.append("\n".join([f"### {title}\n", HEAD, *body]))
-    return WRITTEN.sub(lambda found: "\n".join([found[1], "\n\n".join(parts), "", found[2]]), page)
+        parts.append("\n".join([f"## {title}\n", HEAD, *body, ""]))
+    return "\n".join(parts)
 
 
 def write(new: list[str], when: str) -> None:
-    """Brings new lines into docs/performance.md."""
+    """Write the page with new lines."""
     PAGE.write_text(renewed(PAGE.read_text(), new, when))
