@@ -1,4 +1,4 @@
-"""Throws faults at the program and says, fault by fault, what came of it."""
+"""Injects faults into the program and reports the outcome of each."""
 
 from __future__ import annotations
 
@@ -18,27 +18,35 @@ MODULES = (calls, saves, launching, commands, files, values, devices, dongle, cl
            onboard, powercuts)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
 LANES = (("board", "power"), ("growth",), ())  # what is thrown beside each other; (): all others
-PAGE = Path("docs/reliability.md")
-WHOLE = "All groups together"  # the sentence on them begins so
-BEGIN, END = "<!-- written by ./torture -->\n", "<!-- up to here -->"
+PAGE = Path("docs/measured/torture.md")
+OPENING = """\
+# Results of ./torture
+
+Written by `./torture --write-docs`. Do not edit this page: [reliability.md](../reliability.md)
+describes the behaviour in words.
+
+"""
+WHOLE = "Total"  # first word of the sentence on all groups
 
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
-        prog="./torture", description="Throws faults at the program that ships and says what came "
-        "of each. The exit status is 1 when a row has failed, 2 when there is no such row.",
+        prog="./torture", description="Injects faults into the shipped program and reports the "
+        "outcome. The exit status is 1 when a fault has failed, 2 when there is no such fault.",
         epilog="groups: " + ", ".join(f"{group.name} ({group.title})" for group in GROUPS))
-    parser.add_argument("groups", nargs="*", metavar="GROUP", help="only these groups")
-    parser.add_argument("--chosen", action="store_true", help="the part that ./test throws")
-    parser.add_argument("--rows", action="store_true", help="a line for each row, not each group")
-    parser.add_argument("--only", metavar="TEXT", default="", help="rows with this in their name")
-    parser.add_argument("--write-docs", action="store_true", help=f"write the counts into {PAGE}")
+    parser.add_argument("groups", nargs="*", metavar="GROUP", help="inject only these groups")
+    parser.add_argument("--chosen", action="store_true", help="inject only the selection of ./test")
+    parser.add_argument("--rows", action="store_true",
+                        help="print a line for each fault, not only for each group")
+    parser.add_argument("--only", metavar="TEXT", default="",
+                        help="inject only faults whose name contains TEXT")
+    parser.add_argument("--write-docs", action="store_true", help=f"write the results into {PAGE}")
     found = parser.parse_args()
     unknown = set(found.groups) - {group.name for group in GROUPS}
     if unknown:
-        parser.error(f"no group is called {', '.join(sorted(unknown))}")
+        parser.error(f"unknown group: {', '.join(sorted(unknown))}")
     if found.write_docs and (found.chosen or found.only):
-        parser.error("--write-docs counts whole groups: without --chosen and --only")
+        parser.error("--write-docs needs complete groups: omit --chosen and --only")
     return found
 
 
@@ -68,10 +76,9 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
 
 
 def write_docs(results: dict[str, list[Result]], whole: str) -> None:
-    """Renews the lines of the groups that were thrown; the page keeps those of the others.
-    @param whole sentence on all groups together, written when all were thrown"""
-    head, _, rest = PAGE.read_text().partition(BEGIN)
-    earlier, _, tail = rest.partition(END)
+    """Write the page. The lines of groups that were not thrown are kept.
+    @param whole sentence on all groups, written when all were thrown"""
+    earlier = PAGE.read_text()
     kept = {line.split(":")[0].strip("|- "): line for line in earlier.splitlines() if ":" in line}
     table, figures, reasons = [], [], []
     for group in GROUPS:
@@ -83,16 +90,16 @@ def write_docs(results: dict[str, list[Result]], whole: str) -> None:
         cells = [f"{group.name}: {group.title}", *(str(counts[outcome]) for outcome in Outcome)]
         table.append(f"| {' | '.join(cells)} |")
         figures += [f"- {group.name}, {figure}" for figure in group.figures()]
-        reasons += sorted({f"- {group.name}, ordered: {result.row.ordered}" for result in thrown
-                           if result.outcome is Outcome.ORDERED})
+        reasons += sorted({f"- {group.name}, known limitation: {result.row.ordered}"
+                           for result in thrown if result.outcome is Outcome.ORDERED})
     names = {f"{name}," for name in results}
     notes = [line for line in earlier.splitlines()
              if line.startswith("- ") and line.split()[1] not in names] + figures + reasons
     if len(results) < len(GROUPS):
         whole = next((line for line in earlier.splitlines() if line.startswith(WHOLE)), "")
-    lines = ["| group | held | ordered by the design | failed |", "|---|---|---|---|", *table, "",
+    lines = ["| group | passed | known limitation | failed |", "|---|---|---|---|", *table, "",
              *([whole, ""] if whole else []), *sorted(notes), ""]
-    PAGE.write_text(head + BEGIN + "\n".join(lines) + END + tail)
+    PAGE.write_text(OPENING + "\n".join(lines))
 
 
 def main() -> int:
@@ -111,7 +118,8 @@ def main() -> int:
         list(pool.map(throw_lane, LANES))
     everything = [result for found in results.values() for result in found]
     if not everything:
-        print("./torture: there is no such fault: nothing was thrown", file=sys.stderr)
+        print("torture: no fault matches the arguments (./torture --help lists the groups)",
+              file=sys.stderr)
         return 2
     seconds = time.monotonic() - begin
     print(f"{len(everything)} faults: {counted(everything)} ({seconds:.0f} s)")

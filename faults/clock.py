@@ -181,7 +181,7 @@ WAITS = {
 }
 CHOSEN = (("the check of a disconnect", "an hour on"), ("the wait for the node", "to 1971"),
           ("the start's wait for the node", "an hour back"))
-GROUPS = [Group("clock", "the clock steps in a wait", lambda: [
+GROUPS = [Group("clock", "the clock steps during a wait", lambda: [
     *(Row(f"{name}: {step}", partial(throw, wait, moment), chosen=(name, step) in CHOSEN)
       for name, wait in WAITS.items() for step, moment in STEPS.items()),
     *(Row(f"the check of an attempt: {step}, no inspector", partial(throw_unseen, moment))

@@ -253,4 +253,4 @@ def rows() -> list[Row]:
             *at_disconnect()]
 
 
-GROUPS = [Group("commands", "the board's programs misbehave", rows)]
+GROUPS = [Group("commands", "external commands fail or misbehave", rows)]

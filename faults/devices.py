@@ -154,4 +154,4 @@ def rows() -> list[Row]:
     ]
 
 
-GROUPS = [Group("devices", "the chip and the modem's port", rows)]
+GROUPS = [Group("devices", "F-RAM chip and modem port fail", rows)]

@@ -107,7 +107,7 @@ def throw_unseen() -> None:
         ended(root)
 
 
-GROUPS = [Group("dongle", "the dongle comes, goes and is another one", lambda: [
+GROUPS = [Group("dongle", "plugged, unplugged, replaced by another device", lambda: [
     *(Row(name, partial(throw_absent, bus)) for name, bus in (
         ("no device", ""), ("another product", OTHER), ("another maker", OTHER_MAKER))),
     *(Row(name, partial(throw_present, bus)) for name, bus in (

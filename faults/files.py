@@ -227,4 +227,4 @@ def throw_full(mounts: list[str], setup: str) -> None:
             expect(root.inner_read(path) is None, f"{path} is not there")
 
 
-GROUPS = [Group("files", "what may stand in a file's place", rows)]
+GROUPS = [Group("files", "unexpected file types and contents", rows)]

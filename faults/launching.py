@@ -173,7 +173,7 @@ def throw_signals_from_exec() -> None:
         leave(root)
 
 
-GROUPS = [Group("launch", "what the launching process leaves in the way", lambda: [
+GROUPS = [Group("launch", "state inherited from the parent process", lambda: [
     *closed(), *signals(), *readers(),
     Row("SIGUSR1 every 10 ms from exec on", throw_signals_from_exec, chosen=True),
     Row("32 descriptors", partial(throw, LAUNCH, "ulimit -n 32\n")),

@@ -27,16 +27,15 @@ REDIAL_SECONDS = 300  # of the host, in which pppd has skipped two dials
 NO_PPPD = "killall -q -KILL pppd chat; while pgrep -x 'pppd|chat'; do sleep 0.1; done"
 FIRST_COMMAND = b'heard "ATZ"'
 ATTEMPTS = SharedBoards("refused")
-SILENT = ("a link on which nothing comes back stays shown as connected until pppd's echo requests "
-          "have found that out")
+SILENT = ("a dead link is shown as connected until the LCP echo requests of pppd time out")
 GIVE_UP_SECONDS = 600  # of the host
 GIVE_UP = 100, 170  # on the board: Debian's options have four echoes, 30 s apart, go unanswered
-HELD_LINE = ("Connect starts pppd right after killall: an earlier one that nobody answered holds "
-             "the line for some seconds more, so the first dial fails, the notice comes, and pppd "
-             "dials again by itself half a minute later")
+HELD_LINE = ("Connect starts pppd immediately after killall. An earlier pppd without an answer "
+             "occupies the port for a few more seconds, so the first dial fails, the failure "
+             "notice appears, and pppd redials 30 s later")
 EXECUTED = "/run/executed"
-EXECUTES = ("pppd runs, as root, what a user name names behind a blank and the word welcome: the "
-            "peer file has no quoting, and who may write the parameters is root")
+EXECUTES = ("option injection. pppd runs, as root, a command that follows a space and the word "
+            "welcome in a user name, because the peer file is not quoted")
 # Seconds on the board from the touch of Connect to the notice: the program waits 15 s from pppd's
 # start on.
 NOTICE = 14.5, 25
@@ -268,11 +267,10 @@ def figures() -> list[str]:
         return ", ".join(f"{number:.0f}" for number in seconds) + " s"
 
     return [text for times, text in (
-        (NOTICES, f"{len(NOTICES)} notices of failed attempts: {min(NOTICES, default=0):.1f} to "
-         f"{max(NOTICES, default=0):.1f} s after Connect is touched"),
-        (TRIES, f"tries of a wrong PIN by one press of Connect: at {listed(TRIES)}"),
-        (GIVEN_UP, "a link on which nothing comes back: given up by pppd after "
-         f"{listed(GIVEN_UP)}")) if times]
+        (NOTICES, f"failure notice: {min(NOTICES, default=0):.1f} to "
+         f"{max(NOTICES, default=0):.1f} s after Connect ({len(NOTICES)} attempts)"),
+        (TRIES, f"PIN attempts after one Connect with a wrong PIN: at {listed(TRIES)}"),
+        (GIVEN_UP, f"link without answers: dropped by pppd after {listed(GIVEN_UP)}")) if times]
 
 
 # Most of a row is waiting.

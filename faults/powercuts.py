@@ -141,9 +141,9 @@ def throw_cuts() -> None:
 
 
 def figures() -> list[str]:
-    return [f"{len(SEEN)} cuts of the power over {len(LENGTHS)} saves: old or new values in each"]
+    return [f"{len(SEEN)} power cuts during {len(LENGTHS)} saves: old or new values after each"]
 
 
-GROUPS = [Group("power", "the power fails in a save, on the simulated board's ext4",
+GROUPS = [Group("power", "power cut during a save, on ext4 of the simulated board",
                 lambda: [Row("cut at any write of the disk", throw_cuts, seconds=120)],
                 figures=figures)]

@@ -14,8 +14,8 @@ from operator import attrgetter
 class Outcome(Enum):
     """What a row has shown."""
 
-    HELD = "held"
-    ORDERED = "ordered by the design"
+    HELD = "passed"
+    ORDERED = "known limitation"
     FAILED = "failed"
 
 

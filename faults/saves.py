@@ -23,10 +23,10 @@ KILL, TERM = "KILL", "TERM"
 ORDERLY = (TERM, "INT", "HUP")  # one function handles them
 ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which a Connect saves
 OLD, NEW, EMPTY = "old", "new", "empty"
-TWO_FILES = ("a kill between two files of one Connect leaves the earlier script or peer file "
-             "beside the new parameters: the next edit makes them agree again")
-FIRST = ("a kill in the first Connect leaves an empty script or peer file, or none, beside the "
-         "parameters: none is written again before something is edited")
+TWO_FILES = ("SIGKILL between two files of one Connect leaves the previous chat script or peer "
+             "file with the new parameters. The next edit updates them")
+FIRST = ("SIGKILL during the first Connect leaves the chat script or peer file empty or missing. "
+         "They are written after the next edit")
 
 
 def contents(parameters: bytes, auto: bytes) -> dict[str, bytes]:
@@ -136,10 +136,11 @@ def figures() -> list[str]:
         counts = Counter(save.kills)
         if save.kills:
             found.append(
-                f"{len(save.kills)} kills in a save ({name}): {counts[OLD] + counts[EMPTY]} left "
-                f"the parameters as they were, {counts[NEW]} all four files new, "
-                f"{counts['behind']} new parameters beside another file that was not")
+                f"{len(save.kills)} times SIGKILL during a save ({name}): "
+                f"{counts[OLD] + counts[EMPTY]} left all files old, {counts[NEW]} all four files "
+                f"new, {counts['behind']} new parameters with an older generated file")
     return found
 
 
-GROUPS = [Group("saves", "ended or killed at every call of a save", rows, figures=figures)]
+GROUPS = [Group("saves", "terminated or killed at each system call of a save", rows,
+                figures=figures)]

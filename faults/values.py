@@ -84,4 +84,4 @@ def rows() -> list[Row]:
               for name, value in VALUES.items() if name not in NO_KEY)]
 
 
-GROUPS = [Group("values", "what a parameter may hold", rows)]
+GROUPS = [Group("values", "unusual parameter values", rows)]
