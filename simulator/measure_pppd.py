@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Measures what the board's pppd and chat make of the two generated files, as tables for docs/.
+"""Measures how the board's pppd and chat interpret the parameters, and prints tables.
 
-Each row has the files written by the program's own code, runs the real programs against the
-simulated dongle and reads what arrived at its network. Takes some minutes.
+For each row, the program's own code writes the files, the real pppd and chat dial the simulated
+dongle, and the row shows what its network received. A complete run takes some minutes.
 """
 
 from __future__ import annotations
@@ -11,17 +11,31 @@ import argparse
 import itertools
 import re
 import sys
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass
 from pathlib import Path
 from shlex import join, quote
 
+from host.paths import ROOT
 from panel.facts import CHAT_LOG, CHAT_SCRIPT, PARAMETERS, PPP_LOG
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG, NETWORK_LOG, SCENARIO
 
 Run = Callable[[str, float], str]
 PUKS = itertools.count(10000001)
+PAGE = ROOT / "docs/measured/dialling.md"
+OPENING = """\
+# How pppd and chat interpret the parameters: results
+
+Written by `simulator/measure_pppd.py --write-docs`. Do not edit this page:
+[dialling.md](../dialling.md) has the rules that follow from these results.
+
+`/etc/ppp/options`, `/etc/ppp/options.ttyUSB0` and both secrets files are empty unless a row says
+otherwise. "Received by the network" is spelled as the network's `pppd` logs it, with a backslash
+before each quote and backslash. "Received by the modem" is spelled with escapes, as in the dongle's
+log. The dongle refuses every call in the last table (NO CARRIER), and its SIM has the PIN 1234 in
+the rows with a PIN.
+"""
 
 OTHER = "other"  # an index that the screen's list does not have
 METHODS = ("AUTO", "PAP", "CHAP", OTHER)
@@ -42,7 +56,7 @@ def generate(**values: str) -> str:
         stored = f"printf '\\n\\n\\n\\n\\n3\\n' >{PARAMETERS}\n"
         del values["auth"]
     words = [f"{name}={value}" for name, value in values.items()]
-    return f"{stored}corvanta-provision {join(words)} || exit\n"
+    return f"{stored}corvanta-provision --as-is {join(words)} || exit\n"
 
 
 @dataclass(frozen=True)
@@ -164,7 +178,7 @@ def secrets_cases() -> list[PeerCase]:
     cases = []
     for method, asked in (("AUTO", "none"), ("AUTO", "pap"), ("AUTO", "chap")):
         cases.append(PeerCase(method, "user", "secret", (
-            f"auth={asked}", "user=user", "password=secret"), note=f"network asks for {asked}"))
+            f"auth={asked}", "user=user", "password=secret")))
     for method, asked in (("PAP", "pap"), ("CHAP", "chap"), (OTHER, "pap")):
         told = (f"auth={asked}", "user=user", "password=secret")
         proves = told + NETWORK_PROVES_ITSELF
@@ -173,9 +187,9 @@ def secrets_cases() -> list[PeerCase]:
             PeerCase(method, "user", "secret", told, line_options, "`noauth` in options.ttyUSB0"),
             PeerCase(method, "user", "secret", told, anybody, '`* * "" *` in both secrets files'),
             PeerCase(method, "user", "secret", told, known,
-                     "`network * netsecret *`; network does not prove itself"),
+                     "`network * netsecret *`; network does not authenticate itself"),
             PeerCase(method, "user", "secret", proves, known,
-                     "`network * netsecret *`; network proves itself"),
+                     "`network * netsecret *`; network authenticates itself"),
         ]
     return cases
 
@@ -213,8 +227,14 @@ def chat_values() -> list[tuple[str, str]]:
                                           "12^34", "12$34")])
 
 
-def row(*cells: str) -> None:
-    print("| " + " | ".join(cell.replace("|", "\\|") for cell in cells) + " |", flush=True)
+def row(*cells: str) -> str:
+    return "| " + " | ".join(cell.replace("|", "\\|") for cell in cells) + " |"
+
+
+def required(scenario: tuple[str, ...]) -> str:
+    """Which authentication the network requires of the board."""
+    method = scenario[0].removeprefix("auth=")
+    return "network requires " + ("no authentication" if method == "none" else method.upper())
 
 
 def code(text: str) -> str:
@@ -222,52 +242,67 @@ def code(text: str) -> str:
     return f"`{text}`" if text else "(empty)"
 
 
-def print_peer_table(run: Run, title: str, cases: list[PeerCase]) -> None:
-    print(f"\n### {title}\n")
-    row("Method", "User", "Password", "Board and network", "Exit status", "What happens",
-        "What the network gets")
-    row(*["---"] * 7)
+def peer_table(run: Run, title: str, cases: list[PeerCase]) -> Iterator[str]:
+    yield f"\n## {title}\n"
+    yield row("Method", "User", "Password", "Set-up", "`pppd` exit status", "Result",
+              "Received by the network")
+    yield row(*["---"] * 7)
     for case in cases:
         result = measure_peer(run, case)
-        row(case.method, code(case.user), code(case.password), case.note or
-            "network asks for " + case.scenario[0].removeprefix("auth="),
-            str(result.status), result.describe(),
-            code(result.credentials) if result.credentials else "nothing")
+        yield row(case.method, code(case.user), code(case.password),
+                  case.note or required(case.scenario), str(result.status), result.describe(),
+                  code(result.credentials) if result.credentials else "nothing")
 
 
-def print_chat_table(run: Run) -> None:
-    print("\n### chat\n")
-    row("Value", "Text", "Exit status", "What the modem hears")
-    row(*["---"] * 4)
+def chat_table(run: Run) -> Iterator[str]:
+    yield "\n## Values in the chat script\n"
+    yield row("Parameter", "Value", "`chat` exit status", "Received by the modem")
+    yield row(*["---"] * 4)
     for kind, value in chat_values():
         status, heard = measure_chat(run, kind, value)
-        row(kind.upper(), code(value), str(status), code(heard))
+        yield row(kind.upper(), code(value), str(status), code(heard))
 
 
 PEER_TABLES = {
-    "empty": ("Empty user name or password", empty_value_cases),
-    "characters": ("Characters in user name and password", character_cases),
     "secrets": ("Methods, secrets and options", secrets_cases),
+    "characters": ("Characters in user name and password", character_cases),
+    "empty": ("Empty user name or password", empty_value_cases),
 }
 TABLES = (*PEER_TABLES, "chat")
+
+
+def measured(tables: Iterable[str]) -> Iterator[str]:
+    """The lines of the tables, each as soon as it has been measured."""
+    with Board(run="measure-pppd") as board:
+        board.dongle.plug()
+        version = board.guest.sh("pppd --version 2>&1").strip()
+        yield f"Measured with {version}."
+        for name in tables:
+            if name == "chat":
+                yield from chat_table(board.guest.sh)
+            else:
+                title, cases = PEER_TABLES[name]
+                yield from peer_table(board.guest.sh, title, cases())
 
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("tables", nargs="*", metavar="TABLE",
                         help="which: " + ", ".join(TABLES) + "; all by default")
-    tables = parser.parse_args().tables or TABLES
+    parser.add_argument("--write-docs", action="store_true",
+                        help=f"also write all tables into {PAGE.relative_to(ROOT)}")
+    options = parser.parse_args()
+    tables = options.tables or TABLES
     if unknown := set(tables) - set(TABLES):
         parser.error("tables are " + ", ".join(TABLES) + ", not " + ", ".join(unknown))
-    with Board(run="measure-pppd") as board:
-        board.dongle.plug()
-        print(board.guest.sh("pppd --version 2>&1").strip())
-        for name in tables:
-            if name == "chat":
-                print_chat_table(board.guest.sh)
-            else:
-                title, cases = PEER_TABLES[name]
-                print_peer_table(board.guest.sh, title, cases())
+    if options.write_docs and options.tables:
+        parser.error("--write-docs needs all tables: name none")
+    lines = []
+    for line in measured(tables):
+        print(line, flush=True)
+        lines.append(line)
+    if options.write_docs:
+        PAGE.write_text(OPENING + "\n" + "\n".join(lines) + "\n")
     return 0
 
 
