@@ -1,4 +1,4 @@
-// The module that does the HTTP probe.
+// HTTP probe plugin.
 #include "app/httpprobe.h"
 
 #include <QNetworkAccessManager>
@@ -25,7 +25,7 @@ public:
 
     Outcome take(QNetworkReply *reply) override
     {
-        reply->manager()->deleteLater(); // The reply is its child.
+        reply->manager()->deleteLater(); // Also deletes the reply, its child.
         if (reply->error() != QNetworkReply::NoError)
             return {{}, reply->errorString()};
         return {reply->readAll(), {}};

@@ -1,7 +1,7 @@
-// What the controller asks of the module that does the HTTP probe.
+// Interface of the HTTP probe plugin.
 //
-// The module alone links QtNetwork. The program would load its nine libraries at every start, for a
-// probe that no button leads to; so it loads the module when a probe is first asked for.
+// Only the plugin links QtNetwork. No button starts the probe, so the program loads the plugin on
+// first use instead of loading QtNetwork's nine libraries at every start.
 #pragma once
 
 #include <QByteArray>
@@ -13,22 +13,22 @@ class QNetworkReply;
 class HttpProbe
 {
 public:
-    /** What has come of a probe. */
+    /** Result of a probe. */
     struct Outcome {
-        QByteArray body; ///< the page, whole
-        QString error;   ///< null when the page has been fetched
+        QByteArray body; ///< complete page
+        QString error;   ///< error message; null on success
     };
 
     virtual ~HttpProbe() = default;
 
     /**
-     * Starts to fetch a page. A redirection counts as the answer and is not followed.
-     * @return the access manager, whose signal finished(QNetworkReply *) gives the outcome
+     * Start fetching a page. Redirects are not followed; the redirect itself is the result.
+     * @return access manager, which emits finished(QNetworkReply *) when the result is available
      */
-    virtual QObject *fetch(const QString &url) = 0;
+    [[nodiscard]] virtual QObject *fetch(const QString &url) = 0;
 
-    /** Reads a finished reply and releases it with its manager. */
-    virtual Outcome take(QNetworkReply *reply) = 0;
+    /** Read a finished reply and delete it together with its access manager. */
+    [[nodiscard]] virtual Outcome take(QNetworkReply *reply) = 0;
 };
 
 #define HttpProbe_iid "corvanta.HttpProbe/1"

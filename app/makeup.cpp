@@ -74,7 +74,7 @@ void Makeup::createStatusWidgets()
     pppStatusValue = new QLabel;
     signalLabel = new QLabel(tr("Signal Strength:"));
     signalValue = new QLabel;
-    signalValue->setTextFormat(Qt::PlainText); // A modem's answer may look like markup.
+    signalValue->setTextFormat(Qt::PlainText); // A modem's reply may look like rich text.
     signalBar = new QProgressBar;
     signalBar->setRange(0, 100);
 }
@@ -103,7 +103,8 @@ Makeup::~Makeup()
     parentWidget = nullptr;
     instancePtr = nullptr;
 
-    // A page would delete its children: they go first, then the pages, then the tab widget.
+    // Delete children before their pages and the pages before the tab widget: a parent deletes its
+    // children.
     QWidget *const owned[] = {
         apnLabel,          apnEdit,          dialNumLabel,   dialNumEdit,    userLabel,
         userEdit,          passwordLabel,    passwordEdit,   pinLabel,       pinEdit,

@@ -1,9 +1,9 @@
-// The controller: owns every widget of the screen and carries all dial-up behaviour.
+// The controller: owns all widgets and implements the dial-up behaviour.
 //
 // Implementation, in the order of the sections below:
 //   makeup.cpp          construction, teardown
 //   makeup_screen.cpp   layout, busy bar, display profile and style sheets
-//   makeup_signals.cpp  SIGUSR1 into the event loop
+//   makeup_signals.cpp  delivers SIGUSR1 to the event loop
 //   makeup_dialup.cpp   connect, disconnect, link check and status
 //   makeup_params.cpp   parameter files, generated files, exit
 //   makeup_probes.cpp   modem, ping and HTTP probes
@@ -46,85 +46,90 @@ class Makeup : public QObject
 
 public:
     /**
-     * Gives the one controller. The first call creates it.
-     * @param parent main window (a QWidget), which owns the controller; later calls ignore it
+     * Return the controller (a singleton), creating it on the first call.
+     * @param parent main window (a QWidget), owner of the controller; ignored after the first call
      */
     static Makeup *getInstance(QObject *parent);
     ~Makeup() override;
 
-    static QSize monitorSize; ///< the panel in pixels; 0x0 until the controller exists
+    static QSize monitorSize; ///< panel size in pixels; 0x0 before the controller exists
     static int monitorModel;  ///< display profile 4, 7, 10, or 0 for any other size
 
     // --- Screen -------------------------------------------------------------------------------
-    /** Lays the widgets out on three tab pages and a button row, and sizes the main window. */
+    /** Lay out the widgets on three tab pages and a button row, and resize the main window to the
+     *  panel. */
     void doShapping();
-    /** Connects the buttons to their slots. */
+    /** Connect the buttons to their slots. */
     void setConnect();
-    /** Shows a new busy bar (true) or hides the current one (false). */
+    /** Show a new busy bar (true) or close the current one (false). */
     void progressBar(bool show);
-    /** Reads the panel's size into monitorSize and classifies it into monitorModel. */
+    /** Store the panel size in monitorSize and its display profile in monitorModel. */
     static void getMonitorModel();
-    /** Installs the style sheet that every profile shares on the application. */
+    /** Apply the style sheet shared by all profiles to the application. */
     static void setGlobalStyle();
-    /** Installs the profile's style sheet on a window. Without a profile nothing changes. */
+    /** Apply the style sheet of the display profile to a widget. No effect without a profile. */
     static void setStyle(QWidget *widget);
 
-    // --- Signal bridge ------------------------------------------------------------------------
-    /** Installs the SIGUSR1 handler. @return the result of sigaction(2) */
+    // --- Signal bridge (Qt documentation, "Calling Qt Functions From Unix Signal Handlers") -----
+    /** Install the SIGUSR1 handler. @return the result of sigaction(2) */
     static int setup_unix_signal_handlers();
-    /** The handler: one byte into the socket pair. Never blocks. */
+    /** SIGUSR1 handler: write one byte to the socket pair. Never blocks. */
     static void usrSignalHandler(int);
     /** Pair of connected stream sockets, both non-blocking. The handler writes to [0], the notifier
      *  reads from [1]. They are never closed. */
     static int sigUsrFd[2];
 
     // --- Dial-up ------------------------------------------------------------------------------
-    /** Writes the dongle's and the link's state into the two status labels. */
+    /** Show the state of the dongle and of the link in the status labels. */
     void updateStatus(bool linkUp);
 
     // --- Parameters ---------------------------------------------------------------------------
-    /** Reads both parameter files into the lists and shows their values. */
+    /** Read both parameter files into the lists and show their values. */
     void loadParam();
-    /** @return whether the screen differs from the lists that were last loaded */
-    bool checkParamModify();
-    /** Writes the chat script from the lists. */
+    /** @return true when the screen differs from the lists of the last load */
+    [[nodiscard]] bool checkParamModify();
+    /** Write the chat script from the lists. */
     void modifyChatFile();
-    /** Writes the pppd peer file from the lists. */
+    /** Write the pppd peer file from the lists. */
     void modifyConnectFile();
 
     // --- Probes -------------------------------------------------------------------------------
-    /** @return 0 when /dev has a ttyUSB node, 1 when it has none, else the shell's failure */
-    int checkTTYUSB();
-    /** @return whether /dev has a ttyUSB node */
-    bool hasModemNode();
-    /** Starts to fetch the probe page. managerFinished() gets the outcome. */
+    /** @return 0 when a /dev/ttyUSB* device node exists, 1 when none exists, any other value when
+     *          the check itself failed */
+    [[nodiscard]] int checkTTYUSB();
+    /** @return true when a /dev/ttyUSB* device node exists */
+    [[nodiscard]] bool hasModemNode();
+    /** Start fetching the probe URL; managerFinished() receives the result. */
     void httpGet();
 
 public slots:
-    /** Writes both parameter files from the screen. */
+    /** Save the values on the screen to both parameter files. */
     void saveParam();
-    /** The Connect button: makes one attempt. The link is checked 15 s after pppd has started. */
+    /** Connect button: make one connection attempt. The link is checked 15 s after pppd was
+     *  started. */
     void doPPPConnect();
-    /** The Disconnect button: stops every pppd. The link is checked 3 s later. */
+    /** Disconnect button: terminate every pppd. The link is checked 3 s later. */
     void doPPPDisconnect();
-    /** Checks the link and sets buttons, setting page and labels from it. @return whether it is up
-     */
+    /** Check the link and update the buttons, the setting page and the labels.
+     *  @return true when the link is up */
     bool checkPPPConnect();
-    /** Ends an attempt: checks the link, and shows a notice when it is down. */
+    /** Finish a connection attempt: check the link and show a notice if it is down. */
     void checkPPPMsg();
-    /** The ping button: pings three times and shows what ping printed. Blocks meanwhile. */
+    /** Ping button: ping three times and show the output. Blocks until ping exits. */
     void pinResponse();
-    /** Serves one SIGUSR1 with one link check. */
+    /** Handle one SIGUSR1: check the link. */
     void handleSigUsr();
-    /** The Exit button: rotates the logs, saves the parameters and closes the main window. */
+    /** Exit button: rotate the logs, save the parameters and close the main window. */
     void mClose();
-    /** Logs the body or the error of a finished HTTP probe and releases it with its manager. */
+    /** Log the body or the error of a finished HTTP probe; delete the reply and its access
+     *  manager. */
     void managerFinished(QNetworkReply *reply);
     /**
-     * Asks the modem for its received signal strength and shows the answer.
-     * @param request 1 to ask; any other value does nothing
-     * @return 0 when the modem answered or was not asked; checkTTYUSB() when there is no node; -1
-     *         when the port fails, the modem is silent for 3 s, or the main window closes
+     * Query the signal strength from the modem and show it.
+     * @param request 1 to query; with any other value the function does nothing
+     * @return 0 when the modem answered or request is not 1; the value of checkTTYUSB() when there
+     *         is no device node; -1 when the port fails, the modem does not answer within 3 s, or
+     *         the main window closes
      */
     int checkSignalStrength(int request);
 
@@ -142,12 +147,12 @@ private:
     void shapeSettingPage();
     void shapeStatusPage();
     void shapeMiscPage();
-    bool waitForDongle();
-    bool waitForModemNode();
+    [[nodiscard]] bool waitForDongle();
+    [[nodiscard]] bool waitForModemNode();
     void abandonConnect();
     void rewriteFilesIfModified();
     bool isScreenBuilt() const { return statusPage != nullptr; }
-    paramlist::ScreenValues screenValues() const;
+    [[nodiscard]] paramlist::ScreenValues screenValues() const;
     void showDialUp(const paramlist::DialUpValues &values);
     void showAutoConnect(const paramlist::AutoConnectValues &values);
     void showSignal(const SignalReply &reply);
@@ -181,7 +186,7 @@ private:
     QLabel *dongleStatusLabel = nullptr;
     QLabel *dongleStatusValue = nullptr;
 
-    // On no page
+    // Not on any page
     QLabel *signalLabel = nullptr;
     QLabel *signalValue = nullptr;
     QProgressBar *signalBar = nullptr;
@@ -193,11 +198,11 @@ private:
     QLabel *countsLabel = nullptr;
     QLineEdit *countsEdit = nullptr;
 
-    // On no page
+    // Not on any page
     QPushButton *pingButton = nullptr;
     QTextEdit *pingOutput = nullptr;
 
-    // Pages and layouts; the layouts belong to the widgets that they lay out
+    // Pages and layouts; each widget owns its layout
     QWidget *settingPage = nullptr;
     QWidget *statusPage = nullptr;
     QWidget *miscPage = nullptr;
@@ -208,8 +213,8 @@ private:
     QHBoxLayout *buttonRow = nullptr;
     QVBoxLayout *mainLayout = nullptr;
 
-    QProgressBar *busyBar = nullptr;    ///< the newest; hidden once closed
-    DetectMsg *messageDialog = nullptr; ///< the newest; open or closed
+    QProgressBar *busyBar = nullptr;    ///< the most recent one; hidden after it is closed
+    DetectMsg *messageDialog = nullptr; ///< the most recent one, open or closed
 
     QList<QString> paramList;     ///< lines of the parameter file, from the last load
     QList<QString> autoParamList; ///< lines of the auto-connect file, from the last load
@@ -218,5 +223,5 @@ private:
 
     StoredFile dialUpFile;
     StoredFile autoConnectFile;
-    bool awaitingModemNode = false; ///< an attempt waits for the modem's serial node
+    bool awaitingModemNode = false; ///< a connection attempt is waiting for the device node
 };

@@ -25,7 +25,8 @@ void showState(QLabel *label, const QString &text, bool good)
 {
     label->setText(text);
     const QString sheet = good ? QStringLiteral("color:green;") : QStringLiteral("color:red;");
-    if (label->styleSheet() != sheet) // Qt polishes and repaints a label even for the same sheet.
+    // Qt repolishes and repaints the label even if the style sheet is unchanged.
+    if (label->styleSheet() != sheet)
         label->setStyleSheet(sheet);
 }
 
@@ -46,11 +47,15 @@ void Makeup::doPPPConnect()
     rewriteFilesIfModified();
     makePrivateLogs({boardpaths::PppLog, boardpaths::ChatLog});
     boardcommands::dial();
-    // A coarse timer may fire half a second early.
+    // Qt::CoarseTimer, the default, may be off by 5 %, here 0.75 s.
     QTimer::singleShot(ConnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPMsg);
 }
 
-/** @return whether the attempt goes on: not when the operator closes the dialog without a node */
+/**
+ * Show the dialog that waits for the dongle, unless the dongle is attached or a dialog was shown
+ * before.
+ * @return false when the operator closed the dialog and there is no device node: the attempt ends
+ */
 bool Makeup::waitForDongle()
 {
     if (CheckUSB::checkUSB() != 0 || messageDialog != nullptr)
@@ -60,7 +65,8 @@ bool Makeup::waitForDongle()
     return messageDialog->exec() == QDialog::Rejected || hasModemNode();
 }
 
-/** Ends this attempt and an older one that waits for the node, and gives the screen back. */
+/** Cancel this attempt and an earlier one that waits for the device node; restore the screen to the
+ *  state of the link. */
 void Makeup::abandonConnect()
 {
     awaitingModemNode = false;
@@ -68,9 +74,9 @@ void Makeup::abandonConnect()
 }
 
 /**
- * Waits until a ttyUSB node exists. A link check can enable Connect during the wait. A newer press
- * then returns at once and leaves the wait to the older one, so that one attempt dials, once.
- * @return whether to dial
+ * Wait until a ttyUSB device node exists. If a link check enables Connect during the wait, a second
+ * press returns immediately, so that only the first attempt dials, once.
+ * @return true when this attempt should dial
  */
 bool Makeup::waitForModemNode()
 {

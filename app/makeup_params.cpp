@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto LockPatience = 300ms; // The GUI stands still meanwhile.
+constexpr auto LockPatience = 300ms; // The user interface is blocked meanwhile.
 
 } // namespace
 
@@ -76,7 +76,7 @@ paramlist::ScreenValues Makeup::screenValues() const
 
 void Makeup::saveParam()
 {
-    const ParameterLock lock(LockPatience); // What was typed is stored without it, too.
+    const ParameterLock lock(LockPatience); // Save even if the lock cannot be acquired.
     const paramlist::ScreenValues values = screenValues();
     dialUpFile.save(paramlist::dialUpLines(values.dialUp));
     autoConnectFile.save(paramlist::autoConnectLines(values.autoConnect));

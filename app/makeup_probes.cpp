@@ -25,20 +25,21 @@ namespace
 constexpr auto ReplyPollInterval = 10ms;
 constexpr auto ReplyLimit = 3000ms;
 
-/** Outcome of asking the modem for its signal. */
+/** Result of a signal-strength query. */
 struct SignalAnswer {
-    int result = -1;             ///< of the exchange: what close(2) returned, or -1
-    QByteArray chunk;            ///< the modem's answer; empty when there is none
-    const char *error = nullptr; ///< for the operator; null when there is nothing to say
+    int result = -1;             ///< return value of close(2); -1 when the exchange failed
+    QByteArray chunk;            ///< the modem's response; empty when there is none
+    const char *error = nullptr; ///< error message for the operator; null if there is none
 };
 
-/** One AT+CSQ exchange over the modem's port. @param abandoned whether to give up waiting */
+/** Send AT+CSQ to the modem and wait for the response.
+ *  @param abandoned returns true to cancel the wait */
 SignalAnswer askForSignal(const std::function<bool()> &abandoned)
 {
     AtPort port(boardpaths::ModemPort);
     if (!port.isOpen())
         return {-1, {}, "open ttyUSB0 error"};
-    // The single A starts no command: the modem answers the query alone.
+    // A lone "A" does not start a command; the modem answers only the query.
     if (!port.write("A"))
         return {-1, {}, "write ATZ error"};
     if (!port.write("AT+CSQ\r"))
@@ -55,7 +56,8 @@ SignalAnswer askForSignal(const std::function<bool()> &abandoned)
     return {port.close(), chunk, nullptr};
 }
 
-/** The module of the HTTP probe, loaded by the first call; null, and a debug line, without it. */
+/** Load the HTTP probe plugin on the first call.
+ *  @return null when it cannot be loaded; a debug message then gives the reason */
 HttpProbe *httpProbe()
 {
     static HttpProbe *const probe = [] {
@@ -68,7 +70,7 @@ HttpProbe *httpProbe()
     return probe;
 }
 
-/** Appends a paragraph as plain text, whatever it looks like. */
+/** Append a paragraph as plain text, even if it looks like rich text. */
 void appendPlain(QTextEdit *box, const QString &text)
 {
     QTextCursor cursor(box->document());
@@ -125,7 +127,7 @@ void Makeup::httpGet()
     HttpProbe *probe = httpProbe();
     if (probe == nullptr)
         return;
-    // By name: the signal's class is of QtNetwork, which is not linked.
+    // String-based connection: QtNetwork, which defines the signal, is not linked.
     connect(probe->fetch(QStringLiteral(CORVANTA_PROBE_URL)), SIGNAL(finished(QNetworkReply *)),
             this, SLOT(managerFinished(QNetworkReply *)));
 }

@@ -19,7 +19,7 @@ namespace
 
 constexpr int LargeProfile = 10;
 
-/** Margins and spacing that the status and the misc page share. */
+/** Set the margins and spacing shared by the status page and the misc page. */
 void looseGrid(QGridLayout *grid, int stretchColumn)
 {
     grid->setRowStretch(2, 1);

@@ -1,4 +1,4 @@
-// The controller's signal bridge: SIGUSR1 into the event loop.
+// The controller's signal bridge: delivers SIGUSR1 to the event loop.
 #include "app/makeup.h"
 
 #include <QSocketNotifier>
@@ -25,8 +25,8 @@ void Makeup::createSignalBridge()
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, sigUsrFd) != 0)
         qFatal("Couldn't create USR socketpair");
-    // Some hundred unread bytes fill the socket. The handler then drops its byte: checks are
-    // pending anyway, and a blocking write would stop the GUI thread, which alone reads the socket.
+    // A few hundred unread bytes fill the socket buffer. The handler then drops its byte, because
+    // checks are pending anyway; a blocking write would deadlock the GUI thread, the only reader.
     setCloseOnExecAndNonBlocking(sigUsrFd[0]);
     setCloseOnExecAndNonBlocking(sigUsrFd[1]);
     sigUsrNotifier = new QSocketNotifier(sigUsrFd[1], QSocketNotifier::Read, this);

@@ -1,4 +1,4 @@
-// The application-wide event filter: Escape leaves a line edit.
+// Application-wide event filter: Escape removes the focus from a line edit.
 #pragma once
 
 #include <QObject>
@@ -10,6 +10,6 @@ class MFilter : public QObject
 public:
     explicit MFilter(QObject *parent);
 
-    /** Consumes Escape in a line edit and takes the focus from it. Passes every other event on. */
+    /** Consume Escape in a line edit and clear its focus; let all other events pass. */
     bool eventFilter(QObject *watched, QEvent *event) override;
 };

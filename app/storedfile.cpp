@@ -20,7 +20,7 @@ void StoredFile::load(QStringList &list)
 
 void StoredFile::save(const QStringList &lines) const
 {
-    // A file that was missing may have come with a mount that was late.
+    // Check again: a late mount may have added a file that was missing at the last load.
     if (read || edited || linefile::read(path).state == Content::Missing)
         linefile::write(path, lines);
 }

@@ -1,4 +1,5 @@
-// One of the two parameter files: what its last load has shown, and whether its page was edited.
+// One of the two parameter files: the result of its last load, and whether the operator has edited
+// its page since.
 #pragma once
 
 #include <QString>
@@ -7,28 +8,30 @@
 class StoredFile
 {
 public:
-    /** @param standIns lines that stand in for a file that cannot be read */
+    /** @param file path of the file
+     *  @param standIns default lines, used when the file cannot be read */
     StoredFile(const char *file, const QStringList &standIns) : path(file), defaults(standIns) {}
 
-    /** Replaces a list by the lines of the file, or appends the defaults when it cannot be read. */
+    /** Replace a list with the lines of the file. If the file cannot be read, append the defaults
+     *  to the list. */
     void load(QStringList &list);
 
-    /** Notes that the operator has edited the file's page since the load. */
+    /** Record that the operator has edited the file's page since the last load. */
     void noteEdit() { edited = true; }
 
-    /** Writes lines. A file whose content the last load has missed is kept unless its page was
-     *  edited: defaults that nobody typed must not replace it. */
+    /** Write lines to the file. If the last load could not read an existing file and its page was
+     *  not edited, keep the file: defaults that the operator did not type must not replace it. */
     void save(const QStringList &lines) const;
 
-    /** @return true when the file is there and no load has read it: a list then holds defaults
-     *          that say nothing about the link */
-    bool isUnknown() const { return unreadable && !everRead; }
+    /** @return true when the file exists but could never be read: the list then holds only
+     *          defaults, which are not the parameters of the link */
+    [[nodiscard]] bool isUnknown() const { return unreadable && !everRead; }
 
 private:
     QString path;
     QStringList defaults;
-    bool read = false;       ///< by the last load
-    bool unreadable = false; ///< the last load found the file and could not read it
-    bool everRead = false;
-    bool edited = false;
+    bool read = false;       ///< the last load read the file
+    bool unreadable = false; ///< the file exists, but the last load could not read it
+    bool everRead = false;   ///< some load has read the file
+    bool edited = false;     ///< the operator has edited the page since the last load
 };

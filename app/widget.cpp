@@ -30,7 +30,8 @@ Widget::~Widget()
 
 void Widget::waitForDongle()
 {
-    // Told to end before this: no event would close the dialog.
+    // Do not open the dialog after a termination signal: the signal has already been handled and
+    // would not close it.
     if (StopSignals::received() || CheckUSB::checkUSB() != 0)
         return;
     QString text = tr("Undetected dongle,Please plugin and wait a moment!");

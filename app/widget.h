@@ -1,4 +1,4 @@
-// The main window. Its construction is the whole start-up of the dial-up application.
+// The main window. Its constructor performs the start-up.
 #pragma once
 
 #include <QWidget>
@@ -10,14 +10,14 @@ class Widget : public QWidget
     Q_OBJECT
 
 public:
-    /** Performs the start-up. It returns when the modem's serial device node exists, however long
-     *  that takes. Timers, signals and the waiting dialog are served meanwhile. The window is not
-     *  visible yet. */
+    /** Perform the start-up. Return when the modem's device node exists or a termination signal has
+     *  arrived; there is no timeout. Events are processed meanwhile. The window is not yet shown.
+     */
     explicit Widget(QWidget *parent = nullptr);
     ~Widget() override;
 
 private:
     void waitForDongle();
 
-    DetectMsg *detectMsg = nullptr; ///< the waiting dialog of the start-up, if it was needed
+    DetectMsg *detectMsg = nullptr; ///< start-up dialog that waits for the dongle; may be null
 };
