@@ -1,4 +1,4 @@
-// Where the board keeps its files and devices. Each path stands here alone.
+// Paths of the board's files and devices; they are defined only here.
 #pragma once
 
 namespace boardpaths
@@ -10,9 +10,9 @@ inline constexpr char AutoConnectFile[] = "/quenfold/configs/autoparam";
 inline constexpr char ChipMarkerFile[] = "/quenfold/configs/initedFram";
 inline constexpr char ChipDevice[] = "/dev/spidev1.0";
 
-// Held by the program while it runs
+// Single-instance lock
 inline constexpr char OnlyCopyLock[] = "/run/corvanta.lock";
-// Held around each read and write of the parameters
+// Lock for reading and writing the parameters
 inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 
 // Dial-up

@@ -25,7 +25,7 @@ QStringList chatScriptLines(const QStringList &paramList)
     if (pin.isEmpty()) {
         lines << QStringLiteral("'' 'ATZ'");
     } else {
-        // Not arg(): a value may hold a place marker itself.
+        // Not arg(): a value may contain a place marker such as %1.
         lines << QStringLiteral("'' 'AT+CPIN=\"") + pin + QStringLiteral("\"'")
               << QStringLiteral("'ERROR-AT-OK' 'ATZ'");
     }

@@ -1,4 +1,4 @@
-// Display profiles: what the panel's size in pixels decides about the screen.
+// Display profiles: settings that depend on the panel's size in pixels.
 #pragma once
 
 #include <QRect>
@@ -9,23 +9,23 @@ namespace displayprofile
 {
 
 /**
- * Classifies a panel.
+ * Determine the display profile of a panel.
  * @param screen width and height in pixels; both must match a known panel exactly
  * @return 4 (480x272), 7 (800x480), 10 (1280x800) or 0 (any other size)
  */
-int modelFor(const QSize &screen);
+[[nodiscard]] int modelFor(const QSize &screen);
 
-/** Resource path of a profile's style sheet, or an empty text for profile 0. */
-QString styleSheetPath(int model);
+/** Return the resource path of a profile's style sheet; empty for any other value. */
+[[nodiscard]] QString styleSheetPath(int model);
 
-/** Resource path of the style sheet that all profiles share. */
-QString globalStyleSheetPath();
+/** Return the resource path of the style sheet shared by all profiles. */
+[[nodiscard]] QString globalStyleSheetPath();
 
 /**
- * Places the busy bar: half the panel wide, a twelfth of the panel high, and as far from the top as
- * from the left. Divisions truncate.
+ * Return the geometry of the busy bar: half the panel's width, one twelfth of its height, centred
+ * horizontally; the distance from the top equals the distance from the left. Divisions truncate.
  * @param screen width and height in pixels
  */
-QRect busyBarGeometry(const QSize &screen);
+[[nodiscard]] QRect busyBarGeometry(const QSize &screen);
 
 } // namespace displayprofile

@@ -30,7 +30,7 @@ QChar decodeSurrogate(const QByteArray &bytes, qsizetype at)
 
 std::optional<QString> decodeUtf8(const QByteArray &bytes)
 {
-    // A mark at the beginning, too, is a character that was typed.
+    // Keep a leading byte-order mark: it was typed as a character.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
                                                      QStringDecoder::Flag::ConvertInitialBom);
     const QString text = decoder.decode(bytes);

@@ -1,4 +1,4 @@
-// The encoding of the text files' lines.
+// Encoding of the lines of parameter files and generated files.
 #pragma once
 
 #include <QByteArray>
@@ -7,12 +7,12 @@
 namespace linetext
 {
 
-/** Encodes text as UTF-8. Half of a surrogate pair, which UTF-8 has no form for, becomes the three
- *  bytes that its code would have. decode() gives every text back as it was. */
-QByteArray encode(const QString &text);
+/** Encode text as UTF-8. An unpaired surrogate, which UTF-8 cannot represent, is encoded as the
+ *  three bytes of its code point. decode() restores every text exactly. */
+[[nodiscard]] QByteArray encode(const QString &text);
 
-/** Decodes what encode() made. Bytes that it cannot have made are ISO 8859-1, which older
- *  installations wrote. */
-QString decode(const QByteArray &bytes);
+/** Decode the output of encode(). Anything else is decoded as ISO 8859-1, which older installations
+ *  wrote. */
+[[nodiscard]] QString decode(const QByteArray &bytes);
 
 } // namespace linetext

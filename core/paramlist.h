@@ -1,5 +1,5 @@
-// The two parameter lists, which hold the lines of the parameter file and of the auto-connect file:
-// what each index means, and how lines become values of the screen and back.
+// The two parameter lists, one per parameter file: the meaning of each entry, and the conversion
+// between lines and screen values.
 #pragma once
 
 #include <QByteArray>
@@ -28,75 +28,77 @@ enum AutoConnectIndex {
     AutoConnectCount
 };
 
-/** Which of the two auto-connect radio buttons is selected. */
+/** Selected auto-connect radio button. */
 enum class AutoChoice { Unset, Yes, No };
 
-/** The dial-up values as the screen has them. */
+/** Dial-up values on the screen. */
 struct DialUpValues {
     QString apn;
     QString dialNumber;
     QString user;
     QString password;
     QString pin;
-    int authMethod = 0; ///< index of the method's combo item; -1 with no item selected
+    int authMethod = 0; ///< index in the method combo box; -1 if none is selected
 };
 
-/** The auto-connect values as the screen has them. */
+/** Auto-connect values on the screen. */
 struct AutoConnectValues {
     AutoChoice choice = AutoChoice::Unset;
     QString counts;
 };
 
-/** All values of the screen, texts untrimmed. */
+/** All values on the screen; texts are untrimmed. */
 struct ScreenValues {
     DialUpValues dialUp;
     AutoConnectValues autoConnect;
 };
 
-/** Removes blank, tab, line feed, carriage return, vertical tab and form feed at both ends. Other
- *  white space stays: a no-break space, for example, may belong to a password. */
-QString trimmed(const QString &text);
+/** Remove ASCII white space (space, \t, \n, \v, \f, \r) at both ends. Other white space is kept: a
+ *  password may contain a no-break space, for example. */
+[[nodiscard]] QString trimmed(const QString &text);
 
 /**
- * Decodes one line. A NUL ends it. It is UTF-8, or else ISO 8859-1, which older installations
- * wrote.
- * @param line bytes of the line, with or without its line end
+ * Decode one line up to the first NUL. The encoding is UTF-8, or ISO 8859-1 (from older
+ * installations) if the line is not valid UTF-8.
+ * @param line bytes of the line, with or without the newline
  * @return trimmed text
  */
-QString decodeLine(const QByteArray &line);
+[[nodiscard]] QString decodeLine(const QByteArray &line);
 
-/** Decodes every line of a parameter file. The last line needs no line feed. */
-QStringList parse(const QByteArray &content);
+/** Decode all lines of a parameter file. The last line may lack a newline. */
+[[nodiscard]] QStringList parse(const QByteArray &content);
 
-/** Dial-up list of a board without a parameter file. */
-QStringList dialUpDefaults();
+/** Return the default dial-up list, for boards without a parameter file. */
+[[nodiscard]] QStringList dialUpDefaults();
 
-/** Auto-connect list of a board without an auto-connect file. */
-QStringList autoConnectDefaults();
+/** Return the default auto-connect list, for boards without an auto-connect file. */
+[[nodiscard]] QStringList autoConnectDefaults();
 
-/** One entry of a dial-up list, or its default when the list is too short. */
-QString dialUpEntry(const QStringList &list, DialUpIndex index);
+/** Return an entry of a dial-up list, or its default when the list is too short. */
+[[nodiscard]] QString dialUpEntry(const QStringList &list, DialUpIndex index);
 
-/** One entry of an auto-connect list, or its default when the list is too short. */
-QString autoConnectEntry(const QStringList &list, AutoConnectIndex index);
+/** Return an entry of an auto-connect list, or its default when the list is too short. */
+[[nodiscard]] QString autoConnectEntry(const QStringList &list, AutoConnectIndex index);
 
-/** Authentication method of a dial-up list; 0 when the entry is not an integer. */
-int authMethod(const QStringList &list);
+/** Return the authentication method of a dial-up list; 0 when the entry is not an integer. */
+[[nodiscard]] int authMethod(const QStringList &list);
 
-/** What the screen shows of a dial-up list; nothing when the list is too short. */
-std::optional<DialUpValues> dialUpValues(const QStringList &list);
+/** Convert a dial-up list to screen values. @return std::nullopt when the list is too short */
+[[nodiscard]] std::optional<DialUpValues> dialUpValues(const QStringList &list);
 
-/** What the screen shows of an auto-connect list; nothing when the list is too short. The flag
- *  selects NO when it is a non-zero integer, else YES. */
-std::optional<AutoConnectValues> autoConnectValues(const QStringList &list);
+/** Convert an auto-connect list to screen values. A non-zero integer flag means NO, anything else
+ *  YES. @return std::nullopt when the list is too short */
+[[nodiscard]] std::optional<AutoConnectValues> autoConnectValues(const QStringList &list);
 
-/** Lines of the parameter file, without line ends. The texts are trimmed. */
-QStringList dialUpLines(const DialUpValues &screen);
+/** Generate the lines of the parameter file, trimmed and without newlines. */
+[[nodiscard]] QStringList dialUpLines(const DialUpValues &screen);
 
-/** Lines of the auto-connect file, without line ends. No choice is stored as NO. */
-QStringList autoConnectLines(const AutoConnectValues &screen);
+/** Generate the lines of the auto-connect file, without newlines. AutoChoice::Unset is stored as
+ *  NO. */
+[[nodiscard]] QStringList autoConnectLines(const AutoConnectValues &screen);
 
-/** @return whether the screen differs from the lists; its texts are compared untrimmed */
-bool differs(const ScreenValues &screen, const QStringList &dialUp, const QStringList &autoConnect);
+/** @return true when the screen differs from the lists; screen texts are compared untrimmed */
+[[nodiscard]] bool differs(const ScreenValues &screen, const QStringList &dialUp,
+                           const QStringList &autoConnect);
 
 } // namespace paramlist

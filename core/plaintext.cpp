@@ -2,7 +2,7 @@
 
 QString plainText(const QByteArray &bytes)
 {
-    // fromLatin1() would keep the NUL and what follows it.
+    // fromLatin1() does not stop at a NUL.
     const qsizetype nul = bytes.indexOf('\0');
     return QString::fromLatin1(nul < 0 ? bytes : bytes.left(nul));
 }

@@ -1,8 +1,8 @@
-// Text from the output of other programs.
+// Decodes the output of other programs.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 
-/** Decodes ISO 8859-1 up to the first NUL. */
-QString plainText(const QByteArray &bytes);
+/** Decode ISO 8859-1 up to the first NUL. */
+[[nodiscard]] QString plainText(const QByteArray &bytes);

@@ -1,18 +1,18 @@
-// What a modem's answer to AT+CSQ says about the received signal.
+// Parses a modem's response to AT+CSQ (received signal strength).
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 
 struct SignalReply {
-    QString text;          ///< the whole chunk, line breaks and result code included
-    bool noSignal = false; ///< the figure is 99: not known or not detectable
-    int percent = 0;       ///< trunc(rssi / 31 * 100); 0 when the figure is not a number
+    QString text;          ///< complete response, including line breaks and result code
+    bool noSignal = false; ///< RSSI is 99: unknown or not detectable
+    int percent = 0;       ///< trunc(rssi / 31 * 100); 0 if RSSI is not a number
 };
 
 /**
- * Reads the rssi figure of a +CSQ response (3GPP TS 27.007, command echo off): exactly the two
- * characters at index 8 and 9.
- * @param chunk the bytes of one read, 1 to 128; a shorter answer gives a shorter figure
+ * Parse the RSSI of a +CSQ response (3GPP TS 27.007 (Release 17), 8.5): exactly the two characters
+ * at index 8 and 9, behind "\r\n+CSQ: " (ITU-T V.250 (07/2003), 5.7.1; command echo off).
+ * @param chunk bytes of one read (1 to 128); from a shorter response fewer characters are parsed
  */
-SignalReply parseSignalReply(const QByteArray &chunk);
+[[nodiscard]] SignalReply parseSignalReply(const QByteArray &chunk);
