@@ -9,20 +9,20 @@ class AtPort
 {
 public:
     /**
-     * Opens a serial device non-blocking. It does not become the controlling terminal, and its line
-     * settings stay as they are.
+     * Open a serial device in non-blocking mode. The device does not become the controlling
+     * terminal, and its line settings are not changed.
      */
     explicit AtPort(const char *path);
 
-    bool isOpen() const { return m_port.isOpen(); }
+    [[nodiscard]] bool isOpen() const { return m_port.isOpen(); }
 
-    /** @return false when write(2) fails */
-    bool write(const QByteArray &bytes);
+    /** Write once. @return false when write(2) fails */
+    [[nodiscard]] bool write(const QByteArray &bytes);
 
-    /** Reads once. @return at most 128 bytes; none when nothing has arrived or read(2) fails */
-    QByteArray readChunk();
+    /** Read once. @return up to 128 bytes; empty when no data is available or read(2) fails */
+    [[nodiscard]] QByteArray readChunk();
 
-    /** @return the result of close(2) */
+    /** Close the device. @return the result of close(2) */
     int close() { return m_port.close(); }
 
 private:

@@ -42,7 +42,7 @@ int findModemNode()
 
 bool isAutoConnectRunning()
 {
-    // The bracket keeps the pipeline from finding itself.
+    // The brackets keep grep from matching its own command line.
     return statusOf("ps ax | grep '[3]g\\.sh'") == 0;
 }
 

@@ -1,4 +1,4 @@
-// What the program has the board's own commands do. Their command lines stand here alone.
+// External commands of the board. All command lines are defined in this unit.
 #pragma once
 
 struct ShellResult;
@@ -6,26 +6,26 @@ struct ShellResult;
 namespace boardcommands
 {
 
-/** Starts pppd with the generated peer file. pppd goes on in the background. */
+/** Start pppd in the background, with the generated peer file. */
 void dial();
 
-/** Asks every pppd of the board to end. */
+/** Send SIGTERM to every pppd on the board. */
 void stopAll();
 
-/** @return whether the board has a ppp interface */
-bool isUp();
+/** @return true when the board has a ppp interface */
+[[nodiscard]] bool isUp();
 
-/** Sets the default route over ppp0. */
+/** Set the default route over ppp0. */
 void setDefaultRoute();
 
-/** @return 0 when /dev has a ttyUSB node, 1 when it has none, any other value when the shell failed
- */
-int findModemNode();
+/** @return 0 when a /dev/ttyUSB* device node exists, 1 when none exists, any other value when the
+ *          shell failed */
+[[nodiscard]] int findModemNode();
 
-/** @return whether a process runs the board's auto-connect script, 3g.sh */
-bool isAutoConnectRunning();
+/** @return true when the board's auto-connect script, 3g.sh, is running */
+[[nodiscard]] bool isAutoConnectRunning();
 
-/** Pings the ping test's target three times and waits for the end of it. */
-ShellResult ping();
+/** Ping the target of the ping test three times and wait for the result. */
+[[nodiscard]] ShellResult ping();
 
 } // namespace boardcommands

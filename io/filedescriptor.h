@@ -1,4 +1,4 @@
-// A file descriptor that closes itself.
+// Owner of a file descriptor, which it closes on destruction.
 #pragma once
 
 #include <unistd.h>
@@ -7,7 +7,7 @@
 class FileDescriptor
 {
 public:
-    /** @param fd an open descriptor, which this object owns from here on, or -1 */
+    /** @param fd open file descriptor to take ownership of, or -1 */
     explicit FileDescriptor(int fd = -1) : m_fd(fd) {}
     FileDescriptor(FileDescriptor &&other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     FileDescriptor(const FileDescriptor &) = delete;
@@ -19,10 +19,10 @@ public:
     }
     ~FileDescriptor() { close(); }
 
-    bool isOpen() const { return m_fd != -1; }
-    int get() const { return m_fd; }
+    [[nodiscard]] bool isOpen() const { return m_fd != -1; }
+    [[nodiscard]] int get() const { return m_fd; }
 
-    /** Closes now. @return the result of close(2), 0 when nothing was open */
+    /** Close the descriptor. @return the result of close(2); 0 when none was open */
     int close() { return m_fd == -1 ? 0 : ::close(std::exchange(m_fd, -1)); }
 
 private:

@@ -18,7 +18,7 @@ QString oldCopy(const QString &path)
 
 void makePrivateLog(const QString &path)
 {
-    // O_NONBLOCK: a FIFO in the log's place must not keep the screen waiting for a writer.
+    // O_NONBLOCK: if the path is a FIFO, open(2) must not wait for a writer.
     const FileDescriptor log(::open(
         QFile::encodeName(path).constData(),
         O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, S_IRUSR | S_IWUSR));
@@ -45,7 +45,7 @@ void rotateLogs(const QStringList &paths)
             QFile::remove(oldCopy(path));
     }
     for (const QString &path : paths) {
-        // QFile::rename would fall back to copying, and a log can be larger than the memory.
+        // Not QFile::rename(), which falls back to copying: a log can be larger than the memory.
         if (QFile::exists(path) && !QFile::exists(oldCopy(path)))
             std::rename(QFile::encodeName(path).constData(),
                         QFile::encodeName(oldCopy(path)).constData());

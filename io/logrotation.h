@@ -4,16 +4,16 @@
 #include <QStringList>
 
 /**
- * Creates each log that is missing, with mode 0600, and takes the rights of others from one that is
- * there: pppd creates its log readable by every user, with user names, CHAP challenges and
- * responses. A link, another user's file and anything but a regular file stay as they are. A
- * failure changes nothing and is not reported.
+ * Create each missing log with mode 0600, and withdraw the rights of group and others from an
+ * existing one: pppd creates its log readable by every user, with user names, CHAP challenges and
+ * responses. Symbolic links, files of other users and files that are not regular are left
+ * unchanged. Failures are not reported.
  */
 void makePrivateLogs(const QStringList &paths);
 
 /**
- * Keeps one earlier generation of each log: removes every PATH.old, then renames every PATH to
- * PATH.old. A log whose old copy cannot be removed keeps its name.
- * @param paths of logs that may be missing
+ * Keep one old generation of each log: delete all PATH.old files, then rename each PATH to
+ * PATH.old. A log is not renamed if its PATH.old cannot be deleted.
+ * @param paths paths of the logs; missing logs are skipped
  */
 void rotateLogs(const QStringList &paths);

@@ -12,7 +12,7 @@ namespace
 
 FileDescriptor openLock()
 {
-    // Close-on-exec: pppd, which outlives the program, must not keep the place.
+    // Close-on-exec: pppd outlives the program and must not inherit the lock.
     return FileDescriptor(
         ::open(boardpaths::OnlyCopyLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
 }
@@ -29,7 +29,7 @@ struct flock wholeFile()
 
 bool claimOnlyCopy()
 {
-    static const FileDescriptor lock = openLock(); // Held until the process ends.
+    static const FileDescriptor lock = openLock(); // Held until the process exits.
     struct flock range = wholeFile();
     return !lock.isOpen() || ::fcntl(lock.get(), F_OFD_SETLK, &range) == 0 ||
            (errno != EAGAIN && errno != EACCES);
@@ -37,7 +37,8 @@ bool claimOnlyCopy()
 
 bool isCopyRunning()
 {
-    // Only looks: a lock taken for a moment would end a panel that starts just then.
+    // Query only: a panel that starts while this process holds the lock, however briefly, would
+    // exit.
     const FileDescriptor lock = openLock();
     struct flock range = wholeFile();
     return lock.isOpen() && ::fcntl(lock.get(), F_OFD_GETLK, &range) == 0 &&

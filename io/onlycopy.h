@@ -1,12 +1,12 @@
-// One copy of the program on a board: two would paint over each other and save over each other.
+// Single-instance lock: two instances would paint over each other and overwrite each other's files.
 #pragma once
 
 /**
- * Claims the board's one place for the program, until the process ends in whatever way.
- * @return false when another copy has it; true as well where the claim cannot be made at all,
- *         because a board without /run must still get its panel
+ * Acquire the lock, which is held until the process exits, for whatever reason.
+ * @return false when another instance holds the lock; true also when the lock file cannot be opened
+ *         or locked for any other reason, so that a board without /run still gets its panel
  */
-bool claimOnlyCopy();
+[[nodiscard]] bool claimOnlyCopy();
 
-/** @return whether a copy of the program has the place */
-bool isCopyRunning();
+/** @return true when another instance holds the lock */
+[[nodiscard]] bool isCopyRunning();

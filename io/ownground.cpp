@@ -14,7 +14,7 @@ void openStandardDescriptors()
 {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(fd, F_GETFD) == -1)
-            ::open("/dev/null", O_RDWR); // Takes the lowest free number, this one.
+            ::open("/dev/null", O_RDWR); // open() returns the lowest free number, which is fd.
     }
 }
 
@@ -29,8 +29,8 @@ void resetSignals()
 }
 
 /**
- * Makes writes to a pipe, a terminal or a socket fail rather than wait. A pipe or terminal is
- * opened anew, because the flag would hold for all who share the descriptor.
+ * Make writes to a pipe, terminal or socket fail instead of block. A pipe or terminal is reopened,
+ * because O_NONBLOCK would otherwise affect every process that shares the open file description.
  */
 void neverBlock(int fd)
 {
@@ -45,7 +45,7 @@ void neverBlock(int fd)
     }
     if (own.isOpen())
         ::dup2(own.get(), fd);
-    else if (S_ISSOCK(info.st_mode) || S_ISFIFO(info.st_mode)) // a pipe that nobody reads now
+    else if (S_ISSOCK(info.st_mode) || S_ISFIFO(info.st_mode)) // A pipe without reader.
         ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
 }
 

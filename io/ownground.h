@@ -1,11 +1,13 @@
-// What a process inherits from whoever starts it.
+// Corrects the process state inherited from the parent process.
 #pragma once
 
 /**
- * Makes the process independent of how it was started. To be called first in main().
- * - The descriptors 0 to 2 are open, so that no file or device is taken for one of them.
- * - No signal is blocked. SIGCHLD is not ignored: commands could not be waited for. SIGPIPE is: a
- *   reader of the output that has gone ends nothing. SIGUSR1 is, until it has a handler.
- * - A reader of the output that does not read stops nothing: what does not fit is dropped.
+ * Set up standard descriptors and signals, independently of the parent process. Call this first in
+ * main().
+ * - File descriptors 0 to 2 are open, so that no other file gets one of these numbers.
+ * - No signal is blocked. SIGCHLD has its default action, so that commands can be waited for.
+ *   SIGPIPE is ignored, so that writing to a closed pipe does not kill the program. SIGUSR1 is
+ *   ignored until its handler is installed.
+ * - stdout and stderr do not block: output that a stalled reader does not accept is dropped.
  */
 void makeOwnGround();

@@ -7,7 +7,7 @@
 namespace
 {
 
-/** Serves events for one interval. @return false when the wait has been abandoned */
+/** Process events for one interval. @return false when the wait was abandoned */
 bool serveFor(std::chrono::milliseconds interval, const std::function<bool()> &abandoned)
 {
     bool over = false;

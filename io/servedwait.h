@@ -1,5 +1,4 @@
-// Waiting for a condition while the event loop goes on serving touches, repaints, timers and
-// signals.
+// Waits for a condition while processing events: touches, repaints, timers and signals.
 #pragma once
 
 #include <chrono>
@@ -7,21 +6,21 @@
 #include <optional>
 
 enum class WaitResult {
-    Ready,     ///< the probe succeeded
-    TimedOut,  ///< the time limit passed first
-    Abandoned, ///< nobody wants the answer any more
+    Ready,     ///< ready() returned true
+    TimedOut,  ///< the limit expired
+    Abandoned, ///< abandoned() returned true
 };
 
 struct ServedWait {
-    std::function<bool()> ready;     ///< the probe: called at once, then once per interval
-    std::function<bool()> abandoned; ///< called whenever events have been served; may be empty
+    std::function<bool()> ready;     ///< condition: called immediately, then once per interval
+    std::function<bool()> abandoned; ///< called each time events were processed; may be empty
     std::chrono::milliseconds interval{1000};
     std::optional<std::chrono::milliseconds> limit{}; ///< no limit by default
 };
 
 /**
- * Serves all pending events, then calls the probe, and repeats both once per interval. It uses no
- * nested event loop: such a loop returns at once when the application has been told to quit, and
- * the probes would follow each other without a pause.
+ * Process all pending events, then call ready(); repeat this once per interval. No nested event
+ * loop is used, because it would return immediately once the application has been asked to quit,
+ * and ready() would be called without a pause.
  */
-WaitResult waitServed(const ServedWait &wait);
+[[nodiscard]] WaitResult waitServed(const ServedWait &wait);

@@ -7,17 +7,17 @@
 namespace
 {
 
-// What a command complains about goes nowhere unless Qt's logging rules ask for it.
+// Off by default; Qt's logging rules can enable it.
 Q_LOGGING_CATEGORY(log, "corvanta.commands", QtFatalMsg)
 
-/** @return exit status; -1 when the shell could not be started or was killed */
+/** @return exit status; -1 when the shell could not be started or was killed by a signal */
 int run(QProcess &process, const QString &commandLine)
 {
-    // A command that reads its input must not wait for ever.
+    // /dev/null: a command that reads standard input must not block.
     process.setStandardInputFile(QProcess::nullDevice());
     process.start(QStringLiteral("sh"), {QStringLiteral("-c"), commandLine}, QIODevice::ReadWrite);
     const bool finished = process.waitForFinished(-1);
-    // After a failed start exitCode() is 0.
+    // exitCode() is 0 if the process could not be started.
     return finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
@@ -34,7 +34,7 @@ int runShell(const QString &commandLine)
     process.setStandardOutputFile(QProcess::nullDevice());
     if (log().isWarningEnabled()) {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // pppd outlives the program, and may outlive the reader of what it prints.
+        // Ignore SIGPIPE: pppd may outlive both the program and the reader of its standard error.
         return run(process, QStringLiteral("trap '' PIPE; ") + commandLine);
     }
     process.setStandardErrorFile(QProcess::nullDevice());

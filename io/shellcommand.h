@@ -1,13 +1,13 @@
-// External commands, run through the shell. What they complain about follows the warnings of the
-// logging category "corvanta.commands", which is off by default.
+// Runs external commands through the shell. Their standard error is forwarded only if the logging
+// category "corvanta.commands" is enabled; it is off by default.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 
-/** What a command has left; of each output at most MaxOutputBytes. */
+/** Result of a command; each output is truncated to MaxOutputBytes. */
 struct ShellResult {
-    int status = -1;   ///< exit status; -1 when the shell could not be started or was killed
+    int status = -1;   ///< exit status; -1 when the shell was not started or a signal killed it
     QByteArray output; ///< standard output
     QByteArray errors; ///< standard error
 };
@@ -15,13 +15,13 @@ struct ShellResult {
 inline constexpr qsizetype MaxOutputBytes = 1 << 16;
 
 /**
- * Runs "sh -c" with a command line and waits for the shell without a time limit. Processes that the
- * command leaves in the background go on; nobody waits for them. Nothing of what it prints is kept,
- * now or later, and what it reads is empty. With "corvanta.commands" switched on, its standard
- * error is that of the program.
- * @return exit status; -1 when the shell could not be started or was killed
+ * Run a command line with "sh -c" and wait for the shell, without a timeout. Background processes
+ * started by the command keep running. Standard input and output are /dev/null; standard error is,
+ * too, unless "corvanta.commands" is enabled: then it is that of the program.
+ * @return exit status; -1 when the shell could not be started or was killed by a signal
  */
 int runShell(const QString &commandLine);
 
-/** Like runShell(), but keeps the beginning of what the command prints. */
-ShellResult runShellForOutput(const QString &commandLine);
+/** Like runShell(), but capture the first MaxOutputBytes of standard output and of standard error.
+ */
+[[nodiscard]] ShellResult runShellForOutput(const QString &commandLine);
