@@ -8,7 +8,7 @@ namespace
 constexpr uint16_t DongleVendor = 0x12D1;
 constexpr uint16_t DongleProduct = 0x1001;
 
-/** Holds the default libusb context. */
+/** RAII owner of the default libusb context. */
 class DefaultContext
 {
 public:
@@ -28,7 +28,7 @@ private:
     int initResult;
 };
 
-/** Holds a reference to every attached device. */
+/** RAII owner of the list of attached devices. */
 class DeviceList
 {
 public:
@@ -41,7 +41,7 @@ public:
             libusb_free_device_list(devices, 1);
     }
 
-    /** @return how many devices there are, or a negative libusb error code */
+    /** @return number of devices, or a negative libusb error code */
     ssize_t count() const { return deviceCount; }
 
     libusb_device **begin() const { return devices; }

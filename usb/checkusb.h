@@ -1,13 +1,13 @@
-// Whether the supported dongle is on the USB bus.
+// Detects the supported dongle on the USB bus.
 #pragma once
 
 class CheckUSB
 {
 public:
     /**
-     * Enumerates the bus. Opens no device and keeps nothing.
-     * @return 1 when a device with vendor 0x12D1 and product 0x1001 is attached, 0 when none is, a
-     *         negative libusb error code on failure; callers take any value but 0 for a dongle
+     * Enumerate the USB bus without opening a device.
+     * @return 1 when a device with vendor ID 0x12D1 and product ID 0x1001 is attached, 0 when none
+     *         is, or a negative libusb error code; callers treat every non-zero value as "attached"
      */
-    static int checkUSB();
+    [[nodiscard]] static int checkUSB();
 };

@@ -18,7 +18,7 @@ namespace
 
 constexpr std::chrono::milliseconds PollInterval{3000};
 
-/** Has a keyboard's Escape press the dialog's button. Alone, QDialog would close for it. */
+/** Event filter: on Escape, click the dialog's button. QDialog would otherwise close. */
 class EscapeKey : public QObject
 {
 public:
@@ -58,7 +58,7 @@ DetectMsg::DetectMsg(QWidget *parent, QString *text, Msg kind) : QDialog(parent)
     setProfileStyleSheet(this, displayprofile::modelFor(panel));
     resize(panel);
     connect(okButton, &QPushButton::clicked, this, &DetectMsg::close);
-    // A closed dialog stays in memory, but not the picture of its window.
+    // A closed dialog object is kept, but not its native window and backing store.
     connect(
         this, &QDialog::finished, this, [this] { destroy(); }, Qt::QueuedConnection);
 
@@ -92,7 +92,7 @@ void DetectMsg::startPolling(void (DetectMsg::*poll)())
     pollTimer = new QTimer(this);
     pollTimer->setTimerType(Qt::PreciseTimer);
     connect(pollTimer, &QTimer::timeout, this, poll);
-    // Nor does it poll.
+    // Stop polling once the dialog is closed.
     connect(this, &QDialog::finished, pollTimer, &QTimer::stop);
     pollTimer->start(PollInterval);
 }

@@ -8,11 +8,11 @@ class QLabel;
 class QPushButton;
 class QTimer;
 
-/** Kind of the dialog: which button it shows and what it waits for. */
+/** Dialog type: determines the button and the condition to wait for. */
 enum Msg {
-    WAIT_USB = 0,          ///< "Close"; closes itself when the dongle is on the USB bus
-    WAIT_AUTO_CONNECT = 1, ///< "OK"; closes itself when no 3g.sh is running any more
-    NOTICE = 2,            ///< "OK"; waits for the operator alone
+    WAIT_USB = 0,          ///< "Close"; closes when the dongle is on the USB bus
+    WAIT_AUTO_CONNECT = 1, ///< "OK"; closes when 3g.sh is no longer running
+    NOTICE = 2,            ///< "OK"; closed only by the operator
 };
 
 class DetectMsg : public QDialog
@@ -23,19 +23,19 @@ public:
     /**
      * @param parent the main window; not null
      * @param text the message; copied
-     * @param kind one of Msg; any other value shows just the text
+     * @param kind one of Msg; with any other value the dialog has no button
      */
     DetectMsg(QWidget *parent, QString *text, Msg kind);
     ~DetectMsg() override;
 
 public slots:
-    /** Closes the dialog when the dongle is there (or when the USB library fails). */
+    /** Close the dialog if the dongle is attached or libusb fails. */
     void waitUSB();
-    /** Closes the dialog when no process runs 3g.sh. Blocks while the probe runs. */
+    /** Close the dialog if 3g.sh is not running. Blocks until the check has finished. */
     void waitAutoConnect();
-    /** The "Close" button: closes the main window's own parent. Without such a parent it closes the
-     *  dialog, but only over a visible main window: at start-up the panel would be black.
-     *  exec() returns Accepted then, and Rejected when the dialog closed itself. */
+    /** "Close" button: close the parent of the main window. If it has none, close the dialog, but
+     *  only if the main window is visible: during start-up only a black panel would remain. exec()
+     *  then returns Accepted; it returns Rejected when the dialog closed by itself. */
     void closeWidget();
 
 private:
@@ -46,6 +46,6 @@ private:
     QPushButton *okButton;
     QPushButton *closeButton;
     QGridLayout *gridLayout;
-    QTimer *pollTimer = nullptr;    ///< of the kinds 0 and 1
-    QWidget *closeTarget = nullptr; ///< what "Close" closes: the parent's own parent
+    QTimer *pollTimer = nullptr;    ///< for WAIT_USB and WAIT_AUTO_CONNECT; otherwise null
+    QWidget *closeTarget = nullptr; ///< widget that "Close" closes: parent of the parent, or null
 };
