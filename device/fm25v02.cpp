@@ -41,7 +41,7 @@ uint64_t pointer(const void *buffer)
     return reinterpret_cast<uintptr_t>(buffer);
 }
 
-/** Sends bytes in one chip-select cycle. */
+/** Send bytes in one chip-select cycle. */
 int send(const uint8_t *bytes, unsigned int count)
 {
     std::memset(xfer, 0, sizeof xfer);
@@ -50,7 +50,7 @@ int send(const uint8_t *bytes, unsigned int count)
     return ::ioctl(spi_fb, SPI_IOC_MESSAGE(1), xfer);
 }
 
-/** Sends bytes, then receives n bytes, in one chip-select cycle. */
+/** Send bytes, then receive n bytes, in one chip-select cycle. */
 int sendThenReceive(const uint8_t *bytes, unsigned int count, void *received, unsigned int n)
 {
     std::memset(xfer, 0, sizeof xfer);
@@ -76,7 +76,7 @@ uint8_t addressLow(unsigned int addr)
     return addr & 0xFF;
 }
 
-/** Queries a setting. A failure is printed without a line end, and otherwise ignored. */
+/** Query a setting. On failure, print a message without a newline and continue. */
 void query(unsigned long request, void *value, const char *failure)
 {
     if (::ioctl(spi_fb, request, value) == -1)
@@ -167,7 +167,7 @@ void FM25V02_Exit()
     std::fputs("FM25V02_Exit()!", stdout);
     if (spi_fb >= 0)
         ::close(spi_fb);
-    spi_fb = -1; // The next file may get the same number.
+    spi_fb = -1; // Another file may get the same descriptor number.
 }
 
 int MSPISendData(char byte)

@@ -1,45 +1,46 @@
-// Driver of the FM25V02, a 32 KB serial F-RAM on SPI bus 1, chip select 0, over the kernel's
-// spidev.
+// Driver for the FM25V02, a 32 KiB serial F-RAM, on SPI bus 1, chip select 0, through the kernel's
+// spidev. Op-codes and frames follow the chip's data sheet (Cypress 001-84494).
 //
-// FM25V02_Init() opens the one device, which all functions share. They are not reentrant. A
-// function that returns int returns the result of its last transfer: the number of bytes, or -1
-// when the kernel refuses it (no device, for example, or a message larger than spidev's bufsiz).
+// All functions share the device that FM25V02_Init() opens, and are not reentrant. Unless stated
+// otherwise, a function that returns int returns the result of its last transfer: the number of
+// bytes, or -1 on error (no device, for example, or a message larger than spidev's bufsiz).
 #pragma once
 
-/** Opens the chip's device, close-on-exec, and queries its settings. Failures are printed on
- *  standard output. @return 1 when the device was opened, 0 when not */
+/** Open the device (close-on-exec) and query its settings. Failures are printed on standard output.
+ *  @return 1 when the device was opened, else 0 */
 int FM25V02_Init();
 
-/** Reads the chip's identification, 9 bytes, and logs it as 18 hexadecimal digits. */
+/** Read the 9-byte device ID and log it as 18 hexadecimal digits. */
 void FM25V02_RDID();
 
 /**
- * Reads memory.
+ * Read memory.
  * @param addr 0 to 0x7FFF; higher bits are dropped
  * @param buf receives n bytes; unchanged when the transfer fails
  */
 int FM25V02_READ(unsigned int addr, char *buf, unsigned int n);
 
-/** Writes n bytes to memory, write-enabled for this one command. @param addr as for FM25V02_READ */
+/** Write n bytes to memory. Sets the write-enable latch before and resets it after.
+ *  @param addr as for FM25V02_READ */
 int FM25V02_WRITE(unsigned int addr, char *data, unsigned int n);
 
-/** Sets the write-enable latch. */
+/** Set the write-enable latch. */
 int FM25V02_WREN();
 
-/** Resets the write-enable latch. */
+/** Reset the write-enable latch. */
 int FM25V02_WRDI();
 
-/** Writes the status register, write-enabled for this one command. */
+/** Write the status register. Sets the write-enable latch before and resets it after. */
 int FM25V02_WRSR(char value);
 
 /** @return the status register; 0 when the transfer fails */
 char FM25V02_RDSR();
 
-/** Puts the chip to sleep. */
+/** Put the chip into sleep mode. */
 void FM25V02_PWDN();
 
-/** Puts the chip to sleep and closes the device. */
+/** Put the chip into sleep mode and close the device. */
 void FM25V02_Exit();
 
-/** Sends one byte in a chip-select cycle of its own. */
+/** Send one byte in a separate chip-select cycle. */
 int MSPISendData(char byte);

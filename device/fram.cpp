@@ -22,7 +22,7 @@ constexpr int LanguageParameter = 10;
 QByteArray *param_buffer = nullptr;
 QTranslator *GLOBAL_TRANSLATOR = nullptr;
 
-/** @return the file name of a language's catalogue; empty for a language without one */
+/** @return file name of the translation; empty for a language without one */
 QString catalogue(int languageId)
 {
     switch (languageId) {
@@ -79,7 +79,7 @@ bool Fram::load_param()
 
 QByteArray Fram::getparam(int index)
 {
-    // The index itself is compared: twice a huge one would overflow.
+    // Compare the index, not the offset: doubling a huge index would overflow.
     if (index >= 0 && index < BlockLength / ParameterLength && param_buffer != nullptr)
         return param_buffer->mid(qsizetype(ParameterLength) * index, ParameterLength);
     qDebug() << "address exceed";
@@ -113,7 +113,7 @@ void Fram::translate(int languageId)
     if (loaded) {
         QCoreApplication::installTranslator(GLOBAL_TRANSLATOR);
     } else {
-        delete GLOBAL_TRANSLATOR; // It removes itself from the application.
+        delete GLOBAL_TRANSLATOR; // Its destructor removes it from the application.
         GLOBAL_TRANSLATOR = nullptr;
     }
 }

@@ -1,4 +1,4 @@
-// The board's device parameters, read from the F-RAM chip once, and the language that they choose.
+// Device parameters, read once from the F-RAM chip, and the language that they select.
 #pragma once
 
 #include <QByteArray>
@@ -11,38 +11,39 @@ class Fram : public QObject
     Q_OBJECT
 
 public:
-    /** Gives the one instance, which lives until the process ends. The first call opens the chip,
-     *  logs its identification and loads the block. */
-    static Fram *getInstance();
+    /** Return the singleton, which is never deleted. The first call opens the chip, logs its device
+     *  ID and loads the parameter block. */
+    [[nodiscard]] static Fram *getInstance();
 
     explicit Fram(QObject *parent);
 
     // --- Parameter block ----------------------------------------------------------------------
-    /** The copy of the block in memory: 200 bytes, or none before it is loaded. */
-    QByteArray *get_param_buffer();
+    /** Return the copy of the parameter block in memory: 200 bytes; empty before it is loaded.
+     *  @return null when memory ran out */
+    [[nodiscard]] QByteArray *get_param_buffer();
 
     /**
-     * Fills the buffer from the chip, or with zeros when the marker file is missing or the read
+     * Fill the buffer from the chip. Fill it with zeros when the marker file is missing or the read
      * fails.
-     * @return false when memory for the buffer ran out
+     * @return false when the buffer could not be allocated
      */
     bool load_param();
 
     /** @param index 0 to 99
      *  @return the parameter's two bytes, low byte first; empty when the index is out of range */
-    QByteArray getparam(int index);
+    [[nodiscard]] QByteArray getparam(int index);
 
     // --- Language -----------------------------------------------------------------------------
     /** @return parameter 10: 1 Traditional Chinese, 2 Simplified Chinese, any other value English
      *          (0 when the chip could not be read) */
-    quint16 getLanguageID();
+    [[nodiscard]] quint16 getLanguageID();
 
-    /** Installs the catalogue of the parameter block's language. Must be called before any widget
-     *  exists, because a widget keeps its texts. @param app not used */
+    /** Install the translation for the language in the parameter block. Call before creating
+     *  widgets: existing widgets keep their texts. @param app unused */
     void applyTranslator(QApplication *app);
 
-    /** Installs the catalogue of a language. For a language without one, the installed catalogue is
-     *  removed. */
+    /** Install the translation for a language. For a language without one, remove the installed
+     *  translation. */
     void translate(int languageId);
 
 private:
