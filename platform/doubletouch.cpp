@@ -7,7 +7,8 @@
 namespace
 {
 
-/** Qt has sent the touch as a press before, which widgets do not get. */
+/** Send a double-click to the window as a press. Qt has already sent one to the window, but not to
+ *  the widgets. */
 void sendAsPress(QObject *window, QMouseEvent *touch)
 {
     QMouseEvent press(QEvent::MouseButtonPress, touch->position(), touch->scenePosition(),

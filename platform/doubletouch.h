@@ -1,13 +1,13 @@
-// No touch is a double one, and none selects text.
+// Turns double-clicks into presses and drags into cursor movements, so that no touch selects text.
 #pragma once
 
 #include <QObject>
 
 /**
- * An event filter for the application. Qt 6 takes the second of two touches at one place for a
- * double click however late it comes, Qt 6.8 that of two quick ones wherever it is. A field would
- * select a word, and the next key replace it. Here it becomes a press. In a line edit the text
- * cursor follows a finger or mouse that moves, without selecting.
+ * Application event filter. Qt 6 reports the second of two touches at the same place as a
+ * double-click however late it comes, and Qt 6.8 also the second of two quick touches at different
+ * places. A line edit would select a word, which the next key would replace. This filter replaces
+ * the double-click with a press. In a line edit, a drag moves the text cursor without selecting.
  */
 class DoubleTouch : public QObject
 {

@@ -1,4 +1,4 @@
-// Tells which on-screen input method this machine has.
+// Selects the on-screen input method.
 #pragma once
 
 class QWSInputMethod;
@@ -7,10 +7,10 @@ class InputMethodManagement
 {
 public:
     /**
-     * The input method that should be active: the program's own keys, unless the launch environment
-     * names another one (QT_IM_MODULE or, as later versions of Qt have it, QT_IM_MODULES) or there
-     * is no screen. To be called once.
-     * @return owned by the application object; null when Qt looks after the input method by itself
+     * Create the input method to activate: the built-in on-screen keyboard, unless QT_IM_MODULE or
+     * QT_IM_MODULES (newer versions of Qt) is set or there is no screen. Call this once.
+     * @return the input method, owned by QApplication; null when the environment selects another
+     *         one or there is no screen
      */
-    QWSInputMethod *getCurrentInputMethod() const;
+    [[nodiscard]] QWSInputMethod *getCurrentInputMethod() const;
 };

@@ -13,7 +13,7 @@ namespace
 
 constexpr int SmallPanelHeight = 300;
 constexpr int LargePanelHeight = 700;
-constexpr int FrameMs = 100; // Qt alone would paint up to 60 in a second.
+constexpr int FrameMs = 100; // 10 frames per second; Qt paints up to 60.
 
 } // namespace
 
@@ -52,7 +52,7 @@ int PanelStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
                           QStyleHintReturn *returned) const
 {
     if (hint == SH_RequestSoftwareInputPanel)
-        return RSIP_OnMouseClick; // The first touch of a field is a wish to type.
+        return RSIP_OnMouseClick; // Request the keyboard on the first touch of a field.
     return QProxyStyle::styleHint(hint, option, widget, returned);
 }
 
@@ -69,9 +69,9 @@ bool PanelStyle::eventFilter(QObject *watched, QEvent *event)
         return QProxyStyle::eventFilter(watched, event);
     if (!m_sinceFrame.isValid() || m_sinceFrame.hasExpired(FrameMs)) {
         m_sinceFrame.start();
-        return false; // The bar is painted; or Qt ends the animation, when it cannot be seen.
+        return false; // Let Qt paint the frame, or stop the animation if the bar is hidden.
     }
-    event->accept(); // It goes on.
+    event->accept(); // Skip this frame; the animation continues.
     return true;
 }
 
@@ -79,7 +79,7 @@ void PanelStyle::apply(QApplication &app)
 {
     const PanelMetrics metrics = panelMetrics(deviceScreenSize());
     app.setStyle(new PanelStyle(metrics)); // The application owns its style.
-    // The style sheets' family, or what fontconfig puts in its place: one look for all texts.
+    // Use the font family of the style sheets, or its fontconfig substitute, for all texts.
     QFont font(QStringLiteral("Microsoft JhengHei"));
     font.setPixelSize(metrics.fontPixels);
     app.setFont(font);

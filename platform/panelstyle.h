@@ -1,5 +1,5 @@
-// Default font and style metrics that fit the whole screen on a small panel, a finger's habits, and
-// how often a bar that shows no progress is painted.
+// Application style: default font and metrics that fit the screen on small panels, touch behaviour,
+// and a frame-rate limit for busy bars.
 #pragma once
 
 #include <QElapsedTimer>
@@ -8,15 +8,15 @@
 
 class QApplication;
 
-/** Pixel measures of a panel. They hold where no style sheet says otherwise. */
+/** Style metrics of a panel in pixels. Style sheets override them. */
 struct PanelMetrics {
     int fontPixels;    ///< default font
-    int layoutMargin;  ///< on each side of a layout
-    int layoutSpacing; ///< between the rows and columns of a layout
+    int layoutMargin;  ///< margin on each side of a layout
+    int layoutSpacing; ///< spacing between rows and columns of a layout
 };
 
-/** Measures for a panel. @param panel width and height in device pixels, any size */
-PanelMetrics panelMetrics(const QSize &panel);
+/** Return the metrics for a panel. @param panel width and height in device pixels, any size */
+[[nodiscard]] PanelMetrics panelMetrics(const QSize &panel);
 
 class PanelStyle : public QProxyStyle
 {
@@ -32,14 +32,14 @@ public:
     using QProxyStyle::polish;
     void polish(QWidget *widget) override;
 
-    /** Leaves out frames of a moving progress bar: a slow board has to dial while it moves. */
+    /** Limit the frame rate of busy bars, so that a slow board has CPU time left for dialling. */
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-    /** Gives the application the style and the default font of the primary screen's size, and has
-     *  quick touches told from double ones. To be called before the first widget is created. */
+    /** Set the application's style and default font for the size of the primary screen, and install
+     *  the double-tap filter. Call this before creating widgets. */
     static void apply(QApplication &app);
 
 private:
     PanelMetrics m_metrics;
-    QElapsedTimer m_sinceFrame; ///< of a moving progress bar; there is one at a time
+    QElapsedTimer m_sinceFrame; ///< time since the last frame of the busy bar; one is visible
 };

@@ -1,4 +1,4 @@
-// An on-screen input method that the display server can make the active one.
+// Interface of an on-screen input method that QWSServer can activate.
 #pragma once
 
 class QWSInputMethod
@@ -6,6 +6,6 @@ class QWSInputMethod
 public:
     virtual ~QWSInputMethod() = default;
 
-    /** Called once, on the GUI thread, before any window exists. */
+    /** Activate the input method. Called once, on the GUI thread, before any window exists. */
     virtual void activate() = 0;
 };

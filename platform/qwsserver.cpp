@@ -12,7 +12,8 @@
 namespace
 {
 
-// Of this type Qt does not count it when the last window closes: it is visible to the end.
+// Qt::ToolTip: Qt ignores such windows when it decides whether the last window was closed; this one
+// is visible until exit.
 constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
                                   Qt::WindowTransparentForInput;
@@ -72,7 +73,7 @@ void removeBackdrop()
     delete backdrop();
 }
 
-/** Whether this program draws the panel itself. */
+/** Return whether this program is its own display server. */
 bool isDisplayServer()
 {
     static const QStringList platforms{QStringLiteral("linuxfb"), QStringLiteral("eglfs"),
@@ -99,7 +100,7 @@ void QWSServer::setBackground(const QBrush &brush)
     backdrop() = new Backdrop(brush);
     qAddPostRoutine(removeBackdrop);
     backdrop()->show();
-    // The start-up that follows serves no events for a while: paint now.
+    // Paint now: the following start-up steps do not process events for a while.
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 

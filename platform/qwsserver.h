@@ -1,4 +1,4 @@
-// What the program asks of the board's display server: input method, background and pointer.
+// Replaces the board's display server: input method, background and pointer.
 #pragma once
 
 class QBrush;
@@ -7,16 +7,16 @@ class QWSInputMethod;
 class QWSServer
 {
 public:
-    /** Makes an input method the active one. @param method null leaves everything as it is */
+    /** Activate an input method. @param method null to change nothing */
     static void setCurrentInputMethod(QWSInputMethod *method);
 
     /**
-     * Fills the panel wherever no window is, at once and until the program ends. Does nothing where
-     * another program is the display server (a desktop): the background is not ours there.
-     * The filling takes no input and no focus and does not keep the program alive.
+     * Fill the background of the panel, immediately and until the program exits. No effect under a
+     * display server of another program (a desktop), which has its own background. The background
+     * window receives no input and no focus and does not keep the program running.
      */
     static void setBackground(const QBrush &brush);
 
-    /** Shows or hides the mouse pointer, everywhere in the program. */
+    /** Show or hide the mouse pointer, anywhere in the program. */
     static void setCursorVisible(bool visible);
 };

@@ -1,7 +1,7 @@
-// The panel's size, as the board's display driver gives it.
+// Size of the panel, as reported by the display driver.
 #pragma once
 
 #include <QSize>
 
-/** Width and height of the primary screen in device pixels; 0x0 without a screen. */
-QSize deviceScreenSize();
+/** Return the size of the primary screen in device pixels; 0x0 without a screen. */
+[[nodiscard]] QSize deviceScreenSize();

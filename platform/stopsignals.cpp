@@ -12,7 +12,7 @@ namespace
 
 constexpr int Numbers[] = {SIGTERM, SIGINT, SIGHUP};
 
-int eventFd = -1; // Open until the process ends, as its handlers are.
+int eventFd = -1; // Never closed: the handlers use it until the process exits.
 bool stopReceived = false;
 
 void noteSignal(int)
@@ -23,7 +23,7 @@ void noteSignal(int)
     errno = savedErrno;
 }
 
-/** Has the signals delivered, or not. @param how SIG_BLOCK or SIG_UNBLOCK */
+/** Block or unblock the signals. @param how SIG_BLOCK or SIG_UNBLOCK */
 void mask(int how)
 {
     sigset_t held;
@@ -44,7 +44,7 @@ StopSignals::StopSignals()
 {
     eventFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (eventFd == -1) {
-        mask(SIG_UNBLOCK); // The signals end the process as they always do.
+        mask(SIG_UNBLOCK); // Without an eventfd, keep the existing signal handlers.
         return;
     }
     auto *notifier = new QSocketNotifier(eventFd, QSocketNotifier::Read, this);

@@ -1,26 +1,27 @@
-// The signals that ask the program to end: SIGTERM, SIGINT and SIGHUP.
+// Handles the termination signals SIGTERM, SIGINT and SIGHUP.
 #pragma once
 
 #include <QObject>
 
 /**
- * Ends the program in order when it is asked to: the windows close, every event loop returns and
- * waits are abandoned; nothing is saved. A signal is served between events, so it never falls
- * into work that must not be cut, and it waits for a command that is running.
+ * Exit cleanly on a termination signal: close all windows, leave all event loops and abandon waits;
+ * save nothing. Signals are handled in the event loop, so that they never interrupt a save; a
+ * running command is completed first.
  *
- * To be made after the application object, whose platform has handlers of its own.
+ * Create it after QApplication, whose platform plugin installs its own handlers. See the Qt
+ * documentation, "Calling Qt Functions From Unix Signal Handlers".
  */
 class StopSignals : public QObject
 {
 public:
     StopSignals();
 
-    /** Has the signals wait until a StopSignals serves them. To be called before the application
-     *  object is made: until then its platform would end the program with a failure. */
+    /** Block the signals until a StopSignals object handles them. Call this before creating
+     *  QApplication, whose platform plugin would otherwise exit with a failure status. */
     static void hold();
 
-    /** @return whether a signal has been served */
-    static bool received();
+    /** @return true after a signal was handled */
+    [[nodiscard]] static bool received();
 
 private:
     void stop();

@@ -1,13 +1,13 @@
-// Style sheets: which one the panel's size selects, and how it gets onto a window.
+// Applies the style sheet shared by all panels and the one of the display profile.
 #pragma once
 
 class QWidget;
 
-/** Installs the style sheet that every panel shares on the application. */
+/** Apply the style sheet shared by all panels to the application. */
 void setGlobalStyleSheet();
 
 /**
- * Installs a display profile's style sheet on a window.
- * @param profile a value of displayprofile::modelFor(); with 0 nothing changes
+ * Apply the style sheet of a display profile to a window.
+ * @param profile value of displayprofile::modelFor(); no effect for 0
  */
 void setProfileStyleSheet(QWidget *window, int profile);

@@ -7,7 +7,7 @@ namespace
 {
 
 constexpr int Rows = 4;
-// Widths, in parts of a row.
+// Key widths, in 1/240 of a row.
 constexpr int WholeRow = 240;
 constexpr int Character = 24;
 constexpr int BesideCharacters = 36;
@@ -15,7 +15,7 @@ constexpr int LastRowCharacter = 26;
 constexpr int LastRowEnd = 37;
 constexpr int Space = 62;
 
-/** What is not the same on every page. */
+/** The keys that differ between pages. */
 struct Content {
     const char *rows[3];
     const char *besideSpace;
@@ -40,7 +40,7 @@ Content content(Page page)
     return {{"qwertyuiop", "asdfghjkl", "zxcvbnm"}, "@-", shift, digits};
 }
 
-/** Appends the keys of one row, from left to right. */
+/** Append the keys of one row, from left to right. */
 class Row
 {
 public:
@@ -79,7 +79,7 @@ private:
 
 QSize size(const QSize &panel)
 {
-    // Of a wide and low panel the field must be seen, too.
+    // Limit the height, so that the field stays visible on wide, low panels.
     return {panel.width(), qMin(panel.width() * 5 / 16, panel.height() * 5 / 9)};
 }
 

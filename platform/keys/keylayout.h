@@ -1,4 +1,4 @@
-// The pages of keys: which keys there are, where they stand and which page a field opens on.
+// Pages of the on-screen keyboard: their keys, key positions, and the first page for a field.
 #pragma once
 
 #include <QList>
@@ -10,33 +10,35 @@ namespace keylayout
 
 enum class Page { Letters, Digits, Symbols };
 
-/** What a key does. */
+/** Action of a key. */
 enum class Action { Type, Backspace, Enter, Hide, Shift, Turn };
 
-/** How letters are typed: small, one capital, or capitals until further notice. */
+/** Shift state: lower case, one capital, or caps lock. */
 enum class Shift { Off, Once, Locked };
 
 struct Key {
     Action action;
-    QString name; ///< what it types or turns to, a letter small; "Backspace" and the like
-    QRect rect;   ///< in pixels from the window's top left corner
-    Page page;    ///< that it turns to
+    /** typed text (letters in lower case), name of the page to switch to, or a name such as
+     *  "Backspace" */
+    QString name;
+    QRect rect; ///< in pixels from the top left corner of the window
+    Page page;  ///< page to switch to (Action::Turn only)
 };
 
-/** Size of all keys together. @param panel width and height in pixels, any size */
-QSize size(const QSize &panel);
+/** Return the size of the keyboard. @param panel width and height in pixels, any size */
+[[nodiscard]] QSize size(const QSize &panel);
 
 /**
- * The keys of a page, row by row. Every printable ASCII character is on one of the pages, and each
- * page leads to the others.
- * @param size width and height in pixels of all keys together; the keys of a row fill it
+ * Return the keys of a page, row by row. The pages together have every printable ASCII character,
+ * and every page can be reached from every other.
+ * @param size keyboard size in pixels; the keys of a full row fill its width
  */
-QList<Key> keys(Page page, const QSize &size);
+[[nodiscard]] QList<Key> keys(Page page, const QSize &size);
 
-/** The page for what a field takes, by its hints: they refuse nothing. */
-Page firstPage(Qt::InputMethodHints hints);
+/** Return the first page for a field's input-method hints. The hints do not restrict input. */
+[[nodiscard]] Page firstPage(Qt::InputMethodHints hints);
 
-/** The character that a key types: a letter in the case that shift gives it. */
-QString typedText(const Key &key, Shift shift);
+/** Return the text that a key types in a given shift state. */
+[[nodiscard]] QString typedText(const Key &key, Shift shift);
 
 } // namespace keylayout

@@ -16,7 +16,7 @@ constexpr QRgb OtherFace = qRgb(0xc4, 0xc7, 0xcb);
 constexpr QRgb ShiftedFace = qRgb(0x80, 0x80, 0xc0);
 constexpr QRgb LockedFace = qRgb(0x40, 0x40, 0x90);
 
-// In units from the middle of a key; the height of a character is about 14 of them.
+// Symbols are drawn in units relative to the centre of the key; a character is about 14 units high.
 constexpr qreal LineWidth = 2;
 
 QPainterPath lines(std::initializer_list<QPointF> points)
@@ -32,7 +32,7 @@ QPainterPath shiftSign()
     return lines({{0, -9}, {9, 0}, {4, 0}, {4, 6}, {-4, 6}, {-4, 0}, {-9, 0}, {0, -9}});
 }
 
-/** What is drawn on a key that has no text. */
+/** Return the symbol of a key without text. */
 QPainterPath sign(const keylayout::Key &key)
 {
     QPainterPath path;
@@ -69,7 +69,7 @@ QRgb face(const keylayout::Key &key, Shift shift)
     return key.action == Action::Type && key.name != QLatin1String(" ") ? TypingFace : OtherFace;
 }
 
-/** A held key is fainter. */
+/** Mix two colours in equal parts, to dim a pressed key. */
 QColor blended(QRgb colour, QRgb with)
 {
     return QColor((qRed(colour) + qRed(with)) / 2, (qGreen(colour) + qGreen(with)) / 2,

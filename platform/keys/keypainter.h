@@ -1,4 +1,4 @@
-// How a key looks. Signs are drawn as lines, so that no font has to have them.
+// Paints keys. Symbols are drawn as lines, because fonts may lack them.
 #pragma once
 
 #include "platform/keys/keylayout.h"
@@ -10,21 +10,21 @@ class QPainter;
 class KeyPainter
 {
 public:
-    /** @param height in pixels of all keys together: all measures follow it */
+    /** @param height keyboard height in pixels; scales all other dimensions */
     explicit KeyPainter(int height);
 
-    /** Paints every pixel of a key's rectangle. @param held whether a finger is on it */
+    /** Paint the whole rectangle of a key. @param held true while the key is pressed */
     void paint(QPainter &painter, const keylayout::Key &key, keylayout::Shift shift,
                bool held) const;
 
-    /** Paints what is between and beside the keys. */
+    /** Paint the space around the keys. */
     static void paintGap(QPainter &painter, const QRect &rect);
 
 private:
     void paintSign(QPainter &painter, const keylayout::Key &key, keylayout::Shift shift) const;
 
     QFont m_font;
-    int m_margin;   ///< between a key's face and the edge of its rectangle
-    int m_rounding; ///< radius of the face's corners
-    qreal m_unit;   ///< of the signs
+    int m_margin;   ///< distance of a key's face from the edge of its rectangle
+    int m_rounding; ///< corner radius of a key's face
+    qreal m_unit;   ///< unit of the symbols, in pixels
 };

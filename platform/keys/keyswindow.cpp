@@ -15,11 +15,11 @@ using keylayout::Shift;
 namespace
 {
 
-// Of this type no platform gives it the focus, and Qt does not count it when the last window
-// closes.
+// Qt::ToolTip: no platform gives such a window the focus, and Qt ignores it when it decides whether
+// the last window was closed.
 constexpr Qt::WindowFlags Flags =
     Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus;
-constexpr int MouseFinger = -1; // Fingers of a touch screen have numbers from 0.
+constexpr int MouseFinger = -1; // IDs of touch points start at 0.
 constexpr std::chrono::milliseconds RepeatDelay{600};
 constexpr std::chrono::milliseconds RepeatInterval{50};
 
@@ -29,7 +29,7 @@ std::chrono::milliseconds now()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch());
 }
 
-/** The pixel that a point is in. */
+/** Return the pixel that contains a point. */
 QPoint pixel(const QPointF &point)
 {
     return {qFloor(point.x()), qFloor(point.y())};
@@ -43,7 +43,8 @@ Qt::Key keyCode(const keylayout::Key &key)
     case Action::Enter:
         return Qt::Key_Return;
     default:
-        return Qt::Key(key.name.front().toUpper().unicode()); // The codes of ASCII are ASCII.
+        // Qt's key codes of ASCII characters are their ASCII codes.
+        return Qt::Key(key.name.front().toUpper().unicode());
     }
 }
 
@@ -80,7 +81,7 @@ void KeysWindow::hideEvent(QHideEvent *)
     m_repeat.stop();
     m_picture.reset();
 #ifdef __GLIBC__
-    malloc_trim(0); // It would keep the picture's memory for itself.
+    malloc_trim(0); // glibc would keep the freed backing store; return it to the system.
 #endif
 }
 
@@ -97,7 +98,7 @@ void KeysWindow::touchEvent(QTouchEvent *event)
             release(point.id(), point.position());
     }
     showChanges();
-    event->accept(); // An ignored touch would come again, as a mouse press.
+    event->accept(); // Qt would send an unaccepted touch again, as a mouse press.
 }
 
 void KeysWindow::mousePressEvent(QMouseEvent *event)
@@ -150,7 +151,7 @@ void KeysWindow::repeat()
     take(m_keys.repeat());
 }
 
-/** Shows first what a touch has come to: the keys must not wait for the field. */
+/** Repaint the keys, then emit a typed key, so that feedback does not wait for the field. */
 void KeysWindow::take(const TouchedKeys::Result &result)
 {
     showChanges();
@@ -162,7 +163,7 @@ void KeysWindow::take(const TouchedKeys::Result &result)
         emit typed(keyCode(*result), result->action == Action::Type ? result->name : QString());
 }
 
-/** Paints the keys that look other than before, and has a held Backspace repeat. */
+/** Repaint the keys that changed, and start or stop the auto-repeat of Backspace. */
 void KeysWindow::showChanges()
 {
     const int held = m_keys.held();

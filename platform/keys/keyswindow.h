@@ -1,6 +1,7 @@
-// The window of the keys: along the panel's bottom edge, above all others, without the focus.
+// Window of the on-screen keyboard: at the bottom edge of the panel, above all other windows,
+// without focus.
 //
-// It paints at once what has changed, and keeps a picture of itself only while it is shown.
+// It repaints changed keys immediately and has a backing store only while it is visible.
 #pragma once
 
 #include "platform/keys/keypainter.h"
@@ -17,9 +18,9 @@ class QBackingStore;
 class KeysWindow : public QWindow
 {
     Q_OBJECT
-    /** For whoever looks at the panel from outside, one map per key: "text" (what the key types or
-     *  does, a letter small), "rect" (QRect in the window), "upper" (capitals are typed now),
-     *  "locked" (and will be). */
+    /** For test tools, one map per key: "text" (typed text or action, letters in lower case),
+     *  "rect" (QRect in the window), "upper" (true when capitals are typed), "locked" (true with
+     *  caps lock). */
     Q_PROPERTY(QVariantList keys READ describedKeys)
 
 public:
@@ -27,13 +28,13 @@ public:
     explicit KeysWindow(const QRect &panel);
     ~KeysWindow() override;
 
-    /** Shows a page from its start: small letters, no finger. */
+    /** Show a page in its initial state: lower case, no key pressed. */
     void open(keylayout::Page page);
 
 signals:
-    /** A key has typed. @param text what; empty for keys that type no character */
+    /** A key was typed. @param text typed text; empty for keys without a character */
     void typed(Qt::Key key, const QString &text);
-    /** The operator wants the keys away. */
+    /** The hide key was touched. */
     void hideTouched();
 
 protected:
@@ -59,7 +60,7 @@ private:
     std::unique_ptr<QBackingStore> m_picture;
     QTimer m_repeat; ///< runs while Backspace is held
 
-    // What the picture shows.
+    // State shown in the backing store
     keylayout::Page m_shownPage = keylayout::Page::Letters;
     keylayout::Shift m_shownShift = keylayout::Shift::Off;
     int m_shownHeld = -1;

@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr int RoomBelowField = 4; // pixels between a field and the keys
+constexpr int RoomBelowField = 4; // pixels between a field and the keyboard
 
 bool isOpeningDialog(const QObject *watched, const QEvent *event)
 {
@@ -43,10 +43,10 @@ OnScreenKeys::~OnScreenKeys() = default;
 void OnScreenKeys::activate()
 {
     m_flashTime = QApplication::cursorFlashTime();
-    QApplication::setCursorFlashTime(0); // A blinking caret wakes an idle board.
+    QApplication::setCursorFlashTime(0); // A blinking text cursor wakes an idle board.
     qApp->installEventFilter(this);
     connect(qApp, &QApplication::focusChanged, this, &OnScreenKeys::settle);
-    // A window must go before the application object does.
+    // Delete the window before QApplication.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
         putAway();
         m_keys.reset();
@@ -61,12 +61,12 @@ bool OnScreenKeys::eventFilter(QObject *watched, QEvent *event)
         if (auto *edit = qobject_cast<QLineEdit *>(watched))
             touched(edit, static_cast<QMouseEvent *>(event));
     } else if (isOpeningDialog(watched, event)) {
-        putAway(); // Before the dialog finds its place over its parent.
+        putAway(); // Move the parent back before the dialog is placed over it.
     }
     return false;
 }
 
-/** Keeps in mind where fingers are. @return whether the event has been aimed at something else */
+/** Track which windows are touched. @return true when TouchGuard rejects the event */
 bool OnScreenKeys::pointed(QWindow *window, QPointerEvent *event)
 {
     const bool ends = event->isEndEvent() || event->type() == QEvent::TouchCancel;
@@ -81,7 +81,7 @@ bool OnScreenKeys::pointed(QWindow *window, QPointerEvent *event)
         settleSoon();
     if (!m_guard.refuses(*event))
         return false;
-    event->accept(); // An ignored touch would come again, as a mouse press.
+    event->accept(); // Qt would send an unaccepted touch again, as a mouse press.
     return true;
 }
 
@@ -161,7 +161,7 @@ void OnScreenKeys::putAway()
     m_guard.refuse(m_keys->geometry());
 }
 
-/** Types as a keyboard does. What comes after Enter types nothing more. */
+/** Send key events as a hardware keyboard does. After Enter, ignore further keys. */
 void OnScreenKeys::type(Qt::Key key, const QString &text)
 {
     if (!isWanted())
@@ -194,6 +194,6 @@ void OnScreenKeys::move(QWidget &window, const QPoint &position)
     window.move(position);
     QRegion seen = window.geometry();
     if (m_keys != nullptr && m_keys->isVisible())
-        seen -= m_keys->geometry(); // The keys have not moved.
+        seen -= m_keys->geometry(); // The keyboard window has not moved.
     m_guard.refuse(seen);
 }

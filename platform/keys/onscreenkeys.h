@@ -1,8 +1,9 @@
-// When the keys come and go, where they type, and what moves so that the field stays in sight.
+// On-screen keyboard: shows and hides the keyboard window, sends its keys to the line edit, and
+// keeps that edit visible.
 //
-// They come when a finger is lifted from a line edit; nothing of them is there before that. They go
-// on Enter and on the hide key, when the edit loses the focus, and at once when a dialog opens. As
-// long as a finger is on the screen nothing moves under it, dialogs excepted.
+// The keyboard appears when a finger is lifted from a line edit; its window is created at the first
+// use. It disappears on Enter, on the hide key, when the edit loses the focus, and immediately when
+// a dialog opens. Nothing moves while a finger is on the screen, except for dialogs.
 #pragma once
 
 #include "platform/keys/touchguard.h"
@@ -28,7 +29,8 @@ public:
     explicit OnScreenKeys(QObject *parent = nullptr);
     ~OnScreenKeys() override;
 
-    /** Begins to watch for touches. From now on a caret blinks only while the keys are up. */
+    /** Start watching for touches. From then on the text cursor blinks only while the keyboard is
+     *  visible. */
     void activate() override;
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -47,16 +49,19 @@ private:
     void lift(QWidget *window, int shift);
     void move(QWidget &window, const QPoint &position);
 
-    std::unique_ptr<KeysWindow> m_keys; ///< null until an edit is touched
+    std::unique_ptr<KeysWindow> m_keys; ///< null until a line edit is first touched
     TouchGuard m_guard;
-    int m_flashTime = 0; ///< of a blinking caret, in milliseconds
+    int m_flashTime = 0; ///< cursor flash time to restore, in milliseconds
 
-    QPointer<QLineEdit> m_edit;   ///< the edit that a finger has touched, to type into
-    bool m_wanted = false;        ///< that finger was lifted, and no key has ended typing since
-    QPointer<QLineEdit> m_opened; ///< the edit whose page the keys were opened on
-    QList<QPointer<QWindow>> m_touched; ///< the windows with fingers on them
-    bool m_buttonDown = false;          ///< of a mouse, or of a touch that became one
+    QPointer<QLineEdit> m_edit; ///< line edit that was touched and receives the keys
+    /** true when the finger was lifted inside m_edit and neither Enter nor the hide key was typed
+     *  since */
+    bool m_wanted = false;
+    QPointer<QLineEdit> m_opened;       ///< line edit for which the current page was opened
+    QList<QPointer<QWindow>> m_touched; ///< windows that are being touched
+    /** true while a mouse button is down, real or synthesised from a touch */
+    bool m_buttonDown = false;
 
-    QPointer<QWidget> m_lifted; ///< the window that makes room for the keys
-    QPoint m_rest;              ///< where that window belongs
+    QPointer<QWidget> m_lifted; ///< window shifted up to make room for the keyboard
+    QPoint m_rest;              ///< original position of that window
 };

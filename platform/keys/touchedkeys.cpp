@@ -8,7 +8,7 @@ using keylayout::Shift;
 namespace
 {
 
-/** How far a finger may roll over its key's edge, in parts of the key's height. */
+/** Tolerance at the edge of a key: 1/RollParts of the key's height. */
 constexpr int RollParts = 4;
 
 } // namespace

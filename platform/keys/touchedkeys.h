@@ -1,8 +1,8 @@
-// What fingers on the keys come to: which key is touched, how letters are typed, which page shows.
+// State of the on-screen keyboard: pressed key, shift state and page.
 //
-// A finger's key counts when the finger is lifted from it, or when the next finger comes down: with
-// two thumbs in turn no character is lost and none is typed twice. A finger that has left its key
-// comes to nothing. Knows no window, no clock and no colour.
+// A key is typed when its finger is lifted or the next finger touches down, so that typing with two
+// thumbs neither loses nor repeats characters. A finger that slides off its key types nothing. This
+// class depends on no window, clock or painting.
 #pragma once
 
 #include "platform/keys/keylayout.h"
@@ -15,31 +15,36 @@ class TouchedKeys
 public:
     using Milliseconds = std::chrono::milliseconds;
 
-    /** What a touch has come to, beside what changes here: a key that types, deletes or ends. */
+    /** Key to deliver, if any: a character, Backspace, Enter or Hide. Shift and page changes are
+     *  handled internally. */
     using Result = std::optional<keylayout::Key>;
 
-    /** @param size of all keys together @param doubleTouch longest time between two touches of
-     * Shift that lock it */
+    /** @param size keyboard size in pixels
+     *  @param doubleTouch longest time between two touches of Shift that turn on caps lock */
     TouchedKeys(const QSize &size, Milliseconds doubleTouch);
 
-    /** Starts over: a page of its own for each field, small letters, no finger. */
+    /** Reset the state for a new field: a given page, lower case, no key pressed. */
     void open(keylayout::Page page);
 
-    /** A finger comes down. @param finger any number that tells it from others, until it is lifted
-     *  @param when on a clock that never goes back @return what the finger before has come to */
-    Result press(int finger, const QPoint &at, Milliseconds when);
+    /** Handle a touch-down.
+     *  @param finger ID, unique while the finger is down
+     *  @param at position in the window, in pixels
+     *  @param when time on a monotonic clock
+     *  @return key typed by the previous finger, if any */
+    [[nodiscard]] Result press(int finger, const QPoint &at, Milliseconds when);
+    /** Handle a move: cancel the pressed key when its finger slides off. */
     void move(int finger, const QPoint &at);
-    /** A finger is lifted. @return what it has come to */
-    Result release(int finger, const QPoint &at, Milliseconds when);
-    /** The held key counts once more; it does not when it is released then. */
-    Result repeat();
-    /** All fingers come to nothing. */
+    /** Handle a touch-up. @return key typed, if any */
+    [[nodiscard]] Result release(int finger, const QPoint &at, Milliseconds when);
+    /** Type the held key again (auto-repeat); its release then types nothing. */
+    [[nodiscard]] Result repeat();
+    /** Cancel the pressed key without typing it. */
     void cancel();
 
     const QList<keylayout::Key> &keys() const { return m_keys; }
     keylayout::Page page() const { return m_page; }
     keylayout::Shift shift() const { return m_shift; }
-    /** Index in keys() of the key under a finger; -1 without one. */
+    /** Return the index of the pressed key in keys(), or -1 if there is none. */
     int held() const { return m_held; }
 
 private:
@@ -54,7 +59,7 @@ private:
     keylayout::Shift m_shift = keylayout::Shift::Off;
     Milliseconds m_shiftTouched{};
 
-    int m_finger = 0;        ///< the latest to come down: those before it have come to their end
-    int m_held = -1;         ///< the key under it
-    bool m_repeated = false; ///< the held key has counted before its finger is lifted
+    int m_finger = 0;        ///< most recent finger; earlier ones have been handled
+    int m_held = -1;         ///< index of its key in m_keys, or -1
+    bool m_repeated = false; ///< true when the held key was typed by auto-repeat
 };

@@ -1,8 +1,8 @@
-// Refuses touches that were aimed at what stood at their place a moment before.
+// Ignores touches where the screen has just changed (debounce).
 //
-// When the keys come or go, what lies under the finger changes. The second touch of a double touch,
-// and touches made while the program was too busy to draw, would meet a widget that nobody touched:
-// Exit lies under the Enter key.
+// When the keyboard appears or disappears, another widget lies under the finger. The second touch
+// of a double tap, or a touch made while the program was too busy to repaint, would then hit a
+// widget that the operator did not aim at: Exit lies under the Enter key.
 #pragma once
 
 #include <QObject>
@@ -20,18 +20,19 @@ class TouchGuard : public QObject
 public:
     TouchGuard();
 
-    /** Refuses presses in an area, from now until the double-click interval has passed from the
-     *  moment when the program serves events again. @param area in global pixels */
+    /** Ignore presses in an area until the double-click interval has passed, counted from the next
+     *  time that the event loop runs. @param area in global pixels */
     void refuse(const QRegion &area);
 
-    /** Whether an event belongs to refused touches alone. To be asked once for each event. */
-    bool refuses(const QPointerEvent &event);
+    /** Return true when all changed touch points of an event are blocked. Call this exactly once
+     *  per event. */
+    [[nodiscard]] bool refuses(const QPointerEvent &event);
 
 private:
     void serve();
 
     QRegion m_area;
     QTimer m_timer;
-    bool m_served = false;   ///< events have been served since the latest change
-    std::set<int> m_refused; ///< fingers that are refused from their press to their lift
+    bool m_served = false;   ///< true when the event loop has run since the last change
+    std::set<int> m_refused; ///< IDs of blocked fingers, from press to release
 };
