@@ -1,5 +1,6 @@
-# Debian's hardening flags for what is built from here on: the program runs as root. Those for
-# optimisation and debugging are the build type's; the project maps its own paths.
+# Debian's hardening flags (dpkg-buildflags(1)) for all targets defined after this file, because the
+# program runs as root. The build type sets the flags for optimisation and debugging; the project
+# maps its source path itself.
 find_program(DPKG_BUILDFLAGS dpkg-buildflags REQUIRED)
 set(_environment "DEB_BUILD_MAINT_OPTIONS=hardening=+all reproducible=-fixfilepath,-fixdebugpath")
 if(CMAKE_CROSSCOMPILING)
