@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Says which files reach upward: a room may use itself and what stands before it in its list.
+"""Check the layering: a component may use only itself and the components listed before it.
 
-Arguments: the files to look at, as paths from the repository's top.
+Arguments: files to check, relative to the repository root.
 """
 
 import re
@@ -11,7 +11,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[1]
 
-# From the ground up. Rooms on one line know nothing of each other.
+# Bottom-up. Components on the same line must not use each other.
 CPP_ROOMS = (
     {"core"},
     {"io"},
@@ -20,8 +20,8 @@ CPP_ROOMS = (
     {"app"},
 )
 PROGRAMS = "simulator/programs"
-PROGRAMS_USE = {"core", "io", "device"}  # small libraries of the program
-EVERYTHING = {"tests", "simulator"}  # what tests may use, besides all rooms
+PROGRAMS_USE = {"core", "io", "device"}  # components that the simulator's programs may use
+EVERYTHING = {"tests", "simulator"}  # additional directories that tests may use
 PYTHON_ROOMS = (
     {"host"},
     {"image", "panel"},
@@ -33,7 +33,7 @@ IMPORT = re.compile(r"^\s*(?:from|import) (\w+)", re.MULTILINE)
 
 
 def allowed(room: str, rooms: tuple[set[str], ...]) -> set[str]:
-    """The rooms that a room may use, itself included."""
+    """Return the components that a component may use, including itself."""
     usable: set[str] = set()
     for floor in rooms:
         if room in floor:
@@ -54,9 +54,9 @@ def cpp_faults(name: str) -> Iterator[str]:
         if used.endswith(".moc"):
             continue
         if not (ROOT / used).is_file():
-            yield f'{name}: "{used}" is no path from the repository\'s top'
+            yield f'{name}: "{used}" is not a path relative to the repository root'
         elif used.split("/")[0] not in usable:
-            yield f"{name}: uses {used}"
+            yield f"{name}: must not use {used}"
 
 
 def python_faults(name: str) -> Iterator[str]:
@@ -66,7 +66,7 @@ def python_faults(name: str) -> Iterator[str]:
         usable = allowed(room, PYTHON_ROOMS)
         for used in IMPORT.findall((ROOT / name).read_text(encoding="utf-8")):
             if used in known - usable:
-                yield f"{name}: uses {used}"
+                yield f"{name}: must not use {used}"
 
 
 def main() -> int:

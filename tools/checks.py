@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Runs every tool that judges the code, over all tracked files or over the changed ones."""
+"""Run all checking tools on all tracked files, or on the changed ones."""
 
 import os
 import re
@@ -16,11 +16,11 @@ SHEBANG = re.compile(rb"#!\S*?(?:/env )?(\w+)\s")
 
 
 class Failed(Exception):
-    """A tool found something, or could not run; the text says what."""
+    """Raised when a tool has findings or could not run; the message gives the details."""
 
 
 def output(*command: str) -> str:
-    """What a command printed. @raise Failed when it fails"""
+    """Run a command. @return its standard output @raise Failed on a non-zero exit status"""
     done = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=False)
     if done.returncode:
         raise Failed((done.stdout + done.stderr).strip() or f"{command[0]}: {done.returncode}")
@@ -28,7 +28,7 @@ def output(*command: str) -> str:
 
 
 def files(changed: bool) -> list[str]:
-    """The files to look at, as paths from the repository's top."""
+    """Return the files to check, relative to the repository root."""
     names = output("git", "ls-files", "--cached", "--others", "--exclude-standard").split("\n")
     if changed:
         names = (output("git", "diff", "--name-only", "HEAD") + output(
@@ -37,7 +37,7 @@ def files(changed: bool) -> list[str]:
 
 
 def interpreter(name: str) -> str:
-    """The program that a script names in its first line; an empty text for other files."""
+    """Return the interpreter in the first line of a script; empty for other files."""
     with open(ROOT / name, "rb") as file:
         found = SHEBANG.match(file.read(64))
     return found[1].decode().rsplit("/", 1)[-1] if found else ""
@@ -56,26 +56,26 @@ def is_shell(name: str) -> bool:
 
 
 def whole(*command: str) -> Callable[[list[str]], None]:
-    """A tool that takes all files at once."""
+    """Return a function that runs a tool on all files at once."""
     def run(names: list[str]) -> None:
         output(*command, *names)
     return run
 
 
 def translations(_: list[str]) -> None:
-    """Whether the catalogues have every text of the sources."""
+    """Check that the translation files contain every source string."""
     output("tools/update-translations", "--check")
 
 
 def tidy_one(name: str) -> str:
-    """What clang-tidy finds in one source file and in the headers that it includes."""
+    """Return the findings of clang-tidy for one source file and the headers that it includes."""
     done = subprocess.run(["clang-tidy", "-p", BUILD, "--quiet", "--warnings-as-errors=*", name],
                           cwd=ROOT, capture_output=True, text=True, check=False)
     return (done.stdout or done.stderr) if done.returncode else ""
 
 
 def tidy(names: list[str]) -> None:
-    """clang-tidy wants a compilation database, and what moc makes of the sources."""
+    """Run clang-tidy, which needs a compilation database and the output of moc."""
     output("cmake", "--preset", "dev")
     targets = re.findall(r"^(?:.*/)?(\w+_autogen): phony", output(
         "ninja", "-C", BUILD, "-t", "targets", "all"), re.MULTILINE)
@@ -83,7 +83,8 @@ def tidy(names: list[str]) -> None:
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         found = "".join(pool.map(tidy_one, names))
     if found:
-        lines = re.split(r"(?m)^(?=\S+:\d+:\d+: )", found)  # a header's findings come many times
+        # Findings in a header are reported once per source file.
+        lines = re.split(r"(?m)^(?=\S+:\d+:\d+: )", found)
         raise Failed("".join(sorted(set(lines))).replace(f"{ROOT}/", ""))
 
 
