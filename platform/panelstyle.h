@@ -41,5 +41,6 @@ public:
 
 private:
     PanelMetrics m_metrics;
-    QElapsedTimer m_sinceFrame; ///< time since the last frame of the busy bar; one is visible
+    /** time since the last frame of the busy bar, of which at most one is visible */
+    QElapsedTimer m_sinceFrame;
 };
