@@ -48,17 +48,19 @@ void ServedWaitTest::endsWhenAbandoned()
 void ServedWaitTest::doesNotSpinAfterQuit()
 {
     int probes = 0;
+    auto result = WaitResult::Ready;
     QTimer::singleShot(0, this, [&] {
         QCoreApplication::quit(); // nested event loops return at once from here on
-        waitServed({[&] {
-                        ++probes;
-                        return false;
-                    },
-                    {},
-                    50ms,
-                    200ms});
+        result = waitServed({[&] {
+                                 ++probes;
+                                 return false;
+                             },
+                             {},
+                             50ms,
+                             200ms});
     });
     QCoreApplication::exec();
+    QCOMPARE(result, WaitResult::TimedOut);
     QVERIFY2(probes <= 6, qPrintable(QString::number(probes)));
 }
 
