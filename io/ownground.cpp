@@ -45,7 +45,7 @@ void neverBlock(int fd)
     }
     if (own.isOpen())
         ::dup2(own.get(), fd);
-    else if (S_ISSOCK(info.st_mode) || S_ISFIFO(info.st_mode)) // A pipe without reader.
+    else if (S_ISSOCK(info.st_mode) || S_ISFIFO(info.st_mode)) // a pipe without a reader (ENXIO)
         ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
 }
 
