@@ -160,7 +160,7 @@ void TouchedKeysTest::fingerOnAPageThatTurns()
 {
     TouchedKeys keys({480, 150}, DoubleTouch);
     const QPoint q = rectOf(keys, "q").center();
-    keys.press(1, rectOf(keys, "123").center(), Milliseconds(0));
+    QVERIFY(!keys.press(1, rectOf(keys, "123").center(), Milliseconds(0)));
     QVERIFY(!keys.press(2, q, Milliseconds(10)));
     QVERIFY(!keys.release(1, q, Milliseconds(20)));
     const TouchedKeys::Result typed = keys.release(2, q, Milliseconds(30));
