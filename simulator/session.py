@@ -80,6 +80,10 @@ class Session:
     def await_screen(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
         self.panel.wait(holds, seconds, what)
 
+    def await_text(self, label: str, text: str) -> None:
+        self.await_screen(f"{text!r} in the field", SOON_SECONDS,
+                          lambda screen: screen.field(self.text(label))["text"] == text)
+
     def await_link(self, text: str, style: str, seconds: float) -> None:
         def holds(screen: Screen) -> bool:
             value = screen.value(self.text(LINK_STATUS))
@@ -115,6 +119,7 @@ class Session:
             if label in (APN, PASSWORD):
                 self.picture("typing-" + label.split()[0].strip(":").lower())
             self.panel.put_keys_away()
+        self.touch_again(APN)
         self.panel.open_tab(self.text(MISC))
         self.panel.press(self.text("YES"))
         self.panel.touch_in(self.text(COUNTS), "3")
@@ -122,6 +127,14 @@ class Session:
         self.picture("misc-setting")
         self.panel.open_tab(self.text(SETTING))
         self.picture("setting-filled")
+
+    def touch_again(self, label: str) -> None:
+        """Touch the end of a field twice more: the next key must not replace anything."""
+        for key, text in (("x", VALUES[label] + "x"), ("Backspace", VALUES[label])):
+            screen = self.panel.raise_keys(self.text(label))
+            self.panel.click(screen.key(key))
+            self.await_text(label, text)
+        self.panel.put_keys_away()
 
     def connect(self) -> None:
         """Connect is touched: the busy bar shows and moves"""
