@@ -20,7 +20,7 @@ namespace linefile
 namespace
 {
 
-// Nothing is reported unless Qt's logging rules ask for it.
+// Off by default; Qt's logging rules can enable it.
 Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 
 constexpr qsizetype MaxBytes = 1 << 20;
@@ -33,7 +33,7 @@ void logFailure(const char *what, const QByteArray &path, int error)
     qCWarning(log, "%s %s: %s", what, path.constData(), strerror(error));
 }
 
-/** Repeats a system call that a signal has interrupted; one that never gets through has failed. */
+/** Retry a system call on EINTR, at most MaxInterruptions times. */
 template <typename Call> auto uninterrupted(Call call)
 {
     auto result = call();
@@ -47,14 +47,15 @@ int statOf(int fd, struct stat *info)
     return uninterrupted([fd, info] { return ::fstat(fd, info); });
 }
 
-/** errno says what the path is, if not. */
+/** Check for a regular file. If it is not one, set errno to EISDIR or ENOTSUP. */
 bool isRegular(const struct stat &info)
 {
     errno = S_ISDIR(info.st_mode) ? EISDIR : ENOTSUP;
     return S_ISREG(info.st_mode);
 }
 
-/** Looks at a path before it is opened: opening a device or a FIFO can have effects. */
+/** Check a path with stat(2) before opening it: opening a device or a FIFO can have side effects.
+ */
 bool mayBeOpened(const QByteArray &path)
 {
     struct stat info;
@@ -62,7 +63,8 @@ bool mayBeOpened(const QByteArray &path)
     return found == -1 ? errno == ENOENT : isRegular(info);
 }
 
-/** @return closed when the path is no regular file or cannot be opened; errno says why */
+/** @return a closed descriptor, with errno set, when the path is not a regular file or cannot be
+ *          opened */
 FileDescriptor openRegular(const QByteArray &path, int flags)
 {
     if (!mayBeOpened(path))
@@ -76,7 +78,7 @@ FileDescriptor openRegular(const QByteArray &path, int flags)
     return file;
 }
 
-/** Reads from a file's beginning, at most MaxBytes. @return nothing when a read fails */
+/** Read a file from the start, at most MaxBytes. @return std::nullopt when a read fails */
 std::optional<QByteArray> readAll(int fd)
 {
     QByteArray content;
@@ -118,15 +120,15 @@ bool cut(int fd, off_t length)
 }
 
 /**
- * Replaces a file's content. Between two syncs, data and size reach the storage in any order, so
- * each step changes one of them: the file is lengthened by newlines, written over at one length,
- * and cut. Whatever a power cut leaves then reads as the earlier or as the new content.
- * @param size of the file, in bytes
+ * Replace a file's content. Between two syncs, data and size reach the disk in any order. Each step
+ * therefore changes only one of them: extend the file with newlines, overwrite it at constant size,
+ * truncate it. After a power cut in any step, the file reads as the old or the new content.
+ * @param size current file size in bytes
  */
 bool replace(int fd, const QByteArray &content, off_t size)
 {
     const off_t longer = content.size() - size;
-    // Newlines in an empty file would read as empty values.
+    // Not an empty file: newlines in it would read as empty values.
     if (size > 0 && longer > 0 && !(writeAll(fd, QByteArray(longer, '\n'), size) && sync(fd)))
         return false;
     const QByteArray padded = content.leftJustified(std::min<off_t>(size, MaxBytes), '\n');
@@ -134,7 +136,8 @@ bool replace(int fd, const QByteArray &content, off_t size)
            (longer >= 0 || (cut(fd, content.size()) && sync(fd)));
 }
 
-/** Makes a file the user's own. @return whether nobody else can read it */
+/** Set owner and mode so that only the program's user can access the file. @return false when
+ *  others may still be able to */
 bool keepToOwner(int fd)
 {
     struct stat info;
@@ -148,7 +151,7 @@ bool keepToOwner(int fd)
     return owned && (info.st_mode & OthersAccess) == 0;
 }
 
-/** Where a path leads, links followed. */
+/** Resolve symbolic links. @return empty when the path cannot be resolved */
 QByteArray realPath(const QByteArray &path)
 {
     std::unique_ptr<char, decltype(&std::free)> real(nullptr, &std::free);
@@ -159,7 +162,8 @@ QByteArray realPath(const QByteArray &path)
     return QByteArray(real.get());
 }
 
-/** Makes a new file's name as lasting as its content. Some file systems cannot. */
+/** fsync the directory, so that the directory entry of a new file is as durable as its content.
+ * Some file systems do not support this. */
 void syncFolder(const QByteArray &path)
 {
     const QByteArray real = realPath(path);
@@ -178,9 +182,8 @@ QByteArray joined(const QStringList &lines)
     return content;
 }
 
-/** @param size that the file had before, in bytes; more than content has if that was cut at
- * MaxBytes
- */
+/** Write the old content back. @param size old file size in bytes; larger than content if that was
+ *  truncated to MaxBytes */
 bool restore(int fd, const QByteArray &content, off_t size)
 {
     struct stat info;
@@ -191,7 +194,7 @@ bool restore(int fd, const QByteArray &content, off_t size)
     return replace(fd, content, info.st_size);
 }
 
-/** Gives an open file new content, or leaves it the earlier one if that can be read. */
+/** Replace the content of an open file; on failure restore the old content if it could be read. */
 bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
 {
     struct stat info;
@@ -199,8 +202,8 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
         logFailure("prepare", name, errno);
         return false;
     }
-    // Not every file system knows owners and modes, and not every content can be read. What the
-    // operator has typed is stored nevertheless.
+    // Save the operator's input even on a file system without owners and modes, and over a content
+    // that cannot be read.
     if (!keepToOwner(fd))
         logFailure("restrict access to", name, errno);
     const std::optional<QByteArray> earlier = readAll(fd);
@@ -240,7 +243,7 @@ bool write(const QString &path, const QStringList &lines)
     if (missing && written)
         syncFolder(name);
     else if (missing)
-        ::unlink(realPath(name).constData()); // Empty, it would hide the defaults.
+        ::unlink(realPath(name).constData()); // An empty file would hide the defaults.
     return written;
 }
 

@@ -1,5 +1,5 @@
-// Small text files of lines: the parameter files, the chat script and the peer file. What fails is
-// logged in the category "corvanta.files", which is off by default.
+// Reads and writes small text files: the parameter files, the chat script and the peer file.
+// Failures are logged in the category "corvanta.files", which is off by default.
 #pragma once
 
 #include <QByteArray>
@@ -9,32 +9,32 @@
 namespace linefile
 {
 
-/** What came of reading a file. */
+/** Result of reading a file. */
 struct Content {
     enum State {
-        Whole,      ///< read to its end, or its first MiB
-        Missing,    ///< there is no such file
-        Unreadable, ///< it exists, but is no regular file, or was not read to its end
+        Whole,      ///< read completely, or its first MiB
+        Missing,    ///< the file does not exist
+        Unreadable, ///< it exists, but is not a regular file or could not be read completely
     };
     State state;
-    QByteArray bytes; ///< of a whole file
+    QByteArray bytes; ///< content; empty unless state is Whole
     int error = 0;    ///< errno if it is missing or unreadable
 };
 
-/** Reads a regular file, at most its first MiB. Never blocks, whatever the path is. */
-Content read(const QString &path);
+/** Read a regular file, at most its first MiB. Does not block on FIFOs or devices. */
+[[nodiscard]] Content read(const QString &path);
 
 /**
- * Rewrites a file in place, as UTF-8 with a line feed after each line, and syncs it to storage. A
- * missing file is created, a missing folder is not. Only the program's user may read and write it,
- * because the lines hold secrets; on a file system without owners and modes that is only logged. A
- * path that cannot be opened or is no regular file is left alone.
+ * Rewrite a file in place, as UTF-8 with a line feed after each line, and fsync it. Create a
+ * missing file, but not a missing directory. The file gets mode 0600, because the lines contain
+ * secrets; on a file system without owners and modes, only log that. A path that cannot be opened
+ * or is not a regular file is left unchanged.
  *
- * A kill or a power cut at any moment leaves either content, with empty lines behind it at most, as
- * long as both are no larger than a page of memory and a block of the file system (4 KiB). A new
- * file can also be left empty. When storage fails half-way (a full disk, for example), the earlier
- * content is put back if it could be read, and a new file is removed again.
- * @return whether the new content is on storage
+ * After SIGKILL or a power cut, the file has either the old or the new content, followed at most by
+ * empty lines, provided that both fit into one memory page and one block of the file system (4
+ * KiB); a new file can also be empty. If writing fails halfway (disk full, for example), the old
+ * content is restored if it could be read; a new file is removed.
+ * @return true when the new content is on disk
  */
 bool write(const QString &path, const QStringList &lines);
 

@@ -19,7 +19,7 @@ Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 constexpr unsigned long RetryMs = 20;
 
 FileDescriptor lockFile;
-int holders = 0; ///< locks of this process that stand inside one another
+int holders = 0; ///< number of nested locks in this process
 
 bool acquire(std::chrono::milliseconds patience)
 {

@@ -1,5 +1,5 @@
-// The lock around reading and writing the parameters: the panel and corvanta-provision, or two of
-// the latter, would otherwise leave mixed files.
+// Lock for reading and writing the parameters. Without it, the panel and corvanta-provision, or two
+// instances of the latter, could leave a mixture of both in the files.
 #pragma once
 
 #include <chrono>
@@ -8,9 +8,9 @@ class ParameterLock
 {
 public:
     /**
-     * Acquire the lock, which the end of the process releases in any case. A lock that this process
-     * holds already is shared.
-     * @param patience how long to try while another process holds it; the caller is blocked
+     * Acquire the lock. Locks can be nested within a process. The lock is released when the process
+     * exits, for whatever reason.
+     * @param patience how long to wait while another process holds the lock; blocks the caller
      */
     explicit ParameterLock(std::chrono::milliseconds patience);
     ~ParameterLock();
