@@ -54,7 +54,7 @@ int fail(int status, const QString &text)
 
 int failUnchanged(int status, const QString &text)
 {
-    return fail(status, text + QStringLiteral("; nothing is changed"));
+    return fail(status, text + QStringLiteral("; no file was changed"));
 }
 
 /** @return the lines of standard input; nothing when it cannot be read or has none */
@@ -117,8 +117,9 @@ int store(const QList<Setting> &list, bool asIs)
     QLoggingCategory::setFilterRules(QStringLiteral("corvanta.files.warning=true"));
     const int status = write(values);
     if (status == EX_OK && isCopyRunning())
-        std::puts("The panel is running. It still has the previous values and stores them on Exit: "
-                  "restart it.");
+        std::puts(
+            "The panel is running with the old values and would save them on Exit. Restart it: "
+            "systemctl restart corvanta");
     return status;
 }
 

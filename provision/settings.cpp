@@ -20,7 +20,7 @@ QString textError(const QByteArray &bytes)
 {
     const QString text = QString::fromUtf8(bytes);
     if (text.toUtf8() != bytes)
-        return QStringLiteral("is not UTF-8");
+        return QStringLiteral("is not valid UTF-8");
     if (text.size() > MaxFieldLength)
         return QStringLiteral("is longer than %1 characters").arg(MaxFieldLength);
     if (paramlist::parse(bytes + '\n') != QStringList(text))
@@ -52,13 +52,13 @@ QString applyMethod(const QByteArray &value, int &method)
             return {};
         }
     }
-    return QStringLiteral("is none of AUTO, PAP, CHAP");
+    return QStringLiteral("must be AUTO, PAP or CHAP");
 }
 
 QString applyChoice(const QByteArray &value, AutoChoice &choice)
 {
     if (value != "YES" && value != "NO")
-        return QStringLiteral("is none of YES, NO");
+        return QStringLiteral("must be YES or NO");
     choice = value == "YES" ? AutoChoice::Yes : AutoChoice::No;
     return {};
 }
@@ -84,7 +84,7 @@ QString help()
                           "  dial=TEXT           dial number\n"
                           "  user=TEXT           user name\n"
                           "  password=TEXT       password\n"
-                          "  pin=TEXT            PIN of the SIM; empty: none is sent\n"
+                          "  pin=TEXT            SIM PIN; empty to send none\n"
                           "  auth=METHOD         AUTO, PAP or CHAP\n"
                           "  auto-connect=YES|NO Auto Connect, stored for other programs\n"
                           "  counts=TEXT         Counts, stored for other programs\n");
@@ -113,13 +113,13 @@ QString apply(const QByteArray &setting, bool asIs, ScreenValues &values)
     const QByteArray name = setting.left(equals);
     // No message repeats the value or the whole text: either may be a secret.
     if (equals < 0)
-        return QStringLiteral("is not NAME=VALUE");
+        return QStringLiteral("is not of the form NAME=VALUE");
     if (!asIs && (name == "user" || name == "password") && !isOnePppdWord(setting.mid(equals + 1)))
         return QString::fromUtf8(name) +
                QStringLiteral(" is not one word for pppd, which would read the rest as options: "
                               "quote it, or give --as-is");
     if (textField(name, values) == nullptr && name != "auth" && name != "auto-connect")
-        return QStringLiteral("names no parameter");
+        return QStringLiteral("is not a known parameter");
     const QString error = applyValue(name, setting.mid(equals + 1), values);
     return error.isEmpty() ? error : QString::fromUtf8(name) + u' ' + error;
 }

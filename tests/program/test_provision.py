@@ -90,7 +90,7 @@ class Provision(ProgramTest):
         root.start()
         said = self.said(root)
         self.assertEqual(said.count("status 64\n"), len(table) + 3, said)
-        self.assertEqual(said.count("; nothing is changed\n"), len(table) + 2, said)
+        self.assertEqual(said.count("; no file was changed\n"), len(table) + 2, said)
         self.assertNotIn("hidden", said)
         for file in FILES:
             self.assertIsNone(root.read(file))
@@ -100,7 +100,7 @@ class Provision(ProgramTest):
         """What cannot be read is not written over; what cannot be written is named."""
         for name, broken, said in (
                 ("a directory for the parameters", f"mkdir {PARAMETERS}",
-                 f"could not read {PARAMETERS}: Is a directory; nothing is changed"),
+                 f"could not read {PARAMETERS}: Is a directory; no file was changed"),
                 ("no directory for the script", "rm -r /etc/ppp/chat",
                  f"could not write {CHAT_SCRIPT}; already written: "
                  f"{PARAMETERS}, {AUTO_CONNECT}, {PEER_FILE}")):
@@ -201,7 +201,7 @@ class Provision(ProgramTest):
         root.write("/testrun/go", "")
         root.wait_until(root.host("/testrun/done").exists, 5, "it has run")
         self.assertIn("status 0\n", self.said(root))
-        self.assertIn("restart it", self.said(root))
+        self.assertIn("Restart it", self.said(root))
         self.leave(root)
 
 
