@@ -20,10 +20,10 @@
 int main(int argc, char **argv)
 {
     makeOwnGround();
-    // Each line reaches a journal at once, too.
+    // Line-buffered, so that each line reaches the journal immediately.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (!claimOnlyCopy()) {
-        std::fputs("corvanta: another copy of the program runs\n", stderr);
+        std::fputs("corvanta: another instance is already running\n", stderr);
         return EX_TEMPFAIL;
     }
     StopSignals::hold();
@@ -31,12 +31,12 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     displayStart.reset();
     if (!hasDisplay())
-        std::_Exit(NoDisplay); // Qt's plug-in leaks what it had made before it missed the screen.
+        std::_Exit(NoDisplay); // Skip destructors: the platform plugin has leaked memory.
     const StopSignals stopSignals;
     PanelStyle::apply(app);
     MFilter filter(nullptr);
     app.installEventFilter(&filter);
-    static auto *const inputMethods = new InputMethodManagement; // Lives as long as the process.
+    static auto *const inputMethods = new InputMethodManagement; // Never deleted.
     QWSServer::setCurrentInputMethod(inputMethods->getCurrentInputMethod());
     QWSServer::setBackground(QBrush(Qt::black, Qt::SolidPattern));
     QWSServer::setCursorVisible(false);

@@ -11,8 +11,8 @@ QtMessageHandler previousHandler = nullptr;
 
 void sayNoDisplay()
 {
-    std::fputs("corvanta: there is no display: is the framebuffer there, and does QT_QPA_PLATFORM "
-               "name it?\n",
+    std::fputs("corvanta: no display: check that the framebuffer exists and that QT_QPA_PLATFORM "
+               "names it\n",
                stderr);
 }
 

@@ -1,15 +1,15 @@
-// Whether there is a display at all, said in a sentence instead of by an abort.
+// Checks for a display and reports a missing one with an error message instead of an abort.
 #pragma once
 
 #include <QtGlobal>
 
-/** Exit status of a start without a display: EX_UNAVAILABLE of sysexits.h. */
+/** Exit status without a display: EX_UNAVAILABLE of sysexits.h. */
 constexpr int NoDisplay = 69;
 
 /**
- * While it lives, a fatal message of Qt is printed and ends the process with NoDisplay. Without it
- * Qt aborts, as it does when the display's plug-in is missing. It is meant for the construction of
- * the application object alone.
+ * While an object of this class exists, a fatal Qt message is printed and the process exits with
+ * status NoDisplay instead of aborting, for example when the platform plugin is missing. Use it
+ * only around the construction of QApplication.
  */
 class DisplayStart
 {
@@ -19,6 +19,5 @@ public:
     Q_DISABLE_COPY_MOVE(DisplayStart)
 };
 
-/** Says on standard error that nothing can be shown, unless there is a screen. @return whether
- *  there is one */
-bool hasDisplay();
+/** Print an error message if there is no screen. @return true when there is a screen */
+[[nodiscard]] bool hasDisplay();

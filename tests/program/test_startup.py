@@ -57,7 +57,7 @@ class StartUp(ProgramTest):
                     "program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}"))
                 root.start(shown=False)
                 self.assertEqual(root.wait_exit(), 69)
-                self.assertIn("corvanta: there is no display", "\n".join(root.errors()))
+                self.assertIn("corvanta: no display", "\n".join(root.errors()))
 
     def test_second_copy(self) -> None:
         """It refuses to start beside the first, and starts once that has been killed."""
@@ -69,7 +69,7 @@ class StartUp(ProgramTest):
         root.wait_until(lambda: root.host("/testrun/refused").exists(), 5, "the second has ended")
         self.assertEqual(root.read("/testrun/refused"), b"75\n")
         self.assertEqual(root.read("/testrun/second"),
-                         b"corvanta: another copy of the program runs\n")
+                         b"corvanta: another instance is already running\n")
         root.signal(SIGKILL)
         root.wait_calls("ifconfig", 2)
 
