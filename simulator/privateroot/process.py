@@ -13,7 +13,7 @@ import subprocess
 from collections.abc import Callable, Iterable
 from pathlib import Path
 from signal import Signals
-from typing import Any
+from typing import Any, Self
 
 from panel.facts import WITHOUT_KEYS
 from panel.panel import Panel, unix_request
@@ -60,7 +60,7 @@ class PrivateRoot(RootRecord):
         self.pid = 0
         self.panel = Panel(unix_request(self.run / "inspector"))
 
-    def __enter__(self) -> PrivateRoot:
+    def __enter__(self) -> Self:
         return self
 
     def __exit__(self, *_: object) -> None:
@@ -110,7 +110,7 @@ class PrivateRoot(RootRecord):
             "LSAN_OPTIONS": "suppressions=/testroot/leaks:print_suppressions=0",
         }
 
-    def start(self, *, shown: bool = True, timeout: float = 10.0) -> PrivateRoot:
+    def start(self, *, shown: bool = True, timeout: float = 10.0) -> Self:
         """Runs the program.
         @param shown whether to wait until the main window is on the screen"""
         info_read, info_write = os.pipe()

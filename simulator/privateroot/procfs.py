@@ -58,7 +58,23 @@ def processor_ticks(pid: int) -> int:
     return sum(int(field) for field in _fields(pid)[1][11:15])
 
 
+def wakeups(pid: int) -> int:
+    """How often any thread of a process has gone to sleep so far."""
+    statuses = [file.read_text() for file in Path(f"/proc/{pid}/task").glob("*/status")]
+    return sum(int(status.partition("\nvoluntary_ctxt_switches:")[2].split()[0])
+               for status in statuses)
+
+
+def _rollup_kib(pid: int, name: str) -> int:
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
+    return int(rollup.partition(f"\n{name}:")[2].split()[0])
+
+
+def resident_kib(pid: int) -> int:
+    """The process's memory that is not swapped out or still on disk, in KiB."""
+    return _rollup_kib(pid, "Rss")
+
+
 def private_kib(pid: int) -> int:
     """The process's memory that no file could give back, in KiB."""
-    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
-    return int(rollup.partition("\nAnonymous:")[2].split()[0])
+    return _rollup_kib(pid, "Anonymous")

@@ -5,10 +5,9 @@ Not under sanitizers: what they keep to find faults is not the program's.
 
 import time
 import unittest
-from pathlib import Path
 
 from privateroot.process import PrivateRoot
-from privateroot.procfs import private_kib
+from privateroot.procfs import private_kib, wakeups
 from programtest import ProgramTest
 
 
@@ -17,13 +16,10 @@ class Cost(ProgramTest):
         return self.stored_root(size=size, keys=True).start()
 
     def wake_ups(self, root: PrivateRoot) -> int:
-        def so_far() -> int:
-            status = Path(f"/proc/{root.pid}/status").read_text()
-            return int(status.partition("\nvoluntary_ctxt_switches:")[2].split()[0])
         time.sleep(0.5)  # until it has done what was asked of it
-        before = so_far()
+        before = wakeups(root.pid)
         time.sleep(2)
-        return so_far() - before
+        return wakeups(root.pid) - before
 
     def test_an_idle_board_sleeps(self) -> None:
         """With a focused field, too: before the keys have been up and after."""
