@@ -13,7 +13,7 @@ from signal import SIGTERM, SIGUSR1
 from faults.panel import at_rest, ended, stored_root
 from faults.rows import Group, Row, expect
 from panel.facts import FAILED, FIELDS
-from privateroot.files import LAUNCH
+from privateroot.files import DONGLE, LAUNCH
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
 
@@ -39,6 +39,13 @@ def check(root: PrivateRoot) -> None:
     while log.read_text().count("ifconfig") < CHECKS:
         expect(time.monotonic() < deadline, "the link checks")
         time.sleep(0.01)
+
+
+def replug(root: PrivateRoot) -> None:
+    """Unplug and replug the dongle, with some link checks after each."""
+    for usb in ("", DONGLE):
+        root.set_usb(usb)
+        check(root)
 
 
 def fail(root: PrivateRoot) -> None:
@@ -135,6 +142,8 @@ TABLE = {
     "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),
     "10,000 link checks, no inspector": Growth(
         check, 10_000 // CHECKS, 0, inspected=False, times=CHECKS, shell=False),
+    "50 unplugs and replugs of the dongle, no inspector": Growth(
+        replug, 50, 0, inspected=False, shell=False),
     "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),
     "keyboard shown 100 times": Growth(raise_keys, 100, 0.5),
     "20 times link up and down": Growth(dial, 20, 8, BAR_KIB),
