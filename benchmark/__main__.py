@@ -1,94 +1,53 @@
 """Measures start-up time, memory and CPU time of the program, and compares them with baselines."""
 
 import argparse
-import itertools
-import json
-import subprocess
 import sys
 import traceback
-from collections.abc import Iterator
 
-from benchmark import root, table
-from benchmark.effort import QUICK, Effort, NotInBuild
-from benchmark.rows import BOARD, TABLES, Row
+from benchmark.rows import GROUPS, HEAD, PAGE, line, machine, page
 
-ROWS = {row.name: row for rows in TABLES.values() for row in rows}
-INSIDE = "--inside"  # the private root: with the effort and the names of rows
+NAMES = [row.name for _, rows in GROUPS for row in rows]
 
 
-def measured(rows: list[Row], effort: Effort) -> Iterator[str]:
-    """The rows' lines, whatever comes of each row."""
-    for row in rows:
-        try:
-            yield table.line(row, row.measure(effort))
-        except NotInBuild as reason:
-            yield table.line(row, str(reason))
-        except Exception:  # The rows after it are still worth their time.
-            traceback.print_exc()
-            yield table.line(row, "failed")
-
-
-def measured_inside(rows: list[Row], effort: Effort) -> Iterator[str]:
-    """The same for rows that need the private root, all of them in one."""
-    if not rows:
-        return
-    words = root.command("/usr/bin/python3", "-m", "benchmark", INSIDE,
-                         json.dumps(effort), *(row.name for row in rows))
-    with subprocess.Popen(words, stdout=subprocess.PIPE, text=True) as process:
-        assert process.stdout is not None
-        yield from (text.rstrip("\n") for text in process.stdout)
-    if process.returncode:
-        raise SystemExit(process.returncode)
-
-
-def inside(effort: str, *names: str) -> None:
-    """What runs in the private root."""
-    root.furnish()
-    for text in measured([ROWS[name] for name in names], Effort(*json.loads(effort))):
-        print(text, flush=True)
-
-
-def build_board() -> None:
-    """Makes the simulated board, as ./run does."""
-    for words in (["tools/setup", "simulator/image/data/host-packages.txt"], ["tools/build-board"]):
-        subprocess.run(words, cwd=root.PROJECT, stdout=sys.stderr, check=True)
-
-
-def main() -> None:
+def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="./bench", description=__doc__,
-                                     epilog="Rows: " + ", ".join(ROWS))
-    parser.add_argument("rows", nargs="*", metavar="ROW",
+                                     epilog="Rows: " + ", ".join(NAMES))
+    parser.add_argument("rows", nargs="*", metavar="ROW", default=[""],
                         help="measure only these; the beginning of a name selects every row "
                         "that starts with it")
-    parser.add_argument("--rounds", type=int,
+    parser.add_argument("--rounds", type=int, default=45,
                         help="number of rounds for measurements in turn (default: 45)")
-    parser.add_argument("--quick", action="store_true", help="measure few rounds, for a rough look")
+    parser.add_argument("--quick", action="store_const", dest="rounds", const=5,
+                        help="measure few rounds, for a rough look")
     parser.add_argument("--write-docs", action="store_true",
                         help="also write the figures into docs/measured/bench.md")
     options = parser.parse_args()
-    wanted = [row for name, row in ROWS.items()
-              if not options.rows or name.startswith(tuple(options.rows))]
-    if not wanted:
-        parser.error("no such row; rows are " + ", ".join(ROWS))
-    native = [row for row in wanted if row not in BOARD]
-    board = [row for row in wanted if row in BOARD]
-    if board:
-        build_board()
-    effort = QUICK if options.quick else Effort()
-    effort = effort._replace(rounds=options.rounds or effort.rounds)
+    if not any(name.startswith(tuple(options.rows)) for name in NAMES):
+        parser.error("no such row; rows are " + ", ".join(NAMES))
+    return options
 
-    when = table.machine()
-    new = []
-    print(table.HEAD, flush=True)
-    for text in itertools.chain(measured_inside(native, effort), measured(board, effort)):
-        print(text, flush=True)
-        new.append(text)
+
+def main() -> int:
+    options, when, status = arguments(), machine(), 0
+    measured = []
+    print(HEAD, flush=True)
+    for measure, rows in GROUPS:
+        wanted = [row for row in rows if row.name.startswith(tuple(options.rows))]
+        if not wanted:
+            continue
+        try:
+            figures = dict(zip(rows, measure(options.rounds)))
+        except Exception:  # The rows after it are still worth their time.
+            traceback.print_exc()
+            status = 1
+            continue
+        lines = [line(row, figures[row]) for row in wanted]
+        print(*lines, sep="\n", flush=True)
+        measured += lines
     if options.write_docs:
-        table.write(new, when)
+        PAGE.write_text(page(PAGE.read_text(), measured, when))
+    return status
 
 
 if __name__ == "__main__":
-    if sys.argv[1:2] == [INSIDE]:
-        inside(*sys.argv[2:])
-    else:
-        main()
+    sys.exit(main())

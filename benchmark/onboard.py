@@ -1,42 +1,40 @@
-"""The rows on the simulated board, whose processor time is that of counted instructions.
+"""The cost of the keyboard on the simulated board, whose CPU time counts instructions.
 
-Nothing but the program runs in its process: the field is touched where an earlier start showed it.
+Nothing but the program is in its process: the field is touched where an earlier start showed it.
 """
 
+import subprocess
+import sys
 from functools import cache
-from typing import NamedTuple
 
-from benchmark.effort import Effort
-from benchmark.estimate import Pairs
+from benchmark.measures import Pairs
 from panel.facts import FIELDS, START_SECONDS
 from panel.screen import centre
 from virtualboard.board import Board
 
 SETTLE_SECONDS = 6  # after which a program that was started or touched does nothing any more
 STARTS = 3
-BARE = {"QT_QPA_GENERIC_PLUGINS": ""}  # without the inspector
-
-
-class Cost(NamedTuple):
-    """What a process takes."""
-
-    processor: float  # ms since its start
-    resident: float  # MiB
-    private: float  # MiB, anonymous
-
-
-def _cost(board: Board) -> Cost:
-    pid = board.program.pid()
-    board.guest.sh(f"sleep {SETTLE_SECONDS}", seconds=60)
-    rollup = board.guest.sh(f"cat /proc/{pid}/smaps_rollup").splitlines()[1:]
-    kib = {name: int(value.split()[0]) for name, value in (line.split(":") for line in rollup)}
-    nanoseconds = board.guest.sh(f"cat /proc/{pid}/task/*/schedstat | cut -d' ' -f1").split()
-    return Cost(sum(map(int, nanoseconds)) / 1e6, kib["Rss"] / 1024, kib["Anonymous"] / 1024)
 
 
 @cache
-def _costs(size: tuple[int, int]) -> list[tuple[Cost, Cost]]:
-    """Of each start: after a field was touched, and before."""
+def build_board() -> None:
+    """Build the simulated board, as ./run does."""
+    for words in (["tools/setup", "simulator/image/data/host-packages.txt"], ["tools/build-board"]):
+        subprocess.run(words, stdout=sys.stderr, check=True)
+
+
+def cost(board: Board) -> tuple[float, ...]:
+    """CPU time since the start in ms; resident and private anonymous memory in MiB."""
+    process = f"/proc/{board.program.pid()}"
+    board.guest.sh(f"sleep {SETTLE_SECONDS}", seconds=60)
+    cpu = board.guest.sh(f"cat {process}/task/*/schedstat | cut -d' ' -f1").split()
+    kib = board.guest.sh(f"grep -E '^(Rss|Anonymous):' {process}/smaps_rollup").split()
+    return sum(map(int, cpu)) / 1e6, int(kib[1]) / 1024, int(kib[4]) / 1024
+
+
+def keyboard_cost(size: tuple[int, int], _: int) -> list[Pairs]:
+    """Each figure of cost() after a field was touched, and before."""
+    build_board()
     pairs = []
     with Board(size, f"bench-{size[0]}x{size[1]}") as board:
         board.dongle.plug()
@@ -46,15 +44,9 @@ def _costs(size: tuple[int, int]) -> list[tuple[Cost, Cost]]:
             START_SECONDS, "the main window")
         board.program.stop()
         for _ in range(STARTS):
-            board.program.start(BARE)
-            untouched = _cost(board)
+            board.program.start({"QT_QPA_GENERIC_PLUGINS": ""})  # without the inspector
+            untouched = cost(board)
             board.fingers.touch(*centre(field))
-            pairs.append((_cost(board), untouched))
+            pairs.append((cost(board), untouched))
             board.program.stop()
-    return pairs
-
-
-def figure(size: tuple[int, int], name: str, _: Effort) -> Pairs:
-    """@param name of a member of Cost"""
-    return [(getattr(touched, name), getattr(untouched, name))
-            for touched, untouched in _costs(size)]
+    return [[(touched[at], untouched[at]) for touched, untouched in pairs] for at in range(3)]

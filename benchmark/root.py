@@ -1,132 +1,160 @@
-"""The private root: a file system in which the program finds its absolute paths.
+"""The private root of one measured process, with a panel, a touch screen and a USB bus of files.
 
-`bwrap` makes it, once for a run of the bench; nothing outside is touched, and every process in it
-ends with it. The USB bus is a tree of files that the real libusb reads, panels and touch screens
-are files (fakes/panel.c), and the board's own commands are one small program (fakes/standin.c).
+The real libusb reads the bus; preload.c answers for the panel and records the event loop.
 """
 
 import os
-import pty
-import shutil
 import struct
-import subprocess
-import tty
-from collections.abc import Iterator
-from contextlib import contextmanager
-from pathlib import Path
+import time
+from collections.abc import Callable
+from functools import cache
+from typing import NamedTuple
 
-from panel import facts
+from panel.facts import (AUTO_CONNECT, DONGLE_PRODUCT, DONGLE_VENDOR, FIELDS, MISC, PARAMETERS,
+                         SETTING, STATUS, STORED_AUTO, stored_parameters)
+from panel.screen import centre
+from privateroot.files import LAUNCH
+from privateroot.process import BUILD, PrivateRoot
+from privateroot.procfs import private_kib, resident_kib
 
-PROJECT = Path(__file__).resolve().parents[1]
-BUILT = PROJECT / "build/release/benchmark"
-PARAMETERS = Path(facts.PARAMETERS)
-AUTO_CONNECT = Path(facts.AUTO_CONNECT)
-BENCH = Path("/bench")
-DIALLED = BENCH / "dialled"  # when pppd was started
-MODEM = Path("/dev/ttyUSB0")
-BUS = Path("/sys/bus/usb")
-HUB = Path("/sys/devices/usb1")
-DONGLE = HUB / "1-1"
-FONTS = "/usr/share/fonts"  # of this machine's, only those of the simulated board are there
-FOLDERS = ("/bench/bin", "/quenfold/configs", "/etc/ppp/peers", "/etc/ppp/chat", "/dev/input",
-           "/dev/bus/usb/001", "/sys/class", "/sys/bus/usb/devices", "/var/cache/fontconfig")
-
-
-def command(*inside: str) -> list[str]:
-    """What runs a command in a new private root."""
-    words = ["bwrap", "--unshare-all", "--die-with-parent", "--uid", "0", "--gid", "0",
-             "--cap-drop", "ALL", "--tmpfs", "/", "--ro-bind", "/usr", "/usr", "--proc", "/proc",
-             "--dev", "/dev", "--perms", "0700", "--tmpfs", "/tmp", "--setenv", "HOME", "/tmp",
-             "--ro-bind", "/etc/fonts", "/machine-fonts", "--tmpfs", FONTS]
-    for folder in ("bin", "sbin", "lib", "lib32", "lib64"):
-        if Path("/usr", folder).exists():
-            words += ["--symlink", f"usr/{folder}", f"/{folder}"]
-    for path in ("/etc/ld.so.cache", f"{FONTS}/truetype/dejavu", f"{FONTS}/truetype/wqy",
-                 str(PROJECT)):
-        words += ["--ro-bind", path, path]
-    return [*words, "--chdir", str(PROJECT), *inside]
+PROGRAM, FLOOR = "app/corvanta", "benchmark/floor"  # paths in BUILD
+WIDTH, HEIGHT = 800, 480
+PANEL_KIB = WIDTH * HEIGHT * 4 // 1024
+FIELD, HIDE = FIELDS[0], "Hide"
+MODEM = "ttyUSB0"
+LIMIT_SECONDS = 60
+EXIT_SECONDS = 600  # for a program under valgrind
+QUIET_SECONDS = 0.1  # a process that does nothing for so long is idle
+JOURNAL = "/testrun/loop"
 
 
-def furnish() -> None:
-    """Makes what the program finds. Called once, inside."""
-    for folder in FOLDERS:
-        Path(folder).mkdir(parents=True)
-    Path("/etc/passwd").write_text("root:x:0:0::/tmp:/bin/sh\n")
-    shutil.copytree("/machine-fonts", "/etc/fonts")
-    shutil.copy(PROJECT / "resources/fontconfig/64-corvanta.conf", "/etc/fonts/conf.d")
-    subprocess.run(["/usr/bin/fc-cache"], check=True)
-    for name in ("sh", "ls", "grep"):
-        (BENCH / "bin" / name).symlink_to(f"/usr/bin/{name}")
-    for name in ("pppd", "killall", "ifconfig", "route"):
-        (BENCH / "bin" / name).symlink_to(BUILT / "standin")
-    PARAMETERS.write_bytes(facts.stored_parameters(user="user", password="secret", pin="1234"))
-    AUTO_CONNECT.write_text("1\n5\n")
-    _add_device(HUB, 1, 0x1d6b, 0x0002)
-    plug()
-    set_link(False)
+class Wait(NamedTuple):
+    """One wait of the main thread; times in nanoseconds since the epoch."""
+
+    begin: int
+    end: int  # 0 while it lasts
+    cpu: int  # CPU time so far, with that of the commands that the process waited for
+    idle: int  # whether the process had nothing to do, on a painted panel
 
 
-def set_link(up: bool) -> None:
-    """Whether the board's list of interfaces has a ppp0."""
-    (BENCH / "interfaces").write_text("lo: flags=73\n" + ("ppp0: flags=4305\n" if up else ""))
+class BenchRoot(PrivateRoot):
+    """
+    @param program path in BUILD
+    @param words shell words before the program: variables, and a command that runs it
+    @param argument argument of the program
+    @param inspected whether the inspector is in the process: to find things, not to measure
+    @param dongle whether the dongle is on the bus, with its device node
+    """
+
+    def __init__(self, program: str = PROGRAM, words: str = "", argument: str = "",
+                 inspected: bool = False, dongle: bool = True) -> None:
+        run = f"PATH=/testrun/bin LD_PRELOAD=/testbench/libpreload.so {words} /app/corvanta"
+        launch = LAUNCH.replace("program", f"{run} {argument}")
+        super().__init__(setup="/usr/bin/fc-cache", keys=True, inspected=inspected,
+                         nodes=(MODEM,) if dongle else (),
+                         launch=f"/usr/bin/date +%s%N >/testrun/started\n{launch}")
+        for outside, inside in ((BUILD / program, "/app/corvanta"), (self.base / "sys", "/sys"),
+                                (BUILD / "benchmark", "/testbench"),
+                                (BUILD / "benchmark/fonts", "/usr/share/fonts"),
+                                (BUILD / "benchmark/fontconfig", "/etc/fonts"),
+                                (BUILD / "benchmark/fontcache", "/var/cache/fontconfig")):
+            self._mounts += ["--bind", str(outside), inside]
+        self.write(PARAMETERS, stored_parameters(user="user", password="secret", pin="1234"))
+        self.write(AUTO_CONNECT, STORED_AUTO)
+        self.unwrap("ls")
+        self.write("/dev/fb0", bytes(WIDTH * HEIGHT * 4))
+        self.write(JOURNAL, b"")
+        os.mkfifo(self.host("/dev/touch"))
+        self._finger = os.open(self.host("/dev/touch"), os.O_RDWR)
+        self.host("/dev/bus/usb/001").mkdir(parents=True)
+        self._add_device("usb1", 1, 0x1D6B, 0x0002)
+        if dongle:
+            self._add_device("1-1", 2, DONGLE_VENDOR, DONGLE_PRODUCT)
+
+    def close(self) -> None:
+        os.close(self._finger)
+        super().close()
+
+    def _environment(self) -> dict[str, str]:
+        return super()._environment() | {
+            "QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0", "QT_QPA_FB_HIDECURSOR": "1",
+            "QT_QPA_FB_NO_LIBINPUT": "1", "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS": "/dev/touch",
+            "SYSTEMD_DEVICE_VERIFY_SYSFS": "0"}  # the tree of /sys is one of plain files
+
+    def _add_device(self, name: str, number: int, vendor: int, product: int) -> None:
+        descriptors = struct.pack("<BBHBBBBHHHBBBB", 18, 1, 0x0200, 0, 0, 0, 64, vendor, product,
+                                  0x0100, 0, 0, 0, 1)
+        descriptors += struct.pack("<BBHBBBBB", 9, 2, 9, 0, 1, 0, 0xA0, 50)
+        node = f"bus/usb/001/{number:03}"
+        self.write(f"/dev/{node}", descriptors)
+        device = self.base / "sys/bus/usb/devices" / name
+        device.mkdir(parents=True)
+        uevent = f"MAJOR=189\nMINOR={number - 1}\nDEVNAME={node}\nDEVTYPE=usb_device"
+        for file, content in (("busnum", "1"), ("devnum", str(number)), ("speed", "480"),
+                              ("bConfigurationValue", "1"), ("uevent", uevent)):
+            (device / file).write_text(content + "\n")
+        (device / "descriptors").write_bytes(descriptors)
+        (device / "subsystem").symlink_to("/sys/bus/usb")
+
+    def launch(self) -> Wait:
+        """Start the program. @return the wait in which it is first idle"""
+        self.start(shown=False, timeout=LIMIT_SECONDS)
+        self.settle()
+        return next(wait for wait in self.waits() if wait.idle)
+
+    def run_to_end(self) -> None:
+        """Run a program that exits by itself."""
+        self.start(shown=False, timeout=EXIT_SECONDS)
+        self.wait_exit(EXIT_SECONDS)
+
+    def waits(self) -> list[Wait]:
+        """The main thread's waits so far."""
+        return [Wait(*fields) for fields in struct.iter_unpack("=4q", self.content(JOURNAL))]
+
+    def settle(self, after: int = 0) -> Wait:
+        """Wait until the process is idle. @param after number of waits that do not count
+        @return the wait that it is in"""
+        def quiet() -> bool:
+            waits = self.waits()
+            return (len(waits) > after and bool(waits[-1].idle) and not waits[-1].end
+                    and time.time() - waits[-1].begin / 1e9 > QUIET_SECONDS)
+        self.wait_until(quiet, LIMIT_SECONDS, "idle")
+        return self.waits()[-1]
+
+    def do(self, action: Callable[..., object], *arguments: object) -> Wait:
+        """Do something to the process. @return the wait in which it is idle again"""
+        before = len(self.waits())
+        action(*arguments)
+        return self.settle(before)
+
+    def touch(self, name: str) -> None:
+        """Touch something that places() knows."""
+        x, y = places()[name]
+        for events in (((3, 0x39, 1), (3, 0x35, x), (3, 0x36, y), (0, 0, 0)),
+                       ((3, 0x39, -1), (0, 0, 0))):
+            os.write(self._finger, b"".join(struct.pack("=qqHHi", 0, 0, *event)
+                                            for event in events))
+
+    def pixel(self, name: str) -> bytes:
+        """What the panel shows in the middle of something that places() knows."""
+        x, y = places()[name]
+        return self.content("/dev/fb0")[(y * WIDTH + x) * 4:][:4]
+
+    def memory(self) -> tuple[float, float]:
+        """Resident memory without the panel, and private anonymous memory, in MiB."""
+        return (resident_kib(self.pid) - PANEL_KIB) / 1024, private_kib(self.pid) / 1024
 
 
-def plug() -> None:
-    """Puts the dongle on the bus, with its serial node."""
-    _add_device(DONGLE, 2, facts.DONGLE_VENDOR, facts.DONGLE_PRODUCT)
-    MODEM.touch()
-
-
-def pull() -> None:
-    """Takes the dongle away."""
-    MODEM.unlink()
-    (BUS / "devices" / DONGLE.name).unlink()
-    Path("/dev/bus/usb/001/002").unlink()
-    shutil.rmtree(DONGLE)
-
-
-def _add_device(path: Path, number: int, vendor: int, product: int) -> None:
-    device = struct.pack("<BBHBBBBHHHBBBB", 18, 1, 0x0200, 0, 0, 0, 64, vendor, product, 0x0100,
-                         0, 0, 0, 1)
-    configuration = struct.pack("<BBHBBBBB", 9, 2, 9, 0, 1, 0, 0xa0, 50)
-    node = f"bus/usb/001/{number:03}"
-    path.mkdir(parents=True)
-    for name, content in (("busnum", "1"), ("devnum", number), ("speed", "480"),
-                          ("bConfigurationValue", "1"),
-                          ("uevent", f"MAJOR=189\nMINOR={number - 1}\nDEVNAME={node}\n"
-                                     "DEVTYPE=usb_device")):
-        (path / name).write_text(f"{content}\n")
-    (path / "descriptors").write_bytes(device + configuration)
-    Path("/dev", node).write_bytes(device + configuration)
-    (path / "subsystem").symlink_to(BUS)
-    (BUS / "devices" / path.name).symlink_to(path)
-
-
-@contextmanager
-def no_dongle() -> Iterator[None]:
-    """A board whose dongle is not there."""
-    pull()
-    yield
-    plug()
-
-
-@contextmanager
-def no_node() -> Iterator[None]:
-    """A board whose dongle has no serial node yet."""
-    MODEM.unlink()
-    yield
-    MODEM.touch()
-
-
-@contextmanager
-def silent_modem() -> Iterator[None]:
-    """A modem that answers nothing."""
-    ours, theirs = pty.openpty()
-    tty.setraw(theirs)
-    MODEM.unlink()
-    MODEM.symlink_to(os.ttyname(theirs))
-    yield
-    MODEM.unlink()
-    MODEM.touch()
-    os.close(ours)
-    os.close(theirs)
+@cache
+def places() -> dict[str, tuple[int, int]]:
+    """Where things are on the screen, in pixels. The baseline has Exit at the same place."""
+    with BenchRoot(inspected=True) as root:
+        root.launch()
+        panel = root.panel
+        found = {text: centre(panel.tab(text)) for text in (SETTING, STATUS, MISC)}
+        found |= {text: centre(panel.button(text)) for text in ("Connect", "Exit")}
+        found[FIELD] = centre(panel.field(FIELD))
+        found[HIDE] = centre(panel.raise_keys(FIELD).key(HIDE))
+        panel.put_keys_away()
+        panel.open_tab(MISC)
+        return found | {"YES": centre(panel.button("YES"))}

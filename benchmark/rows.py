@@ -1,91 +1,125 @@
-"""The tables of ./bench: what is measured, against what, and the goal."""
+"""The rows of ./bench: what is measured, the reference, the limit, and how a row is shown."""
 
+import datetime
+import os
+import platform
+import re
+import statistics
 from collections.abc import Callable
 from functools import partial
+from pathlib import Path
 from typing import NamedTuple
 
-from benchmark import growth, onboard, running, starts
-from benchmark.effort import Effort
-from benchmark.estimate import Judge, Pairs
+from benchmark import measures, onboard
+from benchmark.measures import AWAITED, IDLE_STATES, KEYBOARD, LINES, Pairs
 from panel.facts import SETTING, SIZES, STATUS
 
-RATIO, EXCESS, FIGURE = Judge.RATIO, Judge.EXCESS, Judge.FIGURE
-FLOOR = "baseline program"
-BARE = "C reference"
-UNTOUCHED = "before a touch"
-SHOWN = {"keys up": "keyboard shown", "keys hidden again": "keyboard hidden again"}
-AWAITED = {"node": "device node", "signal": "modem's answer"}
+PAGE = Path(__file__).resolve().parents[1] / "docs/measured/bench.md"
+OPENING = """\
+# Figures of ./bench
+
+Written by `./bench --write-docs`. Do not edit this page: [performance.md](../performance.md)
+explains the figures.
+"""
+HEAD = ("| measurement | program | compared with | reference | ratio or difference | limit "
+        "| result |\n|---|---|---|---|---|---|---|")
+FLOOR, REFERENCE, UNTOUCHED = "baseline program", "C reference", "before a touch"
 
 
 class Row(NamedTuple):
-    """One row."""
+    """A measurement and its limit."""
 
     name: str  # on the command line
     what: str  # with the unit
-    against: str  # "" where the figure itself is judged
-    judge: Judge
-    bound: float | None  # the goal is this or less; None where there is none
-    measure: Callable[[Effort], Pairs]
+    limit: float | None = None
+    reference: str = ""  # without one, the figure itself is compared with the limit
+    difference: bool = False  # whether the limit is for the difference, not for the ratio
 
 
-def _row(name: str, what: str, bound: float | None, measure: Callable[[Effort], Pairs]) -> Row:
-    """A row whose figure itself is judged."""
-    return Row(name, what, "", FIGURE, bound, measure)
+Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measurement and the rows that it gives
 
-
-NATIVE = (
-    Row("instructions", "start to first idle, million instructions", FLOOR, RATIO, 0.97,
-        starts.instructions),
-    Row("time", "start to first frame, ms", FLOOR, RATIO, 1.03,
-        partial(starts.figure, "time")),
-    Row("cpu", "start to first frame, CPU time, ms", FLOOR, RATIO, 1.05,
-        partial(starts.figure, "processor")),
-    Row("resident", "resident memory, idle, MiB", FLOOR, RATIO, 1.03,
-        partial(starts.figure, "resident")),
-    Row("private", "private anonymous memory, idle, MiB", FLOOR, RATIO, 1.06,
-        partial(starts.figure, "private")),
-    Row("libraries", "shared libraries", FLOOR, EXCESS, 0, starts.libraries),
-    _row("stripped", "size of the stripped binary, KiB", 200, starts.stripped),
-    Row("fonts", "start with corvanta-fonts.conf, million instructions", "without it", RATIO, None,
-        starts.own_fonts),
-    Row("keys-up", "private memory, keyboard shown, MiB", UNTOUCHED, EXCESS, 1.5,
-        partial(running.keys_memory, "up")),
-    Row("keys-hidden", "private memory, keyboard hidden after being shown 100 times, MiB",
-        UNTOUCHED, EXCESS, 1.0, partial(running.keys_memory, "hidden")),
+NATIVE: list[Group] = [
+    (measures.start_instructions, [
+        Row("instructions", "start to first idle, million instructions", 0.97, FLOOR),
+        Row("fonts", "start with corvanta-fonts.conf, million instructions", None, "without it")]),
+    (measures.starts, [
+        Row("time", "start to first frame, ms", 1.03, FLOOR),
+        Row("cpu", "start to first frame, CPU time, ms", 1.05, FLOOR),
+        Row("resident", "resident memory, idle, MiB", 1.03, FLOOR),
+        Row("private", "private anonymous memory, idle, MiB", 1.06, FLOOR),
+        Row("libraries", "shared libraries", 0, FLOOR, True)]),
+    (measures.stripped, [Row("stripped", "size of the stripped binary, KiB", 200)]),
+    (measures.keyboard_memory, [
+        Row("keys-up", "private memory, keyboard shown, MiB", 1.5, UNTOUCHED, True),
+        Row("keys-hidden", "private memory, keyboard hidden after being shown 100 times, MiB", 1,
+            UNTOUCHED, True)]),
     # The text cursor blinks while the keyboard is shown: two wakeups a second.
-    *(_row(f"idle-{number}",
-           f"wakeups in 60 s: {SHOWN.get(what, what)}, link {'up' if link else 'down'}",
-           122 if what == "keys up" else 0, partial(running.idle, (what, link)))
-      for number, (what, link) in enumerate(running.IDLE_STATES, 1)),
-    Row("connect", "Connect touched to pppd started, CPU time, ms", BARE, RATIO, 1.2,
-        running.connect),
-    Row("check-hidden", "link check, status page hidden, CPU time, ms", BARE, RATIO, 1.05,
-        partial(running.check, SETTING)),
-    Row("check-shown", "link check, status page shown, CPU time, ms", BARE, RATIO, 1.05,
-        partial(running.check, STATUS)),
-    *(_row(f"gap-{name}",
-           f"longest event-loop stall while waiting for the {AWAITED.get(name, name)}, ms", 30,
-           partial(running.gap, name)) for name in running.WAITS),
-    Row("exit", "Exit touched to process exit, ms", FLOOR, RATIO, 1.3, running.leave),
-)
-# A tenth of a KiB: the allocator may take a page more in a few hundred times.
-GROWTH = (
-    _row("per-check", "private memory per link check, KiB", 0.1, growth.per_check),
-    _row("per-pull", "private memory per unplug and replug of the dongle, KiB", 0.1,
-         growth.per_pull),
-    _row("per-failure", "private memory per failed connection attempt, KiB", None,
-         growth.per_failure),
-    _row("per-appearance", "private memory each time the keyboard is shown, KiB", 0.1,
-         growth.per_appearance),
-    *(Row(f"lines-{lines}", f"start to first frame, {lines} lines of parameters, ms",
-          "six lines", RATIO, None, partial(growth.large_file, lines))
-      for lines in (1_000, 100_000, 1_000_000)),
-)
-BOARD = tuple(
-    Row(f"board-{width}x{height}-{name}", f"{width}x{height}, field touched: {what}", UNTOUCHED,
-        EXCESS, None, partial(onboard.figure, (width, height), name))
+    (measures.idle, [Row(f"idle-{number}", f"wakeups in 60 s: {what}, link {link}",
+                         122 if what == KEYBOARD else 0)
+                     for number, (what, link) in enumerate(IDLE_STATES, 1)]),
+    (measures.connect,
+     [Row("connect", "Connect touched to pppd started, CPU time, ms", 1.2, REFERENCE)]),
+    *((partial(measures.check, tab),
+       [Row(f"check-{state}", f"link check, status page {state}, CPU time, ms", 1.05, REFERENCE)])
+      for tab, state in ((SETTING, "hidden"), (STATUS, "shown"))),
+    (measures.stalls, [
+        Row(f"gap-{name}", f"longest event-loop stall while waiting for the {awaited}, ms", 30)
+        for name, awaited in zip(("node", "dongle", "signal"), AWAITED)]),
+    (measures.leave, [Row("exit", "Exit touched to process exit, ms", 1.3, FLOOR)]),
+]
+FILES: list[Group] = [
+    (measures.large_files, [
+        Row(f"lines-{lines}", f"start to first frame, {lines} lines of parameters, ms", None,
+            "six lines") for lines in LINES]),
+]
+BOARD: list[Group] = [
+    (partial(onboard.keyboard_cost, (width, height)), [
+        Row(f"board-{width}x{height}-{name}", f"{width}x{height}, field touched: {what}", None,
+            UNTOUCHED, True)
+        for name, what in (("processor", "CPU time since the start, ms"),
+                           ("resident", "resident memory, MiB"),
+                           ("private", "private memory, MiB"))])
     for width, height in SIZES
-    for name, what in (("processor", "CPU time since the start, ms"),
-                       ("resident", "resident memory, MiB"), ("private", "private memory, MiB")))
-TABLES = {"Compared with the baseline": NATIVE, "Memory growth": GROWTH,
+]
+TABLES = {"Compared with the baseline": NATIVE, "Long parameter files": FILES,
           "On the simulated board": BOARD}
+GROUPS = [group for groups in TABLES.values() for group in groups]
+
+
+def shown(value: float) -> str:
+    return f"{value:.0f}" if value >= 1000 or value == int(value) else f"{value:.3g}"
+
+
+def line(row: Row, pairs: Pairs) -> str:
+    """A row in Markdown, with the median of each round's ratio or difference: what slows a round
+    down slows both of its halves down."""
+    program, reference = (statistics.median(column) for column in zip(*pairs))
+    compared, judged = "", program
+    if row.difference:
+        judged = statistics.median(ours - theirs for ours, theirs in pairs)
+        compared = f"{judged:+.3g}"
+    elif row.reference:
+        judged = statistics.median(ours / theirs for ours, theirs in pairs)
+        compared = f"{judged:.3f}"
+    cells = [row.what, shown(program), row.reference, shown(reference) if row.reference else "",
+             compared, "", ""]
+    if row.limit is not None:
+        cells[5:] = f"{row.limit:g}", "met" if judged <= row.limit else "**missed**"
+    return f"| {' | '.join(cells)} |"
+
+
+def machine() -> str:
+    """Where and when: the date, the processors, the kernel and how busy it is."""
+    model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
+    return (f"{datetime.date.today()}, {os.cpu_count()} x {model[1] if model else 'unknown'}, "
+            f"Linux {platform.release()}, load {os.getloadavg()[0]:.1f}")
+
+
+def page(old: str, new: list[str], when: str) -> str:
+    """The page with new lines; rows that were not measured again keep their old lines."""
+    lines = {text.split(" | ")[0]: text for text in old.splitlines() + new}
+    parts = [OPENING, f"Last run: {when}.\n"]
+    for title, groups in TABLES.items():
+        found = [lines.get(f"| {row.what}") for _, rows in groups for row in rows]
+        parts.append("\n".join([f"## {title}\n", HEAD, *filter(None, found), ""]))
+    return "\n".join(parts)

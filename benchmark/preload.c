@@ -1,0 +1,127 @@
+/* Preloaded into a measured program: makes a panel of files and records the event loop.
+ *
+ * Qt's linuxfb plugin takes a plain file for the framebuffer, its evdev handler a FIFO of struct
+ * input_event for a multitouch screen (type B, positions in pixels). The journal /testrun/loop gets
+ * an entry for each wait of the main thread in poll(), where GLib's event loop waits; QProcess
+ * waits in ppoll(). With CORVANTA_BENCH_STOP the process exits when first idle on a painted panel.
+ */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <linux/fb.h>
+#include <linux/input.h>
+#include <poll.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <time.h>
+#include <unistd.h>
+
+enum { Width = 800, Height = 480, Middle = (Height / 2 * Width + Width / 2) * 4 };
+
+/* Read by root.py; times in nanoseconds of CLOCK_REALTIME. */
+struct wait {
+    int64_t begin;
+    int64_t end;  /* 0 while it lasts */
+    int64_t cpu;  /* CPU time so far, with that of the commands that the process waited for */
+    int64_t idle; /* whether the process had nothing to do, on a painted panel */
+};
+static int framebuffer = -1;
+static int journal = -1;
+
+__attribute__((constructor)) static void openJournal(void)
+{
+    if (getenv("CORVANTA_BENCH_STOP") == NULL) /* the valgrind launcher must pass it on */
+        unsetenv("LD_PRELOAD");
+    journal = open("/testrun/loop", O_WRONLY | O_CLOEXEC);
+}
+
+int ioctl(int fd, unsigned long request, ...)
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (request == FBIOGET_VSCREENINFO) {
+        framebuffer = fd;
+        *(struct fb_var_screeninfo *)argument =
+            (struct fb_var_screeninfo){.xres = Width,
+                                       .yres = Height,
+                                       .xres_virtual = Width,
+                                       .yres_virtual = Height,
+                                       .bits_per_pixel = 32,
+                                       .red = {.offset = 16, .length = 8},
+                                       .green = {.offset = 8, .length = 8},
+                                       .blue = {.offset = 0, .length = 8}};
+        return 0;
+    }
+    if (request == FBIOGET_FSCREENINFO) {
+        *(struct fb_fix_screeninfo *)argument =
+            (struct fb_fix_screeninfo){.line_length = Width * 4,
+                                       .smem_len = Width * 4 * Height,
+                                       .visual = FB_VISUAL_TRUECOLOR};
+        return 0;
+    }
+    if (_IOC_TYPE(request) == 'E') { /* a touch screen with all axes; a grab succeeds */
+        if (_IOC_DIR(request) == _IOC_READ)
+            memset(argument, _IOC_NR(request) == _IOC_NR(EVIOCGBIT(EV_ABS, 0)) ? 0xff : 0,
+                   _IOC_SIZE(request));
+        if (request == EVIOCGABS(ABS_MT_POSITION_X))
+            ((struct input_absinfo *)argument)->maximum = Width - 1;
+        if (request == EVIOCGABS(ABS_MT_POSITION_Y))
+            ((struct input_absinfo *)argument)->maximum = Height - 1;
+        return 0;
+    }
+    int (*next)(int, unsigned long, ...) = dlsym(RTLD_NEXT, "ioctl");
+    return next(fd, request, argument);
+}
+
+static int64_t now(void)
+{
+    struct timespec time;
+    clock_gettime(CLOCK_REALTIME, &time);
+    return time.tv_sec * 1000000000LL + time.tv_nsec;
+}
+
+static int64_t cpuTime(int who)
+{
+    struct rusage usage;
+    getrusage(who, &usage);
+    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000000000LL +
+           (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1000LL;
+}
+
+/** Tell whether the middle of the panel has been other than black. */
+static int isPainted(void)
+{
+    static int painted;
+    unsigned char pixel[4] = {0};
+    if (!painted && pread(framebuffer, pixel, sizeof pixel, Middle) == sizeof pixel)
+        painted = pixel[0] != 0 || pixel[1] != 0 || pixel[2] != 0;
+    return painted;
+}
+
+int poll(struct pollfd *fds, nfds_t count, int timeout)
+{
+    static off_t entry;
+    int (*next)(struct pollfd *, nfds_t, int) = dlsym(RTLD_NEXT, "poll");
+    if (gettid() != getpid())
+        return next(fds, count, timeout);
+    struct wait wait = {now(), 0, cpuTime(RUSAGE_SELF) + cpuTime(RUSAGE_CHILDREN),
+                        timeout != 0 && isPainted()};
+    if (pwrite(journal, &wait, sizeof wait, entry) == -1)
+        abort();
+    if (wait.idle && getenv("CORVANTA_BENCH_STOP") != NULL)
+        _exit(0);
+    const int ready = next(fds, count, timeout);
+    const int error = errno;
+    wait.end = now();
+    if (pwrite(journal, &wait, sizeof wait, entry) == -1)
+        abort();
+    entry += sizeof wait;
+    errno = error;
+    return ready;
+}
