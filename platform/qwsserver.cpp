@@ -2,11 +2,13 @@
 
 #include "platform/qwsinputmethod.h"
 
+#include <QBackingStore>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPointer>
 #include <QRasterWindow>
 #include <QScreen>
+#include <QTimer>
 #include <malloc.h>
 
 namespace
@@ -18,41 +20,71 @@ constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
                                   Qt::WindowTransparentForInput;
 
+/** Return whether the panel's framebuffer has an alpha channel: Qt's images for it have its format.
+ */
+bool hasAlphaChannel()
+{
+    QWindow window;
+    window.create();
+    QBackingStore store(&window);
+    store.resize(QSize(1, 1));
+    const QPaintDevice *image = store.paintDevice();
+    return image->devType() == QInternal::Image &&
+           static_cast<const QImage *>(image)->hasAlphaChannel();
+}
+
+/** Return whether Qt clears the panel with this brush. With an alpha channel it clears the panel to
+ *  transparent, and a lower plane of the display controller would show. */
+bool isClearedWith(const QBrush &brush)
+{
+    return brush == QBrush(Qt::black) &&
+           QGuiApplication::platformName() != QLatin1String("eglfs") && !hasAlphaChannel();
+}
+
+void removeBackdrop();
+
 /**
- * The window behind all windows. Without it, Qt clears the framebuffer of a panel that has an alpha
- * channel to transparent, and a lower plane of the display controller shows. Its backing store is
- * as large as the panel: a window that covers the panel replaces it.
+ * Background window. It paints only what Qt does not. Its backing store is as large as the panel,
+ * so it is deleted once another window covers it.
  */
 class Backdrop : public QRasterWindow
 {
 public:
-    explicit Backdrop(const QBrush &brush) : m_brush(brush)
+    explicit Backdrop(const QBrush &brush) : m_brush(brush), m_paints(!isClearedWith(brush))
     {
         setFlags(Flags);
         setGeometry(QGuiApplication::primaryScreen()->geometry());
-        QCoreApplication::instance()->installEventFilter(this);
+        if (m_paints)
+            QCoreApplication::instance()->installEventFilter(this);
     }
 
-    // glibc would keep the freed backing store.
-    ~Backdrop() override { malloc_trim(0); }
-    Q_DISABLE_COPY_MOVE(Backdrop)
-
-    void setBrush(const QBrush &brush)
+    ~Backdrop() override
     {
-        m_brush = brush;
-        update();
+        if (m_paints)
+            malloc_trim(0); // glibc would keep the freed backing store; return it to the system.
     }
+    Q_DISABLE_COPY_MOVE(Backdrop)
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         const auto *window = qobject_cast<QWindow *>(watched);
         if (event->type() == QEvent::Expose && window != nullptr && window != this &&
-            window->isExposed() && window->geometry().contains(geometry()))
-            deleteLater(); // when that window has painted
+            window->isExposed() && window->geometry().contains(geometry())) {
+            // When that window has painted. Not deleteLater(): the main window is shown before the
+            // event loop starts, and Qt defers the deletion until that loop ends.
+            QTimer::singleShot(0, QCoreApplication::instance(), removeBackdrop);
+        }
         return false;
     }
 
 protected:
+    bool event(QEvent *event) override
+    {
+        const bool paints = event->type() == QEvent::Paint || event->type() == QEvent::Expose ||
+                            event->type() == QEvent::UpdateRequest;
+        return (paints && !m_paints) || QRasterWindow::event(event);
+    }
+
     void paintEvent(QPaintEvent *) override
     {
         QPainter(this).fillRect(QRect(QPoint(0, 0), size()), m_brush);
@@ -60,6 +92,7 @@ protected:
 
 private:
     QBrush m_brush;
+    bool m_paints;
 };
 
 QPointer<Backdrop> &backdrop()
@@ -93,12 +126,10 @@ void QWSServer::setBackground(const QBrush &brush)
 {
     if (!isDisplayServer() || QGuiApplication::primaryScreen() == nullptr)
         return;
-    if (backdrop()) {
-        backdrop()->setBrush(brush);
-        return;
-    }
+    if (!backdrop())
+        qAddPostRoutine(removeBackdrop);
+    delete backdrop();
     backdrop() = new Backdrop(brush);
-    qAddPostRoutine(removeBackdrop);
     backdrop()->show();
     // Paint now: the following start-up steps do not process events for a while.
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
