@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import re
 import time
 from collections.abc import Mapping
 from functools import partial
@@ -13,7 +12,7 @@ from faults.boards import (SIZE, SharedBoards, alive, check_link, dialled, edite
                            wait_link, wait_notice, wait_until)
 from faults.rows import Group, Row, expect
 from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, FIELDS, FILES, GREEN,
-                         LINK_STATUS, PARAMETERS, PEER_FILE, PPP_LOG, RED, SETTING, SOON_SECONDS,
+                         LINK_STATUS, PARAMETERS, PEER_FILE, RED, SETTING, SOON_SECONDS,
                          START_SECONDS, STATUS, STORED, WITHOUT_KEYS)
 from panel.screen import Screen, centre
 from virtualboard.board import Board
@@ -22,7 +21,6 @@ from virtualboard.dongle import MODEM_LOG
 PIN = "1234"
 USER = FIELDS[2]
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
-REDIAL_SECONDS = 300  # of the host, in which pppd has skipped two dials
 # An earlier attempt's may hold the line.
 NO_PPPD = "killall -q -KILL pppd chat; while pgrep -x 'pppd|chat'; do sleep 0.1; done"
 FIRST_COMMAND = b'heard "ATZ"'
@@ -41,10 +39,8 @@ EXECUTES = ("option injection. pppd runs, as root, a command that follows a spac
 NOTICE = 14.5, 25
 # What was measured on the way, in seconds on the board: for figures().
 NOTICES: list[float] = []
-TRIES: list[float] = []  # from the first try of a wrong PIN to each
 GIVEN_UP: list[float] = []
 GONE = "[ ! -e /sys/class/net/ppp0 ]"
-ECHOES = "printf 'lcp-echo-interval 2\\nlcp-echo-failure 2\\n' >>/etc/ppp/options"
 
 
 def see_refusal(board: Board, since: float) -> None:
@@ -106,17 +102,6 @@ def throw_connected(name: str, modem: Mapping[str, str], pin: str = "") -> None:
         alive(board)
 
 
-def throw_ended(name: str, end: str, modem: Mapping[str, str], before: str = ":") -> None:
-    """A link that ends: shown without a touch, as pppd's scripts tell the panel.
-    @param end shell commands that lead to that"""
-    with dialled(name, modem, before=before) as board:
-        wait_link(board, "connected", GREEN)
-        board.guest.sh(end)
-        wait_until(board, GONE)
-        wait_link(board, "disconnected", RED)
-        alive(board)
-
-
 def throw_silenced(name: str) -> None:
     """A link on which nothing comes back: shown as connected as long as pppd takes it for one."""
     with dialled(name, {}) as board:
@@ -161,18 +146,6 @@ def throw_full_disk(name: str) -> None:
         expect(board.guest.run(f"test -e {AUTO_CONNECT}").status != 0, "no room for the other file")
 
 
-def throw_wrong_pin(name: str) -> None:
-    """The operator is told after 15 s; pppd goes on without sending the PIN again."""
-    with dialled(name, {"sim.pin": "4321"}, PIN) as board:
-        see_refusal(board, uptime(board))
-        board.guest.sh(f"until [ $(grep -c 'not sent again' {PPP_LOG}) -ge 2 ]; do sleep 3; done",
-                       REDIAL_SECONDS)
-        times = re.findall(rb'(?m)^(\S+) heard "AT\+CPIN=', board.guest.read(MODEM_LOG))
-        TRIES.extend(float(time) - float(times[0]) for time in times)
-        expect(len(times) == 1, f"{len(times)} tries of the PIN")
-        alive(board)
-
-
 def throw_executed(name: str) -> None:
     """What pppd runs because it stands in the user name, typed on the panel."""
     with edited(name, {}) as board:
@@ -212,9 +185,7 @@ def throw_foreign(name: str) -> None:
 
 
 REFUSED: dict[str, Mapping[str, str]] = {
-    "silent modem": {"answer": "silent"}, "no SIM": {"sim.present": "no"},
-    "busy": {"dial": "busy"}, "error at the dial command": {"dial": "error"},
-    "the network knows another user": {"auth": "pap", "user": "x", "password": "y"},
+    "no SIM": {"sim.present": "no"},
     "CHAP fails": {"auth": "chap", "user": "operator", "password": "other"},
     "another APN": {"apn": "elsewhere"},
     **{f"ERROR to AT{command}": {"refused": command}
@@ -232,7 +203,6 @@ CONNECTED: dict[str, Mapping[str, str]] = {
 
 def rows() -> list[Row]:
     return [
-        Row("wrong PIN, sent once", partial(throw_wrong_pin, "wrong-pin"), seconds=120),
         Row("a command in the user name", partial(throw_executed, "executed"), ordered=EXECUTES,
             seconds=50),
         Row("files of another owner", partial(throw_foreign, "foreign"), seconds=50),
@@ -248,10 +218,6 @@ def rows() -> list[Row]:
           for name, modem in CONNECTED.items()),
         Row("ERROR to AT+CPIN", partial(throw_connected, "pin-error", {"refused": "+CPIN"}, PIN),
             seconds=40),
-        Row("the network drops the call", partial(
-            throw_ended, "drop", ":", {"drop_after_s": "25"}), seconds=60),
-        Row("LCP echoes are not answered", partial(
-            throw_ended, "echo", FREEZE, {}, ECHOES), seconds=50),
         Row("the network answers nothing any more", partial(throw_silenced, "silenced"),
             ordered=SILENT, seconds=200),
         *unplugged.rows(),
@@ -269,7 +235,6 @@ def figures() -> list[str]:
     return [text for times, text in (
         (NOTICES, f"failure notice: {min(NOTICES, default=0):.1f} to "
          f"{max(NOTICES, default=0):.1f} s after Connect ({len(NOTICES)} attempts)"),
-        (TRIES, f"PIN attempts after one Connect with a wrong PIN: at {listed(TRIES)}"),
         (GIVEN_UP, f"link without answers: dropped by pppd after {listed(GIVEN_UP)}")) if times]
 
 

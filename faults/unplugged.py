@@ -1,9 +1,8 @@
-"""The dongle on the simulated board: away, late, another one, pulled at each moment."""
+"""The dongle on the simulated board: away, two of them, pulled again and again."""
 
 from __future__ import annotations
 
 import re
-from collections.abc import Mapping
 from functools import partial
 
 from faults.boards import (alive, check_link, dialled, edit, edited, off, wait_link, wait_notice,
@@ -30,41 +29,18 @@ echo dummy_udc.1 >UDC
 """
 
 
-def throw_pulled(name: str, moment: str, up: bool) -> None:
-    """The dongle is pulled; plugged again, it dials when Connect is touched.
-    @param moment shell condition at which it is pulled
-    @param up whether the link was up then: without it the attempt ends with the notice"""
+def throw_pulled_in_negotiation(name: str) -> None:
+    """Pull the dongle while LCP is negotiated; plugged again, it dials when Connect is touched."""
     with dialled(name, {}) as board:
-        if up:
-            wait_link(board, "connected", GREEN)
-        wait_until(board, moment)
+        wait_until(board, "pgrep -x netpppd")
         board.dongle.unplug()
-        if not up:
-            wait_notice(board)
-            board.panel.press("OK")
+        wait_notice(board)
+        board.panel.press("OK")
         wait_link(board, "disconnected", RED)
         board.dongle.plug()
         board.guest.sh("killall -q pppd; true")
         board.panel.press("Connect")
         wait_link(board, "connected", GREEN)
-        alive(board)
-
-
-def throw_late(name: str, dialog: bool, **other: int) -> None:
-    """Nothing can be done until the dongle is there, with its node.
-    @param dialog whether the operator is told; without a node the panel is black
-    @param other what is plugged in before, as Dongle.plug() has it"""
-    with off(name, {}) as board:
-        board.dongle.plug(**other)
-        board.program.start(WITHOUT_KEYS)
-        if dialog:
-            wait_undetected(board)
-            board.panel.press("Close")
-        board.guest.sh("sleep 3")
-        screen = board.panel.screen()
-        expect(not screen.main_window()["visible"] and screen.has_dialog() == dialog, "it waits")
-        board.dongle.plug()
-        wait_shown(board)
         alive(board)
 
 
@@ -139,24 +115,11 @@ def throw_cycles(name: str) -> None:
         alive(board)
 
 
-LATE: dict[str, tuple[bool, Mapping[str, int]]] = {
-    "another dongle comes first": (True, {"product": OTHER_PRODUCT}),
-    "the dongle's ports come late": (False, {"ports": 0}),
-}
-PULLED = {
-    "before the dial command": ("pgrep -x chat", False),
-    "while LCP is negotiated": ("pgrep -x netpppd", False),
-    "while the link is up": (":", True),
-}
-
-
 def rows() -> list[Row]:
     return [
         Row(f"the dongle is pulled {CYCLES} times", partial(throw_cycles, "cycles"), seconds=150),
         Row("two dongles", partial(throw_two, "two"), seconds=60),
         Row("the dongle is away at Connect", partial(throw_away_at_connect, "away"), seconds=70),
-        *(Row(f"the dongle is pulled {name}", partial(throw_pulled, f"pulled {name}", *how),
-              seconds=60) for name, how in PULLED.items()),
-        *(Row(name, partial(throw_late, name, dialog, **other), seconds=20)
-          for name, (dialog, other) in LATE.items()),
+        Row("the dongle is pulled while LCP is negotiated",
+            partial(throw_pulled_in_negotiation, "pulled"), seconds=60),
     ]
