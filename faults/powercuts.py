@@ -11,12 +11,12 @@ from collections.abc import Iterator
 from dataclasses import dataclass
 from pathlib import Path
 
-from faults.boards import SIZE, run_name
 from faults.rows import Group, Row, expect
 from machine.qemu import SPARE_BYTES, SPARE_LOG
 from panel.facts import PARAMETERS
 from virtualboard.board import Board
 
+SIZE = (480, 272)  # of the panel
 CUTS = 500  # spread evenly over all that are possible
 SECTOR = 512
 SUPER, ENTRY = struct.Struct("<QQQI"), struct.Struct("<QQQQ")
@@ -107,7 +107,7 @@ def apply(disk: Path, writes: list[Write]) -> None:
 def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
     """@return what saves on a board wrote to its disk, and the values of each save, in order"""
     saves = []
-    with Board(SIZE, run_name("power cuts"), spare=disk, logs=False) as board:
+    with Board(SIZE, "faults-power-cuts", spare=disk, logs=False) as board:
         board.guest.sh(MOUNT)
         for number, length in enumerate(LENGTHS):
             values = [f"{name[0]}{number}".ljust(length, name[0]) for name in VALUES]

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Years on: a clock in 2040, files of 3 GB, and an ordered end in an attempt."""
+"""Years from now: a clock in 2040, and files of 3 GB."""
 
 import re
 import subprocess
@@ -8,8 +8,8 @@ import unittest
 
 from boardtest import BoardTest
 from host.paths import ARM
-from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUNTS, GREEN, LOGS, OLD_LOG,
-                         PARAMETERS, PEER_FILE, PPP_LOG, RED, SOON_SECONDS, STORED, STORED_AUTO)
+from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUNTS, LOGS, OLD_LOG,
+                         PARAMETERS, PEER_FILE, PPP_LOG, STORED, STORED_AUTO)
 
 HUGE = 3 << 30  # bytes
 # Functions of the C library that know neither large files nor late times on 32-bit boards.
@@ -18,8 +18,6 @@ NARROW = re.compile(r" U (stat|fstat|lstat|fstatat|open|openat|lseek|ftruncate|p
 
 
 class Future(BoardTest):
-    size = (480, 272)
-
     def stored(self) -> bytes:
         return self.board.guest.read(PARAMETERS)
 
@@ -51,21 +49,20 @@ class Future(BoardTest):
         self.assertEqual(self.panel.field(COUNTS)["text"], "5")
         self.panel.fill("APN NAME:", "later")
         self.panel.press("Connect")
-        self.wait_link("connected", GREEN)
+        self.wait_up()
         saved = {PARAMETERS: STORED.replace(b"internet", b"later"), AUTO_CONNECT: STORED_AUTO}
         for path, content in saved.items():
             self.assertEqual(self.board.guest.read(path), content)
         self.assertIn(b"\nuser operator\n", self.board.guest.read(PEER_FILE))
         self.assertIn(b'"later"', self.board.guest.read(CHAT_SCRIPT))
         self.sh("killall pppd; until ! pgrep -x pppd; do sleep 0.1; done")
-        self.wait_link("disconnected", RED)
+        self.wait_down()
         self.date_2040(*old, *LOGS)
         self.panel.press("Connect")  # the generated files are those of before, but for their date
-        self.wait_link("connected", GREEN)
+        self.wait_up()
         self.sh("killall pppd; until ! pgrep -x pppd; do sleep 0.1; done")
         self.date_2040(*LOGS)
-        self.panel.press("Exit")
-        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+        self.leave()
         for log in LOGS:
             self.assertEqual(self.sh(f"ls {log}*; date -r {log}{OLD_LOG} +%Y"),
                              f"{log}{OLD_LOG}\n2040\n")
@@ -76,45 +73,32 @@ class Future(BoardTest):
         """Parameters and a log of 3 GB: shown, saved and rotated."""
         self.board.dongle.plug()
         self.board.guest.write(PARAMETERS, STORED)
-        self.board.guest.sh(f"truncate -s {HUGE} {PARAMETERS} {PPP_LOG}")
+        self.sh(f"truncate -s {HUGE} {PARAMETERS} {PPP_LOG}")
         self.start_program()
         self.assertEqual(self.panel.field("USER:")["text"], "operator")
         self.panel.fill("APN NAME:", "large")
-        self.panel.press("Exit")
-        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+        self.leave()
         self.assertEqual(self.stored(), STORED.replace(b"internet", b"large"))
-        size = self.board.guest.sh(f"stat -c %s {PPP_LOG}.old; rm {PPP_LOG}.old").strip()
+        size = self.sh(f"stat -c %s {PPP_LOG}.old; rm {PPP_LOG}.old").strip()
         self.assertEqual(int(size), HUGE)
-
-    def test_ended_while_the_link_is_tried(self) -> None:
-        """SIGTERM in an attempt: an ordered end, and nothing of what was typed is lost."""
-        self.start(STORED)
-        self.panel.fill("APN NAME:", "typed")
-        self.panel.press("Connect")
-        self.wait_board("pgrep -x pppd", CHECK_SECONDS)
-        self.assertEqual(self.board.program.stop(), 0)
-        self.assertIn(b"typed", self.stored())
 
 
 class Step(BoardTest):
     """On a board of its own, which is of little use afterwards: Debian 12's systemd for 32 bits
     answers nothing in 2040."""
 
-    size = (480, 272)
-
-    def clear(self) -> None:
-        pass
+    reusable = False
 
     def test_clock_steps_in_an_attempt(self) -> None:
         """The check comes, and the panel takes touches."""
-        self.start(STORED)
+        self.start()
         self.panel.fill("APN NAME:", "later")
         self.panel.press("Connect")
         self.wait_board("pgrep -x pppd")
         # The board's own shell and pppd are of no use then: their C library's old calls refuse
         # files of that date.
         self.addCleanup(self.board.guest.sh, f"date -s @{int(time.time())} >/dev/null")
-        self.board.guest.sh("date -s 2040-01-01 >/dev/null")
+        self.sh("date -s 2040-01-01 >/dev/null")
         self.wait("the check", CHECK_SECONDS, lambda screen: screen.has_dialog()
                   or screen.button("Disconnect")["enabled"])
         self.assertIn(b"later", self.board.guest.read(PARAMETERS))

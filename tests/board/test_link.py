@@ -7,9 +7,9 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from boardtest import BoardTest
+from boardtest import DOWN, UP, BoardTest
 from host.paths import ARM
-from panel.facts import CHECK_SECONDS, GREEN, LINK_STATUS, PPP_LOG, RED, START_SECONDS, STATUS
+from panel.facts import CHECK_SECONDS, PPP_LOG, STATUS
 from virtualboard.dongle import NETWORK_ADDRESS
 from virtualboard.program import UNIT
 
@@ -51,23 +51,26 @@ def newer_package() -> bytes:
 class Link(BoardTest):
     """What happens to the panel must not happen to the link."""
 
-    def link(self) -> tuple[str, str]:
-        value = self.panel.value(LINK_STATUS)
-        return value["text"], value["style"]
-
     def await_connected(self) -> None:
         """A panel that has just started shows the link by itself."""
-        self.wait("the main window", START_SECONDS, lambda screen: screen.main_window()["visible"])
-        self.assertEqual(self.link(), ("connected", GREEN))
+        self.await_window()
+        self.assertEqual(self.link(), UP)
 
-    def test_link_outlives_the_panel(self) -> None:
-        """Stop, restart, upgrade and crash, with traffic over the link all the while."""
-        # What was only provisioned dials, without an edit on the panel.
-        self.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret")
+    def dial(self, holdoff: int) -> None:
+        """Dial with provisioned parameters, without an edit on the panel.
+
+        @param holdoff pppd's wait between two dials, in seconds
+        """
+        self.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret; "
+                f"echo 'holdoff {holdoff}' >>/etc/ppp/peers/ppp-connect")
         self.board.dongle.plug()
         self.start_program()
         self.panel.press("Connect")
-        self.wait_link("connected", GREEN)
+
+    def test_link_outlives_the_panel(self) -> None:
+        """Stop, restart, upgrade and crash, with traffic over the link all the while."""
+        self.dial(HOLDOFF_SECONDS)
+        self.wait_up()
         pppd = self.sh("pgrep -x pppd")
         self.sh(f"setsid ping -i 0.3 {NETWORK_ADDRESS} >/run/ping 2>&1 </dev/null & "
                 "echo $! >/run/pinger")
@@ -94,16 +97,12 @@ class Link(BoardTest):
 
     def test_screen_follows_the_link(self) -> None:
         """The hooks: up before the check of Connect, down, and up again, without a touch."""
-        self.sh("corvanta-provision apn=internet 'dial=*99#'; "
-                "echo 'holdoff 3' >>/etc/ppp/peers/ppp-connect")
-        self.board.dongle.plug()
-        self.start_program()
-        self.panel.press("Connect")
+        self.dial(HOLDOFF_SECONDS)
         self.panel.open_tab(STATUS)
         for name, change, there, shown in (
-                ("up", "true", "", ("connected", GREEN)),
-                ("down", "killall netpppd", "! ", ("disconnected", RED)),
-                ("redialled", "true", "", ("connected", GREEN))):
+                ("up", "true", "", UP),
+                ("down", "killall netpppd", "! ", DOWN),
+                ("redialled", "true", "", UP)):
             with self.subTest(name):
                 changed = float(self.sh(
                     f"{change}; until {there}ifconfig | grep -q ppp0; do sleep 0.1; done; "
@@ -116,33 +115,24 @@ class Link(BoardTest):
     def test_link_returns_after_an_outage(self) -> None:
         """More failures in a row than the ten on which pppd gives up by default, then a dongle that
         is away for as many: the link and the label come back without a touch."""
-        self.sh("echo holdoff 1 >>/etc/ppp/options")
-        self.addCleanup(self.sh, "sed -i '/^holdoff 1$/d' /etc/ppp/options")
-        self.sh("corvanta-provision apn=internet 'dial=*99#'")
-        self.board.dongle.plug()
-        self.start_program()
-        self.panel.press("Connect")
-        self.wait_link("connected", GREEN)
+        self.dial(1)
+        self.wait_up()
         self.board.dongle.tell_modem({"refused": "+CGDCONT"})
         self.sh("killall netpppd")
         self.wait_board(f"[ $(grep -c 'Connect script failed' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
-        self.wait_link("disconnected", RED)
+        self.wait_down()
         self.board.dongle.tell_modem()
-        self.wait_link("connected", GREEN)
+        self.wait_up()
         self.board.dongle.unplug()
         self.wait_board(f"[ $(grep -c 'Failed to open' {PPP_LOG}) -ge 12 ]", OUTAGE_SECONDS)
         self.board.dongle.plug()
-        self.wait_link("connected", GREEN)
+        self.wait_up()
 
     def test_link_returns_under_another_port_name(self) -> None:
         """A dongle that is back on the bus before pppd has closed its port, and one that another
         adapter has taken its name from."""
-        self.sh("corvanta-provision apn=internet 'dial=*99#'; "
-                f"echo 'holdoff {HOLDOFF_SECONDS}' >>/etc/ppp/peers/ppp-connect")
-        self.board.dongle.plug()
-        self.start_program()
-        self.panel.press("Connect")
-        self.wait_link("connected", GREEN)
+        self.dial(HOLDOFF_SECONDS)
+        self.wait_up()
         took = self.sh("dongle pulled; dongle plug 0x1001 3; from=$(date +%s); "
                        "until ! ifconfig | grep -q ppp0; do sleep 0.1; done; "
                        "until ifconfig | grep -q ppp0; do sleep 0.1; done; "
@@ -155,10 +145,10 @@ class Link(BoardTest):
                         "rmdir configs/c.1 functions/* strings/0x409; rmdir $PWD")
         heard = len(self.heard())
         self.wait_board(f"grep 'ttyUSB0 belongs to another USB device' {PPP_LOG}", OUTAGE_SECONDS)
-        self.wait_link("disconnected", RED)
+        self.wait_down()
         self.assertEqual(len(self.heard()), heard)
         self.sh(f"echo >{GADGETS}/adapter/UDC")
-        self.wait_link("connected", GREEN)
+        self.wait_up()
 
     def test_hooks_without_a_panel(self) -> None:
         """They end well, so that the scripts behind them run, and signal no namesake."""

@@ -25,7 +25,6 @@ OPTIONS = "/etc/ppp/options.ttyUSB0"
 class Files(BoardTest):
     """What installing, removing and purging do with an operator's files. In this order."""
 
-    size = (480, 272)
     MINE = stored_parameters(user="operator", password="secret")
 
     def test_fresh(self) -> None:
@@ -104,8 +103,6 @@ class Files(BoardTest):
 
 
 class Logs(BoardTest):
-    size = (480, 272)
-
     def test_bounded(self) -> None:
         """A log that pppd writes, too, when Exit has renamed it."""
         for name in (PPP_LOG, PPP_LOG + OLD_LOG):

@@ -5,8 +5,7 @@ import re
 import unittest
 
 from boardtest import BoardTest
-from panel.facts import (CHECK_SECONDS, OLD_LOG, PARAMETERS, PPP_LOG, SOON_SECONDS, STORED,
-                         WITHOUT_KEYS)
+from panel.facts import CHECK_SECONDS, WITHOUT_KEYS
 from virtualboard.program import UNIT
 
 LIMIT = 5  # failures, after which the panel is not started again
@@ -19,8 +18,6 @@ CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o
 class Service(BoardTest):
     """What the service does about the panel's end, and about the console."""
 
-    size = (480, 272)
-
     def setUp(self) -> None:
         super().setUp()
         self.board.dongle.plug()
@@ -32,8 +29,7 @@ class Service(BoardTest):
     def test_after_exit(self) -> None:
         """Exit ends the service, or starts the panel again where the integrator wants that; a stop
         is a stop."""
-        self.panel.press("Exit")
-        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+        self.leave()
         self.wait_board(f"[ $(systemctl is-active {UNIT}) = inactive ]")
         self.choose_after_exit("restart")
         self.addCleanup(self.choose_after_exit, "stay")
@@ -91,21 +87,6 @@ class Service(BoardTest):
         assert found, text
         minutes, rest = found.groups("0")
         return int(minutes) * 60 + int(rest)
-
-    def test_ended_by_a_signal(self) -> None:
-        """An ordered end: nothing half typed is saved, no log is renamed."""
-        self.board.program.stop()
-        for name in ("TERM", "INT", "HUP"):
-            with self.subTest(name):
-                self.board.guest.write(PARAMETERS, STORED)
-                self.sh(f"echo log >{PPP_LOG}")
-                self.start_program()
-                self.panel.fill("APN NAME:", "half-ty")
-                self.sh(f"kill -{name} {self.board.program.pid()}")
-                self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
-                self.wait_board(f"[ $(systemctl is-active {UNIT}) = inactive ]")
-                self.assertEqual(self.board.guest.read(PARAMETERS), STORED)
-                self.sh(f"test -s {PPP_LOG}; test ! -e {PPP_LOG}{OLD_LOG}")
 
     def test_environment(self) -> None:
         """What the program and all that it starts rely on; and nobody else talks to the modem."""
