@@ -26,8 +26,7 @@ def throw(method: str, *arguments: object) -> str | None:
 
 
 def rows() -> list[Row]:
-    return [Row("the network answers nothing any more", partial(throw, "throw_silence"),
-                seconds=200),
+    return [Row("the network answers nothing any more", partial(throw, "throw_silence")),
             Row("a command in the user name", partial(throw, "throw_command")),
             *(Row(dial.name, partial(throw, "throw_dial", dial)) for dial in test_dialling.FAULTS)]
 

@@ -145,5 +145,5 @@ def figures() -> list[str]:
 
 
 GROUPS = [Group("power", "power cut during a save, on ext4 of the simulated board",
-                lambda: [Row("cut at any write of the disk", throw_cuts, seconds=120)],
+                lambda: [Row("cut at any write of the disk", throw_cuts)],
                 figures=figures)]

@@ -8,7 +8,6 @@ from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, replace
 from enum import Enum
-from operator import attrgetter
 
 
 class Outcome(Enum):
@@ -28,14 +27,12 @@ class Row:
     @ivar ordered why the program loses something under this fault by design; None when it must
         not, or when what the throw finds is to say so
     @ivar chosen whether ./test throws it, too
-    @ivar seconds that it takes, about: of a group's rows the longest are thrown first
     """
 
     name: str
     throw: Callable[[], str | None]
     ordered: str | None = None
     chosen: bool = False
-    seconds: float = 0
 
 
 @dataclass
@@ -76,7 +73,7 @@ class Group:
             tell(result)
             return result
         with ThreadPoolExecutor(self.at_once) as pool:
-            results = list(pool.map(one, sorted(rows, key=attrgetter("seconds"), reverse=True)))
+            results = list(pool.map(one, rows))
             self.end()  # while the pool's threads live: a machine dies with its thread
             return results
 
