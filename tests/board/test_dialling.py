@@ -14,6 +14,8 @@ from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG, NETWORK_NAME
 # has started pppd.
 NOTICE_LEAST, NOTICE_MOST = 14.5, 25
 FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
+# Without an answer, pppd of an earlier attempt holds the line for some seconds after SIGTERM.
+NO_PPPD = "killall -q -KILL pppd chat; while pgrep -x 'pppd|chat'; do sleep 0.1; done"
 SENT_PIN = 'AT+CPIN=\\"'
 # Debian's pppd options allow four echo requests without an answer, 30 s apart.
 SILENCE_LEAST, SILENCE_MOST = 100, 170  # seconds on the board
@@ -146,7 +148,7 @@ class Refusals(BoardTest):
         self.panel.open_tab(SETTING)
         self.panel.fill(PIN, dial.pin)
         logged = len(self.modem_log())
-        self.sh(f"rm -f {PPP_LOG}; {dial.before}")
+        self.sh(f"{NO_PPPD}; rm -f {PPP_LOG}; {dial.before}")
         begin = self.uptime()
         self.panel.press("Connect")
         if dial.connects:

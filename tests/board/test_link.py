@@ -51,11 +51,6 @@ def newer_package() -> bytes:
 class Link(BoardTest):
     """What happens to the panel must not happen to the link."""
 
-    def await_connected(self) -> None:
-        """A panel that has just started shows the link by itself."""
-        self.await_window()
-        self.assertEqual(self.link(), UP)
-
     def dial(self, holdoff: int) -> None:
         """Dial with provisioned parameters, without an edit on the panel.
 
@@ -85,7 +80,8 @@ class Link(BoardTest):
             with self.subTest(name):
                 before = self.board.program.pid()
                 self.sh(commands, INSTALL_SECONDS)
-                self.await_connected()
+                self.await_window()
+                self.assertEqual(self.link(), UP)
                 self.assertNotEqual(self.board.program.pid(), before)
                 self.assertEqual(self.sh("pgrep -x pppd"), pppd)
         self.assertIn("+next", self.sh("dpkg-query --show corvanta"))
