@@ -155,9 +155,12 @@ class BoardTest(unittest.TestCase):
     def wait_dongle(self, there: bool) -> None:
         self.wait_status(DONGLE_STATUS, THERE if there else AWAY, SOON_SECONDS)
 
+    def wait_notice(self) -> None:
+        self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
+
     def wait_failed(self) -> None:
         """Wait for the notice at the end of an attempt, and close it."""
-        self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
+        self.wait_notice()
         self.panel.press("OK")
         self.wait("Connect enabled", SOON_SECONDS, lambda screen: not screen.has_dialog()
                   and screen.button("Connect")["enabled"])
