@@ -35,11 +35,10 @@ def figures() -> list[str]:
     notices, silences = test_dialling.NOTICES, test_dialling.SILENCES
     found = []
     if notices:
-        found.append(f"{len(notices)} notices of failed attempts: {min(notices):.1f} to "
-                     f"{max(notices):.1f} s after Connect is touched")
+        found.append(f"failure notice: {min(notices):.1f} to {max(notices):.1f} s after Connect "
+                     f"({len(notices)} attempts)")
     if silences:
-        found.append("a link on which nothing comes back: given up by pppd after "
-                     f"{silences[-1]:.0f} s")
+        found.append(f"link without answers: dropped by pppd after {silences[-1]:.0f} s")
     return found
 
 

@@ -21,8 +21,8 @@ CUTS = 500  # spread evenly over all that are possible
 SECTOR = 512
 SUPER, ENTRY = struct.Struct("<QQQI"), struct.Struct("<QQQQ")
 FLUSH, FUA, DISCARD = 1, 2, 4  # flags of an entry, as in Linux' dm-log-writes
-# Lengths of the values, alternately shorter and longer. A file is at most a block of the file system
-# long: storage can mix the blocks of two contents.
+# Lengths of the values, alternately shorter and longer. A file is at most one block of the file
+# system long: storage can mix the blocks of two contents.
 LENGTHS = 3 * (4, 60, 7, 200, 1, 800, 30, 31, 300, 2, 700, 5)
 VALUES = ("apn", "dial", "user", "password", "pin")
 MOUNT = """

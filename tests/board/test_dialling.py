@@ -20,11 +20,10 @@ SENT_PIN = 'AT+CPIN=\\"'
 # Debian's pppd options allow four echo requests without an answer, 30 s apart.
 SILENCE_LEAST, SILENCE_MOST = 100, 170  # seconds on the board
 SILENCE_SECONDS = 600  # the same on a busy host
-SILENT = ("a link on which nothing comes back stays shown as connected until pppd's echo requests "
-          "have found that out")
+SILENT = "a dead link is shown as connected until the LCP echo requests of pppd time out"
 EXECUTED = "/run/executed"
-EXECUTES = ("pppd runs, as root, what a user name names behind a blank and the word welcome: the "
-            "peer file has no quoting, and who may write the parameters is root")
+EXECUTES = ("option injection. pppd runs, as root, a command that follows a space and the word "
+            "welcome in a user name, because the peer file is not quoted")
 # Seconds on the board, for the figures of ./torture.
 NOTICES: list[float] = []
 SILENCES: list[float] = []
