@@ -7,7 +7,8 @@ DONGLE_VENDOR, DONGLE_PRODUCT = 0x12D1, 0x1001
 
 # Texts of the screen, in English: panel.catalogue has the other languages.
 SETTING, STATUS, MISC = "3G/4G Setting", "3G/4G Status", "Misc Setting"
-FIELDS = ("APN NAME:", "Dial Num:", "USER:", "PASSWORD:", "PinCode:")
+FIELDS = APN, DIAL, USER, PASSWORD, PIN = (
+    "APN NAME:", "Dial Num:", "USER:", "PASSWORD:", "PinCode:")
 AUTH = "APN Auth Methods:"
 COUNTS = "Counts:"
 DONGLE_STATUS, LINK_STATUS = "Dongle Status:", "PPP Status:"

@@ -4,26 +4,19 @@ from __future__ import annotations
 
 from privateroot.process import PrivateRoot
 
-Colour = tuple[int, ...]
-
 
 class Picture:
-    """A picture of the screen, from a binary PPM file."""
+    """A picture of a running program's screen."""
 
-    def __init__(self, data: bytes) -> None:
-        magic, size, depth, self.pixels = data.split(b"\n", 3)
-        self.width, self.height = (int(number) for number in size.split())
-        if magic != b"P6" or depth != b"255" or len(self.pixels) != 3 * self.width * self.height:
-            raise ValueError("not a PPM file of 8 bits per colour")
-
-    @classmethod
-    def of(cls, root: PrivateRoot) -> Picture:
-        """Takes a picture of a running program's screen."""
+    def __init__(self, root: PrivateRoot) -> None:
         root.panel.shot("/testrun/picture.ppm")
-        return cls(root.content("/testrun/picture.ppm"))
+        magic, size, depth, pixels = root.content("/testrun/picture.ppm").split(b"\n", 3)
+        assert (magic, depth) == (b"P6", b"255"), "a PPM file of 8 bits per colour"
+        self.width = int(size.split()[0])
+        self.pixels = pixels
 
-    def colours(self) -> set[Colour]:
-        return {tuple(self.pixels[i:i + 3]) for i in range(0, len(self.pixels), 3)}
+    def colours(self) -> set[tuple[int, ...]]:
+        return {tuple(self.pixels[at:at + 3]) for at in range(0, len(self.pixels), 3)}
 
     def part(self, rect: list[int]) -> bytes:
         """The pixels of a rectangle [x, y, width, height]."""

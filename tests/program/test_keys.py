@@ -2,55 +2,38 @@
 
 import signal
 import time
-import unittest
 from collections.abc import Callable
 from pathlib import Path
 
-from panel.facts import FAILED, FIELDS, MISC, PARAMETERS, SIZES
+from panel.facts import APN, DIAL, FAILED, FIELDS, MISC, PARAMETERS, PIN, SIZES
 from panel.screen import Screen
+from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot
 from programtest import ProgramTest
 
 ASCII = "".join(map(chr, range(0x20, 0x7f)))
 
 
-class KeysTest(ProgramTest):
-    def started(self, size: tuple[int, int] = (480, 272)) -> PrivateRoot:
-        return self.stored_root(size=size, keys=True).start()
+class Keys(ProgramTest):
+    def with_keys(self, size: tuple[int, int] = (480, 272)) -> PrivateRoot:
+        return self.started(size=size, keys=True)
 
     def assert_at_rest(self, screen: Screen) -> None:
         self.assertEqual(screen.keys, [])
         self.assertEqual(screen.main_window()["rect"], [0, 0, *screen.size])
 
+    def wait_gone(self, root: PrivateRoot) -> None:
+        root.wait(lambda screen: not screen.keys, 10, "the keys gone")
 
-class Typing(KeysTest):
     def test_every_character(self) -> None:
-        root = self.started()
-        root.panel.touch_in("APN NAME:", ASCII)
+        root = self.with_keys()
+        root.panel.touch_in(APN, ASCII)
         root.panel.put_keys_away()
-        root.panel.touch_in("Dial Num:", "aT*99***1#")  # a hint of digits refuses nothing
-
-    def test_first_page(self) -> None:
-        """Every field opens on its own page, whatever the one before was left on."""
-        root = self.root(size=(480, 272), keys=True).start()
-        for label in ("PinCode:", "USER:", "USER:", "Dial Num:", "PASSWORD:", "PinCode:",
-                      "APN NAME:"):
-            with self.subTest(label):
-                screen = root.panel.raise_keys(label)
-                self.assertEqual(screen.field(label)["text"], "")
-                letters = label not in ("PinCode:", "Dial Num:")
-                self.assertEqual(screen.has_key("q"), letters)
-                self.assertEqual(screen.has_key("1"), not letters)
-                if letters:
-                    self.assertFalse(screen.key("q")["upper"])
-                    root.panel.click(screen.key("123"))
-                root.panel.put_keys_away()
-        root.panel.open_tab(MISC)
-        self.assertTrue(root.panel.raise_keys("Counts:").has_key("1"))
+        root.panel.touch_in(DIAL, "aT*99***1#")  # a hint of digits refuses nothing
 
     def test_the_field_stays_in_sight(self) -> None:
         for size in SIZES:
-            root = self.started(size)
+            root = self.with_keys(size)
             for label in FIELDS:
                 with self.subTest(f"{label} on {size}"):
                     screen = root.panel.raise_keys(label)
@@ -63,49 +46,28 @@ class Typing(KeysTest):
                     root.panel.put_keys_away()
                     self.assert_at_rest(root.panel.screen())
 
-    def test_from_field_to_field(self) -> None:
-        """With the keys up, the next field that is in sight can be touched, twice too."""
-        panel = self.started().panel
-        panel.click(panel.raise_keys("PASSWORD:").key("123"))
-        panel.wait(lambda screen: screen.has_key("1"), 5, "another page")
-        user = panel.field("USER:")
-        panel.click(user)
-        panel.click(user)  # where the field above is by now
-        screen = panel.wait(lambda now: now if now.main_window()["rect"][1] == -8 else None, 5,
-                            "the window lower again")
-        self.assertTrue(screen.field("USER:")["focus"])
-        time.sleep(0.5)
-        panel.click(panel.wait(lambda now: now.key("x"), 5, "letters"))
-        panel.wait(lambda now: now.field("USER:")["text"] == "operatorx", 5, "x typed")
-
-
-class Going(KeysTest):
     def test_ways_to_go(self) -> None:
         table: dict[str, Callable[[PrivateRoot], object]] = {
             "Enter": lambda root: root.panel.click(root.panel.screen().key("Enter")),
             "hide key": lambda root: root.panel.click(root.panel.screen().key("Hide")),
             "Escape": lambda root: root.panel.key("Esc"),
             "another page": lambda root: root.panel.open_tab(MISC),
-            "link check": self.link_up,
+            "link check": lambda root: check_link(root, True),
             "attempt": lambda root: root.panel.invoke("Makeup", "doPPPConnect"),
         }
         for name, go in table.items():
             with self.subTest(name):
-                root = self.started()
+                root = self.with_keys()
                 self.assertEqual(root.panel.screen().keys, [])  # the focus alone does not do
-                root.panel.raise_keys("APN NAME:" if name == "another page" else "PinCode:")
+                root.panel.raise_keys(APN if name == "another page" else PIN)
                 go(root)
-                root.panel.wait(lambda screen: not screen.keys, 5, "the keys gone")
+                self.wait_gone(root)
                 self.assert_at_rest(root.panel.screen())
                 self.assertEqual(root.errors(), [])
 
-    def link_up(self, root: PrivateRoot) -> None:
-        root.set_link(True)
-        root.signal(signal.SIGUSR1)
-
     def test_never_over_a_dialog(self) -> None:
-        root = self.started()
-        root.panel.raise_keys("PinCode:")
+        root = self.with_keys()
+        root.panel.raise_keys(PIN)
         root.panel.invoke("Makeup", "checkPPPMsg")
         screen = root.panel.wait(lambda now: now if now.has_dialog() else None, 5, "the notice")
         self.assert_at_rest(screen)
@@ -117,59 +79,48 @@ class Going(KeysTest):
         root.panel.press("OK")
         root.panel.wait(lambda now: not now.has_dialog(), 5, "the notice gone")
         self.assertEqual(root.panel.screen().keys, [])  # until a field is touched again
-        root.panel.raise_keys("PinCode:")
+        root.panel.raise_keys(PIN)
 
-
-class Touches(KeysTest):
     def test_second_touch(self) -> None:
         """Exit lies under Enter, a key under a field: the second of two touches meets neither."""
-        root = self.started()
+        root = self.with_keys()
         exit_button = root.panel.button("Exit")
-        enter = root.panel.raise_keys("PinCode:").key("Enter")
-        root.panel.click(enter)
+        root.panel.click(root.panel.raise_keys(PIN).key("Enter"))
         root.panel.click(exit_button)
-        root.panel.wait(lambda screen: not screen.keys, 5, "the keys gone")
+        self.wait_gone(root)
         time.sleep(0.5)
         self.assertIsNone(root.exit_status(), "Exit was not meant")
-        pin = root.panel.field("PinCode:")
+        pin = root.panel.field(PIN)
         root.panel.click(pin)
         root.panel.click(pin)
         root.panel.wait(lambda screen: screen.keys, 5, "the keys")
-        self.assertEqual(root.panel.field("PinCode:")["text"], "")
+        self.assertEqual(root.panel.field(PIN)["text"], "")
 
     def test_touches_while_the_screen_stands_still(self) -> None:
         """Keys touched while a check blocks the program go to nothing that comes after it."""
-        root = self.started()
-        enter = root.panel.raise_keys("PinCode:").key("Enter")
+        root = self.with_keys()
+        enter = root.panel.raise_keys(PIN).key("Enter")
         root.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
         root.set_link(True)
         root.signal(signal.SIGUSR1)
         root.wait_calls("ifconfig", 2)
         for _ in range(3):
             root.panel.click(enter)
-        root.panel.wait(lambda screen: not screen.keys, 10, "the keys gone")
+        self.wait_gone(root)
         time.sleep(0.5)
         self.assertIsNone(root.exit_status(), "Exit was not meant")
 
     def test_exit_with_the_keys_up(self) -> None:
-        root = self.started()
-        root.panel.touch_in("PinCode:", "0471")
+        root = self.with_keys()
+        root.panel.touch_in(PIN, "0471")
         root.panel.invoke("Makeup", "mClose")
-        self.assert_ended(root)
-        self.assertEqual((root.read(PARAMETERS) or b"").splitlines()[4], b"0471")
-
-
-class Elsewhere(KeysTest):
-    """The keys that are not ours."""
+        ended(root)
+        self.assertEqual(root.content(PARAMETERS).splitlines()[FIELDS.index(PIN)], b"0471")
 
     def test_another_input_method(self) -> None:
         """The one that the environment names is used; what it asks for is Qt's business."""
-        root = self.stored_root().start()
-        root.panel.fill("PinCode:", "0471")
+        root = self.started()
+        root.panel.fill(PIN, "0471")
         self.assert_at_rest(root.panel.screen())
         self.assertNotIn("Quick", Path(f"/proc/{root.pid}/maps").read_text())
         self.assertEqual(root.errors(), [])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,14 +1,11 @@
 """corvanta-provision: the panel's own files, refusals, and a panel that runs meanwhile."""
 
-import os
-import stat
-import unittest
 from shlex import join, quote
-from typing import Any
 
 from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE, STORED,
                          stored_parameters)
 from privateroot.files import LAUNCH
+from privateroot.operating import leave
 from privateroot.process import BUILD, PrivateRoot
 from programtest import ProgramTest
 
@@ -20,62 +17,56 @@ ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pa
 VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
 
 
-def command(*words: str, lines: str = "") -> str:
-    """
-    The program run to its end; its exit status and then its output are added to SAID.
-
-    @param lines  its standard input, with printf's escapes
-    """
-    return (f"printf %b {quote(lines)} | {join([PROVISION, *words])} >/testrun/output 2>&1\n"
+def run(words: str) -> str:
+    """Run a command line to its end; its exit status and then its output are added to SAID."""
+    return (f"{words} >/testrun/output 2>&1\n"
             f"echo \"status $?\" >>{SAID}; cat /testrun/output >>{SAID}\n")
 
 
+def command(*words: str, lines: str = "") -> str:
+    """Run the program. @param lines its standard input, with printf's escapes"""
+    return run(f"printf %b {quote(lines)} | {join([PROVISION, *words])}")
+
+
 class Provision(ProgramTest):
-    def provisioned(self, setup: str, **how: Any) -> PrivateRoot:
-        """A root in which that has been run before the panel."""
-        return self.root(mounts=MOUNTS, setup=setup, **how)
+    def provisioned(self, setup: str) -> PrivateRoot:
+        """Start a panel after these shell commands."""
+        return self.root(mounts=MOUNTS, setup=setup).start()
 
     def said(self, root: PrivateRoot) -> str:
-        return (root.read(SAID) or b"").decode()
+        return root.content(SAID).decode()
 
     def test_every_value(self) -> None:
         """The files of a panel on which all was typed, for root alone; the panel shows them."""
-        for name, setup in (("arguments", command(*ALL)),
-                            ("standard input", command(
-                                *ALL[:3], "-", lines="\n".join(["", "# secrets", *ALL[3:]])))):
-            with self.subTest(name):
+        for setup in (command(*ALL),
+                      command(*ALL[:3], "-", lines="\n".join(["", "# secrets", *ALL[3:]]))):
+            with self.subTest(setup):
                 root = self.provisioned(setup)
-                root.start()
-                self.assertEqual(self.said(root), "status 0\n" + "".join(
-                    f"wrote {file}\n" for file in (PARAMETERS, AUTO_CONNECT, PEER_FILE,
-                                                   CHAT_SCRIPT)))
+                self.assertEqual(self.said(root),
+                                 "status 0\n" + "".join(f"wrote {file}\n" for file in FILES))
                 self.assertEqual(root.read(PARAMETERS), stored_parameters(*VALUES, "1"))
                 self.assertEqual(root.read(AUTO_CONNECT), b"0\n7\n")
                 self.assert_file(root, CHAT_SCRIPT, "chat-with-pin")
                 self.assert_file(root, PEER_FILE, "peer-pap")
-                for file in FILES:
-                    self.assertEqual(stat.S_IMODE(os.stat(root.host(file)).st_mode), 0o600, file)
+                self.assertEqual([root.mode(file) for file in FILES], ["600"] * 4)
                 self.assertEqual(tuple(root.panel.field(label)["text"] for label in FIELDS), VALUES)
-                self.leave(root)
+                leave(root)
 
     def test_values_that_are_not_named(self) -> None:
-        """They stay, also those of a list that is too short."""
-        for name, stored, kept in (("stored", STORED, STORED),
-                                   ("too short", b"apn\n*99#\n", b"apn\n*99#\n\n\n\n0\n"),
-                                   ("no method", b"a\n\n\n\n\n7\n", b"a\n\n\n\n\n-1\n")):
-            with self.subTest(name):
-                setup = f"printf %s {quote(stored.decode())} >{PARAMETERS}\n{command('pin=0000')}"
-                root = self.provisioned(setup)
-                root.start()
-                wanted = kept.splitlines()
-                wanted[4] = b"0000"
-                self.assertEqual(root.read(PARAMETERS), b"".join(line + b"\n" for line in wanted))
-                self.leave(root)
+        """They are kept, also those of a list that is too short."""
+        for stored, kept in ((STORED, b"internet\n*99#\noperator\nsecret\n0000\n0\n"),
+                             (b"apn\n*99#\n", b"apn\n*99#\n\n\n0000\n0\n"),
+                             (b"a\n\n\n\n\n7\n", b"a\n\n\n\n0000\n-1\n")):
+            with self.subTest(stored):
+                root = self.provisioned(f"printf %s {quote(stored.decode())} >{PARAMETERS}\n"
+                                        + command("pin=0000"))
+                self.assertEqual(root.read(PARAMETERS), kept)
+                leave(root)
 
     def test_refusals(self) -> None:
         """Nothing is changed, and no message repeats a value."""
         table = (
-            ("no line end", "password=hidden\n1"), ("no white space at an end", "apn= x"),
+            ("no newline", "password=hidden\n1"), ("no white space at an end", "apn= x"),
             ("no unknown name", "hidden=x"), ("no other method", "auth=pap"),
             ("no other choice", "auto-connect=maybe"), ("no word alone", "internet"),
             ("no length beyond a line edit's", "user=" + "x" * 32768),
@@ -83,65 +74,49 @@ class Provision(ProgramTest):
             ("no quote into the next line", "password='hidden"),
             ("no word after a quote", "user='x'y z"), ("no comment", "user=#x"),
         )
-        setup = "".join(command("apn=new", word) for _, word in table)
-        setup += command("apn=new", "-", lines="user=half-a-character-\\0303")
-        setup += command("apn=new", "-", lines="hidden")
-        root = self.provisioned(setup + command())
-        root.start()
+        root = self.provisioned("".join(
+            (*(command("apn=new", word) for _, word in table),
+             command("apn=new", "-", lines="user=half-a-character-\\0303"),
+             command("apn=new", "-", lines="hidden"), command())))
         said = self.said(root)
         self.assertEqual(said.count("status 64\n"), len(table) + 3, said)
         self.assertEqual(said.count("; no file was changed\n"), len(table) + 2, said)
         self.assertNotIn("hidden", said)
-        for file in FILES:
-            self.assertIsNone(root.read(file))
-        self.leave(root)
+        self.assertEqual([root.read(file) for file in FILES], [None] * 4)
 
     def test_files_that_cannot_be_used(self) -> None:
         """What cannot be read is not written over; what cannot be written is named."""
-        for name, broken, said in (
-                ("a directory for the parameters", f"mkdir {PARAMETERS}",
+        for broken, said in (
+                (f"mkdir {PARAMETERS}",
                  f"could not read {PARAMETERS}: Is a directory; no file was changed"),
-                ("no directory for the script", "rm -r /etc/ppp/chat",
-                 f"could not write {CHAT_SCRIPT}; already written: "
+                ("rm -r /etc/ppp/chat", f"could not write {CHAT_SCRIPT}; already written: "
                  f"{PARAMETERS}, {AUTO_CONNECT}, {PEER_FILE}")):
-            with self.subTest(name):
+            with self.subTest(broken):
                 root = self.provisioned(f"{broken}\n" + command("apn=new"))
-                root.start()
                 self.assertIn("status 74\n", self.said(root))
                 self.assertIn(said, self.said(root))
 
-    def test_no_input(self) -> None:
-        """Secrets that do not arrive leave all as it was."""
-        def run(redirection: str) -> str:
-            return f"{PROVISION} apn=new - {redirection} 2>/dev/null\necho \"status $?\" >>{SAID}\n"
-        root = self.provisioned("".join(map(run, ("</", "<&-", "</dev/null"))))
-        root.start()
-        self.assertEqual(self.said(root), "status 66\n" * 3)
-        self.assertIsNone(root.read(PARAMETERS))
-        self.leave(root)
-
     def test_callers(self) -> None:
-        """Locked parameters, no parameters and questions about the program have their statuses."""
-        table = ((75, f"flock /run/corvanta-parameters.lock {PROVISION} apn=x"),
+        """Secrets that do not arrive, locked parameters, no parameters and questions about the
+        program have their statuses."""
+        table = ((66, f"{PROVISION} apn=new - </"), (66, f"{PROVISION} apn=new - <&-"),
+                 (66, f"{PROVISION} apn=new - </dev/null"),
+                 (75, f"flock /run/corvanta-parameters.lock {PROVISION} apn=x"),
                  (64, f"{PROVISION} --as-is"), (0, f"{PROVISION} --help"), (0, f"{PROVISION} -h"),
                  (0, f"{PROVISION} --version"))
-        root = self.provisioned("".join(
-            f"{words} >/testrun/output 2>&1\necho \"status $?\" >>{SAID}\n" for _, words in table))
-        root.start()
-        self.assertEqual(self.said(root), "".join(f"status {status}\n" for status, _ in table))
+        root = self.provisioned("".join(run(words) for _, words in table))
+        statuses = [line for line in self.said(root).splitlines() if line.startswith("status ")]
+        self.assertEqual(statuses, [f"status {status}" for status, _ in table])
         self.assertIsNone(root.read(PARAMETERS))
-        self.leave(root)
 
     def test_show(self) -> None:
         """What is stored, without the secrets, and which generated file is behind."""
         changes = f"echo >>{CHAT_SCRIPT}\nprintf '0\\n' >{AUTO_CONNECT}\n"
         root = self.provisioned(command(*ALL) + changes + command("--show"))
-        root.start()
         self.assertEqual(self.said(root).split("status 0\n")[2], (
             "apn=web.example\ndial=*99***1#\nuser=guest\npassword=********\npin=********\n"
             "auth=PAP\nauto-connect=NO\ncounts=\n"
             f"{PEER_FILE} agrees with the parameters\n{CHAT_SCRIPT} differs from the parameters\n"))
-        self.leave(root)
 
     def test_check(self) -> None:
         """What pppd and chat make of the values, as they were measured to do."""
@@ -166,17 +141,15 @@ class Provision(ProgramTest):
             (1, "", (*good, "dial="), "dial is empty"),
         )
         clear = f"rm -f {' '.join(FILES)} /etc/ppp/pap-secrets\n"
-        setups = (f"{clear}{setup}{PROVISION} --as-is {join(words)} >/dev/null\n"
-                  f"{command('--check')}echo :: >>{SAID}\n" for _, setup, words, _ in table)
-        root = self.provisioned("".join(setups))
-        root.start()
-        for (status, _, words, sentence), said in zip(table, self.said(root).split("::\n"),
-                                                      strict=False):
+        root = self.provisioned("".join(
+            f"{clear}{setup}{PROVISION} --as-is {join(words)} >/dev/null\n{command('--check')}"
+            f"echo :: >>{SAID}\n" for _, setup, words, _ in table))
+        answers = self.said(root).split("::\n")[:-1]
+        for (status, _, words, message), said in zip(table, answers, strict=True):
             with self.subTest(words):
                 self.assertIn(f"status {status}\n", said)
-                self.assertIn(sentence, said)
+                self.assertIn(message, said)
                 self.assertNotIn("hid", said)
-        self.leave(root)
 
     def test_two_at_once(self) -> None:
         """The files are those of one of them, whole, and agree."""
@@ -186,24 +159,17 @@ class Provision(ProgramTest):
         root = self.provisioned(
             f"{one}; {note}; {other}; {note}\n"
             f"for i in 1 2 3 4 5 6 7 8 9; do ({one}) & ({other}) & wait; {note}; done\n")
-        root.start()
         said = self.said(root).splitlines()
         self.assertEqual(len(said), 11, said)
         self.assertEqual(set(said), set(said[:2]))
-        self.leave(root)
 
-    def test_beside_a_panel(self) -> None:
+    def test_with_a_panel(self) -> None:
         """It says that the panel must be restarted, for its Exit would store what it shows."""
-        root = self.provisioned("", launch=(
+        root = self.root(mounts=MOUNTS, launch=(
             "(until [ -e /testrun/go ]; do sleep 0.1; done\n"
-            f"{command('apn=new')}touch /testrun/done) & {LAUNCH}"))
-        root.start()
+            f"{command('apn=new')}touch /testrun/done) & {LAUNCH}")).start()
         root.write("/testrun/go", "")
         root.wait_until(root.host("/testrun/done").exists, 5, "it has run")
         self.assertIn("status 0\n", self.said(root))
         self.assertIn("Restart it", self.said(root))
-        self.leave(root)
-
-
-if __name__ == "__main__":
-    unittest.main()
+        leave(root)

@@ -1,10 +1,9 @@
 """The link checks: 15 s after a connect, 3 s after a disconnect and on SIGUSR1."""
 
-import unittest
-from signal import SIGUSR1
 
-from panel.facts import FAILED, GREEN, RED
+from panel.facts import APN, DONGLE_STATUS, FAILED, GREEN, LINK_STATUS, RED
 from privateroot.files import DONGLE
+from privateroot.operating import check_link, connect, leave, wait_link
 from privateroot.process import PrivateRoot
 from programtest import ProgramTest
 
@@ -16,10 +15,9 @@ LATE = 1.0
 
 
 class AfterConnect(ProgramTest):
-    def dialling(self, **how: object) -> PrivateRoot:
-        root = self.stored_root(**how).start()
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
+    def dialling(self) -> PrivateRoot:
+        root = self.started()
+        connect(root)
         return root
 
     def test_fifteen_seconds(self) -> None:
@@ -27,14 +25,16 @@ class AfterConnect(ProgramTest):
         fails, comes_up, early, leaves = (self.dialling() for _ in range(4))
         dialled = {root: root.calls("pppd")[0].time for root in (fails, comes_up, early, leaves)}
         comes_up.set_link(True)
-        self.check_early(early)
+        check_link(early, True)  # before the 15 s are over
+        self.assertEqual(early.wait_calls("route", 1).arguments, "add default ppp0")
+        self.assertEqual(early.panel.screen().busy_bars(), [])
         with self.subTest("Exit with the check pending"):
-            self.leave(leaves)
+            leave(leaves)
         with self.subTest("the link is up by then"):
             check = comes_up.wait_calls("ifconfig", 2, 17)
             self.assert_lasted(check.time - dialled[comes_up], CONNECT_CHECK, LATE)
             comes_up.wait_calls("route", 1)
-            self.assert_link(comes_up, True)
+            wait_link(comes_up, True)
             screen = comes_up.panel.screen()
             self.assertFalse(screen.has_dialog())
             self.assertEqual(screen.busy_bars(), [])
@@ -44,35 +44,23 @@ class AfterConnect(ProgramTest):
             self.assert_lasted(check.time - dialled[early], CONNECT_CHECK, LATE)
             early.wait_calls("route", 2)
             self.assertFalse(early.panel.screen().has_dialog())
-            self.leave(early)
+            leave(early)
         with self.subTest("no link"):
             check = fails.wait_calls("ifconfig", 2, 1)
             self.assert_lasted(check.time - dialled[fails], CONNECT_CHECK, LATE)
             self.check_failed(fails)
 
-    def check_early(self, root: PrivateRoot) -> None:
-        """SIGUSR1 shows the link up before the 15 seconds are over."""
-        root.set_link(True)
-        root.signal(SIGUSR1)
-        self.assert_link(root, True)
-        root.wait_calls("route", 1)
-        self.assertEqual(root.calls("route")[0].arguments, "add default ppp0")
-        self.assertEqual(root.panel.screen().busy_bars(), [])
-
     def check_failed(self, root: PrivateRoot) -> None:
-        """The notice tells it; afterwards all is as before, but for the dongle's dialog."""
+        """A notice appears; afterwards all is as before, except for the dongle's dialog."""
         dialog = root.panel.wait(lambda screen: screen.dialog(), 2, "the notice")
         self.assertEqual((dialog["text"], dialog["buttons"], dialog["rect"]),
                          (FAILED, ["OK"], [0, 0, 800, 480]))
         self.assertEqual(root.panel.screen().cut_off(), [])
         # The panel beneath takes no touch: with it, the program would end.
         root.panel.press("Exit")
-        root.signal(SIGUSR1)
-        root.wait_calls("ifconfig", 3)
-        self.assertTrue(root.panel.screen().has_dialog())
+        check_link(root, False)
         root.panel.press("OK")
         root.wait(lambda screen: not screen.has_dialog(), 2, "the notice closed")
-        self.assert_link(root, False)
         self.assertEqual(root.panel.screen().busy_bars(), [])
         self.assertEqual(root.calls("route"), [])
         # No dialog for a missing dongle once there has been one: the wait is all there is.
@@ -84,7 +72,7 @@ class AfterConnect(ProgramTest):
         screen = root.panel.screen()
         self.assertFalse(screen.has_dialog())
         self.assertEqual(len(screen.busy_bars()), 1)
-        self.leave(root)
+        leave(root)
 
     def check_disconnect(self, root: PrivateRoot) -> None:
         """A pppd that takes its time, then one that ends."""
@@ -96,32 +84,27 @@ class AfterConnect(ProgramTest):
             screen = root.panel.screen()
             self.assertEqual([screen.button(name)["enabled"] for name in ("Connect", "Disconnect")],
                              [False, False])
-            self.assertEqual(screen.value("PPP Status:")["text"], "connected")
-            self.assertFalse(screen.field("APN NAME:")["enabled"])
+            self.assertEqual(screen.value(LINK_STATUS)["text"], "connected")
+            self.assertFalse(screen.field(APN)["enabled"])
             self.assertEqual(screen.busy_bars(), [])
             root.set_link(up)
             check = root.wait_calls("ifconfig", checks + 1)
             self.assert_lasted(check.time - stop.time, DISCONNECT_CHECK, LATE)
-            self.assert_link(root, up)
-        self.leave(root)
+            wait_link(root, up)
+        leave(root)
 
     def test_notices_pile_up_and_are_released(self) -> None:
-        """Two failed attempts, the second notice over the first; then Exit ends orderly."""
-        root = self.stored_root().start()
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
-        root.signal(SIGUSR1)
-        self.assert_link(root, False)
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 2)
-        for number in (1, 2):
-            root.wait(lambda screen: screen.has_dialog(), 16, f"notice {number}")
-            if number == 1:
-                root.wait(lambda screen: sum(w["class"] == "DetectMsg" and w["visible"]
-                                             for w in screen.windows) == 2, 5, "both notices")
+        """Two failed attempts, the second notice over the first; then Exit."""
+        root = self.dialling()
+        check_link(root, False)
+        connect(root)
+        root.wait(lambda screen: sum(window["class"] == "DetectMsg" and window["visible"]
+                                     for window in screen.windows) == 2, 20, "both notices")
+        for left in (1, 0):
             root.panel.press("OK")
-        root.wait(lambda screen: not screen.has_dialog(), 2, "both notices closed")
-        self.leave(root)
+            root.wait(lambda screen: sum(window["class"] == "DetectMsg" and window["visible"]
+                                         for window in screen.windows) == left, 2, "one closed")
+        leave(root)
 
 
 class OnSignal(ProgramTest):
@@ -136,34 +119,28 @@ class OnSignal(ProgramTest):
             ("init -1\n", False, False, "detected", GREEN),
             ("", False, False, "undetected", RED),
         )
-        root = self.stored_root().start()
+        root = self.started()
         node = root.host("/dev/ttyUSB0")
         for number, (bus, has_node, link, text, colour) in enumerate(steps):
             with self.subTest(step=number):
                 root.set_usb(bus)
-                root.set_link(link)
                 if node.exists() != has_node:
                     root.add_node("ttyUSB0") if has_node else root.remove_node("ttyUSB0")
-                root.signal(SIGUSR1)
+                check_link(root, link)
                 root.wait_calls("ifconfig", number + 2)
-                self.assert_link(root, link)
-                value = root.panel.value("Dongle Status:")
-                self.assertEqual((value["text"], value["style"]), (text, colour))
+                root.wait(lambda screen: (screen.value(DONGLE_STATUS)["text"],
+                                          screen.value(DONGLE_STATUS)["style"])
+                          == (text, colour), 2, f"{text} in {colour}")
         self.assertEqual(len(root.calls("route")), sum(step[2] for step in steps))
-        self.leave(root)
+        leave(root)
 
     def test_any_ppp_interface_counts(self) -> None:
         lists = {"ppp1: flags=4305<UP>\n": True, "eth0: flags=4163<UP>\n": False,
                  "": False, "eth0 ether aa\n  wppp9 x\n": True}
-        root = self.stored_root().start()
+        root = self.started()
         for text, up in lists.items():
             with self.subTest(text):
                 root.answer("ifconfig", f"echo '{text}'")
-                root.signal(SIGUSR1)
-                self.assert_link(root, up)
+                check_link(root, up)
         self.assertEqual({call.arguments for call in root.calls("route")}, {"add default ppp0"})
-        self.leave(root)
-
-
-if __name__ == "__main__":
-    unittest.main()
+        leave(root)

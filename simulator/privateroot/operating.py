@@ -1,0 +1,130 @@
+"""What an operator does with the program in a private root, and what must hold afterwards."""
+
+from __future__ import annotations
+
+from collections.abc import Callable, Iterator, Sequence
+from contextlib import contextmanager
+from signal import SIGUSR1
+from typing import Any
+
+from panel.facts import (APN, AUTO_CONNECT, GREEN, LINK_STATUS, PARAMETERS, RED, SETTING, STATUS,
+                         STORED)
+from panel.screen import Screen, Widget
+from privateroot.files import LAUNCH
+from privateroot.process import PrivateRoot
+
+AUTO = b"0\n7\n"  # what is stored in addition to STORED; not the defaults
+DIALLING = ["killall pppd", "pppd call ppp-connect"]  # the commands of a Connect
+FAKETIME = "/usr/$LIB/faketime/libfaketime.so.1"
+CLOCK_FILE = "/testrun/clock"
+# The clock's day is read again at each look; the time that timers count goes on as it does.
+STEPPED: dict[str, Any] = {"preload": [FAKETIME], "launch": LAUNCH.replace(
+    "program", f"program /usr/bin/env FAKETIME_TIMESTAMP_FILE={CLOCK_FILE} FAKETIME_NO_CACHE=1 "
+    "FAKETIME_DONT_FAKE_MONOTONIC=1 FAKETIME_DISABLE_SHM=1")}
+SECONDS = 10  # for what a touch or a link check does
+
+
+def expect(holds: object, what: str) -> None:
+    """@raise AssertionError naming what was expected"""
+    if not holds:
+        raise AssertionError(what)
+
+
+def stored_root(parameters: bytes = STORED, auto: bytes = AUTO, **how: Any) -> PrivateRoot:
+    """Make a private root in which parameters are stored. The program does not run yet."""
+    root = PrivateRoot(**how)
+    root.write(PARAMETERS, parameters)
+    root.write(AUTO_CONNECT, auto)
+    return root
+
+
+@contextmanager
+def started(**how: Any) -> Iterator[PrivateRoot]:
+    """Start the program with stored parameters and wait for its main window."""
+    with stored_root(**how) as root:
+        yield root.start()
+
+
+def step_clock(root: PrivateRoot, moment: str) -> None:
+    """Set the clock of a program that was made STEPPED. @param moment in the words of faketime"""
+    root.host(CLOCK_FILE).write_text(f"{moment}\n")
+
+
+def connect(root: PrivateRoot) -> list[str]:
+    """Touch Connect and wait for pppd. @return the commands since"""
+    before, dialled = len(root.calls()), len(root.calls("pppd"))
+    root.panel.press("Connect")
+    root.wait_calls("pppd", dialled + 1)
+    return root.commands(before)
+
+
+def link_shown(screen: Screen, up: bool) -> bool:
+    """True when buttons, setting page and label show the link up or down."""
+    value = screen.value(LINK_STATUS)
+    return (screen.button("Connect")["enabled"] is not up
+            and screen.button("Disconnect")["enabled"] is up
+            and screen.field(APN)["enabled"] is not up
+            and (value["text"], value["style"])
+            == (("connected", GREEN) if up else ("disconnected", RED)))
+
+
+def wait_link(root: PrivateRoot, up: bool) -> None:
+    root.wait(lambda screen: link_shown(screen, up), SECONDS, f"link {'up' if up else 'down'}")
+
+
+def check_link(root: PrivateRoot, up: bool, shown: bool | None = None) -> None:
+    """Set the link up or down and request a link check.
+    @param shown what the panel shows then, if not what the link is"""
+    root.set_link(up)
+    root.signal(SIGUSR1)
+    wait_link(root, up if shown is None else shown)
+
+
+def alive(root: PrivateRoot) -> None:
+    """The program takes touches and serves a link check."""
+    root.panel.open_tab(STATUS)
+    before = len(root.calls("ifconfig"))
+    root.signal(SIGUSR1)
+    root.wait_calls("ifconfig", before + 1)
+    root.panel.open_tab(SETTING)
+
+
+def call(root: PrivateRoot, slot: str, argument: int | None = None,
+         meanwhile: Callable[[], object] = lambda: None) -> int:
+    """Call a slot of the controller, act meanwhile, and wait until the slot returns.
+    @return its result; 0 when it has none"""
+    number = root.panel.invoke("Makeup", slot, argument)
+    meanwhile()
+    root.wait(lambda screen: not screen.invoked[number]["running"], SECONDS, f"the end of {slot}")
+    return int(root.panel.screen().invoked[number].get("result", 0))
+
+
+def query_signal(root: PrivateRoot, meanwhile: Callable[[], object] = lambda: None) -> int:
+    """Query the signal and act meanwhile. @return the result of the query"""
+    return call(root, "checkSignalStrength", 1, meanwhile)
+
+
+def signal_value(root: PrivateRoot) -> Widget:
+    """The label that shows the signal; it is on no page."""
+    return next(label for label in root.panel.screen().orphans("QLabel")
+                if label["text"] != "Signal Strength:")
+
+
+def ping(root: PrivateRoot) -> str:
+    """Run the ping test. @return the text of its box"""
+    call(root, "pinResponse")
+    return root.panel.screen().orphans("QTextEdit")[0]["text"]
+
+
+def leave(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
+    """Touch Exit. @param processes what may be left"""
+    root.panel.press("Exit")
+    ended(root, processes)
+
+
+def ended(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
+    """The program exits cleanly and leaves only the named processes."""
+    expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")
+    root.wait_until(lambda: root.processes() == list(processes), SECONDS,
+                    f"only {processes} left, not {root.processes()}")
+    expect("usb leak" not in map(str, root.calls()), "the list of USB devices freed")
