@@ -6,26 +6,26 @@ import argparse
 import os
 import sys
 import time
-from collections import Counter
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from faults import (calls, clock, commands, devices, dongle, files, growth, launching, onboard,
+from faults import (calls, clock, commands, devices, files, growth, launching, onboard,
                     powercuts, saves, values)
 from faults.rows import Group, Outcome, Result
 
-MODULES = (calls, saves, launching, commands, files, values, devices, dongle, clock, growth,
+MODULES = (calls, saves, launching, commands, files, values, devices, clock, growth,
            onboard, powercuts)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
 LANES = (("board", "power"), ("growth",), ())  # what is thrown beside each other; (): all others
 PAGE = Path("docs/measured/torture.md")
-OPENING = """\
+HEAD = """\
 # Results of ./torture
 
 Written by `./torture --write-docs`. Do not edit this page: [reliability.md](../reliability.md)
 describes the behaviour in words.
 
-"""
+| group | passed | known limitation | failed |
+|---|---|---|---|"""
 WHOLE = "Total"  # first word of the sentence on all groups
 
 
@@ -50,56 +50,51 @@ def arguments() -> argparse.Namespace:
     return found
 
 
-def counted(results: list[Result]) -> str:
-    counts = Counter(result.outcome for result in results)
-    return ", ".join(f"{counts[outcome]} {outcome.value}" for outcome in Outcome)
+def counts(results: list[Result]) -> dict[str, int]:
+    return {outcome.value: sum(result.outcome is outcome for result in results)
+            for outcome in Outcome}
+
+
+def summary(results: list[Result]) -> str:
+    return ", ".join(f"{count} {outcome}" for outcome, count in counts(results).items())
 
 
 def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
-    """Throws a group's rows; tells each that has failed, and the whole in one line."""
+    """Inject a group's faults; print those that have failed and a line for the group."""
     begin = time.monotonic()
-    rows = [row for row in group.rows()
-            if wanted.only in row.name and (row.chosen or not wanted.chosen)]
 
     def tell(result: Result) -> None:
         if result.why or wanted.rows:
             print(f"  {result.outcome.value}: {group.name}: {result.row.name}"
-                  f" ({result.seconds:.0f} s)"
-                  + "".join(f"\n      {line}" for line in result.why.splitlines()), flush=True)
+                  f" ({result.seconds:.0f} s)", *result.why.splitlines(), sep="\n      ",
+                  flush=True)
 
-    results = group.throw(rows, tell)
+    results = group.throw([row for row in group.rows() if wanted.only in row.name
+                           and (row.chosen or not wanted.chosen)], tell)
     if results:
-        lines = [f"{group.name}: {counted(results)} ({time.monotonic() - begin:.0f} s)",
-                 *(f"  {figure}" for figure in group.figures())]
-        print("\n".join(lines), flush=True)
+        print(f"{group.name}: {summary(results)} "
+              f"({time.monotonic() - begin:.0f} s)", *group.figures(), sep="\n  ", flush=True)
     return results
 
 
 def write_docs(results: dict[str, list[Result]], whole: str) -> None:
     """Write the page. The lines of groups that were not thrown are kept.
     @param whole sentence on all groups, written when all were thrown"""
-    earlier = PAGE.read_text()
-    kept = {line.split(":")[0].strip("|- "): line for line in earlier.splitlines() if ":" in line}
-    table, figures, reasons = [], [], []
+    lines = PAGE.read_text().splitlines()
     for group in GROUPS:
-        thrown = results.get(group.name)
-        if thrown is None:
-            table += [line for name, line in kept.items() if name == group.name]
-            continue
-        counts = Counter(result.outcome for result in thrown)
-        cells = [f"{group.name}: {group.title}", *(str(counts[outcome]) for outcome in Outcome)]
-        table.append(f"| {' | '.join(cells)} |")
-        figures += [f"- {group.name}, {figure}" for figure in group.figures()]
-        reasons += sorted({f"- {group.name}, known limitation: {result.row.ordered}"
-                           for result in thrown if result.outcome is Outcome.ORDERED})
-    names = {f"{name}," for name in results}
-    notes = [line for line in earlier.splitlines()
-             if line.startswith("- ") and line.split()[1] not in names] + figures + reasons
-    if len(results) < len(GROUPS):
-        whole = next((line for line in earlier.splitlines() if line.startswith(WHOLE)), "")
-    lines = ["| group | passed | known limitation | failed |", "|---|---|---|---|", *table, "",
-             *([whole, ""] if whole else []), *sorted(notes), ""]
-    PAGE.write_text(OPENING + "\n".join(lines))
+        if thrown := results.get(group.name):
+            row, note = f"| {group.name}: ", f"- {group.name}, "
+            lines = [line for line in lines if not line.startswith((row, note))]
+            lines.append(f"{row}{group.title} | {' | '.join(map(str, counts(thrown).values()))} |")
+            lines += [note + figure for figure in group.figures()]
+            lines += {f"{note}known limitation: {result.row.ordered}" for result in thrown
+                      if result.outcome is Outcome.ORDERED}
+    if len(results) == len(GROUPS):
+        lines = [*(line for line in lines if not line.startswith(WHOLE)), whole]
+    table = [line for group in GROUPS for line in lines if line.startswith(f"| {group.name}: ")]
+    wholes = [line for line in lines if line.startswith(WHOLE)]
+    notes = sorted(line for line in lines if line.startswith("- "))
+    PAGE.write_text("\n".join([HEAD, *table, "", *wholes, "", *notes, ""]))
 
 
 def main() -> int:
@@ -122,7 +117,7 @@ def main() -> int:
               file=sys.stderr)
         return 2
     seconds = time.monotonic() - begin
-    print(f"{len(everything)} faults: {counted(everything)} ({seconds:.0f} s)")
+    print(f"{len(everything)} faults: {summary(everything)} ({seconds:.0f} s)")
     if wanted.write_docs:
         write_docs(results, f"{WHOLE}: {len(everything)} faults in {seconds:.0f} s on "
                             f"{os.cpu_count()} cores.")

@@ -5,23 +5,21 @@ from __future__ import annotations
 
 import re
 import time
-from collections.abc import Callable, Iterator
-from contextlib import contextmanager
+from collections.abc import Callable
 from functools import cache, partial
 
-from faults.panel import (APN, AUTO, AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, EDITED_LAST,
-                          STORED_COUNTS, TYPED, TYPED_LAST, alive, generated, leave, repairable,
-                          shown, stored, stored_root, type_and_connect, type_counts, untouched_run)
-from faults.rows import Group, Row, expect
-from faults.trace import INJECTED, OWN_FILES, TRACE, Call, Fault, calls_so_far, launch
-from faults.unseen import connect_and_leave, connecting, thrown, unseen_root
-from faults.unseen import leave as leave_unseen
-from panel.facts import AUTO_CONNECT, COUNTS, PARAMETERS, PPP_LOG, STORED
+from faults.panel import (AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, EDITED_LAST, STORED_COUNTS,
+                          TYPED, TYPED_LAST, generated, repairable, shown, stored,
+                          type_and_connect, type_counts)
+from faults.rows import Group, Row
+from faults.trace import (INJECTED, OWN_FILES, TRACE, Call, Fault, calls_so_far, launch, thrown)
+from faults.unseen import (connect_and_leave, connecting, leave_unseen, unseen_root, untouched_run)
+from panel.facts import APN, AUTO_CONNECT, COUNTS, PARAMETERS, PPP_LOG, STORED
+from privateroot.operating import AUTO, SECONDS, alive, expect, leave, stored_root
 from privateroot.process import PrivateRoot
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process
-SECONDS = 5  # for what a touch does
 STARTS_OF_COMMANDS = 3  # that the start-up's last commands are
 INTERRUPTED = "error=EINTR"
 UNCOUNTED = "connect, no counts typed"
@@ -40,21 +38,20 @@ STORES: dict[str, dict[str, bytes]] = {
 
 
 def lay(root: PrivateRoot, store: str) -> None:
-    """Has a root hold that and no more of the program's files."""
+    """Have a root hold that and no more of the program's files."""
     for path in OWN_FILES:
         root.host(path).unlink(missing_ok=True)
     for path, content in STORES[store].items():
         root.write(path, content)
 
 
-@contextmanager
-def logged_root(how: str, store: str = "parameters") -> Iterator[PrivateRoot]:
+def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
     """A root with what is stored and a dial-up log, as after a first run."""
-    with stored_root(launch=how) as root:
-        lay(root, store)
-        root.unwrap("ls")
-        root.write(PPP_LOG, "log\n")
-        yield root
+    root = stored_root(launch=how)
+    lay(root, store)
+    root.unwrap("ls")
+    root.write(PPP_LOG, "log\n")
+    return root
 
 
 @cache
@@ -77,6 +74,10 @@ def first_of_each(calls: list[Call]) -> list[Call]:
     return list({call.name: call for call in reversed(calls)}.values())
 
 
+def error_of(call: Call) -> str:
+    return f"error={ERRORS.get(call.name, 'EIO')}"
+
+
 def failed(phase: str, fault: Fault) -> set[str]:
     """The files that a fault costs something. A call that was interrupted costs nothing."""
     return set() if fault.deed == INTERRUPTED else fault.hits(phases(launch())[phase])
@@ -95,29 +96,16 @@ def whole(root: PrivateRoot, missed: set[str], *parameters: bytes) -> None:
                or content is None and path in missed, f"{path} is whole: {content!r}")
 
 
-def closed(root: PrivateRoot, missed: set[str]) -> None:
-    """What was written can be read by nobody else, unless the fault was in that."""
+def saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
+    """What has been stored; a second start shows it. What was written can be read by nobody else,
+    unless the fault was in that."""
+    for path, found in ((PARAMETERS, stored(root)), (AUTO_CONNECT, root.content(AUTO_CONNECT))):
+        expect(found in possible(path, phase, missed), f"{found!r} is stored")
     for path in set(OWN_FILES) - missed:
         content = root.read(path)
         expect(content in (None, STORED, AUTO) or root.mode(path) == "600",
                f"{path} is closed to others: {content!r}")
-
-
-def saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
-    """What has been stored; a second start shows it."""
-    expected = possible(PARAMETERS, phase, missed)
-    expect(stored(root) in expected, f"{stored(root)!r} is stored")
-    auto = root.content(AUTO_CONNECT)
-    expect(auto in possible(AUTO_CONNECT, phase, missed), f"{auto!r} is stored")
-    closed(root, missed)
-    repairable(root, *expected)
-
-
-def shows_what_it_could_read(root: PrivateRoot, missed: set[str]) -> None:
-    expected = DEFAULTS if PARAMETERS in missed else STORED
-    expect(shown(root) == expected, f"{shown(root)!r} is on the screen")
-    counts = DEFAULT_COUNTS if AUTO_CONNECT in missed else STORED_COUNTS
-    expect(root.panel.field(COUNTS)["text"] == counts, f"the counts are {counts}")
+    repairable(root, *possible(PARAMETERS, phase, missed))
 
 
 def throw(phase: str, fault: Fault) -> None:
@@ -126,7 +114,10 @@ def throw(phase: str, fault: Fault) -> None:
     with logged_root(launch(fault)) as root:
         root.start()
         if phase == "start":
-            shows_what_it_could_read(root, missed)
+            expect(shown(root) == (DEFAULTS if PARAMETERS in missed else STORED),
+                   f"{shown(root)!r} is on the screen")
+            counts = DEFAULT_COUNTS if AUTO_CONNECT in missed else STORED_COUNTS
+            expect(root.panel.field(COUNTS)["text"] == counts, f"the counts are {counts}")
         else:
             connect_and_save(root, phase, missed)
         leave(root)
@@ -134,7 +125,7 @@ def throw(phase: str, fault: Fault) -> None:
         if phase == "start":
             expect(root.read(PARAMETERS) == STORED, "what is stored stays")
         elif fault.deed == INTERRUPTED:
-            folders_synced(root)
+            directories_synced(root)
         saved(root, phase, missed)
 
 
@@ -150,6 +141,14 @@ def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
         root.panel.fill(APN, TYPED_LAST)
 
 
+def directories_synced(root: PrivateRoot) -> None:
+    """The name of a file that was created lasts as its content does."""
+    trace = root.content(TRACE).decode()
+    for path in EARLIER:
+        directory = path.rpartition("/")[0]
+        expect(re.search(rf"fsync\(\d+<{directory}>\) += 0", trace), f"{directory} is synced")
+
+
 def throw_uninspected(fault: Fault) -> None:
     with stored_root(launch=launch(fault), inspected=False) as root:
         untouched_run(root)
@@ -157,7 +156,7 @@ def throw_uninspected(fault: Fault) -> None:
 
 
 def throw_unseen(fault: Fault) -> None:
-    with unseen_root(launch(fault)) as root:
+    with unseen_root(launch=launch(fault)) as root:
         connect_and_leave(root)
         thrown(root)
         missed = failed("connect", fault)
@@ -165,22 +164,13 @@ def throw_unseen(fault: Fault) -> None:
         saved(root, UNCOUNTED, missed)
 
 
-def folders_synced(root: PrivateRoot) -> None:
-    """The name of a file that was created lasts as its content does."""
-    trace = root.content(TRACE).decode()
-    for path in EARLIER:
-        folder = path.rpartition("/")[0]
-        expect(re.search(rf"fsync\(\d+<{folder}>\) += 0", trace), f"{folder} is synced")
-
-
 def own_files() -> list[Row]:
     rows = []
     for phase, calls in phases(launch()).items():
         for at, call in enumerate(calls):
-            error = f"error={ERRORS.get(call.name, 'EIO')}"
-            for fault in (Fault(call, error), Fault(call, error, lasting=True)):
-                chosen = (call.name == "fchmod" if fault.lasting
-                          else phase == "start" or at % 4 == 0)
+            for lasting in (False, True):
+                fault = Fault(call, error_of(call), lasting)
+                chosen = call.name == "fchmod" if lasting else phase == "start" or at % 4 == 0
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=chosen))
         for call in first_of_each(calls):
             # realpath(3), tried again, begins with the first of its calls.
@@ -191,13 +181,13 @@ def own_files() -> list[Row]:
         rows.append(Row(f"start: {fault}, no inspector", partial(throw_uninspected, fault),
                         chosen=at < 4))
     for call in first_of_each(phases(launch())["connect"]):
-        fault = Fault(call, f"error={ERRORS.get(call.name, 'EIO')}", lasting=True)
+        fault = Fault(call, error_of(call), lasting=True)
         rows.append(Row(f"connect: {fault}, no inspector", partial(throw_unseen, fault),
                         chosen=call.name == "pwrite64"))
     return rows
 
 
-def throw_at_command(phase: str, fault: Fault) -> None:
+def throw_at_command(fault: Fault) -> None:
     """A command does not start. The attempt may wait for a node that cannot be looked for."""
     with logged_root(launch(fault, (), STARTING)) as root:
         root.start()
@@ -213,7 +203,7 @@ def throw_at_command(phase: str, fault: Fault) -> None:
 
 
 def throw_unseen_at_command(fault: Fault) -> None:
-    with unseen_root(launch(fault, (), STARTING)) as root:
+    with unseen_root(launch=launch(fault, (), STARTING)) as root:
         with connecting(root) as viewer:
             root.wait_until(lambda: stored(root) == EDITED, SECONDS, "the save")
             root.wait_until(lambda: INJECTED in root.content(TRACE), SECONDS, "the fault")
@@ -224,13 +214,14 @@ def throw_unseen_at_command(fault: Fault) -> None:
 
 def commands() -> list[Row]:
     found = phases(launch(None, (), STARTING))
-    last_of_start = [call for call in found["start"] if call.name != "pipe2"][-STARTS_OF_COMMANDS:]
+    of_start = [call for call in found["start"] if call.name != "pipe2"][-STARTS_OF_COMMANDS:]
+    faults = [*(("start", Fault(call, "error=EAGAIN")) for call in of_start),
+              *(("connect", Fault(call, error, error == "error=EMFILE"))
+                for call in found["connect"] for error in ("error=EAGAIN", "error=EMFILE"))]
     unseen = Fault(found["connect"][0], "error=EAGAIN")
-    return [*(Row(f"{phase}: {fault}", partial(throw_at_command, phase, fault), chosen=at == 0)
-              for phase, calls in (("start", last_of_start), ("connect", found["connect"]))
-              for at, call in enumerate(calls)
-              for fault in [Fault(call, "error=EAGAIN"),
-                            *([Fault(call, "error=EMFILE", True)] if phase == "connect" else [])]),
+    return [*(Row(f"{phase}: {fault}", partial(throw_at_command, fault),
+                  chosen=fault.call in (of_start[0], found["connect"][0]))
+              for phase, fault in faults),
             Row(f"{unseen}, no inspector", partial(throw_unseen_at_command, unseen))]
 
 

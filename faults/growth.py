@@ -1,4 +1,4 @@
-"""What a long life leaves behind: memory, descriptors and files, before and after.
+"""Memory, descriptors and files before and after a long life.
 
 A preloaded clock runs fast, so that the 15 s of an attempt are a moment.
 """
@@ -7,23 +7,27 @@ from __future__ import annotations
 
 import time
 from collections.abc import Callable
+from dataclasses import dataclass
 from pathlib import Path
-from signal import SIGTERM, SIGUSR1
+from signal import SIGUSR1
+from typing import Any
 
-from faults.panel import at_rest, ended, stored_root
-from faults.rows import Group, Row, expect
-from panel.facts import FAILED, FIELDS
+from faults.panel import at_rest
+from faults.rows import Group, Row
+from faults.unseen import terminate
+from panel.facts import DONGLE_STATUS, FAILED, PIN
 from privateroot.files import DONGLE, LAUNCH
+from privateroot.operating import FAKETIME, expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
 
-FASTER = 600  # times, of the preloaded clock
-CLOCK = "/usr/$LIB/faketime/libfaketime.so.1"
+FAST: dict[str, Any] = {
+    "launch": LAUNCH.replace("program", 'program /usr/bin/env FAKETIME="+0 x600"'),
+    "preload": [FAKETIME]}
 COUNTING = "/testfakes/countingsh"
 CHECKS = 50  # at once: fewer than the program's socket holds
 WARM_UP = 100  # times at most, before the first look at the memory
 SETTLED_KIB = 128  # that the heap may take without any growth
-PIN = FIELDS[-1]
 SECONDS = 20  # for each thing that is waited for
 
 
@@ -35,17 +39,7 @@ def check(root: PrivateRoot) -> None:
         root.signal(SIGUSR1)
         while is_pending(root.pid, SIGUSR1):
             time.sleep(0.001)
-    deadline = time.monotonic() + SECONDS
-    while log.read_text().count("ifconfig") < CHECKS:
-        expect(time.monotonic() < deadline, "the link checks")
-        time.sleep(0.01)
-
-
-def replug(root: PrivateRoot) -> None:
-    """Unplug and replug the dongle, with some link checks after each."""
-    for usb in ("", DONGLE):
-        root.set_usb(usb)
-        check(root)
+    root.wait_until(lambda: log.read_text().count("ifconfig") == CHECKS, SECONDS, "the checks")
 
 
 def fail(root: PrivateRoot) -> None:
@@ -60,12 +54,36 @@ def fail(root: PrivateRoot) -> None:
 
 def dial(root: PrivateRoot) -> None:
     """One link, up and down again."""
-    root.set_link(True)
-    root.panel.press("Connect")
-    root.wait(lambda screen: screen.button("Disconnect")["enabled"], SECONDS, "the link")
-    root.set_link(False)
-    root.panel.press("Disconnect")
-    root.wait(lambda screen: screen.button("Connect")["enabled"], SECONDS, "the link down")
+    for button, up in (("Connect", True), ("Disconnect", False)):
+        root.set_link(up)
+        root.panel.press(button)
+        wait_link(root, up)
+
+
+def replug(root: PrivateRoot) -> None:
+    """Pull the dongle and plug it again, each time with a link check."""
+    for plugged in (False, True):
+        root.set_usb(DONGLE if plugged else "")
+        root.add_node("ttyUSB0") if plugged else root.remove_node("ttyUSB0")
+        root.signal(SIGUSR1)
+        text = "detected" if plugged else "undetected"
+        root.wait(lambda screen: screen.value(DONGLE_STATUS)["text"] == text, SECONDS, text)
+
+
+def throw_unseen() -> None:
+    """The dongle is away at the start, comes, and is pulled and plugged."""
+    with stored_root(usb="", nodes=(), inspected=False) as root:
+        root.start(shown=False)
+        root.wait_calls("usb", 1, SECONDS)
+        root.set_usb(DONGLE)
+        root.wait_calls("ls", 1, SECONDS)
+        root.add_node("ttyUSB0")
+        for checks, bus in enumerate(("", DONGLE), 1):
+            root.wait_calls("ifconfig", checks, SECONDS)
+            root.set_usb(bus)
+            root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 3)
+        terminate(root)
 
 
 def raise_keys(root: PrivateRoot) -> None:
@@ -73,64 +91,54 @@ def raise_keys(root: PrivateRoot) -> None:
     root.panel.put_keys_away()
 
 
-def files_of(root: PrivateRoot) -> set[str]:
-    return {str(path.relative_to(root.base)) for folder in ("quenfold", "ppp", "dev")
-            for path in Path(root.base, folder).rglob("*")}
+def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
+    """Private memory in KiB, descriptors and files of a program at rest."""
+    at_rest(root)
+    files = {str(path.relative_to(root.base)) for directory in ("quenfold", "ppp", "dev")
+             for path in Path(root.base, directory).rglob("*")}
+    return private_kib(root.pid), root.descriptors(), files
 
 
+@dataclass
 class Growth:
     """One thing that is done again and again.
 
-    @param most KiB of private memory that each time may leave behind
-    @param objects KiB of that which the objects need that stay by design, on amd64
-    @param inspected whether the inspector is in the process
-    @param times how many things are done each time
-    @param shell whether commands are run; without it each is logged only
+    @ivar most KiB of private memory that each time may leave behind
+    @ivar objects KiB more, for the objects that stay by design, on amd64
+    @ivar times how many things are done each time; of many, commands are logged only, not run, and
+        the inspector is not in the process
     """
 
-    def __init__(self, once: Callable[[PrivateRoot], None], count: int, most: float,
-                 objects: float = 0, inspected: bool = True, times: int = 1,
-                 shell: bool = True) -> None:
-        self.once, self.count, self.most, self.objects = once, count, most + objects, objects
-        self.inspected, self.times, self.shell = inspected, times, shell
-        self.figure = ""
+    once: Callable[[PrivateRoot], None]
+    count: int
+    most: float
+    objects: float = 0
+    times: int = 1
+    figure: str = ""
 
     def throw(self) -> None:
-        fast = LAUNCH.replace("program", f'program /usr/bin/env FAKETIME="+0 x{FASTER}"')
-        with stored_root(launch=fast, preload=[CLOCK], keys=True,
-                         inspected=self.inspected) as root:
+        many = self.times > 1
+        with stored_root(**FAST, keys=True, inspected=not many) as root:
             root.unwrap("ls")
-            if not self.shell:
+            if many:
                 root.unwrap("sh", COUNTING)
-            root.start(shown=self.inspected)
+            root.start(shown=not many)
             root.wait_calls("ifconfig", 1, SECONDS)
             for _ in range(min(self.count // 4, WARM_UP // self.times) + 2):
                 self.once(root)
-            memory, descriptors, files = self._state(root)
+            memory, descriptors, files = state(root)
             for _ in range(self.count):
                 self.once(root)
-            after, descriptors_after, files_after = self._state(root)
-            grown = max(after - memory, 0)
-            done = self.count * self.times
+            after, descriptors_after, files_after = state(root)
+            grown, done = max(after - memory, 0), self.count * self.times
             self.figure = (f"{grown} KiB, {grown / done:.1f} KiB each"
                            + (f"; objects kept by design: {self.objects} KiB each, measured over "
                               "300" if self.objects else ""))
-            expect(grown <= self.most * self.count + SETTLED_KIB, f"grown by {self.figure}")
+            expect(grown <= (self.most + self.objects) * self.count + SETTLED_KIB,
+                   f"grown by {self.figure}")
             expect(descriptors_after == descriptors, f"descriptors: {descriptors_after}")
             expect(files_after == files, f"files: {files_after ^ files}")
-            if self.inspected:
-                root.panel.press("Exit")
-            else:
-                root.signal(SIGTERM)
-            ended(root)
-
-    def _state(self, root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
-        at_rest(root)
-        return private_kib(root.pid), root.descriptors(), files_of(root)
-
-
-def rows() -> list[Row]:
-    return [Row(name, growth.throw, chosen=name in CHOSEN) for name, growth in TABLE.items()]
+            terminate(root) if many else leave(root)
 
 
 CHOSEN = ("20 failed attempts", "20 times link up and down")
@@ -140,14 +148,16 @@ CHOSEN = ("20 failed attempts", "20 times link up and down")
 NOTICE_KIB, BAR_KIB = 72, 21
 TABLE = {
     "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),
-    "10,000 link checks, no inspector": Growth(
-        check, 10_000 // CHECKS, 0, inspected=False, times=CHECKS, shell=False),
-    "50 unplugs and replugs of the dongle, no inspector": Growth(
-        replug, 50, 0, inspected=False, shell=False),
+    "10,000 link checks, no inspector": Growth(check, 10_000 // CHECKS, 0, times=CHECKS),
     "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),
     "keyboard shown 100 times": Growth(raise_keys, 100, 0.5),
     "20 times link up and down": Growth(dial, 20, 8, BAR_KIB),
 }
-GROUPS = [Group("growth", "memory growth over time", rows,
-                figures=lambda: [f"{name}: {growth.figure}" for name, growth in TABLE.items()
-                                 if growth.figure])]
+GROUPS = [
+    Group("dongle", "plugged, unplugged, replaced by another device", lambda: [
+        Row("it comes late and is pulled, no inspector", throw_unseen),
+        Row("20 cycles", Growth(replug, 20, 8).throw, chosen=True)]),
+    Group("growth", "memory growth over time", lambda: [
+        Row(name, growth.throw, chosen=name in CHOSEN) for name, growth in TABLE.items()],
+        figures=lambda: [f"{name}: {growth.figure}" for name, growth in TABLE.items()
+                         if growth.figure])]

@@ -1,41 +1,24 @@
-"""What the rows in the private root do with the panel, and what must hold whatever happens."""
+"""What the rows in the private root type on the panel, and what must hold whatever happens."""
 
 from __future__ import annotations
 
 import re
 import time
-from collections.abc import Iterator, Mapping
-from contextlib import contextmanager
+from collections.abc import Mapping
 from pathlib import Path
-from signal import SIGTERM, SIGUSR1
-from typing import Any
 
-from faults.rows import expect
-from panel.facts import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
-                         PEER_FILE, SETTING, STATUS, STORED)
+from panel.facts import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
+                         PEER_FILE, SETTING, STORED)
+from privateroot.operating import AUTO, connect, expect, leave
 from privateroot.process import PrivateRoot
 
 EXPECTED = Path(__file__).resolve().parents[1] / "tests/expected"
 PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # by the method
-APN = "APN NAME:"
-TYPED = "web"  # the APN that a row's operator types
-EDITED = STORED.replace(b"internet", TYPED.encode())
-TYPED_LAST = "last"  # and before Exit
-EDITED_LAST = STORED.replace(b"internet", TYPED_LAST.encode())
+TYPED, TYPED_LAST = "web", "last"  # the APN that a row's operator types, and the one before Exit
+EDITED, EDITED_LAST = (STORED.replace(b"internet", apn.encode()) for apn in (TYPED, TYPED_LAST))
 DEFAULTS = b"\n\n\n\n\n0\n"
-AUTO = b"0\n7\n"  # what is stored beside STORED; not the defaults
 DEFAULT_COUNTS, STORED_COUNTS, TYPED_COUNTS = "5", "7", "9"
 AUTO_EDITED = AUTO.replace(STORED_COUNTS.encode(), TYPED_COUNTS.encode())
-EXIT_SECONDS = 10
-
-
-@contextmanager
-def stored_root(**how: Any) -> Iterator[PrivateRoot]:
-    """A private root in which parameters have been stored; not started."""
-    with PrivateRoot(**how) as root:
-        root.write(PARAMETERS, STORED)
-        root.write(AUTO_CONNECT, AUTO)
-        yield root
 
 
 def generated(parameters: bytes) -> dict[str, bytes]:
@@ -57,29 +40,18 @@ def shown(root: PrivateRoot) -> bytes:
     return "".join(f"{line}\n" for line in [*lines, screen.field(AUTH)["index"]]).encode()
 
 
-def alive(root: PrivateRoot) -> None:
-    """It takes a touch and serves a link check."""
-    root.panel.open_tab(STATUS)
-    before = len(root.calls("ifconfig"))
-    root.signal(SIGUSR1)
-    root.wait_calls("ifconfig", before + 1)
-    root.panel.open_tab(SETTING)
+def stored(root: PrivateRoot) -> bytes:
+    """The six lines of the parameter file that count; nothing when there are fewer."""
+    lines = root.content(PARAMETERS).split(b"\n")[:-1][:6]
+    return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
 
 
-def untouched_run(root: PrivateRoot) -> None:
-    """A run of the program alone in its process, without the inspector: it starts, checks the link
-    when it is asked to, and ends when it is told to."""
-    root.start(shown=False)
-    root.wait_calls("ifconfig", 1, 10)
-    root.signal(SIGUSR1)
-    root.wait_calls("ifconfig", 2)
-    root.signal(SIGTERM)
-    expect(root.wait_exit(EXIT_SECONDS) == 0, f"exit status 0:\n{root.report()}")
-    expect(root.content(PARAMETERS) == STORED, "what is stored stays")
+def expect_stored(root: PrivateRoot, parameters: bytes) -> None:
+    expect(stored(root) == parameters, f"{stored(root)!r} is stored")
 
 
 def at_rest(root: PrivateRoot) -> None:
-    """Waits until no command runs and none is waited for: its descriptors are closed."""
+    """Wait until no command runs and none is waited for: its descriptors are closed."""
     def quiet() -> bool:
         return not root.processes() and not any(
             "[pidfd]" in target for target in root.descriptors().values())
@@ -89,11 +61,9 @@ def at_rest(root: PrivateRoot) -> None:
 
 
 def type_and_connect(root: PrivateRoot) -> None:
-    """Types another APN and touches Connect; pppd is started."""
-    dialled = len(root.calls("pppd"))
+    """Type another APN and touch Connect; pppd is started."""
     root.panel.fill(APN, TYPED)
-    root.panel.press("Connect")
-    root.wait_calls("pppd", dialled + 1)
+    connect(root)
 
 
 def type_counts(root: PrivateRoot) -> None:
@@ -102,30 +72,12 @@ def type_counts(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
-def leave(root: PrivateRoot) -> None:
-    """Exit is touched, and nothing is left."""
-    root.panel.press("Exit")
-    ended(root)
-
-
-def ended(root: PrivateRoot) -> None:
-    """The program ends in order, and nothing is left."""
-    expect(root.wait_exit(EXIT_SECONDS) == 0, f"exit status 0:\n{root.report()}")
-    root.wait_until(lambda: not root.processes(), EXIT_SECONDS, "no process left")
-
-
-def stored(root: PrivateRoot) -> bytes:
-    """The six lines of the parameter file that count; nothing when there are fewer."""
-    lines = root.content(PARAMETERS).split(b"\n")[:-1][:6]
-    return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
-
-
 REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # what a second start has shown of four files
 
 
 def repairable(root: PrivateRoot, *expected: bytes) -> None:
     """A second start shows what is stored, one of those expected, and an edit and a Connect bring
-    all four files to where they belong. The same four files are not tried twice."""
+    all four files up to date. The same four files are not tried twice."""
     contents = {path: root.read(path)
                 for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
     found = tuple(contents.values())
@@ -140,13 +92,10 @@ def repair(contents: Mapping[str, bytes | None]) -> bytes:
         for path, content in contents.items():
             if content is not None:
                 second.write(path, content)
-        second.start()
-        seen = shown(second)
+        seen = shown(second.start())
         second.panel.fill(APN, "again")
-        second.panel.press("Connect")
-        second.wait_calls("pppd", 1)
-        values = stored(second).decode().split("\n")[:-1]
-        expect(values[0] == "again" and len(values) == 6, f"saved: {values}")
+        connect(second)
+        expect(stored(second).startswith(b"again\n"), f"saved: {stored(second)!r}")
         for path, content in generated(stored(second)).items():
             expect(second.content(path) == content, f"{path} is new: {second.content(path)!r}")
         leave(second)

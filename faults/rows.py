@@ -8,6 +8,11 @@ from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, replace
 from enum import Enum
+from operator import attrgetter
+
+from privateroot import operating
+
+expect = operating.expect
 
 
 class Outcome(Enum):
@@ -27,12 +32,14 @@ class Row:
     @ivar ordered why the program loses something under this fault by design; None when it must
         not, or when what the throw finds is to say so
     @ivar chosen whether ./test throws it, too
+    @ivar seconds that it takes, about: of a group's rows the longest are thrown first
     """
 
     name: str
     throw: Callable[[], str | None]
     ordered: str | None = None
     chosen: bool = False
+    seconds: float = 0
 
 
 @dataclass
@@ -59,7 +66,7 @@ class Group:
     rows: Callable[[], list[Row]]
     at_once: int = 2 * (os.cpu_count() or 1)  # most of a row is waiting
     figures: Callable[[], list[str]] = list  # what was measured, a line each
-    end: Callable[[], object] = list  # what is done once all rows are thrown
+    last: Callable[[], list[Row]] = list  # rows about what the others have used
 
     def throw(self, rows: list[Row], tell: Callable[[Result], None]) -> list[Result]:
         """Throws rows, several at once. @param tell is called with each result as it comes"""
@@ -73,12 +80,5 @@ class Group:
             tell(result)
             return result
         with ThreadPoolExecutor(self.at_once) as pool:
-            results = list(pool.map(one, rows))
-            self.end()  # while the pool's threads live: a machine dies with its thread
-            return results
-
-
-def expect(holds: object, what: str) -> None:
-    """@raise AssertionError naming what was expected"""
-    if not holds:
-        raise AssertionError(what)
+            results = list(pool.map(one, sorted(rows, key=attrgetter("seconds"), reverse=True)))
+            return results + list(pool.map(one, self.last()))

@@ -8,14 +8,14 @@ from functools import partial
 from itertools import dropwhile
 
 from faults.calls import STORES, first_of_each, lay, logged_root, phases
-from faults.panel import (APN, AUTO, AUTO_EDITED, DEFAULTS, EDITED, EDITED_LAST, EXIT_SECONDS,
-                          TYPED, TYPED_COUNTS, TYPED_LAST, alive, generated, repairable,
-                          type_and_connect, type_counts)
-from faults.rows import Group, Row, expect
+from faults.panel import (AUTO_EDITED, DEFAULTS, EDITED, EDITED_LAST, TYPED, TYPED_COUNTS,
+                          TYPED_LAST, generated, repairable, type_and_connect, type_counts)
+from faults.rows import Group, Row
 from faults.trace import TRACE, Call, Fault, launch
 from faults.unseen import connecting, unseen_root
-from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED_AUTO,
+from panel.facts import (APN, AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PEER_FILE, STORED_AUTO,
                          stored_parameters)
+from privateroot.operating import AUTO, SECONDS, alive, expect
 from privateroot.process import PrivateRoot
 
 CUT = ("pwrite64", "ftruncate", "fsync")
@@ -75,7 +75,7 @@ def throw(name: str, fault: Fault, signal: str) -> str | None:
 
 
 def throw_unseen(name: str, fault: Fault, signal: str) -> str | None:
-    with unseen_root(launch(fault)) as root:
+    with unseen_root(launch=launch(fault)) as root:
         lay(root, SAVES[name].store)
         with connecting(root):
             return ended(root, SAVES[name], signal)
@@ -84,7 +84,7 @@ def throw_unseen(name: str, fault: Fault, signal: str) -> str | None:
 def ended(root: PrivateRoot, save: Save, signal: str) -> str | None:
     """The signal has come in the save: an ordered stop has finished it, a kill has left each file
     old or new. @return what the design orders to be lost"""
-    status, killed = root.wait_exit(EXIT_SECONDS), signal == KILL
+    status, killed = root.wait_exit(SECONDS), signal == KILL
     expect(status == (137 if killed else 0), f"exit status {status}")
     expect(killed or f"SIG{signal} ".encode() in root.content(TRACE), "the signal came")
     left = {path: state(root, save, path, killed) for path in ORDER

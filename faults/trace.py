@@ -13,6 +13,7 @@ from typing import NamedTuple
 
 from panel.facts import AUTO_CONNECT, CHAT_LOG, CHAT_SCRIPT, OLD_LOG, PARAMETERS, PEER_FILE, PPP_LOG
 from privateroot.files import LAUNCH
+from privateroot.operating import expect
 from privateroot.process import PrivateRoot
 
 TRACE = "/testrun/trace"
@@ -79,3 +80,8 @@ def calls_so_far(root: PrivateRoot) -> list[Call]:
             counts[match[1]] += 1
             calls.append(Call(match[1], counts[match[1]], match[2] or match[3] or ""))
     return calls
+
+
+def thrown(root: PrivateRoot) -> None:
+    """The run has come to its fault."""
+    expect(INJECTED in root.content(TRACE), "the fault was thrown")

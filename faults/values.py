@@ -5,63 +5,59 @@ from __future__ import annotations
 
 from functools import partial
 
-from faults.panel import generated, leave, repairable, shown, stored_root, type_counts
-from faults.rows import Group, Row, expect
+from faults.panel import generated, repairable, shown, type_counts
+from faults.rows import Group, Row
 from panel.facts import FIELDS, PARAMETERS
+from privateroot.operating import connect, expect, leave, started
 from privateroot.process import PrivateRoot
 
-VALUES = {
-    "every ASCII character": bytes(range(0x21, 0x7f)),
-    "single quotes": b"it's",
-    "double quotes": b'say "web"',
-    "backslashes": b"\\x\\\\n\\",
-    "what a shell would expand": b"$(reboot) `id` $HOME ${x} * ~",
-    "what chat would take for options": b"'' -v ^C \\c \\d TIMEOUT 1",
-    "what pppd would take for a comment": b"a # b",
-    "blanks inside": b"a  b",
+TYPED = {
+    "every ASCII character": bytes(range(0x21, 0x7f)).decode(),
+    "single quotes": "it's",
+    "double quotes": 'say "web"',
+    "backslashes": "\\x\\\\n\\",
+    "what a shell would expand": "$(reboot) `id` $HOME ${x} * ~",
+    "what chat would take for options": "'' -v ^C \\c \\d TIMEOUT 1",
+    "what pppd would take for a comment": "a # b",
+    "spaces inside": "a  b",
+    "format directives": "%s%n%1$s %1 %2",
+    "markup": "<b>x</b>&amp;",
+    "Latin letters": "é ü ß",
+    "Chinese": "電話 设置",
+    "right to left": "אב",
+    "combining": "a\u0301",
+    "byte order mark": "\ufeffx",
+    "no-break spaces around": "\u00a0x\u00a0",
+    "a thousand characters": "0123456789" * 100,
+}
+NO_KEY = {  # No single key types them.
     "tab inside": b"a\tb",
     "control characters": b"a\x01\x07\x1b[2J\x7fb",
-    "format directives": b"%s%n%1$s %1 %2",
-    "markup": b"<b>x</b>&amp;",
-    "Latin letters": "é ü ß".encode(),
-    "Chinese": "電話 设置".encode(),
-    "beyond the basic plane": "😀".encode(),
-    "right to left": "אב".encode(),
-    "combining": "a\u0301".encode(),
-    "byte order mark": "\ufeffx".encode(),
     "half of a surrogate pair": b"a\xed\xa0\xbdb",
-    "no-break spaces around": "\u00a0x\u00a0".encode(),
-    "a thousand characters": b"0123456789" * 100,
+    "beyond the basic plane": "😀".encode(),
 }
-# No single key types them.
-NO_KEY = ("tab inside", "control characters", "half of a surrogate pair", "beyond the basic plane")
 
 
-def throw(value: bytes) -> None:
+def throw_stored(value: bytes) -> None:
     """All five texts are the value; an edit elsewhere has all four files written."""
-    content = (value + b"\n") * 5 + b"0\n"
-    with stored_root() as root:
-        root.write(PARAMETERS, content)
-        root.start()
+    content = (value + b"\n") * len(FIELDS) + b"0\n"
+    with started(parameters=content) as root:
         type_counts(root)
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
+        connect(root)
         holds(root, content)
         leave(root)
         holds(root, content)
 
 
 def throw_typed(text: str) -> None:
-    """Typed into every field, each time behind the field's number and with blanks around: what is
+    """Typed into every field, each time behind the field's number and with spaces around: what is
     stored, a second start shows."""
     values = [f"{at}{text}" for at in range(len(FIELDS))]
     content = "".join(f"{value}\n" for value in [*values, "0"]).encode()
-    with stored_root() as root:
-        root.start()
+    with started() as root:
         for label, value in zip(FIELDS, values):
             root.panel.fill(label, f" {value} ")
-        root.panel.press("Connect")
-        root.wait_calls("pppd", 1)
+        connect(root)
         holds(root, content)
         expect(shown(root) == content, f"shown: {shown(root)!r}")
         leave(root)
@@ -75,13 +71,8 @@ def holds(root: PrivateRoot, content: bytes) -> None:
         expect(root.read(path) == expected, f"{path} holds {root.read(path)!r}")
 
 
-def rows() -> list[Row]:
-    return [*(Row(name, partial(throw, value),
-                  chosen=name in ("half of a surrogate pair", "byte order mark"))
-              for name, value in VALUES.items()),
-            *(Row(f"typed: {name}", partial(throw_typed, value.decode()),
-                  chosen=name == "every ASCII character")
-              for name, value in VALUES.items() if name not in NO_KEY)]
-
-
-GROUPS = [Group("values", "unusual parameter values", rows)]
+GROUPS = [Group("values", "unusual parameter values", lambda: [
+    *(Row(f"typed: {name}", partial(throw_typed, text), chosen=name == "every ASCII character")
+      for name, text in TYPED.items()),
+    *(Row(name, partial(throw_stored, value), chosen=name == "half of a surrogate pair")
+      for name, value in NO_KEY.items())])]
