@@ -11,7 +11,7 @@ from pathlib import Path
 
 from faults import (calls, clock, commands, devices, files, growth, launching, onboard,
                     powercuts, saves, values)
-from faults.rows import Group, Outcome, Result
+from faults.rows import Group, Outcome, Row
 
 MODULES = (calls, saves, launching, commands, files, values, devices, clock, growth,
            onboard, powercuts)
@@ -50,45 +50,45 @@ def arguments() -> argparse.Namespace:
     return found
 
 
-def counts(results: list[Result]) -> dict[str, int]:
-    return {outcome.value: sum(result.outcome is outcome for result in results)
+def counts(rows: list[Row]) -> dict[str, int]:
+    return {outcome.value: sum(row.outcome is outcome for row in rows)
             for outcome in Outcome}
 
 
-def summary(results: list[Result]) -> str:
-    return ", ".join(f"{count} {outcome}" for outcome, count in counts(results).items())
+def summary(rows: list[Row]) -> str:
+    return ", ".join(f"{count} {outcome}" for outcome, count in counts(rows).items())
 
 
-def throw(group: Group, wanted: argparse.Namespace) -> list[Result]:
+def throw(group: Group, wanted: argparse.Namespace) -> list[Row]:
     """Inject a group's faults; print those that have failed and a line for the group."""
     begin = time.monotonic()
 
-    def tell(result: Result) -> None:
-        if result.why or wanted.rows:
-            print(f"  {result.outcome.value}: {group.name}: {result.row.name}"
-                  f" ({result.seconds:.0f} s)", *result.why.splitlines(), sep="\n      ",
-                  flush=True)
+    def tell(row: Row) -> None:
+        if row.why or wanted.rows:
+            print(f"  {row.outcome.value}: {group.name}: {row.name} ({row.seconds:.0f} s)",
+                  *row.why.splitlines(), sep="\n      ", flush=True)
 
-    results = group.throw([row for row in group.rows() if wanted.only in row.name
-                           and (row.chosen or not wanted.chosen)], tell)
-    if results:
-        print(f"{group.name}: {summary(results)} "
-              f"({time.monotonic() - begin:.0f} s)", *group.figures(), sep="\n  ", flush=True)
-    return results
+    rows = group.throw([row for row in group.rows() if wanted.only in row.name
+                        and (row.chosen or not wanted.chosen)], tell)
+    if rows:
+        print(f"{group.name}: {summary(rows)} ({time.monotonic() - begin:.0f} s)",
+              *group.figures(), sep="\n  ", flush=True)
+    return rows
 
 
-def write_docs(results: dict[str, list[Result]], whole: str) -> None:
+def write_docs(results: dict[str, list[Row]], whole: str) -> None:
     """Write the page. The lines of groups that were not thrown are kept.
     @param whole sentence on all groups, written when all were thrown"""
     lines = PAGE.read_text().splitlines()
     for group in GROUPS:
         if thrown := results.get(group.name):
-            row, note = f"| {group.name}: ", f"- {group.name}, "
-            lines = [line for line in lines if not line.startswith((row, note))]
-            lines.append(f"{row}{group.title} | {' | '.join(map(str, counts(thrown).values()))} |")
+            entry, note = f"| {group.name}: ", f"- {group.name}, "
+            cells = " | ".join(map(str, counts(thrown).values()))
+            lines = [line for line in lines if not line.startswith((entry, note))]
+            lines.append(f"{entry}{group.title} | {cells} |")
             lines += [note + figure for figure in group.figures()]
-            lines += {f"{note}known limitation: {result.row.ordered}" for result in thrown
-                      if result.outcome is Outcome.ORDERED}
+            lines += {f"{note}known limitation: {row.ordered}" for row in thrown
+                      if row.outcome is Outcome.ORDERED}
     if len(results) == len(GROUPS):
         lines = [*(line for line in lines if not line.startswith(WHOLE)), whole]
     table = [line for group in GROUPS for line in lines if line.startswith(f"| {group.name}: ")]
@@ -102,7 +102,7 @@ def main() -> int:
     wanted = arguments()
     groups = [group for group in GROUPS if not wanted.groups or group.name in wanted.groups]
     named = {name for lane in LANES for name in lane}
-    results: dict[str, list[Result]] = {}
+    results: dict[str, list[Row]] = {}
 
     def throw_lane(lane: tuple[str, ...]) -> None:
         for group in groups:
@@ -111,7 +111,7 @@ def main() -> int:
 
     with ThreadPoolExecutor(len(LANES)) as pool:
         list(pool.map(throw_lane, LANES))
-    everything = [result for found in results.values() for result in found]
+    everything = [row for found in results.values() for row in found]
     if not everything:
         print("torture: no fault matches the arguments (./torture --help lists the groups)",
               file=sys.stderr)
@@ -121,7 +121,7 @@ def main() -> int:
     if wanted.write_docs:
         write_docs(results, f"{WHOLE}: {len(everything)} faults in {seconds:.0f} s on "
                             f"{os.cpu_count()} cores.")
-    return 1 if any(result.why for result in everything) else 0
+    return 1 if any(row.why for row in everything) else 0
 
 
 if __name__ == "__main__":

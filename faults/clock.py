@@ -58,7 +58,8 @@ def throw_unseen(moment: str) -> None:
 
 
 GROUPS = [Group("clock", "the clock steps during a wait", lambda: [
-    *(Row(f"{name}: {step}", partial(throw, test, moment), chosen=step == "to 1971" and "node" in name)
+    *(Row(f"{name}: {step}", partial(throw, test, moment),
+          chosen=step == "to 1971" and "node" in name)
       for name, test in WAITS.items() for step, moment in STEPS.items()),
     *(Row(f"the check of an attempt: {step}, no inspector", partial(throw_unseen, moment))
       for step, moment in STEPS.items())], at_once=8)]

@@ -2,9 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Callable
 from functools import partial
-from pathlib import Path
 
 from faults.rows import Group, Row
 from faults.trace import Call, Fault, launch, thrown
@@ -22,16 +20,11 @@ QUERY = "AAT+CSQ\r"
 REPLY = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
 OPEN, FIRST, SECOND, SILENCE = (f"{step} error" for step in (
     "open ttyUSB0", "write ATZ", "write ttyUSB0", "read ttyUSB0"))
-# What is in the device's place and how it is made; what the program prints about a chip there, and
-# what the signal query shows.
-UNOPENED = ["Can't open SPI device"]
-UNANSWERED = [f"can't {query}" for query in ("get spi mode", "set spi mode", "get bits per word",
-                                             "get max speed hz")]
-KINDS: dict[str, tuple[Callable[[Path], object], list[str], str]] = {
-    "missing": (lambda path: None, UNOPENED, OPEN),
-    "a directory": (Path.mkdir, UNOPENED, OPEN),
-    "a file": (lambda path: path.write_bytes(bytes(32768)), UNANSWERED, "\0" * 128),
-    "no device of this kind": (lambda path: path.symlink_to("/dev/null"), UNANSWERED, SILENCE),
+# What is in the chip's place, and what the program prints about it.
+CHIPS: dict[str, tuple[str, list[str]]] = {
+    "missing": ("", ["Can't open SPI device"]),
+    "another device": ("/dev/null", [f"can't {query}" for query in (
+        "get spi mode", "set spi mode", "get bits per word", "get max speed hz")]),
 }
 CHIP_CALLS = (Call("openat", 1), Call("pread64", 1))  # the device; the stand-in's block
 # What the panel shows when a call fails once, and the next query when all later ones fail, too.
@@ -52,12 +45,12 @@ def english(root: PrivateRoot) -> None:
     leave(root)
 
 
-def throw_chip(kind: str) -> None:
+def throw_chip(target: str, messages: list[str]) -> None:
     """No stand-in for the chip: what is there is opened and asked as it is."""
-    make, messages, _ = KINDS[kind]
     with stored_root(chip=False) as root:
         root.write(CHIP_MARKER, b"")
-        make(root.host(CHIP))
+        if target:
+            root.host(CHIP).symlink_to(target)
         english(root.start())
         printed = root.content("/testrun/stdout").decode()
         for text in messages:
@@ -81,15 +74,6 @@ def query(root: PrivateRoot, text: str) -> None:
     expect(found == text, f"the signal is {found!r}, not {text!r}")
 
 
-def throw_port(kind: str) -> None:
-    make, _, text = KINDS[kind]
-    with stored_root(nodes=("ttyUSB1",)) as root:
-        make(root.host(PORT))
-        query(root.start(), text)
-        alive(root)
-        leave(root)
-
-
 def throw_port_call(fault: Fault) -> None:
     """A query with a fault and a query after it."""
     once, ever = QUERY_CALLS[fault.call]
@@ -109,13 +93,13 @@ def rows() -> list[Row]:
     once, interrupted = (partial(Fault, deed=f"error={error}") for error in ("EIO", "EINTR"))
     lasting = partial(once, lasting=True)
     return [
-        *(Row(f"the chip's device is {kind}", partial(throw_chip, kind)) for kind in KINDS),
+        *(Row(f"the chip's device is {name}", partial(throw_chip, *chip))
+          for name, chip in CHIPS.items()),
         *(Row(f"chip: {make(call)}", partial(throw_chip_call, make(call), True),
               chosen=make is interrupted)
           for call in CHIP_CALLS for make in (once, lasting, interrupted)),
         *(Row(f"chip: {lasting(call)}, no inspector", partial(
             throw_chip_call, lasting(call), False)) for call in CHIP_CALLS),
-        *(Row(f"the modem's port is {kind}", partial(throw_port, kind)) for kind in KINDS),
         *(Row(f"signal query: {make(call)}", partial(throw_port_call, make(call)),
               chosen=make is once and call.name == "write")
           for call in QUERY_CALLS for make in (once, lasting, interrupted)),

@@ -43,9 +43,10 @@ READERS = {
 }
 
 
-def throw(launch: str, setup: str = "", closed: tuple[int, ...] = ()) -> None:
-    """The panel comes up, serves a signal, dials and ends. Nothing has taken the place of a closed
-    descriptor."""
+def throw(launch: str, setup: str = "", closed: tuple[int, ...] = (), signal: str = "") -> None:
+    """The panel comes up, serves a link check, dials and ends. Nothing has taken the place of a
+    closed descriptor.
+    @param signal that still does what it is for"""
     with started(launch=launch, setup=setup) as root:
         for number in closed:
             found = root.descriptors().get(number)
@@ -53,21 +54,13 @@ def throw(launch: str, setup: str = "", closed: tuple[int, ...] = ()) -> None:
         alive(root)
         type_and_connect(root)
         expect_stored(root, EDITED)
-        leave(root)
-
-
-def throw_signal(how: str, name: str) -> None:
-    """Ignored or blocked by what launches it, a signal still does what it is for."""
-    with started(launch=LAUNCH.replace("program", f"{ENV} --{how}-signal={name}")) as root:
-        alive(root)
-        type_and_connect(root)
-        root.signal(Signals[f"SIG{name}"])
-        if name in STOPS:
+        if signal:
+            root.signal(Signals[f"SIG{signal}"])
+        if signal in STOPS:
             ended(root)
         else:
             alive(root)
             leave(root)
-        expect_stored(root, EDITED)
 
 
 def throw_uninspected(launch: str, setup: str) -> None:
@@ -138,7 +131,8 @@ def rows() -> list[Row]:
         *(Row(f"closed: {' '.join(map(str, numbers))}",
               partial(throw, closing(numbers), closed=numbers), chosen=len(numbers) == 3)
           for numbers in closed),
-        *(Row(f"{how} {name}", partial(throw_signal, how, name),
+        *(Row(f"{how} {name}", partial(
+            throw, LAUNCH.replace("program", f"{ENV} --{how}-signal={name}"), signal=name),
               chosen=name in ("USR1", "CHLD", "TERM"))
           for how in ("ignore", "block") for name in SIGNALS),
         *(Row(name, partial(throw, *reader), chosen="error" in name)

@@ -1,4 +1,4 @@
-"""A fault, what is expected of the program under it, and what came of it."""
+"""A fault, what is expected of the program under it, and its outcome."""
 
 from __future__ import annotations
 
@@ -6,8 +6,9 @@ import os
 import time
 from collections.abc import Callable
 from concurrent.futures import ThreadPoolExecutor
-from dataclasses import dataclass, replace
+from dataclasses import dataclass
 from enum import Enum
+from functools import partial
 from operator import attrgetter
 
 from privateroot import operating
@@ -27,12 +28,13 @@ class Outcome(Enum):
 class Row:
     """One fault.
 
-    @ivar throw throws the fault and looks at what the program does; AssertionError when it is not
+    @ivar throw injects the fault and checks what the program does; AssertionError when it is not
         what was expected. It may return the reason why, by design, something was lost
     @ivar ordered why the program loses something under this fault by design; None when it must
-        not, or when what the throw finds is to say so
-    @ivar chosen whether ./test throws it, too
-    @ivar seconds that it takes, about: of a group's rows the longest are thrown first
+        not, or when the throw returns the reason
+    @ivar chosen true when ./test injects it, too
+    @ivar seconds that it takes, about, and then has taken: of a group's rows the longest come first
+    @ivar why it has failed, if it has
     """
 
     name: str
@@ -40,21 +42,22 @@ class Row:
     ordered: str | None = None
     chosen: bool = False
     seconds: float = 0
-
-
-@dataclass
-class Result:
-    """What came of a row."""
-
-    row: Row
-    seconds: float  # that it has taken
-    why: str = ""  # it failed
+    why: str = ""
 
     @property
     def outcome(self) -> Outcome:
         if self.why:
             return Outcome.FAILED
-        return Outcome.ORDERED if self.row.ordered else Outcome.HELD
+        return Outcome.ORDERED if self.ordered else Outcome.HELD
+
+    def run(self, tell: Callable[[Row], None]) -> None:
+        begin = time.monotonic()
+        try:
+            self.ordered = self.throw() or self.ordered
+        except Exception as error:  # whatever went wrong, the next row is run
+            self.why = f"{type(error).__name__}: {error}"
+        self.seconds = time.monotonic() - begin
+        tell(self)
 
 
 @dataclass
@@ -68,17 +71,11 @@ class Group:
     figures: Callable[[], list[str]] = list  # what was measured, a line each
     last: Callable[[], list[Row]] = list  # rows about what the others have used
 
-    def throw(self, rows: list[Row], tell: Callable[[Result], None]) -> list[Result]:
-        """Throws rows, several at once. @param tell is called with each result as it comes"""
-        def one(row: Row) -> Result:
-            begin, why = time.monotonic(), ""
-            try:
-                row = replace(row, ordered=row.throw() or row.ordered)
-            except Exception as error:  # whatever went wrong, the next row is thrown
-                why = f"{type(error).__name__}: {error}"
-            result = Result(row, time.monotonic() - begin, why)
-            tell(result)
-            return result
+    def throw(self, rows: list[Row], tell: Callable[[Row], None]) -> list[Row]:
+        """Inject faults, several at once. @param tell is called with each row that has run"""
+        rows = sorted(rows, key=attrgetter("seconds"), reverse=True)
         with ThreadPoolExecutor(self.at_once) as pool:
-            results = list(pool.map(one, sorted(rows, key=attrgetter("seconds"), reverse=True)))
-            return results + list(pool.map(one, self.last()))
+            list(pool.map(partial(Row.run, tell=tell), rows))
+            last = self.last()
+            list(pool.map(partial(Row.run, tell=tell), last))
+        return rows + last

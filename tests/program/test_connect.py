@@ -23,13 +23,6 @@ SNAPSHOT = """
 echo >/testrun/at-{name}/complete
 """
 Act = Callable[[Panel], object]
-# What is in a log's place before the first dial, and its mode afterwards.
-LAID_LOGS: dict[str, tuple[Callable[[Path], object], int]] = {
-    "nothing": (lambda log: None, 0o600),
-    "open to all": (Path.touch, 0o600),
-    "link": (lambda log: log.symlink_to("ppp.log.shared"), 0o777),
-    "FIFO": (os.mkfifo, 0o644),
-}
 
 
 class Connect(ProgramTest):
@@ -100,8 +93,11 @@ class Connect(ProgramTest):
 
     def test_private_logs(self) -> None:
         """What pppd finds in a log's place. A link is kept as it is, and so is its target."""
-        for name, (lay, mode) in LAID_LOGS.items():
-            with self.subTest(name):
+        table: tuple[tuple[Callable[[Path], object], int], ...] = (
+            (lambda log: None, 0o600), (Path.touch, 0o600), (os.mkfifo, 0o644),
+            (lambda log: log.symlink_to("ppp.log.shared"), 0o777))
+        for lay, mode in table:
+            with self.subTest(mode):
                 root = self.stored_root()
                 root.write(f"{LOGS[0]}.shared", "log")
                 for log in LOGS:

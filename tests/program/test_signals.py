@@ -7,7 +7,6 @@ from panel.facts import STATUS
 from privateroot.operating import connect, ended, leave
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending
-from privateroot.waiting import wait_until
 from programtest import ProgramTest
 
 FLOOD = 2000
@@ -60,14 +59,3 @@ class Signals(ProgramTest):
         except ProcessLookupError:
             pass
         ended(root)
-
-    def test_one_at_a_time(self) -> None:
-        """One signal, one check: no more and no less."""
-        root = self.started()
-        for number in range(2, 12):
-            root.signal(SIGUSR1)
-            root.wait_calls("ifconfig", number)
-            # The status label's look at /dev ends the check.
-            wait_until(lambda: len(root.calls("ls")) == 1 + number, 2, "the check's end")
-        leave(root)
-        self.assertEqual(len(root.calls("ifconfig")), 11)

@@ -52,12 +52,10 @@ class StartUp(ProgramTest):
     def test_no_display(self) -> None:
         """An error message and an exit status of its own, no abort."""
         for platform in ("linuxfb:fb=/dev/none", "none"):
-            with self.subTest(platform):
-                root = self.root(launch=LAUNCH.replace(
-                    "program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}"))
-                root.start(shown=False)
-                self.assertEqual(root.wait_exit(), 69)
-                self.assertIn("corvanta: no display", "\n".join(root.errors()))
+            launch = LAUNCH.replace("program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}")
+            root = self.root(launch=launch).start(shown=False)
+            self.assertEqual(root.wait_exit(), 69)
+            self.assertIn("corvanta: no display", "\n".join(root.errors()))
 
     def test_second_copy(self) -> None:
         """It refuses to start beside the first, and starts once that has been killed."""
