@@ -1,4 +1,4 @@
-"""The chip's device and the modem's port: what may be in their place, and failing calls."""
+"""Calls for the chip's device and the modem's port fail."""
 
 from __future__ import annotations
 
@@ -7,7 +7,6 @@ from functools import partial
 from faults.rows import Group, Row
 from faults.trace import Call, Fault, launch, thrown
 from faults.unseen import untouched_run
-from panel.facts import CHIP_MARKER
 from privateroot.operating import (alive, expect, leave, query_signal, signal_value,
                                    stored_root)
 from privateroot.process import PrivateRoot
@@ -20,12 +19,6 @@ QUERY = "AAT+CSQ\r"
 REPLY = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
 OPEN, FIRST, SECOND, SILENCE = (f"{step} error" for step in (
     "open ttyUSB0", "write ATZ", "write ttyUSB0", "read ttyUSB0"))
-# What is in the chip's place, and what the program prints about it.
-CHIPS: dict[str, tuple[str, list[str]]] = {
-    "missing": ("", ["Can't open SPI device"]),
-    "another device": ("/dev/null", [f"can't {query}" for query in (
-        "get spi mode", "set spi mode", "get bits per word", "get max speed hz")]),
-}
 CHIP_CALLS = (Call("openat", 1), Call("pread64", 1))  # the device; the stand-in's block
 # What the panel shows when a call fails once, and the next query when all later ones fail, too.
 QUERY_CALLS = {
@@ -38,30 +31,15 @@ QUERY_CALLS = {
 }
 
 
-def english(root: PrivateRoot) -> None:
-    """The panel is there, in the language of a board without a chip."""
-    expect(root.panel.button("Connect"), "the English screen")
-    alive(root)
-    leave(root)
-
-
-def throw_chip(target: str, messages: list[str]) -> None:
-    """No stand-in for the chip: what is there is opened and asked as it is."""
-    with stored_root(chip=False) as root:
-        root.write(CHIP_MARKER, b"")
-        if target:
-            root.host(CHIP).symlink_to(target)
-        english(root.start())
-        printed = root.content("/testrun/stdout").decode()
-        for text in messages:
-            expect(text in printed, f"{text}: {printed}")
-
-
 def throw_chip_call(fault: Fault, inspected: bool) -> None:
+    """The panel comes up, in the language of a board without a chip."""
     with stored_root(launch=launch(fault, (CHIP,)), inspected=inspected) as root:
         root.add_chip(CHINESE)
         if inspected:
-            english(root.start())
+            root.start()
+            expect(root.panel.button("Connect"), "the English screen")
+            alive(root)
+            leave(root)
         else:
             untouched_run(root)
         thrown(root)
@@ -93,8 +71,6 @@ def rows() -> list[Row]:
     once, interrupted = (partial(Fault, deed=f"error={error}") for error in ("EIO", "EINTR"))
     lasting = partial(once, lasting=True)
     return [
-        *(Row(f"the chip's device is {name}", partial(throw_chip, *chip))
-          for name, chip in CHIPS.items()),
         *(Row(f"chip: {make(call)}", partial(throw_chip_call, make(call), True),
               chosen=make is interrupted)
           for call in CHIP_CALLS for make in (once, lasting, interrupted)),

@@ -6,7 +6,6 @@ import os
 from collections.abc import Callable
 from functools import partial
 from pathlib import Path
-from random import Random
 
 from faults.panel import (DEFAULTS, EDITED, expect_stored, generated, repairable, shown, stored,
                           type_and_connect)
@@ -34,18 +33,11 @@ def linked(path: Path) -> None:
     path.symlink_to("real")
 
 
-RANDOM = Random(1).randbytes(100_000)
-# The values of its first lines: ISO 8859-1 to the first NUL; the sixth is no number.
-RANDOM_SHOWN = b"".join(line.partition(b"\0")[0].strip().decode("latin-1").encode() + b"\n"
-                        for line in RANDOM.split(b"\n")[:5]) + b"0\n"
-
 # Content of the parameter file, and what the screen shows and the next save leaves of it.
 CONTENTS: dict[str, tuple[Make, bytes]] = {
     "100 MB": (large, STORED),
-    "100 MB in one line": (lambda path: path.write_bytes(b"x" * LARGE), DEFAULTS),
     "a link": (linked, STORED),
     "a dangling link to what can be made": (link("made"), DEFAULTS),
-    "random bytes": (lambda path: path.write_bytes(RANDOM), RANDOM_SHOWN),
 }
 # What cannot be read or written. It stays what it is.
 KINDS: dict[str, Make] = {

@@ -1,8 +1,7 @@
 """Exit: the logs rotated, the parameters saved, the program ended, in every state."""
 
 import itertools
-import os
-from signal import SIGTERM, SIGUSR1
+from signal import SIGTERM
 
 from modem import Modem
 from panel.facts import APN, CHAT_SCRIPT, LOGS, OLD_LOG, PARAMETERS, PEER_FILE, STORED
@@ -30,18 +29,6 @@ class Exit(ProgramTest):
                     self.assertEqual(root.content(log + OLD_LOG),
                                      f"current {log}".encode() if current else b"")
 
-    def test_old_log_that_cannot_go(self) -> None:
-        """A directory in the old log's place keeps that log where it is, and nothing else."""
-        root = self.stored_root()
-        for log in LOGS:
-            root.write(log, "current")
-        root.host(LOGS[0] + OLD_LOG).mkdir()
-        root.write(LOGS[0] + OLD_LOG + "/file", "x")
-        leave(root.start())
-        self.assertEqual(root.read(LOGS[0]), b"current")
-        self.assertEqual(os.listdir(root.host(LOGS[0] + OLD_LOG)), ["file"])
-        self.assertEqual(root.read(LOGS[1] + OLD_LOG), b"current")
-
     def test_edits_without_connecting(self) -> None:
         root = self.stored_root()
         root.write(CHAT_SCRIPT, "old")
@@ -60,22 +47,6 @@ class Exit(ProgramTest):
         connect(root)
         leave(root, ["pppd", "sleep"])
         self.assertEqual(len(root.calls("killall")), 1, "only the one before dialling")
-
-    def test_touched_during_a_command(self) -> None:
-        """The touch waits for the command and is served then."""
-        for name in ("ifconfig", "killall", "pppd"):
-            with self.subTest(name):
-                root = self.started()
-                button = root.panel.button("Exit")
-                root.answer(name, "/usr/bin/sleep 0.4" + "\n:" * (name == "pppd"))
-                calls = len(root.calls(name))
-                if name == "ifconfig":
-                    root.signal(SIGUSR1)
-                else:
-                    root.panel.press("Connect")
-                root.wait_calls(name, calls + 1)
-                root.panel.click(button)
-                ended(root)
 
     def test_several_waits_at_once(self) -> None:
         """A Connect waits for the node from within the wait for the modem's answer."""

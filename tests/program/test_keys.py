@@ -5,7 +5,7 @@ import time
 from collections.abc import Callable
 from pathlib import Path
 
-from panel.facts import APN, DIAL, FAILED, FIELDS, MISC, PARAMETERS, PIN, SIZES
+from panel.facts import APN, DIAL, FAILED, FIELDS, MISC, PARAMETERS, PASSWORD, PIN, SIZES, USER
 from panel.screen import Screen
 from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot
@@ -45,6 +45,21 @@ class Keys(ProgramTest):
                     self.assertIn(lifted, (0, top - height - 4 - y + lifted))  # no further
                     root.panel.put_keys_away()
                     self.assert_at_rest(root.panel.screen())
+
+    def test_from_field_to_field(self) -> None:
+        """The next field in sight can be touched while the keys are up, twice, too."""
+        panel = self.with_keys().panel
+        panel.click(panel.raise_keys(PASSWORD).key("123"))
+        panel.wait(lambda screen: screen.has_key("1"), 5, "another page")
+        user = panel.field(USER)
+        panel.click(user)
+        panel.click(user)  # where the field above is by now
+        screen = panel.wait(lambda now: now if now.main_window()["rect"][1] == -8 else None, 5,
+                            "the window lower again")
+        self.assertTrue(screen.field(USER)["focus"])
+        time.sleep(0.5)
+        panel.click(panel.wait(lambda now: now.key("x"), 5, "letters"))
+        panel.wait(lambda now: now.field(USER)["text"] == "operatorx", 5, "x typed")
 
     def test_ways_to_go(self) -> None:
         table: dict[str, Callable[[PrivateRoot], object]] = {

@@ -2,7 +2,6 @@
 
 import time
 from collections.abc import Iterable
-from typing import NamedTuple
 
 from modem import Modem
 from panel.facts import MISC
@@ -15,23 +14,14 @@ SILENCE = "read ttyUSB0 error"
 QUERY = b"AAT+CSQ\r"
 
 
-class Reply(NamedTuple):
-    """What the modem sends and what the panel's signal widgets show of it."""
-
-    name: str
-    chunks: list[bytes]
-    text: str
-    bar: int
-    pause: float = 0.0
-
-
-REPLIES = (
-    Reply("17", [b"\r\n+CSQ: 17,99\r\n\r\nOK\r\n"], "\r\n+CSQ: 17,99\r\n\r\nOK\r\n", 54),
-    Reply("99", [b"\r\n+CSQ: 99,99\r\n\r\nOK\r\n"], "No Signal", 0),
-    Reply("in pieces", [b"\r\n+CSQ", b": 17,99\r\n"], "\r\n+CSQ", 0, 0.3),
-    Reply("late", [b"\r\n+CSQ: 17,99\r\n"], "\r\n+CSQ: 17,99\r\n", 54, 2.0),
-    Reply("markup", [b"\r\n<b>QQ:17,</b>\r\n"], "\r\n<b>QQ:17,</b>\r\n", 54),
-    Reply("more than a read", [b"\r\n+CSQ: 17" + b"x" * 300], "\r\n+CSQ: 17" + "x" * 118, 54),
+# What the modem sends after which pause in seconds each, and what the label and the bar show of it.
+REPLIES: tuple[tuple[list[bytes], float, str, int], ...] = (
+    ([b"\r\n+CSQ: 17,99\r\n\r\nOK\r\n"], 0, "\r\n+CSQ: 17,99\r\n\r\nOK\r\n", 54),
+    ([b"\r\n+CSQ: 99,99\r\n\r\nOK\r\n"], 0, "No Signal", 0),
+    ([b"\r\n+CSQ", b": 17,99\r\n"], 0.3, "\r\n+CSQ", 0),
+    ([b"\r\n+CSQ: 17,99\r\n"], 2, "\r\n+CSQ: 17,99\r\n", 54),
+    ([b"\r\n<b>QQ:17,</b>\r\n"], 0, "\r\n<b>QQ:17,</b>\r\n", 54),
+    ([b"\r\n+CSQ: 17" + b"x" * 300], 0, "\r\n+CSQ: 17" + "x" * 118, 54),  # more than a read
 )
 
 
@@ -48,13 +38,13 @@ class SignalQuery(ProgramTest):
         return root.panel.screen().orphans("QProgressBar")[0]["value"]
 
     def test_replies(self) -> None:
-        for reply in REPLIES:
-            with self.subTest(reply.name):
-                modem, root = self.asked(reply.chunks, reply.pause)
+        for chunks, pause, text, bar in REPLIES:
+            with self.subTest(chunks):
+                modem, root = self.asked(chunks, pause)
                 self.assertEqual(query_signal(root), 0)
                 value = signal_value(root)
-                self.assertEqual((value["text"], value["format"]), (reply.text, PLAIN_TEXT))
-                self.assertEqual(self.bar(root), reply.bar)
+                self.assertEqual((value["text"], value["format"]), (text, PLAIN_TEXT))
+                self.assertEqual(self.bar(root), bar)
                 self.assertEqual(modem.heard, QUERY)
                 self.assertNotIn(modem.path, root.descriptors().values())
                 leave(root)

@@ -94,8 +94,9 @@ class StartUp(ProgramTest):
         root.wait_calls("usb", 3)  # start-up, the signal's check, then the first poll
         self.assert_lasted(time.monotonic() - begin, 3.0, 0.5)
         root.set_usb(DONGLE)
-        root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
+        root.wait_calls("usb", 4)
         self.assert_lasted(time.monotonic() - begin, 6.0, 0.5)
+        root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
         root.wait_calls("ls", 1)
         root.add_node("ttyUSB0")
         root.wait_shown(2)
