@@ -156,7 +156,7 @@ TABLE = {
 GROUPS = [
     Group("dongle", "plugged, unplugged, replaced by another device", lambda: [
         Row("it comes late and is pulled, no inspector", throw_unseen),
-        Row("20 cycles", Growth(replug, 20, 8).throw, chosen=True)]),
+        Row("20 cycles", Growth(replug, 20, 2).throw, chosen=True)]),
     Group("growth", "memory growth over time", lambda: [
         Row(name, growth.throw, chosen=name in CHOSEN) for name, growth in TABLE.items()],
         figures=lambda: [f"{name}: {growth.figure}" for name, growth in TABLE.items()

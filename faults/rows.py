@@ -9,7 +9,6 @@ from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from enum import Enum
 from functools import partial
-from operator import attrgetter
 
 from privateroot import operating
 
@@ -33,7 +32,7 @@ class Row:
     @ivar ordered why the program loses something under this fault by design; None when it must
         not, or when the throw returns the reason
     @ivar chosen true when ./test injects it, too
-    @ivar seconds that it takes, about, and then has taken: of a group's rows the longest come first
+    @ivar seconds that it has taken
     @ivar why it has failed, if it has
     """
 
@@ -69,13 +68,11 @@ class Group:
     rows: Callable[[], list[Row]]
     at_once: int = 2 * (os.cpu_count() or 1)  # most of a row is waiting
     figures: Callable[[], list[str]] = list  # what was measured, a line each
-    last: Callable[[], list[Row]] = list  # rows about what the others have used
+    end: Callable[[], object] = list  # called once all rows have run
 
     def throw(self, rows: list[Row], tell: Callable[[Row], None]) -> list[Row]:
         """Inject faults, several at once. @param tell is called with each row that has run"""
-        rows = sorted(rows, key=attrgetter("seconds"), reverse=True)
         with ThreadPoolExecutor(self.at_once) as pool:
             list(pool.map(partial(Row.run, tell=tell), rows))
-            last = self.last()
-            list(pool.map(partial(Row.run, tell=tell), last))
-        return rows + last
+            self.end()  # while the pool's threads live: a machine is killed with its thread
+        return rows
