@@ -22,7 +22,7 @@ from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG, NETWORK_LOG, SCENARIO
 
 Run = Callable[[str, float], str]
-PUKS = itertools.count(10000001)
+TRIES = itertools.cycle("32")
 PAGE = ROOT / "docs/measured/dialling.md"
 OPENING = """\
 # How pppd and chat interpret the parameters: results
@@ -205,8 +205,8 @@ tail -n +$((lines + 1)) {MODEM_LOG}
 
 def measure_chat(run: Run, kind: str, value: str) -> tuple[int, str]:
     """@return chat's exit status, and the line in which the modem has heard the value"""
-    # Each PUK stands for another SIM, so that every PIN meets a fresh one.
-    card = f"sim.pin=1234\nsim.puk={next(PUKS)}\n" if kind == "pin" else ""
+    # Another number of tries stands for another SIM, so that every PIN meets a fresh one.
+    card = f"sim.pin=1234\nsim.tries={next(TRIES)}\n" if kind == "pin" else ""
     files = ((SCENARIO, "dial=no-carrier\n" + card),)
     output = run(write_files(files) + generate(**{kind: value}) + CHAT_COMMANDS, 300)
     status = re.search(r"^STATUS (\d+)", output, re.M)

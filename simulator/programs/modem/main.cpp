@@ -1,103 +1,257 @@
 // modemsim: plays the dongle, a USB modem stick, on a serial line, and the network behind it.
-#include "simulator/programs/common/commandline.h"
-#include "simulator/programs/common/eventlog.h"
-#include "simulator/programs/modem/dongle.h"
-#include "simulator/programs/modem/networkside.h"
+//
+// The line hangs up when the dongle is pulled. That ends the call and switches the modem off, until
+// the line can be opened again. The log has command lines and replies in double quotes:
+//
+//     12.345 heard "AT+CSQ"
+//     12.346 reply "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
+//     13.000 event dialled, apn "internet", connected
+#include "simulator/programs/modem/modem.h"
+#include "simulator/programs/modem/network.h"
 #include "simulator/programs/modem/scenario.h"
+#include "simulator/programs/modem/terminal.h"
 
-#include <csignal>
+#include <chrono>
 #include <cstdio>
+#include <iomanip>
+#include <iterator>
+#include <poll.h>
+#include <sstream>
 #include <string>
-#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
-struct Options {
-    modem::Dongle::Settings dongle;
-    modem::NetworkSide::Settings network;
-    std::string log;
-    std::string checked; ///< a scenario file that is only to be checked
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr milliseconds ReopenPause{200};
+constexpr milliseconds BytePause{10}; // within a reply in pieces
+constexpr std::size_t LongestLine = 1024;
+constexpr char FrameFlag = 0x7e;
+constexpr char Ipcp[] = "\x80\x21"; // protocol number; bytes that a frame never escapes
+
+constexpr char Usage[] =
+    "Usage: modemsim PORT FOLDER [NETWORK]\n"
+    "Play the dongle, a USB modem stick, on a serial line, and the network behind it.\n\n"
+    "  PORT     serial line\n"
+    "  FOLDER   of the scenario, modem.log, network.log and, in ppp, the network's secrets\n"
+    "  NETWORK  program to run in the place of pppd, without namespaces of its own\n\n"
+    "modemsim --check-scenario FILE only checks a scenario. Its keys, with (defaults):\n";
+
+std::string printable(const std::string &bytes)
+{
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
+    for (const char byte : bytes) {
+        if (byte == '\r' || byte == '\n')
+            text << (byte == '\r' ? "\\r" : "\\n");
+        else if (byte < 0x20 || byte >= 0x7f)
+            text << "\\x" << std::setw(2) << (byte & 0xff);
+        else
+            text << (byte == '"' || byte == '\\' ? "\\" : "") << byte;
+    }
+    return '"' + text.str() + '"';
+}
+
+class Dongle
+{
+public:
+    Dongle(const std::string &port, const std::string &folder, modem::Network &network)
+        : m_path(port), m_scenarioPath(folder + "/scenario"),
+          m_log(std::fopen((folder + "/modem.log").c_str(), "ae")), m_network(network)
+    {
+    }
+
+    /** Serves the line for as long as the process runs. */
+    [[noreturn]] void run()
+    {
+        for (;;) {
+            if (!m_port.isOpen())
+                awaitPort();
+            pollfd entries[] = {{m_port.get(), POLLIN, 0},
+                                {m_network.line(), POLLIN, 0},
+                                {m_network.process(), POLLIN, 0}};
+            ::poll(entries, std::size(entries), -1);
+            if (entries[1].revents != 0)
+                modem::writeTerminal(m_port, m_network.receive());
+            if (entries[2].revents != 0 && !finishCall().callerLeft)
+                say("\r\nNO CARRIER\r\n");
+            if ((entries[0].revents & (POLLHUP | POLLERR)) != 0)
+                losePort();
+            else if (entries[0].revents != 0)
+                receive(modem::readTerminal(m_port));
+        }
+    }
+
+private:
+    void log(const std::string &text)
+    {
+        const std::chrono::duration<double> age = Clock::now() - m_start;
+        std::fprintf(m_log, "%.3f %s\n", age.count(), text.c_str());
+        std::fflush(m_log);
+    }
+
+    void awaitPort()
+    {
+        while (!(m_port = modem::openTerminal(m_path)).isOpen())
+            std::this_thread::sleep_for(ReopenPause);
+        log("event line open");
+    }
+
+    void losePort()
+    {
+        log("event line lost");
+        m_port.close();
+        m_modem.powerOn();
+        m_typed.clear();
+        endCall();
+    }
+
+    void receive(const std::string &bytes)
+    {
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            if (m_network.isRunning())
+                return relay(bytes.substr(i));
+            if (bytes[i] == '\r')
+                execute(std::exchange(m_typed, {}));
+            else if (m_typed.size() < LongestLine)
+                m_typed += bytes[i];
+        }
+    }
+
+    void execute(const std::string &line)
+    {
+        log("heard " + printable(line));
+        const std::string error = modem::readScenario(m_scenarioPath, m_scenario);
+        if (!error.empty())
+            log("event " + error);
+        m_modem.setScenario(m_scenario);
+        if (m_scenario["answer"] == "silent")
+            return;
+        if (m_scenario["answer"] == "echo")
+            modem::writeTerminal(m_port, line + '\r');
+        const modem::Reply reply = m_modem.execute(line);
+        if (reply.dialled) {
+            log("event dialled, apn \"" + m_modem.apn() + "\", " +
+                (reply.connected ? "connected" : "refused"));
+            std::this_thread::sleep_for(milliseconds(modem::number(m_scenario, "dial_ms")));
+        }
+        if (!reply.text.empty())
+            say(reply.text);
+        if (reply.connected)
+            startCall();
+    }
+
+    void say(const std::string &text)
+    {
+        log("reply " + printable(text));
+        if (m_scenario["answer"] == "slow")
+            std::this_thread::sleep_for(milliseconds(modem::number(m_scenario, "delay_ms")));
+        if (m_scenario["answer"] != "pieces")
+            return modem::writeTerminal(m_port, text);
+        for (const char byte : text) {
+            modem::writeTerminal(m_port, {byte});
+            std::this_thread::sleep_for(BytePause);
+        }
+    }
+
+    void startCall()
+    {
+        const std::string error = m_network.start(m_scenario);
+        log("event " +
+            (error.empty() ? "network started, pid " + std::to_string(m_network.pid()) : error));
+    }
+
+    /** Passes a caller's bytes on to the network. */
+    void relay(const std::string &bytes)
+    {
+        m_typed += bytes;
+        const std::size_t flag = m_typed.rfind(FrameFlag);
+        if (flag != std::string::npos)
+            m_typed.erase(0, flag + 1);
+        // The line has no DTR: a caller whose pppd was killed is known to have hung up by the next
+        // command line. No frame begins like one.
+        const std::size_t begin = m_typed.find_first_not_of("\r\"");
+        if (begin != std::string::npos && m_typed.compare(begin, 2, "AT") == 0) {
+            log("event caller starts over");
+            const std::string typed = m_typed;
+            endCall();
+            return receive(typed);
+        }
+        if (m_scenario["ipcp"] == "yes" || bytes.find(Ipcp) == std::string::npos)
+            m_network.send(bytes);
+    }
+
+    void endCall()
+    {
+        if (!m_network.isRunning())
+            return;
+        m_network.kill();
+        finishCall();
+    }
+
+    modem::Network::End finishCall()
+    {
+        modem::Network::End end = m_network.finish();
+        log("event network ended, " + end.text);
+        m_typed.clear();
+        return end;
+    }
+
+    std::string m_path;
+    std::string m_scenarioPath;
+    std::FILE *m_log;
+    modem::Network &m_network;
+    FileDescriptor m_port;
+    modem::Modem m_modem;
+    modem::Scenario m_scenario;
+    std::string m_typed; ///< beginning of a command line, or during a call of what may be one
+    Clock::time_point m_start = Clock::now();
 };
 
-common::CommandLine commandLine(Options &options)
+/** Plays for as long as the process runs. @return exit status of the program */
+int play(const std::string &port, const std::string &folder, const std::string &program)
 {
-    using common::anyText;
-    return {
-        "modemsim",
-        "Plays the dongle, a USB modem stick, on a serial line, and the network behind it.",
-        {},
-        {
-            {"port", anyText("DEVICE", options.dongle.port),
-             "the dongle's serial line (/dev/ttyGS0)"},
-            {"scenario", anyText("FILE", options.dongle.scenario),
-             "what to do, read again at every command line"},
-            {"check-scenario", anyText("FILE", options.checked),
-             "only say what is wrong with a scenario"},
-            {"log", anyText("FILE", options.log), "commands, replies and events (standard error)"},
-            {"network", anyText("PROGRAM", options.network.program),
-             "pppd of the network (/usr/sbin/netpppd)"},
-            {"network-log", anyText("FILE", options.network.log), "its debug log (/dev/null)"},
-            {"namespace", anyText("NAME", options.network.nameSpace),
-             "its network namespace (carrier); empty: none"},
-            {"folder", anyText("FOLDER", options.network.folder),
-             "for the files of the namespace (/run/modemsim)"},
-        },
-        0,
-        "\nA scenario file has lines of key=value; in brackets the value without the line:\n" +
-            modem::scenarioHelp()};
+    ::umask(S_IRWXG | S_IRWXO); // the network's secrets are root's
+    modem::Network network(program.empty() ? "netpppd" : program, folder + "/network.log");
+    const std::string error = program.empty() ? network.enterNamespaces(folder + "/ppp") : "";
+    if (error.empty())
+        Dongle(port, folder, network).run();
+    std::fprintf(stderr, "modemsim: %s\n", error.c_str());
+    return 1;
 }
 
-/** Prints what is wrong with a scenario file. @return exit status of the program */
-int reportScenario(const std::string &path)
+/** @return exit status of the program: 1 if the scenario is invalid */
+int check(const std::string &path)
 {
-    const std::vector<std::string> faults = modem::checkScenario(path);
-    for (const std::string &fault : faults)
-        std::puts(fault.c_str());
-    return faults.empty() ? 0 : 1;
+    modem::Scenario scenario;
+    const std::string error = modem::readScenario(path, scenario);
+    std::fputs(error.c_str(), stdout);
+    return error.empty() ? 0 : 1;
 }
 
-/** @return a signalfd for the signals that the dongle serves, or -1 */
-FileDescriptor blockSignals()
+/** @return exit status of the program */
+int help(int status)
 {
-    // The line hangs up when the dongle is pulled, and may be a controlling terminal.
-    ::signal(SIGHUP, SIG_IGN);
-    ::signal(SIGPIPE, SIG_IGN);
-    sigset_t served;
-    sigemptyset(&served);
-    for (const int number : {SIGTERM, SIGINT, SIGCHLD})
-        sigaddset(&served, number);
-    ::sigprocmask(SIG_BLOCK, &served, nullptr);
-    return FileDescriptor(::signalfd(-1, &served, SFD_CLOEXEC | SFD_NONBLOCK));
-}
-
-/** Plays until it is told to stop. @return exit status of the program */
-int play(const Options &options)
-{
-    const FileDescriptor signals = blockSignals();
-    common::EventLog log(options.log);
-    if (!signals.isOpen() || !log.isOpen()) {
-        std::perror("modemsim");
-        return 1;
-    }
-    modem::NetworkSide network(options.network);
-    const std::string fault = network.prepare();
-    if (!fault.empty()) {
-        log.write("event " + fault);
-        std::fprintf(stderr, "modemsim: %s\n", fault.c_str());
-        return 1;
-    }
-    modem::Dongle dongle(options.dongle, log, network);
-    dongle.run(signals.get());
-    return 0;
+    std::fputs(Usage, stdout);
+    for (const modem::ScenarioKey &key : modem::ScenarioKeys)
+        std::printf("  %s=%s (%s): %s\n", key.name, key.values, key.usual, key.help);
+    return status;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    Options options;
-    if (const auto status = common::readCommandLine(commandLine(options), argc, argv))
-        return *status;
-    return options.checked.empty() ? play(options) : reportScenario(options.checked);
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.size() == 2 && words[0] == "--check-scenario")
+        return check(words[1]);
+    if (words.size() < 2 || words.size() > 3)
+        return help(argc == 2 && words[0] == "--help" ? 0 : 2);
+    return play(words[0], words[1], words.size() == 3 ? words[2] : "");
 }

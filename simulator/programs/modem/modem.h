@@ -1,134 +1,151 @@
-// Command interpreter of the simulated dongle: a command line in, a reply out.
+// The modem's command interpreter.
 #pragma once
 
-#include "simulator/programs/modem/atcommand.h"
 #include "simulator/programs/modem/scenario.h"
-#include "simulator/programs/modem/simcard.h"
 
-#include <array>
-#include <map>
-#include <optional>
+#include <algorithm>
 #include <string>
 
 namespace modem
 {
 
-/** Result codes of ITU-T V.250, 5.7.1, with their numbers; DELAYED is a common addition. */
-enum class ResultCode {
-    Ok = 0,
-    Connect = 1,
-    NoCarrier = 3,
-    Error = 4,
-    NoDialtone = 6,
-    Busy = 7,
-    NoAnswer = 8,
-    Delayed = 24,
-};
-
-/** Error numbers of 3GPP TS 27.007, 9.2. */
-enum class EquipmentError {
-    OperationNotAllowed = 3,
-    SimNotInserted = 10,
-    SimPinRequired = 11,
-    SimPukRequired = 12,
-    SimFailure = 13,
-    IncorrectPassword = 16,
-    IncorrectParameters = 50,
-};
-
-/** The data call that a dial command asked for. */
-struct Call {
-    std::string apn;        ///< APN of the PDP context that was dialled
-    bool connected = false; ///< false: the reply says why not
-};
-
-/** The answer to one command line. */
 struct Reply {
-    std::string bytes;
-    std::optional<Call> call; ///< set when the line dialled
+    std::string text;       ///< information and result code; empty: no reply
+    bool dialled = false;   ///< the line dialled, and the SIM is ready
+    bool connected = false; ///< a call begins after the reply
 };
 
-/**
- * The modem from its power-on. Commands follow ITU-T V.250 and 3GPP TS 27.007; the answer to an
- * unknown one is ERROR.
- */
+inline std::string onLine(const std::string &text)
+{
+    return "\r\n" + text + "\r\n";
+}
+
+inline Reply result(bool ok)
+{
+    return {onLine(ok ? "OK" : "ERROR")};
+}
+
+inline Reply information(const std::string &text)
+{
+    return {onLine(text) + onLine("OK")};
+}
+
+inline std::string withoutLastQuote(const std::string &text)
+{
+    return !text.empty() && text.back() == '"' ? text.substr(0, text.size() - 1) : text;
+}
+
+/** The modem and its SIM: one PDP context, and the commands that are sent to it here. */
 class Modem
 {
 public:
-    Modem();
+    /** Sets what to do. Another value of a sim key is another SIM. */
+    void setScenario(const Scenario &scenario)
+    {
+        bool isOtherSim = m_scenario.empty();
+        for (const char *key : {"sim.present", "sim.pin", "sim.tries"})
+            isOtherSim = isOtherSim || scenario.at(key) != m_scenario.at(key);
+        m_scenario = scenario;
+        if (isOtherSim) {
+            m_tries = number(scenario, "sim.tries");
+            m_verified = false;
+        }
+    }
 
-    /** Takes a scenario over. Another PIN, PUK or presence of the SIM puts another SIM in. */
-    void setScenario(const Scenario &scenario);
+    /** Forgets the APN and that the PIN was entered, but not the attempts that are left. */
+    void powerOn()
+    {
+        m_verified = false;
+        m_apn.clear();
+    }
 
-    /** Back to the factory settings, without PDP contexts, the PIN not entered. */
-    void powerOn();
+    /** @param line command line without its carriage return */
+    Reply execute(const std::string &line)
+    {
+        const std::size_t prefix = line.find("AT");
+        if (prefix == std::string::npos)
+            return {};
+        const std::string command = line.substr(prefix + 2);
+        const std::size_t length = command[0] == '+' ? command.find_first_of("=?") : 1;
+        const std::string name = command.substr(0, length);
+        const std::string argument = command.substr(std::min(length, command.size()));
+        if (name.empty())
+            return result(true);
+        return name == m_scenario.at("refused") ? result(false) : run(name, argument);
+    }
 
-    /** @param line a command line without its termination */
-    Reply execute(const std::string &line);
-
-    /** @return NO CARRIER in the current format, for a call that ended */
-    std::string callEnded() const { return resultText(ResultCode::NoCarrier); }
-
-    bool echoes() const { return m_profile.echo; }
-    char terminator() const { return static_cast<char>(m_profile.registers[3]); }
-    char backspace() const { return static_cast<char>(m_profile.registers[5]); }
+    const std::string &apn() const { return m_apn; }
 
 private:
-    /** The settings that ATZ and AT&F set back. */
-    struct Profile {
-        bool echo = false;
-        bool quiet = false;
-        bool verbose = true;
-        int errorFormat = 0; ///< +CMEE
-        std::array<int, 256> registers{};
-    };
+    Reply run(const std::string &name, const std::string &argument)
+    {
+        if (name == "D")
+            return dial(withoutLastQuote(argument));
+        if (name == "I")
+            return information("Corvanta dongle simulator");
+        if (name == "+CPIN")
+            return pin(argument);
+        if (name == "+CGDCONT")
+            return setContext(argument);
+        if (name == "+CSQ")
+            return information("+CSQ: " + m_scenario.at("csq"));
+        if (name == "+COPS" && simState() == "READY")
+            return information("+COPS: 0,0,\"Testnet\",2");
+        return result(name == "Z");
+    }
 
-    /** How one command ended; the line goes on after Ok only. */
-    struct Outcome {
-        ResultCode code = ResultCode::Ok;
-        std::optional<EquipmentError> error;
-        bool endsLine = false;
-    };
+    /** @return as the reply to +CPIN? has it; nothing without a SIM */
+    std::string simState() const
+    {
+        if (m_scenario.at("sim.present") == "no")
+            return {};
+        if (m_tries == 0)
+            return "SIM PUK";
+        return m_scenario.at("sim.pin").empty() || m_verified ? "READY" : "SIM PIN";
+    }
 
-    /** The outcome of one line so far. */
-    struct Line {
-        std::string information; ///< formatted information texts
-        std::optional<Call> call;
-    };
+    Reply pin(const std::string &argument)
+    {
+        const std::string state = simState();
+        if (argument == "?" && !state.empty())
+            return information("+CPIN: " + state);
+        if (state != "SIM PIN")
+            return result(false);
+        m_verified = argument == "=\"" + m_scenario.at("sim.pin") + '"';
+        m_tries = m_verified ? MaxTries : m_tries - 1;
+        return result(m_verified);
+    }
 
-    using Handler = Outcome (Modem::*)(const Command &, Line &);
-    static const std::map<std::string, Handler> &handlers();
-    static Outcome failure(EquipmentError error);
-    static Outcome invalid() { return {ResultCode::Error, std::nullopt, false}; }
-    static bool readNumber(const Command &command, int maximum, int &number);
+    Reply setContext(const std::string &argument)
+    {
+        const std::string begin = "=1,\"IP\",\"";
+        if (argument.compare(0, begin.size(), begin) != 0)
+            return result(false);
+        m_apn = withoutLastQuote(argument.substr(begin.size()));
+        return result(true);
+    }
 
-    void resetProfile();
-    Outcome run(const Command &command, Line &line);
-    void inform(Line &line, const std::string &text) const;
-    std::string resultText(ResultCode code) const;
-    std::string finalText(const Outcome &outcome, bool connected) const;
-    Outcome simOutcome(SimCard::Result result) const;
-    std::optional<EquipmentError> simTrouble() const;
+    Reply dial(const std::string &number) const
+    {
+        if (simState() != "READY")
+            return result(false);
+        const std::string &wanted = m_scenario.at("dial");
+        const std::string &apn = m_scenario.at("apn");
+        if (wanted == "busy")
+            return {onLine("BUSY"), true};
+        if (wanted == "error")
+            return {onLine("ERROR"), true};
+        const bool isAccepted = (number == "*99#" || number == "*99***1#") &&
+                                (apn.empty() || apn == m_apn) && wanted == "connect";
+        return {onLine(isAccepted ? "CONNECT 3600000" : "NO CARRIER"), true, isAccepted};
+    }
 
-    Outcome accept(const Command &, Line &);
-    Outcome setFlag(const Command &, Line &);
-    Outcome reset(const Command &, Line &);
-    Outcome identify(const Command &, Line &);
-    Outcome dial(const Command &, Line &);
-    Outcome sRegister(const Command &, Line &);
-    Outcome errorFormat(const Command &, Line &);
-    Outcome pin(const Command &, Line &);
-    Outcome pinTries(const Command &, Line &);
-    Outcome registration(const Command &, Line &);
-    Outcome networkOperator(const Command &, Line &);
-    Outcome signalQuality(const Command &, Line &);
-    Outcome context(const Command &, Line &);
+    static constexpr int MaxTries = 3;
 
     Scenario m_scenario;
-    SimCard m_sim;
-    Profile m_profile;
-    std::map<int, std::pair<std::string, std::string>> m_contexts; ///< id: type and APN
-    std::string m_lastLine;
+    int m_tries = 0; ///< attempts left for the PIN
+    bool m_verified = false;
+    std::string m_apn;
 };
 
 } // namespace modem

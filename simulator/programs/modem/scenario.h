@@ -1,64 +1,91 @@
-// What the simulated dongle and its network are told to do.
+// What the dongle and its network do: lines of KEY=VALUE in a file.
 #pragma once
 
-#include "simulator/programs/modem/simcard.h"
-
-#include <chrono>
-#include <optional>
+#include <cstdlib>
+#include <fstream>
+#include <map>
 #include <string>
-#include <vector>
 
 namespace modem
 {
 
-/** What the lines of a scenario file set; scenarioHelp() explains them. */
-struct Scenario {
-    enum class Answer { Normal, Silent, Echo, Slow, Pieces };
-    enum class Dial { Connect, NoCarrier, Busy, Error, NoDialtone, NoAnswer, Delayed };
-    enum class Auth { None, Pap, Chap };
+/** A value for each of ScenarioKeys. */
+using Scenario = std::map<std::string, std::string>;
 
-    bool simPresent = true;
-    std::string simPin; ///< empty: the SIM asks for none
-    std::string simPuk = "12345678";
-    int simTries = SimCard::MaxPinTries; ///< for the PIN that are left
-
-    Answer answer = Answer::Normal;
-    std::optional<std::chrono::milliseconds> delay; ///< before a slow reply, between pieces
-
-    std::string refused; ///< name of the command, without AT, that is an error; empty: none
-
-    Dial dial = Dial::Connect;
-    std::chrono::milliseconds dialTime{0}; ///< from the dial command to its result
-    std::string apn; ///< the only APN that the network accepts; empty accepts every one
-
-    std::string signalQuality = "17,99"; ///< RSSI and bit error rate of +CSQ
-
-    Auth auth = Auth::None; ///< how the network has the board prove itself
-    std::string user;
-    std::string password;
-    std::string networkUser; ///< with which the network proves itself, if the board asks for it
-    std::string networkPassword;
-    bool ipcp = true; ///< whether the network hears the caller's requests for an IP address
-    std::chrono::seconds dropAfter{0}; ///< the network ends a call after this time; 0 never
+struct ScenarioKey {
+    const char *name;
+    const char *usual;
+    const char *values; ///< DIGITS, TEXT or words separated by |
+    const char *help;
 };
 
-/**
- * @param text the content of a scenario file
- * @param faults gets one sentence for every line that is not understood; such a line changes
- *        nothing
- */
-Scenario parseScenario(const std::string &text, std::vector<std::string> &faults);
+constexpr ScenarioKey ScenarioKeys[] = {
+    {"sim.present", "yes", "yes|no", "no: SIM commands and dial command fail"},
+    {"sim.pin", "", "DIGITS", "PIN of the SIM; empty: it has none"},
+    {"sim.tries", "3", "0|1|2|3", "attempts left for the PIN; 0: the SIM requires its PUK"},
+    {"answer", "normal", "normal|silent|echo|slow|pieces", "pieces: byte by byte"},
+    {"delay_ms", "1000", "DIGITS", "delay of each slow reply"},
+    {"refused", "", "TEXT", "command that is answered with ERROR: Z, I, +CPIN"},
+    {"dial", "connect", "connect|no-carrier|busy|error", "result of the dial command"},
+    {"dial_ms", "0", "DIGITS", "delay of that result"},
+    {"csq", "17,99", "TEXT", "RSSI and bit error rate"},
+    {"apn", "", "TEXT", "the only APN that is accepted; empty: any"},
+    {"auth", "none", "none|pap|chap", "authentication that the network requires"},
+    {"user", "", "TEXT", "user name that is accepted"},
+    {"password", "", "TEXT", "its password"},
+    {"network.user", "", "TEXT", "user name with which the network authenticates itself"},
+    {"network.password", "", "TEXT", "its password"},
+    {"ipcp", "yes", "yes|no", "no: the caller's IPCP packets are lost"},
+    {"drop_after_s", "0", "DIGITS", "time until the network ends a link; 0: never"},
+};
+
+inline const ScenarioKey *findKey(const std::string &name)
+{
+    for (const ScenarioKey &key : ScenarioKeys) {
+        if (key.name == name)
+            return &key;
+    }
+    return nullptr;
+}
+
+inline bool isValid(const std::string &value, const std::string &values)
+{
+    constexpr std::size_t MaxDigits = 8;
+    if (values == "DIGITS")
+        return value.size() <= MaxDigits &&
+               value.find_first_not_of("0123456789") == std::string::npos;
+    return values == "TEXT" || ('|' + values + '|').find('|' + value + '|') != std::string::npos;
+}
 
 /**
- * @return the scenario of a file, the default one when there is no such file
- * @param faults as parseScenario(); one sentence when the file cannot be read
+ * Reads a scenario file. Keys that it does not have get their defaults, as do all keys if there is
+ * no file.
+ * @return an error message about the first invalid line, at which reading ends, or nothing
  */
-Scenario loadScenario(const std::string &path, std::vector<std::string> &faults);
+inline std::string readScenario(const std::string &path, Scenario &scenario)
+{
+    for (const ScenarioKey &key : ScenarioKeys)
+        scenario[key.name] = key.usual;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t equals = line.find('=');
+        const std::string name = line.substr(0, equals);
+        const ScenarioKey *key = findKey(name);
+        if (line.empty())
+            continue;
+        if (key == nullptr || equals == std::string::npos)
+            return "\"" + line + "\": no such key (modemsim --help lists them)";
+        scenario[name] = line.substr(equals + 1);
+        if (!isValid(scenario[name], key->values))
+            return "\"" + line + "\": the value must be " + key->values;
+    }
+    return {};
+}
 
-/** @return what is wrong with a scenario file, in sentences; a missing file is wrong, too */
-std::vector<std::string> checkScenario(const std::string &path);
-
-/** @return the lines of the help that explain the keys of a scenario file */
-std::string scenarioHelp();
+/** @return a number of the scenario; 0 if it is empty */
+inline int number(const Scenario &scenario, const std::string &key)
+{
+    return std::atoi(scenario.at(key).c_str());
+}
 
 } // namespace modem

@@ -1,0 +1,212 @@
+// The network behind the dongle: a second pppd, and a name server.
+#pragma once
+
+#include "simulator/programs/modem/scenario.h"
+#include "simulator/programs/modem/terminal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sched.h>
+#include <sstream>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace modem
+{
+
+// Hosts that answer a ping: one for tests, and the target of the program's ping test.
+constexpr char Addresses[] = "link set lo up\n"
+                             "address add 203.0.113.7/32 dev lo\n"
+                             "address add " CORVANTA_PING_TARGET "/32 dev lo\n";
+
+// With another user or group it would outlive this process: see startProgram().
+constexpr char NameServer[] =
+    "dnsmasq --keep-in-foreground --user=root --group=root --no-resolv --no-hosts --pid-file= "
+    "--log-facility=- --cache-size=0 --conf-file=/dev/null --host-record=host.example,203.0.113.7";
+
+// pppd notices within some 12 s that a caller has vanished.
+constexpr char LinkOptions[] =
+    "115200 local nodetach 10.64.64.64:10.11.12.13 ms-dns 10.64.64.64 noipdefault nodefaultroute "
+    "noipv6 noccp novj lcp-restart 2 lcp-max-configure 6 lcp-echo-interval 3 lcp-echo-failure 4 "
+    "debug show-password";
+
+inline std::vector<std::string> words(const std::string &text)
+{
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+/** @return an error message with the cause in errno */
+inline std::string message(const std::string &what)
+{
+    return what + ": " + std::strerror(errno);
+}
+
+/** @return a word in the syntax of pppd's secrets files */
+inline std::string quoted(const std::string &word)
+{
+    std::string text = "\"";
+    for (const char c : word) {
+        if (c == '"' || c == '\\')
+            text += '\\';
+        text += c;
+    }
+    return text + '"';
+}
+
+/** Runs the network's pppd on a pseudo-terminal for the time of a call. */
+class Network
+{
+public:
+    /** How a call ended. */
+    struct End {
+        bool callerLeft = false; ///< the caller hung up or no longer answers
+        std::string text;        ///< "exit 5", "signal 9"
+    };
+
+    /**
+     * @param program a pppd that "killall pppd" does not reach
+     * @param log file for the output of all programs
+     */
+    Network(const std::string &program, const std::string &log) : m_program(program), m_log(log) {}
+
+    /**
+     * Moves this process into network and mount namespaces of its own, and starts a name server.
+     * @param folder /etc/ppp of these namespaces: the network's pppd has secrets of its own
+     * @return an error message, or nothing
+     */
+    std::string enterNamespaces(const std::string &folder)
+    {
+        std::error_code error;
+        std::filesystem::create_directories(folder, error);
+        if (::unshare(CLONE_NEWNET | CLONE_NEWNS) == -1 ||
+            ::mount("", "/", "none", MS_SLAVE | MS_REC, nullptr) == -1 ||
+            ::mount(folder.c_str(), "/etc/ppp", "none", MS_BIND, nullptr) == -1)
+            return message("namespaces");
+        m_hasSecrets = true;
+        std::FILE *ip = ::popen("ip -batch -", "w");
+        if (ip == nullptr || std::fputs(Addresses, ip) == EOF || ::pclose(ip) != 0)
+            return "ip: cannot set the addresses of the network";
+        const pid_t nameServer = startProgram(words(NameServer));
+        return nameServer == -1 ? message("fork") : std::string();
+    }
+
+    /** Begins a call. @return an error message, or nothing */
+    std::string start(const Scenario &scenario)
+    {
+        char device[64];
+        m_line = openTerminal("/dev/ptmx");
+        if (::unlockpt(m_line.get()) == -1 || ::ptsname_r(m_line.get(), device, sizeof device) != 0)
+            return message("/dev/ptmx");
+        m_farEnd = FileDescriptor(::open(device, O_RDWR | O_NOCTTY | O_CLOEXEC));
+        m_early.clear();
+        m_ready = false;
+        if (m_hasSecrets)
+            writeSecrets(scenario);
+
+        const std::string &method = scenario.at("auth");
+        std::vector<std::string> arguments = words(LinkOptions);
+        arguments.insert(arguments.begin(), {m_program, device});
+        arguments.insert(arguments.end(),
+                         {method == "none" ? "noauth" : "require-" + method, "maxconnect",
+                          std::to_string(number(scenario, "drop_after_s")), "logfile", m_log});
+        if (!scenario.at("network.user").empty())
+            arguments.insert(arguments.end(), {"user", scenario.at("network.user")});
+        m_pid = startProgram(arguments);
+        m_process = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+        return m_process.isOpen() ? std::string() : message("fork");
+    }
+
+    bool isRunning() const { return m_pid > 0; }
+    pid_t pid() const { return m_pid; }
+    int line() const { return m_line.get(); }       ///< to be polled for input
+    int process() const { return m_process.get(); } ///< to be polled for the end of pppd
+
+    /** Sends bytes once pppd has sent something: it discards what arrives earlier. */
+    void send(const std::string &bytes)
+    {
+        m_early += bytes;
+        if (m_ready)
+            writeTerminal(m_line, std::exchange(m_early, {}));
+    }
+
+    std::string receive()
+    {
+        std::string bytes = readTerminal(m_line);
+        m_ready = m_ready || !bytes.empty();
+        send({});
+        return bytes;
+    }
+
+    void kill() const { ::kill(m_pid, SIGKILL); }
+
+    /** Waits until pppd has ended. */
+    End finish()
+    {
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        m_pid = -1;
+        m_process.close();
+        m_farEnd.close();
+        m_line.close();
+        if (WIFSIGNALED(status))
+            return {false, "signal " + std::to_string(WTERMSIG(status))};
+        const int code = WEXITSTATUS(status);
+        // pppd(8), EXIT STATUS: negotiation failed, no reply to echo requests, modem hung up.
+        return {code == 10 || code == 15 || code == 16, "exit " + std::to_string(code)};
+    }
+
+private:
+    static void writeSecrets(const Scenario &scenario)
+    {
+        std::string secrets;
+        for (const std::string owner : {"", "network."}) {
+            const std::string &user = scenario.at(owner + "user");
+            if (!user.empty())
+                secrets += quoted(user) + " * " + quoted(scenario.at(owner + "password")) + " *\n";
+        }
+        for (const char *path : {"/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"})
+            std::ofstream(path) << secrets;
+    }
+
+    /** @return the process, or -1 with errno; it is killed when this process ends */
+    pid_t startProgram(const std::vector<std::string> &arguments) const
+    {
+        std::vector<char *> argv(arguments.size() + 1); // the last one stays null
+        std::transform(arguments.begin(), arguments.end(), argv.begin(),
+                       [](const std::string &text) { return const_cast<char *>(text.c_str()); });
+        const pid_t parent = ::getpid();
+        const pid_t child = ::fork();
+        if (child != 0)
+            return child;
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        const int out = ::open(m_log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+        if (::getppid() == parent && ::dup2(in, STDIN_FILENO) != -1 &&
+            ::dup2(out, STDOUT_FILENO) != -1 && ::dup2(out, STDERR_FILENO) != -1)
+            ::execvp(argv[0], argv.data());
+        ::_exit(127);
+    }
+
+    std::string m_program;
+    std::string m_log;
+    bool m_hasSecrets = false;
+    pid_t m_pid = -1;
+    FileDescriptor m_process;
+    FileDescriptor m_line;
+    FileDescriptor m_farEnd; ///< of the line, which does not hang up while this is open
+    std::string m_early;     ///< not sent yet
+    bool m_ready = false;    ///< pppd has sent something
+};
+
+} // namespace modem

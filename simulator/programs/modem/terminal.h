@@ -1,0 +1,51 @@
+// Raw terminals that are read and written without waiting forever.
+#pragma once
+
+#include "io/filedescriptor.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <string>
+#include <termios.h>
+
+namespace modem
+{
+
+/** Opens a terminal, without making it the controlling one. @return closed, with errno, on error */
+inline FileDescriptor openTerminal(const std::string &path)
+{
+    FileDescriptor terminal(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    termios modes = {};
+    if (::tcgetattr(terminal.get(), &modes) == -1)
+        return FileDescriptor();
+    ::cfmakeraw(&modes);
+    modes.c_cflag |= CLOCAL | CREAD;
+    ::cfsetspeed(&modes, B115200);
+    if (::tcsetattr(terminal.get(), TCSANOW, &modes) == -1)
+        return FileDescriptor();
+    return terminal;
+}
+
+/** @return the input that is there */
+inline std::string readTerminal(const FileDescriptor &terminal)
+{
+    char buffer[4096];
+    const ssize_t length = ::read(terminal.get(), buffer, sizeof buffer);
+    return {buffer, length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
+/** Writes bytes; they are lost if the other end takes none of them for a second. */
+inline void writeTerminal(const FileDescriptor &terminal, std::string bytes)
+{
+    constexpr int Patience = 1000; // ms
+    for (pollfd entry{terminal.get(), POLLOUT, 0}; !bytes.empty();) {
+        ssize_t written = -1;
+        if (::poll(&entry, 1, Patience) == 1)
+            written = ::write(entry.fd, bytes.data(), bytes.size());
+        if (written <= 0)
+            return;
+        bytes.erase(0, static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace modem
