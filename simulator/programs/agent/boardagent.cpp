@@ -12,8 +12,6 @@
 //
 // It is no shell script because an emulated process takes some 50 ms to start.
 #include "io/filedescriptor.h"
-#include "simulator/programs/common/commandline.h"
-#include "simulator/programs/common/transfer.h"
 
 #include <cerrno>
 #include <chrono>
@@ -53,6 +51,33 @@ struct Reply {
     std::string output;
 };
 
+/** @return 0, or the errno with which not all of it could be written */
+int writeAll(int fd, const std::string &bytes)
+{
+    for (std::size_t done = 0; done < bytes.size();) {
+        const ssize_t written = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (written == -1 && errno != EINTR)
+            return errno;
+        done += written == -1 ? 0 : static_cast<std::size_t>(written);
+    }
+    return 0;
+}
+
+/** Appends everything up to the end of a file or connection. @return 0, or errno */
+int readAll(int fd, std::string &bytes)
+{
+    char block[65536];
+    for (;;) {
+        const ssize_t length = ::read(fd, block, sizeof block);
+        if (length == 0)
+            return 0;
+        if (length > 0)
+            bytes.append(block, static_cast<std::size_t>(length));
+        else if (errno != EINTR)
+            return errno;
+    }
+}
+
 [[noreturn]] void becomeShell(const std::string &commands, int output)
 {
     ::setpgid(0, 0);
@@ -91,7 +116,7 @@ Reply run(const Request &request)
         becomeShell(request.body, output.get());
     Reply reply{waitFor(child, request.seconds), {}};
     ::lseek(output.get(), 0, SEEK_SET);
-    common::readAll(output.get(), reply.output);
+    readAll(output.get(), reply.output);
     return reply;
 }
 
@@ -99,7 +124,7 @@ Reply readFile(const Request &request)
 {
     const FileDescriptor file(::open(request.body.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     Reply reply;
-    reply.status = file.isOpen() ? common::readAll(file.get(), reply.output) : errno;
+    reply.status = file.isOpen() ? readAll(file.get(), reply.output) : errno;
     return reply;
 }
 
@@ -118,7 +143,7 @@ Reply writeFile(const Request &request)
         ::open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     if (!file.isOpen())
         return {errno, {}};
-    if (const int error = common::writeAll(file.get(), content))
+    if (const int error = writeAll(file.get(), content))
         return {error, {}};
     return {::rename(unfinished.c_str(), path.c_str()) == -1 ? errno : 0, {}};
 }
@@ -135,10 +160,10 @@ Reply ask(const Request &request)
     ::setsockopt(peer.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     if (::connect(peer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1)
         return {errno, {}};
-    if (const int error = common::writeAll(peer.get(), question))
+    if (const int error = writeAll(peer.get(), question))
         return {error, {}};
     Reply reply;
-    reply.status = common::readAll(peer.get(), reply.output);
+    reply.status = readAll(peer.get(), reply.output);
     return reply;
 }
 
@@ -186,9 +211,8 @@ public:
 
     void send(const Request &request, const Reply &reply)
     {
-        common::writeAll(m_device.get(), request.id + ' ' + std::to_string(reply.status) + ' ' +
-                                             std::to_string(reply.output.size()) + '\n' +
-                                             reply.output);
+        writeAll(m_device.get(), request.id + ' ' + std::to_string(reply.status) + ' ' +
+                                     std::to_string(reply.output.size()) + '\n' + reply.output);
     }
 
 private:
@@ -213,19 +237,15 @@ private:
 
 int main(int argc, char **argv)
 {
-    std::string path;
-    const common::CommandLine line{
-        "board-agent",
-        "Does inside the board what the host asks for.",
-        {{"port", common::anyText("PORT", path), "the device that leads to the host"}},
-        {}};
-    if (const auto status = common::readCommandLine(line, argc, argv))
-        return *status;
+    if (argc != 2) {
+        std::fputs("Usage: board-agent PORT\n", stderr);
+        return 2;
+    }
     for (const int number : {SIGCHLD, SIGINT, SIGQUIT})
         ::signal(number, SIG_DFL);
-    Port port(path);
+    Port port(argv[1]);
     if (!port.isOpen()) {
-        std::fprintf(stderr, "board-agent: %s: %s\n", path.c_str(), std::strerror(errno));
+        std::fprintf(stderr, "board-agent: %s: %s\n", argv[1], std::strerror(errno));
         return 1;
     }
     for (;;) {
