@@ -1,246 +1,149 @@
-// touchd: makes the emulated pointer of the board a touch screen.
+// touchd WIDTH HEIGHT [single]: makes the emulated pointer of the board a touch screen of that
+// size.
 //
-// It grabs the machine's absolute pointer, so that nobody sees a mouse, and makes a touch screen
-// through uinput: a multitouch one with slots (type B of the kernel's multi-touch protocol), or a
-// single-touch one that reports pressure, as resistive ones do. It ends, with a message, only when
-// one of the two devices fails.
-#include "io/filedescriptor.h"
-#include "simulator/programs/common/commandline.h"
-
-#include <cerrno>
+// Grabs the machine's absolute pointer, so that no program sees a mouse, and creates a touch screen
+// through uinput: a multitouch one with a slot (type B of the kernel's multi-touch protocol), or a
+// single-touch one that reports pressure, as resistive ones do. Coordinates are pixels from 0.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <glob.h>
 #include <linux/input.h>
 #include <linux/uinput.h>
 #include <string>
 #include <sys/ioctl.h>
 #include <unistd.h>
-#include <utility>
 
 namespace
 {
 
-constexpr char PointerName[] = "QEMU Virtio Tablet";
-constexpr char ScreenName[] = "panel touchscreen";
-constexpr int PointerMaximum = 32767; // of either axis, from 0
+constexpr int Devices = 32; // more than the board has
+constexpr int PointerMaximum = 32767;
 constexpr int TrackingIds = 65536;
 constexpr int FullPressure = 255;
-constexpr int MostPixels = 65536; // a product with PointerMaximum must fit an int
 
-/** @return the grabbed pointer; a closed descriptor when there is none */
-FileDescriptor grabPointer()
+void check(bool isFine, const char *what)
 {
-    glob_t nodes{};
-    FileDescriptor found;
-    if (::glob("/dev/input/event*", 0, nullptr, &nodes) == 0) {
-        for (size_t i = 0; i < nodes.gl_pathc && !found.isOpen(); ++i) {
-            FileDescriptor node(::open(nodes.gl_pathv[i], O_RDONLY | O_CLOEXEC));
-            char name[128] = {};
-            if (node.isOpen() && ::ioctl(node.get(), EVIOCGNAME(sizeof name - 1), name) != -1 &&
-                std::strstr(name, PointerName) != nullptr)
-                found = std::move(node);
-        }
-    }
-    ::globfree(&nodes);
-    if (found.isOpen() && ::ioctl(found.get(), EVIOCGRAB, 1) == -1)
-        return FileDescriptor();
-    return found;
+    if (isFine)
+        return;
+    std::perror(what);
+    std::exit(1);
 }
 
-/** The touch screen that the board's programs see; coordinates are pixels from 0. */
-class TouchScreen
+int grabPointer()
 {
-public:
-    TouchScreen(int width, int height, bool slots)
-        : m_device(::open("/dev/uinput", O_WRONLY | O_CLOEXEC)), m_slots(slots)
-    {
-        m_ok = m_device.isOpen() && create(width, height);
-    }
-
-    bool isOk() const { return m_ok; }
-
-    void press(int x, int y)
-    {
-        if (m_slots) {
-            emit(EV_ABS, ABS_MT_SLOT, 0);
-            emit(EV_ABS, ABS_MT_TRACKING_ID, m_nextId);
-            m_nextId = (m_nextId + 1) % TrackingIds;
-        } else {
-            emit(EV_ABS, ABS_PRESSURE, FullPressure);
+    for (int i = 0; i < Devices; ++i) {
+        const std::string node = "/dev/input/event" + std::to_string(i);
+        const int device = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+        char name[128] = {};
+        if (::ioctl(device, EVIOCGNAME(sizeof name - 1), name) != -1 &&
+            std::strcmp(name, "QEMU Virtio Tablet") == 0) {
+            check(::ioctl(device, EVIOCGRAB, 1) != -1, "touchd: pointer");
+            return device;
         }
-        emit(EV_KEY, BTN_TOUCH, 1);
-        move(x, y);
+        ::close(device);
     }
+    check(false, "touchd: no pointer");
+    return -1;
+}
 
-    void move(int x, int y)
-    {
-        if (m_slots) {
-            emit(EV_ABS, ABS_MT_POSITION_X, x);
-            emit(EV_ABS, ABS_MT_POSITION_Y, y);
-        }
-        emit(EV_ABS, ABS_X, x);
-        emit(EV_ABS, ABS_Y, y);
-        emit(EV_SYN, SYN_REPORT, 0);
+void addAxis(int screen, __u16 code, int maximum)
+{
+    uinput_abs_setup axis{};
+    axis.code = code;
+    axis.absinfo.maximum = maximum;
+    check(::ioctl(screen, UI_ABS_SETUP, &axis) != -1, "touchd: axis");
+}
+
+int createScreen(int width, int height, bool isSingle)
+{
+    const int screen = ::open("/dev/uinput", O_WRONLY | O_CLOEXEC);
+    ::ioctl(screen, UI_SET_EVBIT, EV_KEY);
+    ::ioctl(screen, UI_SET_KEYBIT, BTN_TOUCH);
+    ::ioctl(screen, UI_SET_EVBIT, EV_ABS);
+    ::ioctl(screen, UI_SET_PROPBIT, INPUT_PROP_DIRECT);
+    addAxis(screen, ABS_X, width - 1);
+    addAxis(screen, ABS_Y, height - 1);
+    if (isSingle) {
+        addAxis(screen, ABS_PRESSURE, FullPressure);
+    } else {
+        addAxis(screen, ABS_MT_SLOT, 4);
+        addAxis(screen, ABS_MT_TRACKING_ID, TrackingIds - 1);
+        addAxis(screen, ABS_MT_POSITION_X, width - 1);
+        addAxis(screen, ABS_MT_POSITION_Y, height - 1);
     }
+    uinput_setup setup{};
+    setup.id.bustype = BUS_I2C;
+    std::strncpy(setup.name, "panel touchscreen", sizeof setup.name - 1);
+    ::ioctl(screen, UI_DEV_SETUP, &setup);
+    check(::ioctl(screen, UI_DEV_CREATE) != -1, "touchd: /dev/uinput");
+    return screen;
+}
 
-    void release()
-    {
-        if (m_slots)
-            emit(EV_ABS, ABS_MT_TRACKING_ID, -1);
-        else
-            emit(EV_ABS, ABS_PRESSURE, 0);
-        emit(EV_KEY, BTN_TOUCH, 0);
-        emit(EV_SYN, SYN_REPORT, 0);
-    }
+void emit(int screen, __u16 type, __u16 code, int value)
+{
+    input_event event{};
+    event.type = type;
+    event.code = code;
+    event.value = value;
+    check(::write(screen, &event, sizeof event) != -1, "touchd: event");
+}
 
-private:
-    bool set(unsigned long request, int value)
-    {
-        return ::ioctl(m_device.get(), request, value) != -1;
-    }
+int pixel(const input_absinfo &axis, int pixels)
+{
+    return (axis.value * (pixels - 1) + PointerMaximum / 2) / PointerMaximum;
+}
 
-    bool addAxis(__u16 code, int maximum)
-    {
-        uinput_abs_setup axis{};
-        axis.code = code;
-        axis.absinfo.maximum = maximum;
-        return set(UI_SET_ABSBIT, code) && ::ioctl(m_device.get(), UI_ABS_SETUP, &axis) != -1;
-    }
-
-    bool addSlots(int width, int height)
-    {
-        return addAxis(ABS_MT_SLOT, 4) && addAxis(ABS_MT_TRACKING_ID, TrackingIds - 1) &&
-               addAxis(ABS_MT_POSITION_X, width - 1) && addAxis(ABS_MT_POSITION_Y, height - 1);
-    }
-
-    bool create(int width, int height)
-    {
-        uinput_setup setup{};
-        setup.id.bustype = BUS_I2C;
-        std::strncpy(setup.name, ScreenName, sizeof setup.name - 1);
-        return set(UI_SET_EVBIT, EV_KEY) && set(UI_SET_KEYBIT, BTN_TOUCH) &&
-               set(UI_SET_EVBIT, EV_ABS) && set(UI_SET_PROPBIT, INPUT_PROP_DIRECT) &&
-               addAxis(ABS_X, width - 1) && addAxis(ABS_Y, height - 1) &&
-               (m_slots ? addSlots(width, height) : addAxis(ABS_PRESSURE, FullPressure)) &&
-               ::ioctl(m_device.get(), UI_DEV_SETUP, &setup) != -1 &&
-               ::ioctl(m_device.get(), UI_DEV_CREATE) != -1;
-    }
-
-    void emit(__u16 type, __u16 code, int value)
-    {
+/** Passes the pointer's touches on to the screen. */
+void serve(int pointer, int screen, int width, int height, bool isSingle)
+{
+    input_absinfo x{}; // the kernel reports an axis only when it changes
+    input_absinfo y{};
+    ::ioctl(pointer, EVIOCGABS(ABS_X), &x);
+    ::ioctl(pointer, EVIOCGABS(ABS_Y), &y);
+    bool isDown = false;
+    bool wasDown = false;
+    for (int touch = 0;;) {
         input_event event{};
-        event.type = type;
-        event.code = code;
-        event.value = value;
-        m_ok = m_ok &&
-               ::write(m_device.get(), &event, sizeof event) == static_cast<ssize_t>(sizeof event);
-    }
-
-    FileDescriptor m_device;
-    bool m_slots;
-    bool m_ok = false;
-    int m_nextId = 0;
-};
-
-/** Gathers the pointer's events up to each report and applies them to the screen as one. */
-class Translator
-{
-public:
-    Translator(TouchScreen &screen, int pointer, int width, int height)
-        : m_screen(screen), m_width(width), m_height(height)
-    {
-        // The kernel reports an axis only when it changes: start from where the pointer is.
-        input_absinfo axis{};
-        if (::ioctl(pointer, EVIOCGABS(ABS_X), &axis) != -1)
-            m_x = pixel(axis.value, width);
-        if (::ioctl(pointer, EVIOCGABS(ABS_Y), &axis) != -1)
-            m_y = pixel(axis.value, height);
-    }
-
-    void take(const input_event &event)
-    {
-        if (event.type == EV_ABS && event.code == ABS_X)
-            m_x = pixel(event.value, m_width);
-        else if (event.type == EV_ABS && event.code == ABS_Y)
-            m_y = pixel(event.value, m_height);
+        check(::read(pointer, &event, sizeof event) > 0, "touchd: pointer");
+        if (event.type == EV_ABS)
+            (event.code == ABS_X ? x : y).value = event.value;
         else if (event.type == EV_KEY && event.code == BTN_LEFT)
-            m_wanted = event.value != 0;
-        else if (event.type == EV_SYN && event.code == SYN_REPORT)
-            apply();
+            isDown = event.value != 0;
+        if (event.type != EV_SYN)
+            continue;
+        if (isDown != wasDown) {
+            touch = (touch + 1) % TrackingIds;
+            if (isSingle)
+                emit(screen, EV_ABS, ABS_PRESSURE, isDown ? FullPressure : 0);
+            else
+                emit(screen, EV_ABS, ABS_MT_TRACKING_ID, isDown ? touch : -1);
+            emit(screen, EV_KEY, BTN_TOUCH, isDown);
+        }
+        if (isDown && !isSingle) {
+            emit(screen, EV_ABS, ABS_MT_POSITION_X, pixel(x, width));
+            emit(screen, EV_ABS, ABS_MT_POSITION_Y, pixel(y, height));
+        }
+        if (isDown) {
+            emit(screen, EV_ABS, ABS_X, pixel(x, width));
+            emit(screen, EV_ABS, ABS_Y, pixel(y, height));
+        }
+        emit(screen, EV_SYN, SYN_REPORT, 0);
+        wasDown = isDown;
     }
-
-private:
-    static int pixel(int position, int pixels)
-    {
-        return (position * (pixels - 1) + PointerMaximum / 2) / PointerMaximum;
-    }
-
-    void apply()
-    {
-        if (m_wanted && !m_down)
-            m_screen.press(m_x, m_y);
-        else if (m_wanted)
-            m_screen.move(m_x, m_y);
-        else if (m_down)
-            m_screen.release();
-        m_down = m_wanted;
-    }
-
-    TouchScreen &m_screen;
-    int m_width;
-    int m_height;
-    int m_x = 0;
-    int m_y = 0;
-    bool m_wanted = false;
-    bool m_down = false;
-};
-
-int fail(const char *what)
-{
-    std::fprintf(stderr, "touchd: %s: %s\n", what, std::strerror(errno));
-    return 1;
-}
-/** Passes touches on until one of the devices fails. @return exit status of the program */
-int serve(int width, int height, bool single)
-{
-    const FileDescriptor pointer = grabPointer();
-    if (!pointer.isOpen())
-        return fail(PointerName);
-    TouchScreen screen(width, height, !single);
-    if (!screen.isOk())
-        return fail("/dev/uinput");
-    Translator translator(screen, pointer.get(), width, height);
-    while (screen.isOk()) {
-        input_event event{};
-        const ssize_t length = ::read(pointer.get(), &event, sizeof event);
-        if (length == static_cast<ssize_t>(sizeof event))
-            translator.take(event);
-        else if (!(length == -1 && errno == EINTR))
-            return fail(PointerName);
-    }
-    return fail(ScreenName);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    int width = 0;
-    int height = 0;
-    bool single = false;
-    const common::CommandLine line{
-        "touchd",
-        "Makes the emulated pointer of the board a touch screen of that many pixels.",
-        {{"width", common::number<int>("WIDTH", 2, MostPixels, width), "in pixels"},
-         {"height", common::number<int>("HEIGHT", 2, MostPixels, height), "in pixels"},
-         {"kind", common::oneOf({{"multi", false}, {"single", true}}, single),
-          "touches at a time (multi)"}},
-        {},
-        1};
-    if (const auto status = common::readCommandLine(line, argc, argv))
-        return *status;
-    return serve(width, height, single);
+    if (argc < 3) {
+        std::fputs("Usage: touchd WIDTH HEIGHT [single]\n", stderr);
+        return 2;
+    }
+    const int width = std::atoi(argv[1]);
+    const int height = std::atoi(argv[2]);
+    const bool isSingle = argc > 3;
+    const int pointer = grabPointer();
+    serve(pointer, createScreen(width, height, isSingle), width, height, isSingle);
 }
