@@ -24,13 +24,13 @@ if [ -e {_PID} ]; then
 fi"""
 
 
-def _put_in(options: list[str]) -> str:
+def _put_in(words: list[str]) -> str:
     return f"""
 [ -c /dev/cuse ] || modprobe cuse || exit
-setsid /app/chipsim --log={LOG} {shlex.join(options)} </dev/null >{_OUT} 2>&1 &
+setsid /app/chipsim {LOG} {shlex.join(words)} </dev/null >{_OUT} 2>&1 &
 echo $! >{_PID}
 until [ -c {NODE} ]; do
-    if ! kill -0 $!; then # it has refused its options
+    if ! kill -0 $!; then
         cat {_OUT}
         exit 1
     fi
@@ -61,13 +61,10 @@ class Chip:
             if not (0 <= index < PARAMETERS and 0 <= value < VALUES):
                 raise BoardError(f"the chip has parameters 0 to {PARAMETERS - 1} of 0 to "
                                  f"{VALUES - 1}, not {index}={value}")
-        options = [f"--parameter={index}={value}" for index, value in (parameters or {}).items()]
-        if fault == "slow":
-            options.append(f"--delay={SLOW_MS}")
-        elif fault:
-            options.append(f"--fault={fault}")
+        words = [fault or "none", str(SLOW_MS if fault == "slow" else 0),
+                 *(f"{index}={value}" for index, value in (parameters or {}).items())]
         mark = "touch" if marker else "rm -f"
-        put_in = "" if fault == "missing" else _put_in(options)
+        put_in = "" if fault == "missing" else _put_in(words)
         # One command: each costs the board noticeable time.
         self._guest.sh(f"{_TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; {mark} {CHIP_MARKER}\n"
                        f"{put_in}")
@@ -77,7 +74,7 @@ class Chip:
         self._guest.sh(_TAKE_OUT)
 
     def log(self) -> list[str]:
-        """What the chip has seen since it was put in, without the times; see spidevdevice.h."""
+        """What the chip has seen since it was put in, without the times; see chipsim.cpp."""
         return [text for _, text in self.timed_log()]
 
     def timed_log(self) -> list[tuple[float, str]]:
