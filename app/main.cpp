@@ -2,8 +2,8 @@
 #include "app/mfilter.h"
 #include "app/widget.h"
 #include "device/fram.h"
-#include "io/onlycopy.h"
-#include "io/ownground.h"
+#include "io/processsetup.h"
+#include "io/singleinstance.h"
 #include "platform/display.h"
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
@@ -19,10 +19,10 @@
 
 int main(int argc, char **argv)
 {
-    makeOwnGround();
+    setUpProcess();
     // Line-buffered, so that each line reaches the journal immediately.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    if (!claimOnlyCopy()) {
+    if (!acquireInstanceLock()) {
         std::fputs("corvanta: another instance is already running\n", stderr);
         return EX_TEMPFAIL;
     }

@@ -3,8 +3,8 @@
 
 #include "core/boardpaths.h"
 #include "io/boardcommands.h"
+#include "io/eventwait.h"
 #include "io/logrotation.h"
-#include "io/servedwait.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
 
@@ -43,7 +43,7 @@ void Makeup::doPPPConnect()
     }
     if (!waitForModemNode())
         return;
-    boardcommands::stopAll();
+    boardcommands::terminateAllPppd();
     rewriteFilesIfModified();
     makePrivateLogs({boardpaths::PppLog, boardpaths::ChatLog});
     boardcommands::dial();
@@ -83,7 +83,7 @@ bool Makeup::waitForModemNode()
     if (awaitingModemNode)
         return false;
     awaitingModemNode = true;
-    const WaitResult result = waitServed({
+    const WaitResult result = waitWithEvents({
         [this] { return hasModemNode(); },
         [this] { return !awaitingModemNode || !parentWidget->isVisible(); },
     });
@@ -103,14 +103,14 @@ void Makeup::checkPPPMsg()
 void Makeup::doPPPDisconnect()
 {
     disconnectButton->setEnabled(false);
-    boardcommands::stopAll();
+    boardcommands::terminateAllPppd();
     QTimer::singleShot(DisconnectCheckDelay, Qt::PreciseTimer, this, &Makeup::checkPPPConnect);
 }
 
 bool Makeup::checkPPPConnect()
 {
     progressBar(false);
-    const bool linkUp = boardcommands::isUp();
+    const bool linkUp = boardcommands::isLinkUp();
     connectButton->setEnabled(!linkUp);
     disconnectButton->setEnabled(linkUp);
     updateStatus(linkUp);

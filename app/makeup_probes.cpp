@@ -7,7 +7,7 @@
 #include "core/signalreply.h"
 #include "io/atport.h"
 #include "io/boardcommands.h"
-#include "io/servedwait.h"
+#include "io/eventwait.h"
 #include "io/shellcommand.h"
 
 #include <QDebug>
@@ -33,8 +33,8 @@ struct SignalAnswer {
 };
 
 /** Send AT+CSQ to the modem and wait for the response.
- *  @param abandoned returns true to cancel the wait */
-SignalAnswer askForSignal(const std::function<bool()> &abandoned)
+ *  @param cancelled returns true to cancel the wait */
+SignalAnswer askForSignal(const std::function<bool()> &cancelled)
 {
     AtPort port(boardpaths::ModemPort);
     if (!port.isOpen())
@@ -45,9 +45,9 @@ SignalAnswer askForSignal(const std::function<bool()> &abandoned)
     if (!port.write("AT+CSQ\r"))
         return {-1, {}, "write ttyUSB0 error"};
     QByteArray chunk;
-    const WaitResult waited = waitServed({
+    const WaitResult waited = waitWithEvents({
         [&port, &chunk] { return !(chunk = port.readChunk()).isEmpty(); },
-        abandoned,
+        cancelled,
         ReplyPollInterval,
         ReplyLimit,
     });
@@ -118,8 +118,8 @@ void Makeup::pinResponse()
 {
     const ShellResult ping = boardcommands::ping();
     appendPlain(pingOutput, QStringLiteral("oo"));
-    appendPlain(pingOutput, plainText(ping.output));
-    appendPlain(pingOutput, plainText(ping.errors));
+    appendPlain(pingOutput, plainText(ping.standardOutput));
+    appendPlain(pingOutput, plainText(ping.standardError));
 }
 
 void Makeup::httpGet()

@@ -3,13 +3,13 @@
 #include "core/paramlist.h"
 #include "io/linefile.h"
 
-using linefile::Content;
+using linefile::ReadResult;
 
 void StoredFile::load(QStringList &list)
 {
-    const Content content = linefile::read(path);
-    read = content.state == Content::Whole;
-    unreadable = content.state == Content::Unreadable;
+    const ReadResult content = linefile::read(path);
+    read = content.state == ReadResult::Complete;
+    unreadable = content.state == ReadResult::Unreadable;
     everRead = everRead || read;
     edited = false;
     if (read)
@@ -21,6 +21,6 @@ void StoredFile::load(QStringList &list)
 void StoredFile::save(const QStringList &lines) const
 {
     // Check again: a late mount may have added a file that was missing at the last load.
-    if (read || edited || linefile::read(path).state == Content::Missing)
+    if (read || edited || linefile::read(path).state == ReadResult::Missing)
         linefile::write(path, lines);
 }

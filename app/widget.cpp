@@ -1,7 +1,7 @@
 #include "app/widget.h"
 
 #include "app/makeup.h"
-#include "io/servedwait.h"
+#include "io/eventwait.h"
 #include "platform/stopsignals.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
@@ -18,7 +18,7 @@ Widget::Widget(QWidget *parent) : QWidget(parent)
     makeup->loadParam();
     waitForDongle();
     const WaitResult node =
-        waitServed({[makeup] { return makeup->hasModemNode(); }, &StopSignals::received});
+        waitWithEvents({[makeup] { return makeup->hasModemNode(); }, &StopSignals::received});
     if (node == WaitResult::Ready)
         makeup->checkPPPConnect();
 }

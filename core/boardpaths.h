@@ -11,7 +11,7 @@ inline constexpr char ChipMarkerFile[] = "/quenfold/configs/initedFram";
 inline constexpr char ChipDevice[] = "/dev/spidev1.0";
 
 // Single-instance lock
-inline constexpr char OnlyCopyLock[] = "/run/corvanta.lock";
+inline constexpr char InstanceLock[] = "/run/corvanta.lock";
 // Lock for reading and writing the parameters
 inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 

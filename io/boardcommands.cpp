@@ -8,7 +8,7 @@ namespace boardcommands
 namespace
 {
 
-int statusOf(const char *commandLine)
+int run(const char *commandLine)
 {
     return runShell(QString::fromLatin1(commandLine));
 }
@@ -17,33 +17,33 @@ int statusOf(const char *commandLine)
 
 void dial()
 {
-    statusOf("pppd call ppp-connect &");
+    run("pppd call ppp-connect &");
 }
 
-void stopAll()
+void terminateAllPppd()
 {
-    statusOf("killall pppd");
+    run("killall pppd");
 }
 
-bool isUp()
+bool isLinkUp()
 {
-    return statusOf("ifconfig | grep ppp") == 0;
+    return run("ifconfig | grep ppp") == 0;
 }
 
 void setDefaultRoute()
 {
-    statusOf("route add default ppp0");
+    run("route add default ppp0");
 }
 
 int findModemNode()
 {
-    return statusOf("ls /dev | grep ttyUSB");
+    return run("ls /dev | grep ttyUSB");
 }
 
 bool isAutoConnectRunning()
 {
     // The brackets keep grep from matching its own command line.
-    return statusOf("ps ax | grep '[3]g\\.sh'") == 0;
+    return run("ps ax | grep '[3]g\\.sh'") == 0;
 }
 
 ShellResult ping()

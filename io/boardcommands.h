@@ -10,10 +10,10 @@ namespace boardcommands
 void dial();
 
 /** Send SIGTERM to every pppd on the board. */
-void stopAll();
+void terminateAllPppd();
 
 /** @return true when the board has a ppp interface */
-[[nodiscard]] bool isUp();
+[[nodiscard]] bool isLinkUp();
 
 /** Set the default route over ppp0. */
 void setDefaultRoute();

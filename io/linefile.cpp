@@ -24,7 +24,7 @@ namespace
 Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 
 constexpr qsizetype MaxBytes = 1 << 20;
-constexpr int MaxInterruptions = 100;
+constexpr int MaxRetries = 100;
 constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t OthersAccess = S_IRWXG | S_IRWXO;
 
@@ -33,18 +33,18 @@ void logFailure(const char *what, const QByteArray &path, int error)
     qCWarning(log, "%s %s: %s", what, path.constData(), strerror(error));
 }
 
-/** Retry a system call on EINTR, at most MaxInterruptions times. */
-template <typename Call> auto uninterrupted(Call call)
+/** Retry a system call on EINTR, at most MaxRetries times. */
+template <typename Call> auto retryOnEintr(Call call)
 {
     auto result = call();
-    for (int times = 1; result == -1 && errno == EINTR && times < MaxInterruptions; ++times)
+    for (int times = 1; result == -1 && errno == EINTR && times < MaxRetries; ++times)
         result = call();
     return result;
 }
 
 int statOf(int fd, struct stat *info)
 {
-    return uninterrupted([fd, info] { return ::fstat(fd, info); });
+    return retryOnEintr([fd, info] { return ::fstat(fd, info); });
 }
 
 /** Check for a regular file. If it is not one, set errno to EISDIR or ENOTSUP. */
@@ -56,10 +56,10 @@ bool isRegular(const struct stat &info)
 
 /** Check a path with stat(2) before opening it: opening a device or a FIFO can have side effects.
  */
-bool mayBeOpened(const QByteArray &path)
+bool isSafeToOpen(const QByteArray &path)
 {
     struct stat info;
-    const int found = uninterrupted([&path, &info] { return ::stat(path.constData(), &info); });
+    const int found = retryOnEintr([&path, &info] { return ::stat(path.constData(), &info); });
     return found == -1 ? errno == ENOENT : isRegular(info);
 }
 
@@ -67,9 +67,9 @@ bool mayBeOpened(const QByteArray &path)
  *          opened */
 FileDescriptor openRegular(const QByteArray &path, int flags)
 {
-    if (!mayBeOpened(path))
+    if (!isSafeToOpen(path))
         return FileDescriptor();
-    FileDescriptor file(uninterrupted([&path, flags] {
+    FileDescriptor file(retryOnEintr([&path, flags] {
         return ::open(path.constData(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerOnly);
     }));
     struct stat info;
@@ -84,7 +84,7 @@ std::optional<QByteArray> readAll(int fd)
     QByteArray content;
     char buffer[4096];
     while (content.size() < MaxBytes) {
-        const ssize_t count = uninterrupted(
+        const ssize_t count = retryOnEintr(
             [fd, &buffer, &content] { return ::pread(fd, buffer, sizeof buffer, content.size()); });
         if (count == -1)
             return std::nullopt;
@@ -99,7 +99,7 @@ std::optional<QByteArray> readAll(int fd)
 bool writeAll(int fd, const QByteArray &bytes, off_t offset = 0)
 {
     for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t count = uninterrupted([fd, &bytes, done, offset] {
+        const ssize_t count = retryOnEintr([fd, &bytes, done, offset] {
             return ::pwrite(fd, bytes.constData() + done, bytes.size() - done, offset + done);
         });
         if (count <= 0)
@@ -111,12 +111,12 @@ bool writeAll(int fd, const QByteArray &bytes, off_t offset = 0)
 
 bool sync(int fd)
 {
-    return uninterrupted([fd] { return ::fsync(fd); }) == 0;
+    return retryOnEintr([fd] { return ::fsync(fd); }) == 0;
 }
 
 bool cut(int fd, off_t length)
 {
-    return uninterrupted([fd, length] { return ::ftruncate(fd, length); }) == 0;
+    return retryOnEintr([fd, length] { return ::ftruncate(fd, length); }) == 0;
 }
 
 /**
@@ -138,15 +138,15 @@ bool replace(int fd, const QByteArray &content, off_t size)
 
 /** Set owner and mode so that only the program's user can access the file. @return false when
  *  others may still be able to */
-bool keepToOwner(int fd)
+bool restrictToOwner(int fd)
 {
     struct stat info;
-    const auto takeOver = [fd] { return ::fchown(fd, ::geteuid(), ::getegid()); };
-    const auto closeToOthers = [fd] { return ::fchmod(fd, OwnerOnly); };
+    const auto changeOwner = [fd] { return ::fchown(fd, ::geteuid(), ::getegid()); };
+    const auto changeMode = [fd] { return ::fchmod(fd, OwnerOnly); };
     if (statOf(fd, &info) == -1)
         return false;
-    const bool owned = info.st_uid == ::geteuid() || uninterrupted(takeOver) == 0;
-    if ((info.st_mode & ALLPERMS) == OwnerOnly || uninterrupted(closeToOthers) == 0)
+    const bool owned = info.st_uid == ::geteuid() || retryOnEintr(changeOwner) == 0;
+    if ((info.st_mode & ALLPERMS) == OwnerOnly || retryOnEintr(changeMode) == 0)
         return owned;
     return owned && (info.st_mode & OthersAccess) == 0;
 }
@@ -155,7 +155,7 @@ bool keepToOwner(int fd)
 QByteArray realPath(const QByteArray &path)
 {
     std::unique_ptr<char, decltype(&std::free)> real(nullptr, &std::free);
-    uninterrupted([&path, &real] {
+    retryOnEintr([&path, &real] {
         real.reset(::realpath(path.constData(), nullptr));
         return real ? 0 : -1;
     });
@@ -164,17 +164,18 @@ QByteArray realPath(const QByteArray &path)
 
 /** fsync the directory, so that the directory entry of a new file is as durable as its content.
  * Some file systems do not support this. */
-void syncFolder(const QByteArray &path)
+void syncDirectory(const QByteArray &path)
 {
     const QByteArray real = realPath(path);
-    const QByteArray folder = real.left(std::max<qsizetype>(real.lastIndexOf('/'), 1));
-    const FileDescriptor opened(uninterrupted(
-        [&folder] { return ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!opened.isOpen() || uninterrupted([&opened] { return ::fsync(opened.get()); }) == -1)
-        logFailure("sync folder", folder, errno);
+    const QByteArray directory = real.left(std::max<qsizetype>(real.lastIndexOf('/'), 1));
+    const FileDescriptor opened(retryOnEintr([&directory] {
+        return ::open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }));
+    if (!opened.isOpen() || retryOnEintr([&opened] { return ::fsync(opened.get()); }) == -1)
+        logFailure("sync directory", directory, errno);
 }
 
-QByteArray joined(const QStringList &lines)
+QByteArray encodeLines(const QStringList &lines)
 {
     QByteArray content;
     for (const QString &line : lines)
@@ -204,30 +205,30 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
     }
     // Save the operator's input even on a file system without owners and modes, and over a content
     // that cannot be read.
-    if (!keepToOwner(fd))
+    if (!restrictToOwner(fd))
         logFailure("restrict access to", name, errno);
-    const std::optional<QByteArray> earlier = readAll(fd);
-    if (!earlier)
+    const std::optional<QByteArray> previous = readAll(fd);
+    if (!previous)
         logFailure("read the earlier content of", name, errno);
     if (replace(fd, content, info.st_size))
         return true;
     logFailure("write", name, errno);
-    if (earlier && !restore(fd, *earlier, info.st_size))
+    if (previous && !restore(fd, *previous, info.st_size))
         logFailure("restore", name, errno);
     return false;
 }
 
 } // namespace
 
-Content read(const QString &path)
+ReadResult read(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file = openRegular(name, O_RDONLY);
     if (const auto bytes = file.isOpen() ? readAll(file.get()) : std::nullopt)
-        return {Content::Whole, *bytes, 0};
+        return {ReadResult::Complete, *bytes, 0};
     const int error = errno;
     logFailure("read", name, error);
-    return {error == ENOENT ? Content::Missing : Content::Unreadable, {}, error};
+    return {error == ENOENT ? ReadResult::Missing : ReadResult::Unreadable, {}, error};
 }
 
 bool write(const QString &path, const QStringList &lines)
@@ -239,9 +240,9 @@ bool write(const QString &path, const QStringList &lines)
         file = openRegular(name, O_RDWR | O_CREAT);
     if (!file.isOpen())
         logFailure("open", name, errno);
-    const bool written = file.isOpen() && rewrite(file.get(), name, joined(lines));
+    const bool written = file.isOpen() && rewrite(file.get(), name, encodeLines(lines));
     if (missing && written)
-        syncFolder(name);
+        syncDirectory(name);
     else if (missing)
         ::unlink(realPath(name).constData()); // An empty file would hide the defaults.
     return written;

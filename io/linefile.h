@@ -10,19 +10,19 @@ namespace linefile
 {
 
 /** Result of reading a file. */
-struct Content {
+struct ReadResult {
     enum State {
-        Whole,      ///< read completely, or its first MiB
+        Complete,   ///< read completely, or its first MiB
         Missing,    ///< the file does not exist
         Unreadable, ///< it exists, but is not a regular file or could not be read completely
     };
     State state;
-    QByteArray bytes; ///< content; empty unless state is Whole
+    QByteArray bytes; ///< content; empty unless state is Complete
     int error = 0;    ///< errno if it is missing or unreadable
 };
 
 /** Read a regular file, at most its first MiB. Does not block on FIFOs or devices. */
-[[nodiscard]] Content read(const QString &path);
+[[nodiscard]] ReadResult read(const QString &path);
 
 /**
  * Rewrite a file in place, as UTF-8 with a line feed after each line, and fsync it. Create a

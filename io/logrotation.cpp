@@ -11,7 +11,7 @@
 namespace
 {
 
-QString oldCopy(const QString &path)
+QString rotatedPath(const QString &path)
 {
     return path + QStringLiteral(".old");
 }
@@ -41,13 +41,13 @@ void makePrivateLogs(const QStringList &paths)
 void rotateLogs(const QStringList &paths)
 {
     for (const QString &path : paths) {
-        if (QFile::exists(oldCopy(path)))
-            QFile::remove(oldCopy(path));
+        if (QFile::exists(rotatedPath(path)))
+            QFile::remove(rotatedPath(path));
     }
     for (const QString &path : paths) {
         // Not QFile::rename(), which falls back to copying: a log can be larger than the memory.
-        if (QFile::exists(path) && !QFile::exists(oldCopy(path)))
+        if (QFile::exists(path) && !QFile::exists(rotatedPath(path)))
             std::rename(QFile::encodeName(path).constData(),
-                        QFile::encodeName(oldCopy(path)).constData());
+                        QFile::encodeName(rotatedPath(path)).constData());
     }
 }

@@ -45,8 +45,12 @@ ShellResult runShellForOutput(const QString &commandLine)
 {
     ShellResult result;
     QProcess process;
-    const auto keepOutput = [&] { appendBounded(result.output, process.readAllStandardOutput()); };
-    const auto keepErrors = [&] { appendBounded(result.errors, process.readAllStandardError()); };
+    const auto keepOutput = [&] {
+        appendBounded(result.standardOutput, process.readAllStandardOutput());
+    };
+    const auto keepErrors = [&] {
+        appendBounded(result.standardError, process.readAllStandardError());
+    };
     QObject::connect(&process, &QProcess::readyReadStandardOutput, &process, keepOutput);
     QObject::connect(&process, &QProcess::readyReadStandardError, &process, keepErrors);
     result.status = run(process, commandLine);

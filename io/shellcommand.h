@@ -7,9 +7,9 @@
 
 /** Result of a command; each output is truncated to MaxOutputBytes. */
 struct ShellResult {
-    int status = -1;   ///< exit status; -1 when the shell was not started or a signal killed it
-    QByteArray output; ///< standard output
-    QByteArray errors; ///< standard error
+    int status = -1; ///< exit status; -1 when the shell was not started or a signal killed it
+    QByteArray standardOutput;
+    QByteArray standardError;
 };
 
 inline constexpr qsizetype MaxOutputBytes = 1 << 16;

@@ -1,9 +1,9 @@
 // corvanta-provision: sets, shows and checks the parameters without a panel.
 #include "core/boardpaths.h"
 #include "io/linefile.h"
-#include "io/onlycopy.h"
-#include "io/ownground.h"
 #include "io/parameterlock.h"
+#include "io/processsetup.h"
+#include "io/singleinstance.h"
 #include "provision/dialcheck.h"
 #include "provision/settings.h"
 #include "provision/storedvalues.h"
@@ -116,7 +116,7 @@ int store(const QList<Setting> &list, bool asIs)
     }
     QLoggingCategory::setFilterRules(QStringLiteral("corvanta.files.warning=true"));
     const int status = write(values);
-    if (status == EX_OK && isCopyRunning())
+    if (status == EX_OK && isInstanceRunning())
         std::puts(
             "The panel is running with the old values and would save them on Exit. Restart it: "
             "systemctl restart corvanta");
@@ -127,13 +127,14 @@ int store(const QList<Setting> &list, bool asIs)
 void printAgreement(const ScreenValues &values)
 {
     for (const auto &file : storedvalues::generatedFiles(values)) {
-        const linefile::Content content = linefile::read(QLatin1String(file.path));
-        const bool agrees = content.state == linefile::Content::Whole &&
+        const linefile::ReadResult content = linefile::read(QLatin1String(file.path));
+        const bool agrees = content.state == linefile::ReadResult::Complete &&
                             content.bytes == storedvalues::contentOf(file);
         std::printf("%s %s\n", file.path,
-                    agrees                                        ? "agrees with the parameters"
-                    : content.state == linefile::Content::Missing ? "does not exist"
-                                                                  : "differs from the parameters");
+                    agrees ? "agrees with the parameters"
+                    : content.state == linefile::ReadResult::Missing
+                        ? "does not exist"
+                        : "differs from the parameters");
     }
 }
 
@@ -209,7 +210,7 @@ int printUsage(FILE *stream, int status)
 
 int main(int argc, char **argv)
 {
-    makeOwnGround();
+    setUpProcess();
     const QByteArray first(argc > 1 ? argv[1] : "");
     if (first.isEmpty() || (argc == 2 && first == "--as-is"))
         return printUsage(stderr, EX_USAGE);

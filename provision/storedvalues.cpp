@@ -18,11 +18,12 @@ constexpr int AuthMethods = 3; // rows of the panel's list
 
 QString read(const char *path, const QStringList &defaults, QStringList &list)
 {
-    const linefile::Content content = linefile::read(path);
-    if (content.state == linefile::Content::Unreadable)
+    const linefile::ReadResult content = linefile::read(path);
+    if (content.state == linefile::ReadResult::Unreadable)
         return QStringLiteral("could not read %1: %2")
             .arg(QLatin1String(path), QString::fromLocal8Bit(std::strerror(content.error)));
-    list = content.state == linefile::Content::Whole ? paramlist::parse(content.bytes) : defaults;
+    list = content.state == linefile::ReadResult::Complete ? paramlist::parse(content.bytes)
+                                                           : defaults;
     return {};
 }
 

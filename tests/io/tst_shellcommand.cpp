@@ -36,8 +36,8 @@ void ShellCommandTest::results()
     QFETCH(QString, line);
     const ShellResult result = runShellForOutput(line);
     QTEST(result.status, "status");
-    QTEST(result.output, "output");
-    QTEST(result.errors, "errors");
+    QTEST(result.standardOutput, "output");
+    QTEST(result.standardError, "errors");
     QTEST(runShell(line), "status");
 }
 
@@ -46,9 +46,9 @@ void ShellCommandTest::keepsTheBeginningOfMuch()
     const ShellResult result = runShellForOutput("yes out | head -c 5000000; "
                                                  "yes err | head -c 5000000 >&2; exit 3");
     QCOMPARE(result.status, 3);
-    QCOMPARE(result.output.size(), MaxOutputBytes);
-    QCOMPARE(result.errors.size(), MaxOutputBytes);
-    QVERIFY(result.output.startsWith("out\nout\n"));
+    QCOMPARE(result.standardOutput.size(), MaxOutputBytes);
+    QCOMPARE(result.standardError.size(), MaxOutputBytes);
+    QVERIFY(result.standardOutput.startsWith("out\nout\n"));
 }
 
 void ShellCommandTest::saysWhyWhenAsked()

@@ -1,68 +1,69 @@
 // Waiting while the event loop is served: what ends a wait, and what must not hasten its probes.
 // Its limit, and that events are served, are tested with the whole program.
-#include "io/servedwait.h"
+#include "io/eventwait.h"
 
 #include <QtTest>
 
 using namespace std::chrono_literals;
 
-class ServedWaitTest : public QObject
+class EventWaitTest : public QObject
 {
     Q_OBJECT
 
 private slots:
     void probesAtOnceAndAtMostOncePerInterval();
-    void endsWhenAbandoned();
+    void endsWhenCancelled();
     void doesNotSpinAfterQuit();
 };
 
-void ServedWaitTest::probesAtOnceAndAtMostOncePerInterval()
+void EventWaitTest::probesAtOnceAndAtMostOncePerInterval()
 {
     int probes = 0;
     QElapsedTimer time;
     time.start();
-    QCOMPARE(waitServed({[&] { return ++probes == 1; }, {}}), WaitResult::Ready);
+    QCOMPARE(waitWithEvents({[&] { return ++probes == 1; }, {}}), WaitResult::Ready);
     QVERIFY(time.elapsed() < 500);
 
     QTimer ticks; // busy event traffic must not make the probe run more often
     ticks.start(1ms);
     probes = 0;
     time.restart();
-    QCOMPARE(waitServed({[&] { return ++probes == 4; }, {}, 50ms}), WaitResult::Ready);
+    QCOMPARE(waitWithEvents({[&] { return ++probes == 4; }, {}, 50ms}), WaitResult::Ready);
     QVERIFY(time.elapsed() >= 150);
 }
 
-void ServedWaitTest::endsWhenAbandoned()
+void EventWaitTest::endsWhenCancelled()
 {
     bool gone = false;
     int probes = 0;
     QTimer::singleShot(20ms, this, [&] { gone = true; });
     QElapsedTimer time;
     time.start();
-    const auto result = waitServed({[&] { return ++probes > 1; }, [&] { return gone; }, 60000ms});
-    QCOMPARE(result, WaitResult::Abandoned);
+    const auto result =
+        waitWithEvents({[&] { return ++probes > 1; }, [&] { return gone; }, 60000ms});
+    QCOMPARE(result, WaitResult::Cancelled);
     QVERIFY(time.elapsed() < 5000);
     QCOMPARE(probes, 1);
 }
 
-void ServedWaitTest::doesNotSpinAfterQuit()
+void EventWaitTest::doesNotSpinAfterQuit()
 {
     int probes = 0;
     auto result = WaitResult::Ready;
     QTimer::singleShot(0, this, [&] {
         QCoreApplication::quit(); // nested event loops return at once from here on
-        result = waitServed({[&] {
-                                 ++probes;
-                                 return false;
-                             },
-                             {},
-                             50ms,
-                             200ms});
+        result = waitWithEvents({[&] {
+                                     ++probes;
+                                     return false;
+                                 },
+                                 {},
+                                 50ms,
+                                 200ms});
     });
     QCoreApplication::exec();
     QCOMPARE(result, WaitResult::TimedOut);
     QVERIFY2(probes <= 6, qPrintable(QString::number(probes)));
 }
 
-QTEST_GUILESS_MAIN(ServedWaitTest)
-#include "tst_servedwait.moc"
+QTEST_GUILESS_MAIN(EventWaitTest)
+#include "tst_eventwait.moc"

@@ -6,7 +6,7 @@
  * @return false when another instance holds the lock; true also when the lock file cannot be opened
  *         or locked for any other reason, so that a board without /run still gets its panel
  */
-[[nodiscard]] bool claimOnlyCopy();
+[[nodiscard]] bool acquireInstanceLock();
 
 /** @return true when another instance holds the lock */
-[[nodiscard]] bool isCopyRunning();
+[[nodiscard]] bool isInstanceRunning();

@@ -1,4 +1,4 @@
-#include "io/servedwait.h"
+#include "io/eventwait.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -7,8 +7,8 @@
 namespace
 {
 
-/** Process events for one interval. @return false when the wait was abandoned */
-bool serveFor(std::chrono::milliseconds interval, const std::function<bool()> &abandoned)
+/** Process events for one interval. @return false when the wait was cancelled */
+bool processEventsFor(std::chrono::milliseconds interval, const std::function<bool()> &cancelled)
 {
     bool over = false;
     QTimer timer;
@@ -18,7 +18,7 @@ bool serveFor(std::chrono::milliseconds interval, const std::function<bool()> &a
     timer.start(interval);
     while (!over) {
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-        if (abandoned && abandoned())
+        if (cancelled && cancelled())
             return false;
     }
     return true;
@@ -26,19 +26,19 @@ bool serveFor(std::chrono::milliseconds interval, const std::function<bool()> &a
 
 } // namespace
 
-WaitResult waitServed(const ServedWait &wait)
+WaitResult waitWithEvents(const EventWait &wait)
 {
-    const QDeadlineTimer deadline = wait.limit ? QDeadlineTimer(*wait.limit, Qt::PreciseTimer)
-                                               : QDeadlineTimer(QDeadlineTimer::Forever);
+    const QDeadlineTimer deadline = wait.timeout ? QDeadlineTimer(*wait.timeout, Qt::PreciseTimer)
+                                                 : QDeadlineTimer(QDeadlineTimer::Forever);
     for (;;) {
         QCoreApplication::processEvents();
-        if (wait.abandoned && wait.abandoned())
-            return WaitResult::Abandoned;
+        if (wait.cancelled && wait.cancelled())
+            return WaitResult::Cancelled;
         if (wait.ready())
             return WaitResult::Ready;
         if (deadline.hasExpired())
             return WaitResult::TimedOut;
-        if (!serveFor(wait.interval, wait.abandoned))
-            return WaitResult::Abandoned;
+        if (!processEventsFor(wait.interval, wait.cancelled))
+            return WaitResult::Cancelled;
     }
 }

@@ -10,4 +10,4 @@
  *   ignored until its handler is installed.
  * - stdout and stderr do not block: output that a stalled reader does not accept is dropped.
  */
-void makeOwnGround();
+void setUpProcess();

@@ -1,4 +1,4 @@
-#include "io/ownground.h"
+#include "io/processsetup.h"
 
 #include "io/filedescriptor.h"
 
@@ -32,7 +32,7 @@ void resetSignals()
  * Make writes to a pipe, terminal or socket fail instead of block. A pipe or terminal is reopened,
  * because O_NONBLOCK would otherwise affect every process that shares the open file description.
  */
-void neverBlock(int fd)
+void setNonBlocking(int fd)
 {
     struct stat info;
     if (::fstat(fd, &info) == -1)
@@ -51,10 +51,10 @@ void neverBlock(int fd)
 
 } // namespace
 
-void makeOwnGround()
+void setUpProcess()
 {
     openStandardDescriptors();
     resetSignals();
-    neverBlock(STDOUT_FILENO);
-    neverBlock(STDERR_FILENO);
+    setNonBlocking(STDOUT_FILENO);
+    setNonBlocking(STDERR_FILENO);
 }

@@ -7,15 +7,15 @@
 
 enum class WaitResult {
     Ready,     ///< ready() returned true
-    TimedOut,  ///< the limit expired
-    Abandoned, ///< abandoned() returned true
+    TimedOut,  ///< the timeout expired
+    Cancelled, ///< cancelled() returned true
 };
 
-struct ServedWait {
+struct EventWait {
     std::function<bool()> ready;     ///< condition: called immediately, then once per interval
-    std::function<bool()> abandoned; ///< called each time events were processed; may be empty
+    std::function<bool()> cancelled; ///< called each time events were processed; may be empty
     std::chrono::milliseconds interval{1000};
-    std::optional<std::chrono::milliseconds> limit{}; ///< no limit by default
+    std::optional<std::chrono::milliseconds> timeout{}; ///< no timeout by default
 };
 
 /**
@@ -23,4 +23,4 @@ struct ServedWait {
  * loop is used, because it would return immediately once the application has been asked to quit,
  * and ready() would be called without a pause.
  */
-[[nodiscard]] WaitResult waitServed(const ServedWait &wait);
+[[nodiscard]] WaitResult waitWithEvents(const EventWait &wait);

@@ -1,4 +1,4 @@
-#include "io/onlycopy.h"
+#include "io/singleinstance.h"
 
 #include "core/boardpaths.h"
 #include "io/filedescriptor.h"
@@ -14,7 +14,7 @@ FileDescriptor openLock()
 {
     // Close-on-exec: pppd outlives the program and must not inherit the lock.
     return FileDescriptor(
-        ::open(boardpaths::OnlyCopyLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        ::open(boardpaths::InstanceLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
 }
 
 struct flock wholeFile()
@@ -27,7 +27,7 @@ struct flock wholeFile()
 
 } // namespace
 
-bool claimOnlyCopy()
+bool acquireInstanceLock()
 {
     static const FileDescriptor lock = openLock(); // Held until the process exits.
     struct flock range = wholeFile();
@@ -35,7 +35,7 @@ bool claimOnlyCopy()
            (errno != EAGAIN && errno != EACCES);
 }
 
-bool isCopyRunning()
+bool isInstanceRunning()
 {
     // Query only: a panel that starts while this process holds the lock, however briefly, would
     // exit.
