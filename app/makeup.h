@@ -31,7 +31,7 @@ class QTabWidget;
 class QTextEdit;
 class QVBoxLayout;
 class QWidget;
-struct SignalReply;
+struct CsqResponse;
 
 namespace paramlist
 {
@@ -155,7 +155,7 @@ private:
     [[nodiscard]] paramlist::ScreenValues screenValues() const;
     void showDialUp(const paramlist::DialUpValues &values);
     void showAutoConnect(const paramlist::AutoConnectValues &values);
-    void showSignal(const SignalReply &reply);
+    void showSignal(const CsqResponse &reply);
 
     static Makeup *instancePtr;
 

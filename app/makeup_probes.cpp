@@ -3,8 +3,8 @@
 
 #include "app/httpprobe.h"
 #include "core/boardpaths.h"
-#include "core/plaintext.h"
-#include "core/signalreply.h"
+#include "core/csqresponse.h"
+#include "core/latin1.h"
 #include "io/atport.h"
 #include "io/boardcommands.h"
 #include "io/eventwait.h"
@@ -104,11 +104,11 @@ int Makeup::checkSignalStrength(int request)
     if (answer.error != nullptr)
         signalValue->setText(QString::fromLatin1(answer.error));
     else if (!answer.chunk.isEmpty())
-        showSignal(parseSignalReply(answer.chunk));
+        showSignal(parseCsqResponse(answer.chunk));
     return answer.result;
 }
 
-void Makeup::showSignal(const SignalReply &reply)
+void Makeup::showSignal(const CsqResponse &reply)
 {
     signalValue->setText(reply.noSignal ? tr("No Signal") : reply.text);
     signalBar->setValue(reply.noSignal ? 0 : reply.percent);
@@ -118,8 +118,8 @@ void Makeup::pinResponse()
 {
     const ShellResult ping = boardcommands::ping();
     appendPlain(pingOutput, QStringLiteral("oo"));
-    appendPlain(pingOutput, plainText(ping.standardOutput));
-    appendPlain(pingOutput, plainText(ping.standardError));
+    appendPlain(pingOutput, decodeLatin1(ping.standardOutput));
+    appendPlain(pingOutput, decodeLatin1(ping.standardError));
 }
 
 void Makeup::httpGet()
@@ -138,5 +138,5 @@ void Makeup::managerFinished(QNetworkReply *reply)
     if (probe == nullptr)
         return;
     const HttpProbe::Outcome outcome = probe->take(reply);
-    qDebug() << (outcome.error.isNull() ? plainText(outcome.body) : outcome.error);
+    qDebug() << (outcome.error.isNull() ? decodeLatin1(outcome.body) : outcome.error);
 }

@@ -13,7 +13,7 @@ void StoredFile::load(QStringList &list)
     everRead = everRead || read;
     edited = false;
     if (read)
-        list = paramlist::parse(content.bytes);
+        list = paramlist::parseLines(content.bytes);
     else
         list.append(defaults);
 }

@@ -1,6 +1,6 @@
 #include "core/paramlist.h"
 
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 
 namespace paramlist
 {
@@ -29,10 +29,10 @@ QString trimmed(const QString &text)
 QString decodeLine(const QByteArray &line)
 {
     const qsizetype nul = line.indexOf('\0');
-    return trimmed(linetext::decode(nul < 0 ? line : line.left(nul)));
+    return trimmed(lineencoding::decode(nul < 0 ? line : line.left(nul)));
 }
 
-QStringList parse(const QByteArray &content)
+QStringList parseLines(const QByteArray &content)
 {
     QStringList lines;
     for (qsizetype begin = 0; begin < content.size();) {

@@ -66,7 +66,7 @@ struct ScreenValues {
 [[nodiscard]] QString decodeLine(const QByteArray &line);
 
 /** Decode all lines of a parameter file. The last line may lack a newline. */
-[[nodiscard]] QStringList parse(const QByteArray &content);
+[[nodiscard]] QStringList parseLines(const QByteArray &content);
 
 /** Return the default dial-up list, for boards without a parameter file. */
 [[nodiscard]] QStringList dialUpDefaults();

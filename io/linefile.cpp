@@ -1,6 +1,6 @@
 #include "io/linefile.h"
 
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 #include "io/filedescriptor.h"
 
 #include <QFile>
@@ -179,7 +179,7 @@ QByteArray encodeLines(const QStringList &lines)
 {
     QByteArray content;
     for (const QString &line : lines)
-        content += linetext::encode(line) + '\n';
+        content += lineencoding::encode(line) + '\n';
     return content;
 }
 

@@ -23,7 +23,7 @@ QString textError(const QByteArray &bytes)
         return QStringLiteral("is not valid UTF-8");
     if (text.size() > MaxFieldLength)
         return QStringLiteral("is longer than %1 characters").arg(MaxFieldLength);
-    if (paramlist::parse(bytes + '\n') != QStringList(text))
+    if (paramlist::parseLines(bytes + '\n') != QStringList(text))
         return QStringLiteral("has a newline or a NUL, or starts or ends with white space");
     return {};
 }

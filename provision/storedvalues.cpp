@@ -2,7 +2,7 @@
 
 #include "core/boardpaths.h"
 #include "core/chatscript.h"
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 #include "core/peerfile.h"
 #include "io/linefile.h"
 
@@ -22,7 +22,7 @@ QString read(const char *path, const QStringList &defaults, QStringList &list)
     if (content.state == linefile::ReadResult::Unreadable)
         return QStringLiteral("could not read %1: %2")
             .arg(QLatin1String(path), QString::fromLocal8Bit(std::strerror(content.error)));
-    list = content.state == linefile::ReadResult::Complete ? paramlist::parse(content.bytes)
+    list = content.state == linefile::ReadResult::Complete ? paramlist::parseLines(content.bytes)
                                                            : defaults;
     return {};
 }
@@ -66,7 +66,7 @@ QByteArray contentOf(const File &file)
 {
     QByteArray content;
     for (const QString &line : file.lines)
-        content += linetext::encode(line) + '\n';
+        content += lineencoding::encode(line) + '\n';
     return content;
 }
 

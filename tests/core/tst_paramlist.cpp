@@ -1,6 +1,6 @@
 // Lines of any origin. Defaults, trimming on the way out and what counts as a change are tested
 // with the whole program, where a mistake would keep an operator from dialling.
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 #include "core/paramlist.h"
 
 #include <QtTest>
@@ -52,7 +52,7 @@ void ParamListTest::parsesFiles_data()
 void ParamListTest::parsesFiles()
 {
     QFETCH(QByteArray, content);
-    QTEST(parse(content), "lines");
+    QTEST(parseLines(content), "lines");
 }
 
 void ParamListTest::keepsEveryText_data()
@@ -72,7 +72,7 @@ void ParamListTest::keepsEveryText_data()
 void ParamListTest::keepsEveryText()
 {
     QFETCH(QString, text);
-    QCOMPARE(decodeLine(linetext::encode(text) + '\n'), text);
+    QCOMPARE(decodeLine(lineencoding::encode(text) + '\n'), text);
 }
 
 QTEST_GUILESS_MAIN(ParamListTest)

@@ -1,6 +1,6 @@
 // Small decisions on values: signal figures and display profiles.
+#include "core/csqresponse.h"
 #include "core/displayprofile.h"
-#include "core/signalreply.h"
 
 #include <QtTest>
 
@@ -37,7 +37,7 @@ void TextsTest::signalReplies_data()
 void TextsTest::signalReplies()
 {
     QFETCH(QByteArray, chunk);
-    const SignalReply reply = parseSignalReply(chunk);
+    const CsqResponse reply = parseCsqResponse(chunk);
     QCOMPARE(reply.text, QString::fromLatin1(chunk));
     QTEST(reply.noSignal, "noSignal");
     QTEST(reply.percent, "percent");

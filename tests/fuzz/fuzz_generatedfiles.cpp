@@ -9,7 +9,7 @@ using namespace paramlist;
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QStringList list = parse(bytesOf(data, size));
+    const QStringList list = parseLines(bytesOf(data, size));
     const QStringList script = chatScriptLines(list);
     const bool pin = !dialUpEntry(list, Pin).isEmpty();
     require(script.size() == (pin ? 17 : 16), "the script's lines");

@@ -1,7 +1,7 @@
 // Any bytes as a parameter file: what a save then writes is six lines, and read again they give the
 // same values.
 #include "tests/fuzz/fuzz.h"
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 #include "core/paramlist.h"
 
 using namespace paramlist;
@@ -13,7 +13,7 @@ QByteArray saved(const QStringList &lines)
 {
     QByteArray content;
     for (const QString &line : lines)
-        content += linetext::encode(line) + '\n';
+        content += lineencoding::encode(line) + '\n';
     return content;
 }
 
@@ -21,11 +21,11 @@ QByteArray saved(const QStringList &lines)
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QStringList list = parse(bytesOf(data, size));
+    const QStringList list = parseLines(bytesOf(data, size));
     if (const auto values = dialUpValues(list)) {
         const QByteArray content = saved(dialUpLines(*values));
         require(content.count('\n') == DialUpCount, "six lines are saved");
-        const QStringList again = parse(content);
+        const QStringList again = parseLines(content);
         require(again.size() == DialUpCount, "six lines are read");
         for (int index = Apn; index < AuthMethod; ++index)
             require(again[index] == list[index], "a text is kept");
@@ -34,7 +34,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                 "a second save changes nothing");
     }
     if (const auto values = autoConnectValues(list)) {
-        const QStringList again = parse(saved(autoConnectLines(*values)));
+        const QStringList again = parseLines(saved(autoConnectLines(*values)));
         require(again.size() == AutoConnectCount, "two lines are read");
         require(autoConnectValues(again)->choice == values->choice, "the choice is kept");
         require(again[Counts] == list[Counts], "Counts is kept");

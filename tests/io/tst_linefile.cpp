@@ -146,12 +146,12 @@ void LineFileTest::powerCutLeavesOldOrNewValues()
     QCOMPARE(disk.data.left(disk.size), after);
     QCOMPARE(disk.sizes.size(), 1); // synced
     for (const QByteArray &content : std::as_const(disk.contents)) {
-        const QStringList values = paramlist::parse(content).mid(0, paramlist::DialUpCount);
+        const QStringList values = paramlist::parseLines(content).mid(0, paramlist::DialUpCount);
         const bool isShort = values.size() < paramlist::DialUpCount;
-        QVERIFY2(values == paramlist::parse(after) ||
+        QVERIFY2(values == paramlist::parseLines(after) ||
                      (before.isEmpty()
                           ? isShort
-                          : values == paramlist::parse(before).mid(0, paramlist::DialUpCount)),
+                          : values == paramlist::parseLines(before).mid(0, paramlist::DialUpCount)),
                  content.toPercentEncoding());
     }
 }

@@ -1,6 +1,6 @@
-#include "core/plaintext.h"
+#include "core/latin1.h"
 
-QString plainText(const QByteArray &bytes)
+QString decodeLatin1(const QByteArray &bytes)
 {
     // fromLatin1() does not stop at a NUL.
     const qsizetype nul = bytes.indexOf('\0');

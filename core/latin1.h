@@ -5,4 +5,4 @@
 #include <QString>
 
 /** Decode ISO 8859-1 up to the first NUL. */
-[[nodiscard]] QString plainText(const QByteArray &bytes);
+[[nodiscard]] QString decodeLatin1(const QByteArray &bytes);

@@ -1,9 +1,9 @@
-#include "core/linetext.h"
+#include "core/lineencoding.h"
 
 #include <QStringDecoder>
 #include <optional>
 
-namespace linetext
+namespace lineencoding
 {
 
 namespace
@@ -79,4 +79,4 @@ QString decode(const QByteArray &bytes)
     return text;
 }
 
-} // namespace linetext
+} // namespace lineencoding

@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
-namespace linetext
+namespace lineencoding
 {
 
 /** Encode text as UTF-8. An unpaired surrogate, which UTF-8 cannot represent, is encoded as the
@@ -15,4 +15,4 @@ namespace linetext
  *  wrote. */
 [[nodiscard]] QString decode(const QByteArray &bytes);
 
-} // namespace linetext
+} // namespace lineencoding

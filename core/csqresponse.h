@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
-struct SignalReply {
+struct CsqResponse {
     QString text;          ///< complete response, including line breaks and result code
     bool noSignal = false; ///< RSSI is 99: unknown or not detectable
     int percent = 0;       ///< trunc(rssi / 31 * 100); 0 if RSSI is not a number
@@ -15,4 +15,4 @@ struct SignalReply {
  * at index 8 and 9, behind "\r\n+CSQ: " (ITU-T V.250 (07/2003), 5.7.1; command echo off).
  * @param chunk bytes of one read (1 to 128); from a shorter response fewer characters are parsed
  */
-[[nodiscard]] SignalReply parseSignalReply(const QByteArray &chunk);
+[[nodiscard]] CsqResponse parseCsqResponse(const QByteArray &chunk);
