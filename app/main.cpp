@@ -8,7 +8,7 @@
 #include "platform/inputmethodmanagement.h"
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
-#include "platform/stopsignals.h"
+#include "platform/terminationsignals.h"
 
 #include <QApplication>
 #include <QBrush>
@@ -26,13 +26,14 @@ int main(int argc, char **argv)
         std::fputs("corvanta: another instance is already running\n", stderr);
         return EX_TEMPFAIL;
     }
-    StopSignals::hold();
-    auto displayStart = std::make_optional<DisplayStart>();
+    TerminationSignals::block();
+    auto fatalMessageExit = std::make_optional<FatalMessageExit>();
     QApplication app(argc, argv);
-    displayStart.reset();
+    fatalMessageExit.reset();
     if (!hasDisplay())
-        std::_Exit(NoDisplay); // Skip destructors: the platform plugin has leaked memory.
-    const StopSignals stopSignals;
+        // Skip destructors: the platform plugin has leaked memory.
+        std::_Exit(ExitNoDisplay);
+    const TerminationSignals terminationSignals;
     PanelStyle::apply(app);
     MFilter filter(nullptr);
     app.installEventFilter(&filter);
@@ -42,7 +43,7 @@ int main(int argc, char **argv)
     QWSServer::setCursorVisible(false);
     Fram::getInstance()->applyTranslator(&app);
     Widget window;
-    if (StopSignals::received())
+    if (TerminationSignals::received())
         return 0;
     window.show();
     return app.exec();

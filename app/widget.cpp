@@ -2,7 +2,7 @@
 
 #include "app/makeup.h"
 #include "io/eventwait.h"
-#include "platform/stopsignals.h"
+#include "platform/terminationsignals.h"
 #include "usb/checkusb.h"
 #include "usb/detectmsg.h"
 
@@ -17,8 +17,8 @@ Widget::Widget(QWidget *parent) : QWidget(parent)
     Makeup::setStyle(this);
     makeup->loadParam();
     waitForDongle();
-    const WaitResult node =
-        waitWithEvents({[makeup] { return makeup->hasModemNode(); }, &StopSignals::received});
+    const WaitResult node = waitWithEvents(
+        {[makeup] { return makeup->hasModemNode(); }, &TerminationSignals::received});
     if (node == WaitResult::Ready)
         makeup->checkPPPConnect();
 }
@@ -32,7 +32,7 @@ void Widget::waitForDongle()
 {
     // Do not open the dialog after a termination signal: the signal has already been handled and
     // would not close it.
-    if (StopSignals::received() || CheckUSB::checkUSB() != 0)
+    if (TerminationSignals::received() || CheckUSB::checkUSB() != 0)
         return;
     QString text = tr("Undetected dongle,Please plugin and wait a moment!");
     detectMsg = new DetectMsg(this, &text, WAIT_USB);

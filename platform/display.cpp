@@ -9,31 +9,31 @@ namespace
 
 QtMessageHandler previousHandler = nullptr;
 
-void sayNoDisplay()
+void reportNoDisplay()
 {
     std::fputs("corvanta: no display: check that the framebuffer exists and that QT_QPA_PLATFORM "
                "names it\n",
                stderr);
 }
 
-void endWhenFatal(QtMsgType type, const QMessageLogContext &context, const QString &text)
+void exitOnFatalMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     if (type == QtFatalMsg) {
         std::fprintf(stderr, "%s\n", qPrintable(text));
-        sayNoDisplay();
-        std::_Exit(NoDisplay);
+        reportNoDisplay();
+        std::_Exit(ExitNoDisplay);
     }
     previousHandler(type, context, text);
 }
 
 } // namespace
 
-DisplayStart::DisplayStart()
+FatalMessageExit::FatalMessageExit()
 {
-    previousHandler = qInstallMessageHandler(endWhenFatal);
+    previousHandler = qInstallMessageHandler(exitOnFatalMessage);
 }
 
-DisplayStart::~DisplayStart()
+FatalMessageExit::~FatalMessageExit()
 {
     qInstallMessageHandler(previousHandler);
 }
@@ -42,6 +42,6 @@ bool hasDisplay()
 {
     if (QGuiApplication::primaryScreen() != nullptr)
         return true;
-    sayNoDisplay();
+    reportNoDisplay();
     return false;
 }

@@ -4,19 +4,19 @@
 #include <QtGlobal>
 
 /** Exit status without a display: EX_UNAVAILABLE of sysexits.h. */
-constexpr int NoDisplay = 69;
+constexpr int ExitNoDisplay = 69;
 
 /**
  * While an object of this class exists, a fatal Qt message is printed and the process exits with
- * status NoDisplay instead of aborting, for example when the platform plugin is missing. Use it
+ * status ExitNoDisplay instead of aborting, for example when the platform plugin is missing. Use it
  * only around the construction of QApplication.
  */
-class DisplayStart
+class FatalMessageExit
 {
 public:
-    DisplayStart();
-    ~DisplayStart();
-    Q_DISABLE_COPY_MOVE(DisplayStart)
+    FatalMessageExit();
+    ~FatalMessageExit();
+    Q_DISABLE_COPY_MOVE(FatalMessageExit)
 };
 
 /** Print an error message if there is no screen. @return true when there is a screen */

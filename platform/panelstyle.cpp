@@ -1,19 +1,20 @@
 #include "platform/panelstyle.h"
 
-#include "platform/doubletouch.h"
+#include "platform/doubletapfilter.h"
 #include "platform/screen.h"
 
 #include <QApplication>
 #include <QEvent>
 #include <QFont>
 #include <QProgressBar>
+#include <chrono>
 
 namespace
 {
 
 constexpr int SmallPanelHeight = 300;
 constexpr int LargePanelHeight = 700;
-constexpr int FrameMs = 100; // 10 frames per second; Qt paints up to 60.
+constexpr std::chrono::milliseconds FrameInterval{100}; // 10 frames per second; Qt paints up to 60.
 
 } // namespace
 
@@ -67,8 +68,8 @@ bool PanelStyle::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() != QEvent::StyleAnimationUpdate)
         return QProxyStyle::eventFilter(watched, event);
-    if (!m_sinceFrame.isValid() || m_sinceFrame.hasExpired(FrameMs)) {
-        m_sinceFrame.start();
+    if (!m_lastFrame.isValid() || m_lastFrame.hasExpired(FrameInterval.count())) {
+        m_lastFrame.start();
         return false; // Let Qt paint the frame, or stop the animation if the bar is hidden.
     }
     event->accept(); // Skip this frame; the animation continues.
@@ -83,5 +84,5 @@ void PanelStyle::apply(QApplication &app)
     QFont font(QStringLiteral("Microsoft JhengHei"));
     font.setPixelSize(metrics.fontPixels);
     app.setFont(font);
-    app.installEventFilter(new DoubleTouch(&app));
+    app.installEventFilter(new DoubleTapFilter(&app));
 }

@@ -42,5 +42,5 @@ public:
 private:
     PanelMetrics m_metrics;
     /** time since the last frame of the busy bar, of which at most one is visible */
-    QElapsedTimer m_sinceFrame;
+    QElapsedTimer m_lastFrame;
 };

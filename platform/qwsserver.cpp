@@ -41,16 +41,16 @@ bool isClearedWith(const QBrush &brush)
            QGuiApplication::platformName() != QLatin1String("eglfs") && !hasAlphaChannel();
 }
 
-void removeBackdrop();
+void removeBackgroundWindow();
 
 /**
  * Background window. It paints only what Qt does not. Its backing store is as large as the panel,
  * so it is deleted once another window covers it.
  */
-class Backdrop : public QRasterWindow
+class BackgroundWindow : public QRasterWindow
 {
 public:
-    explicit Backdrop(const QBrush &brush) : m_brush(brush), m_paints(!isClearedWith(brush))
+    explicit BackgroundWindow(const QBrush &brush) : m_brush(brush), m_paints(!isClearedWith(brush))
     {
         setFlags(Flags);
         setGeometry(QGuiApplication::primaryScreen()->geometry());
@@ -58,12 +58,12 @@ public:
             QCoreApplication::instance()->installEventFilter(this);
     }
 
-    ~Backdrop() override
+    ~BackgroundWindow() override
     {
         if (m_paints)
             malloc_trim(0); // glibc would keep the freed backing store; return it to the system.
     }
-    Q_DISABLE_COPY_MOVE(Backdrop)
+    Q_DISABLE_COPY_MOVE(BackgroundWindow)
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
@@ -72,7 +72,7 @@ public:
             window->isExposed() && window->geometry().contains(geometry())) {
             // When that window has painted. Not deleteLater(): the main window is shown before the
             // event loop starts, and Qt defers the deletion until that loop ends.
-            QTimer::singleShot(0, QCoreApplication::instance(), removeBackdrop);
+            QTimer::singleShot(0, QCoreApplication::instance(), removeBackgroundWindow);
         }
         return false;
     }
@@ -95,15 +95,15 @@ private:
     bool m_paints;
 };
 
-QPointer<Backdrop> &backdrop()
+QPointer<BackgroundWindow> &backgroundWindow()
 {
-    static QPointer<Backdrop> instance;
+    static QPointer<BackgroundWindow> instance;
     return instance;
 }
 
-void removeBackdrop()
+void removeBackgroundWindow()
 {
-    delete backdrop();
+    delete backgroundWindow();
 }
 
 /** Return whether this program is its own display server. */
@@ -126,11 +126,11 @@ void QWSServer::setBackground(const QBrush &brush)
 {
     if (!isDisplayServer() || QGuiApplication::primaryScreen() == nullptr)
         return;
-    if (!backdrop())
-        qAddPostRoutine(removeBackdrop);
-    delete backdrop();
-    backdrop() = new Backdrop(brush);
-    backdrop()->show();
+    if (!backgroundWindow())
+        qAddPostRoutine(removeBackgroundWindow);
+    delete backgroundWindow();
+    backgroundWindow() = new BackgroundWindow(brush);
+    backgroundWindow()->show();
     // Paint now: the following start-up steps do not process events for a while.
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }

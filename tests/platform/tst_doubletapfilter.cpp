@@ -1,10 +1,10 @@
 // Touches that come one after the other, and fingers that move.
-#include "platform/doubletouch.h"
+#include "platform/doubletapfilter.h"
 
 #include <QtTest>
 #include <QtWidgets>
 
-class DoubleTouchTest : public QObject
+class DoubleTapFilterTest : public QObject
 {
     Q_OBJECT
 
@@ -15,11 +15,11 @@ private slots:
     void quickTouchesOpenTabs();
 
 private:
-    DoubleTouch m_filter;
+    DoubleTapFilter m_filter;
     std::unique_ptr<QPointingDevice> m_device{QTest::createTouchDevice()};
 };
 
-void DoubleTouchTest::nextKeyReplacesNothing_data()
+void DoubleTapFilterTest::nextKeyReplacesNothing_data()
 {
     QTest::addColumn<QLineEdit::EchoMode>("echo");
     QTest::addColumn<bool>("mouse");
@@ -32,7 +32,7 @@ void DoubleTouchTest::nextKeyReplacesNothing_data()
     QTest::newRow("a mouse drags") << QLineEdit::Normal << true << 1 << -40;
 }
 
-void DoubleTouchTest::nextKeyReplacesNothing()
+void DoubleTapFilterTest::nextKeyReplacesNothing()
 {
     QFETCH(QLineEdit::EchoMode, echo);
     QFETCH(bool, mouse);
@@ -65,7 +65,7 @@ void DoubleTouchTest::nextKeyReplacesNothing()
     QCOMPARE(edit.text().size(), 26);
 }
 
-void DoubleTouchTest::quickTouchesOpenTabs()
+void DoubleTapFilterTest::quickTouchesOpenTabs()
 {
     QGuiApplication::styleHints()->setMouseDoubleClickInterval(400);
     QTabBar bar;
@@ -81,5 +81,5 @@ void DoubleTouchTest::quickTouchesOpenTabs()
     }
 }
 
-QTEST_MAIN(DoubleTouchTest)
-#include "tst_doubletouch.moc"
+QTEST_MAIN(DoubleTapFilterTest)
+#include "tst_doubletapfilter.moc"

@@ -1,4 +1,4 @@
-#include "platform/stopsignals.h"
+#include "platform/terminationsignals.h"
 
 #include <QApplication>
 #include <QSocketNotifier>
@@ -10,12 +10,12 @@
 namespace
 {
 
-constexpr int Numbers[] = {SIGTERM, SIGINT, SIGHUP};
+constexpr int Signals[] = {SIGTERM, SIGINT, SIGHUP};
 
 int eventFd = -1; // Never closed: the handlers use it until the process exits.
 bool stopReceived = false;
 
-void noteSignal(int)
+void onSignal(int)
 {
     const int savedErrno = errno;
     const uint64_t one = 1;
@@ -23,47 +23,47 @@ void noteSignal(int)
     errno = savedErrno;
 }
 
-/** Block or unblock the signals. @param how SIG_BLOCK or SIG_UNBLOCK */
-void mask(int how)
+/** Block or unblock the signals. */
+void setBlocked(bool blocked)
 {
     sigset_t held;
     sigemptyset(&held);
-    for (const int number : Numbers)
+    for (const int number : Signals)
         sigaddset(&held, number);
-    ::sigprocmask(how, &held, nullptr);
+    ::sigprocmask(blocked ? SIG_BLOCK : SIG_UNBLOCK, &held, nullptr);
 }
 
 } // namespace
 
-void StopSignals::hold()
+void TerminationSignals::block()
 {
-    mask(SIG_BLOCK);
+    setBlocked(true);
 }
 
-StopSignals::StopSignals()
+TerminationSignals::TerminationSignals()
 {
     eventFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (eventFd == -1) {
-        mask(SIG_UNBLOCK); // Without an eventfd, keep the existing signal handlers.
+        setBlocked(false); // Without an eventfd, keep the existing signal handlers.
         return;
     }
     auto *notifier = new QSocketNotifier(eventFd, QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, &StopSignals::stop);
+    connect(notifier, &QSocketNotifier::activated, this, &TerminationSignals::stop);
     struct sigaction action = {};
-    action.sa_handler = noteSignal;
+    action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    for (const int number : Numbers)
+    for (const int number : Signals)
         ::sigaction(number, &action, nullptr);
-    mask(SIG_UNBLOCK);
+    setBlocked(false);
 }
 
-bool StopSignals::received()
+bool TerminationSignals::received()
 {
     return stopReceived;
 }
 
-void StopSignals::stop()
+void TerminationSignals::stop()
 {
     uint64_t count;
     [[maybe_unused]] const ssize_t got = ::read(eventFd, &count, sizeof count);

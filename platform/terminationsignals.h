@@ -11,14 +11,14 @@
  * Create it after QApplication, whose platform plugin installs its own handlers. See the Qt
  * documentation, "Calling Qt Functions From Unix Signal Handlers".
  */
-class StopSignals : public QObject
+class TerminationSignals : public QObject
 {
 public:
-    StopSignals();
+    TerminationSignals();
 
-    /** Block the signals until a StopSignals object handles them. Call this before creating
+    /** Block the signals until a TerminationSignals object handles them. Call this before creating
      *  QApplication, whose platform plugin would otherwise exit with a failure status. */
-    static void hold();
+    static void block();
 
     /** @return true after a signal was handled */
     [[nodiscard]] static bool received();

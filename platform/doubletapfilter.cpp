@@ -1,4 +1,4 @@
-#include "platform/doubletouch.h"
+#include "platform/doubletapfilter.h"
 
 #include <QCoreApplication>
 #include <QLineEdit>
@@ -20,7 +20,7 @@ void sendAsPress(QObject *window, QMouseEvent *touch)
 
 } // namespace
 
-bool DoubleTouch::eventFilter(QObject *watched, QEvent *event)
+bool DoubleTapFilter::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::MouseButtonDblClick && watched->isWindowType()) {
         sendAsPress(watched, static_cast<QMouseEvent *>(event));

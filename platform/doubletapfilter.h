@@ -9,7 +9,7 @@
  * places. A line edit would select a word, which the next key would replace. This filter replaces
  * the double-click with a press. In a line edit, a drag moves the text cursor without selecting.
  */
-class DoubleTouch : public QObject
+class DoubleTapFilter : public QObject
 {
     Q_OBJECT
 
