@@ -1,6 +1,6 @@
 #include "platform/inputmethodmanagement.h"
 
-#include "platform/keys/onscreenkeys.h"
+#include "platform/keyboard/onscreenkeyboard.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -13,5 +13,5 @@ QWSInputMethod *InputMethodManagement::getCurrentInputMethod() const
     }
     if (QGuiApplication::primaryScreen() == nullptr)
         return nullptr;
-    return new OnScreenKeys(qApp);
+    return new OnScreenKeyboard(qApp);
 }

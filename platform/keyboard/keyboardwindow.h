@@ -4,8 +4,8 @@
 // It repaints changed keys immediately and has a backing store only while it is visible.
 #pragma once
 
-#include "platform/keys/keypainter.h"
-#include "platform/keys/touchedkeys.h"
+#include "platform/keyboard/keyboardstate.h"
+#include "platform/keyboard/keypainter.h"
 
 #include <QTimer>
 #include <QVariantList>
@@ -15,27 +15,27 @@
 
 class QBackingStore;
 
-class KeysWindow : public QWindow
+class KeyboardWindow : public QWindow
 {
     Q_OBJECT
     /** For test tools, one map per key: "text" (typed text or action, letters in lower case),
      *  "rect" (QRect in the window), "upper" (true when capitals are typed), "locked" (true with
      *  caps lock). */
-    Q_PROPERTY(QVariantList keys READ describedKeys)
+    Q_PROPERTY(QVariantList keys READ keysForInspection)
 
 public:
     /** @param panel geometry of the panel in global pixels */
-    explicit KeysWindow(const QRect &panel);
-    ~KeysWindow() override;
+    explicit KeyboardWindow(const QRect &panel);
+    ~KeyboardWindow() override;
 
     /** Show a page in its initial state: lower case, no key pressed. */
-    void open(keylayout::Page page);
+    void open(keyboardlayout::Page page);
 
 signals:
     /** A key was typed. @param text typed text; empty for keys without a character */
-    void typed(Qt::Key key, const QString &text);
+    void keyTyped(Qt::Key key, const QString &text);
     /** The hide key was touched. */
-    void hideTouched();
+    void hideRequested();
 
 protected:
     void exposeEvent(QExposeEvent *event) override;
@@ -46,22 +46,22 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    QVariantList describedKeys() const;
+    QVariantList keysForInspection() const;
     void press(int finger, const QPointF &at);
     void move(int finger, const QPointF &at);
     void release(int finger, const QPointF &at);
     void repeat();
-    void take(const TouchedKeys::Result &result);
-    void showChanges();
+    void deliver(const KeyboardState::Result &result);
+    void repaintChanges();
     void paint(const QRegion &region);
 
-    TouchedKeys m_keys;
+    KeyboardState m_keys;
     KeyPainter m_painter;
-    std::unique_ptr<QBackingStore> m_picture;
+    std::unique_ptr<QBackingStore> m_backingStore;
     QTimer m_repeat; ///< runs while Backspace is held
 
     // State shown in the backing store
-    keylayout::Page m_shownPage = keylayout::Page::Letters;
-    keylayout::Shift m_shownShift = keylayout::Shift::Off;
+    keyboardlayout::Page m_shownPage = keyboardlayout::Page::Letters;
+    keyboardlayout::Shift m_shownShift = keyboardlayout::Shift::Off;
     int m_shownHeld = -1;
 };

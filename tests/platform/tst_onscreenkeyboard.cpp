@@ -1,12 +1,12 @@
 // The on-screen keys over a window with fields: touches on one side, what the fields hold on the
 // other.
-#include "platform/keys/keyswindow.h"
-#include "platform/keys/onscreenkeys.h"
+#include "platform/keyboard/keyboardwindow.h"
+#include "platform/keyboard/onscreenkeyboard.h"
 
 #include <QtTest>
 #include <QtWidgets>
 
-class OnScreenKeysTest : public QObject
+class OnScreenKeyboardTest : public QObject
 {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ private slots:
     void caretBlinksWithTheKeysAlone();
 
 private:
-    KeysWindow *keys() const;
+    KeyboardWindow *keys() const;
     QPoint key(const QString &name) const;
     void touch(const QString &names);
     void touchField(QLineEdit *edit);
@@ -34,18 +34,18 @@ private:
     std::unique_ptr<QWidget> m_window;
     QLineEdit *m_text = nullptr;
     QLineEdit *m_number = nullptr;
-    std::unique_ptr<OnScreenKeys> m_watch;
+    std::unique_ptr<OnScreenKeyboard> m_watch;
 };
 
-void OnScreenKeysTest::initTestCase()
+void OnScreenKeyboardTest::initTestCase()
 {
     QGuiApplication::styleHints()->setMouseDoubleClickInterval(50); // for which touches are refused
 }
 
-void OnScreenKeysTest::init()
+void OnScreenKeyboardTest::init()
 {
     QApplication::setCursorFlashTime(1000);
-    m_watch = std::make_unique<OnScreenKeys>();
+    m_watch = std::make_unique<OnScreenKeyboard>();
     m_watch->activate();
     m_window = std::make_unique<QWidget>(nullptr, Qt::FramelessWindowHint);
     m_window->setGeometry(QGuiApplication::primaryScreen()->geometry());
@@ -58,23 +58,23 @@ void OnScreenKeysTest::init()
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
 }
 
-void OnScreenKeysTest::cleanup()
+void OnScreenKeyboardTest::cleanup()
 {
     m_watch.reset();
     m_window.reset();
 }
 
-KeysWindow *OnScreenKeysTest::keys() const
+KeyboardWindow *OnScreenKeyboardTest::keys() const
 {
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
-        auto *keys = qobject_cast<KeysWindow *>(window);
+        auto *keys = qobject_cast<KeyboardWindow *>(window);
         if (keys != nullptr && keys->isVisible())
             return keys;
     }
     return nullptr;
 }
 
-QPoint OnScreenKeysTest::key(const QString &name) const
+QPoint OnScreenKeyboardTest::key(const QString &name) const
 {
     for (const QVariant &described : keys()->property("keys").toList()) {
         if (described.toMap().value("text") == name)
@@ -83,7 +83,7 @@ QPoint OnScreenKeysTest::key(const QString &name) const
     qFatal("no key %s", qPrintable(name));
 }
 
-void OnScreenKeysTest::touch(const QString &names)
+void OnScreenKeyboardTest::touch(const QString &names)
 {
     for (const QString &name : names.split(' ')) {
         QTest::touchEvent(keys(), m_screen.get()).press(0, key(name));
@@ -91,7 +91,7 @@ void OnScreenKeysTest::touch(const QString &names)
     }
 }
 
-void OnScreenKeysTest::touchField(QLineEdit *edit)
+void OnScreenKeyboardTest::touchField(QLineEdit *edit)
 {
     const QPoint at = edit->mapTo(m_window.get(), edit->rect().center());
     QTest::touchEvent(m_window->windowHandle(), m_screen.get()).press(0, at);
@@ -102,7 +102,7 @@ void OnScreenKeysTest::touchField(QLineEdit *edit)
         QTest::qWait(55);
 }
 
-void OnScreenKeysTest::nothingBeforeATouch()
+void OnScreenKeyboardTest::nothingBeforeATouch()
 {
     m_text->setFocus();
     QTest::qWait(20);
@@ -114,7 +114,7 @@ void OnScreenKeysTest::nothingBeforeATouch()
     QVERIFY(keys() == nullptr);
 }
 
-void OnScreenKeysTest::typesAsAKeyboardDoes()
+void OnScreenKeyboardTest::typesAsAKeyboardDoes()
 {
     m_text->setMaxLength(4);
     m_text->setValidator(new QRegularExpressionValidator(QRegularExpression("[^x]*"), m_text));
@@ -133,10 +133,10 @@ void OnScreenKeysTest::typesAsAKeyboardDoes()
     QTRY_VERIFY(keys() == nullptr);
 }
 
-void OnScreenKeysTest::fingersOverlap()
+void OnScreenKeyboardTest::fingersOverlap()
 {
     touchField(m_text);
-    KeysWindow *window = keys();
+    KeyboardWindow *window = keys();
     QTest::touchEvent(window, m_screen.get()).press(0, key("q"));
     QTest::touchEvent(window, m_screen.get()).stationary(0).press(1, key("w"));
     QTest::touchEvent(window, m_screen.get()).release(0, key("q")).stationary(1);
@@ -148,7 +148,7 @@ void OnScreenKeysTest::fingersOverlap()
     QCOMPARE(m_text->text(), QStringLiteral("qwry"));
 }
 
-void OnScreenKeysTest::mouse()
+void OnScreenKeyboardTest::mouse()
 {
     touchField(m_text);
     for (const char *name : {"q", "q", "w"})
@@ -160,7 +160,7 @@ void OnScreenKeysTest::mouse()
     QCOMPARE(m_text->text(), QStringLiteral("qqw"));
 }
 
-void OnScreenKeysTest::heldBackspaceRepeats()
+void OnScreenKeyboardTest::heldBackspaceRepeats()
 {
     m_text->setText("0123456789");
     touchField(m_text);
@@ -173,7 +173,7 @@ void OnScreenKeysTest::heldBackspaceRepeats()
     QCOMPARE(m_text->text(), left);
 }
 
-void OnScreenKeysTest::paintsTheHeldKeyAlone()
+void OnScreenKeyboardTest::paintsTheHeldKeyAlone()
 {
     touchField(m_text);
     const QRect place = keys()->geometry();
@@ -197,7 +197,7 @@ void OnScreenKeysTest::paintsTheHeldKeyAlone()
     QCOMPARE(picture(), before);
 }
 
-void OnScreenKeysTest::nothingMovesUnderAFinger()
+void OnScreenKeyboardTest::nothingMovesUnderAFinger()
 {
     touchField(m_text);
     const QPoint lifted = m_window->pos();
@@ -215,7 +215,7 @@ void OnScreenKeysTest::nothingMovesUnderAFinger()
     QCOMPARE(m_text->text() + m_number->text(), QStringLiteral("q"));
 }
 
-void OnScreenKeysTest::anotherFieldHasItsOwnPage()
+void OnScreenKeyboardTest::anotherFieldHasItsOwnPage()
 {
     touchField(m_text);
     touch("123");
@@ -231,7 +231,7 @@ void OnScreenKeysTest::anotherFieldHasItsOwnPage()
     QCOMPARE(m_text->text(), QStringLiteral("w"));
 }
 
-void OnScreenKeysTest::caretBlinksWithTheKeysAlone()
+void OnScreenKeyboardTest::caretBlinksWithTheKeysAlone()
 {
     QCOMPARE(QApplication::cursorFlashTime(), 0);
     touchField(m_text);
@@ -242,5 +242,5 @@ void OnScreenKeysTest::caretBlinksWithTheKeysAlone()
     QVERIFY(m_text->hasFocus());
 }
 
-QTEST_MAIN(OnScreenKeysTest)
-#include "tst_onscreenkeys.moc"
+QTEST_MAIN(OnScreenKeyboardTest)
+#include "tst_onscreenkeyboard.moc"

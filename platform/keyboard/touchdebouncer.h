@@ -13,26 +13,26 @@
 
 class QPointerEvent;
 
-class TouchGuard : public QObject
+class TouchDebouncer : public QObject
 {
     Q_OBJECT
 
 public:
-    TouchGuard();
+    TouchDebouncer();
 
     /** Ignore presses in an area until the double-click interval has passed, counted from the next
      *  time that the event loop runs. @param area in global pixels */
-    void refuse(const QRegion &area);
+    void block(const QRegion &area);
 
     /** Return true when all changed touch points of an event are blocked. Call this exactly once
      *  per event. */
-    [[nodiscard]] bool refuses(const QPointerEvent &event);
+    [[nodiscard]] bool filters(const QPointerEvent &event);
 
 private:
-    void serve();
+    void onTimeout();
 
     QRegion m_area;
     QTimer m_timer;
-    bool m_served = false;   ///< true when the event loop has run since the last change
-    std::set<int> m_refused; ///< IDs of blocked fingers, from press to release
+    bool m_eventsProcessed = false; ///< true when the event loop has run since the last change
+    std::set<int> m_blockedFingers; ///< IDs of blocked fingers, from press to release
 };

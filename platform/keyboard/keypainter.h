@@ -1,7 +1,7 @@
 // Paints keys. Symbols are drawn as lines, because fonts may lack them.
 #pragma once
 
-#include "platform/keys/keylayout.h"
+#include "platform/keyboard/keyboardlayout.h"
 
 #include <QFont>
 
@@ -14,14 +14,15 @@ public:
     explicit KeyPainter(int height);
 
     /** Paint the whole rectangle of a key. @param held true while the key is pressed */
-    void paint(QPainter &painter, const keylayout::Key &key, keylayout::Shift shift,
+    void paint(QPainter &painter, const keyboardlayout::Key &key, keyboardlayout::Shift shift,
                bool held) const;
 
     /** Paint the space around the keys. */
     static void paintGap(QPainter &painter, const QRect &rect);
 
 private:
-    void paintSign(QPainter &painter, const keylayout::Key &key, keylayout::Shift shift) const;
+    void paintSymbol(QPainter &painter, const keyboardlayout::Key &key,
+                     keyboardlayout::Shift shift) const;
 
     QFont m_font;
     int m_margin;   ///< distance of a key's face from the edge of its rectangle

@@ -1,20 +1,20 @@
 // What fingers on the keys come to, told as a play: "1+q" finger 1 comes down on q, "1>w" slides to
 // w, "1-" is lifted, "q" is a touch of q from first to last, "~500" is half a second, "rep" the
 // moment when a held key counts again, "cancel" the end of all touches.
-#include "platform/keys/touchedkeys.h"
+#include "platform/keyboard/keyboardstate.h"
 
 #include <QtTest>
 
-using namespace keylayout;
-using Milliseconds = TouchedKeys::Milliseconds;
+using namespace keyboardlayout;
+using Milliseconds = KeyboardState::Milliseconds;
 
 namespace
 {
 
-constexpr Milliseconds DoubleTouch{400};
+constexpr Milliseconds DoubleTapInterval{400};
 constexpr int OneFinger = 9;
 
-QRect rectOf(const TouchedKeys &keys, const QString &name)
+QRect rectOf(const KeyboardState &keys, const QString &name)
 {
     for (const Key &key : keys.keys()) {
         if (key.name == name)
@@ -27,7 +27,7 @@ QRect rectOf(const TouchedKeys &keys, const QString &name)
 class Scene
 {
 public:
-    explicit Scene(TouchedKeys &keys) : m_keys(keys) {}
+    explicit Scene(KeyboardState &keys) : m_keys(keys) {}
 
     QString play(const QString &scene)
     {
@@ -44,7 +44,7 @@ private:
         if (step.startsWith('~')) {
             m_now += Milliseconds(step.mid(1).toInt());
         } else if (step == "rep") {
-            note(m_keys.repeat());
+            note(m_keys.autoRepeat());
         } else if (step == "cancel") {
             m_keys.cancel();
         } else if (action == "+") {
@@ -78,16 +78,16 @@ private:
         return rectOf(m_keys, name).center();
     }
 
-    void note(const TouchedKeys::Result &result)
+    void note(const KeyboardState::Result &result)
     {
         if (!result)
             return;
-        m_typed += result->action == Action::Type        ? result->name
+        m_typed += result->action == Action::Character   ? result->name
                    : result->action == Action::Backspace ? "<"
                                                          : "$";
     }
 
-    TouchedKeys &m_keys;
+    KeyboardState &m_keys;
     QHash<int, QPoint> m_at;
     QString m_typed;
     Milliseconds m_now{100000};
@@ -95,7 +95,7 @@ private:
 
 } // namespace
 
-class TouchedKeysTest : public QObject
+class KeyboardStateTest : public QObject
 {
     Q_OBJECT
 
@@ -106,7 +106,7 @@ private slots:
     void openStartsOver();
 };
 
-void TouchedKeysTest::scenes_data()
+void KeyboardStateTest::scenes_data()
 {
     QTest::addColumn<QString>("scene");
     QTest::addColumn<QString>("typed");
@@ -145,32 +145,32 @@ void TouchedKeysTest::scenes_data()
     row("held and slid off", "1+Backspace rep 1>1 rep 1-", "<", Page::Digits);
 }
 
-void TouchedKeysTest::scenes()
+void KeyboardStateTest::scenes()
 {
     QFETCH(QString, scene);
     QFETCH(Page, first);
-    TouchedKeys keys({480, 150}, DoubleTouch);
+    KeyboardState keys({480, 150}, DoubleTapInterval);
     keys.open(first);
     QTEST(Scene(keys).play(scene), "typed");
     QCOMPARE(keys.held(), -1);
 }
 
 /** The next finger's key is one of the page that has turned under it. */
-void TouchedKeysTest::fingerOnAPageThatTurns()
+void KeyboardStateTest::fingerOnAPageThatTurns()
 {
-    TouchedKeys keys({480, 150}, DoubleTouch);
+    KeyboardState keys({480, 150}, DoubleTapInterval);
     const QPoint q = rectOf(keys, "q").center();
     QVERIFY(!keys.press(1, rectOf(keys, "123").center(), Milliseconds(0)));
     QVERIFY(!keys.press(2, q, Milliseconds(10)));
     QVERIFY(!keys.release(1, q, Milliseconds(20)));
-    const TouchedKeys::Result typed = keys.release(2, q, Milliseconds(30));
+    const KeyboardState::Result typed = keys.release(2, q, Milliseconds(30));
     QVERIFY(typed);
     QCOMPARE(typed->name, QStringLiteral("1"));
 }
 
-void TouchedKeysTest::openStartsOver()
+void KeyboardStateTest::openStartsOver()
 {
-    TouchedKeys keys({480, 150}, DoubleTouch);
+    KeyboardState keys({480, 150}, DoubleTapInterval);
     Scene(keys).play("Shift Shift 1+q");
     QVERIFY(keys.held() != -1);
     keys.open(Page::Digits);
@@ -179,5 +179,5 @@ void TouchedKeysTest::openStartsOver()
     QCOMPARE(Scene(keys).play("1"), QStringLiteral("1"));
 }
 
-QTEST_APPLESS_MAIN(TouchedKeysTest)
-#include "tst_touchedkeys.moc"
+QTEST_APPLESS_MAIN(KeyboardStateTest)
+#include "tst_keyboardstate.moc"

@@ -1,4 +1,4 @@
-#include "platform/keys/keyswindow.h"
+#include "platform/keyboard/keyboardwindow.h"
 
 #include <QBackingStore>
 #include <QExposeEvent>
@@ -9,8 +9,8 @@
 
 #include <malloc.h>
 
-using keylayout::Action;
-using keylayout::Shift;
+using keyboardlayout::Action;
+using keyboardlayout::Shift;
 
 namespace
 {
@@ -35,7 +35,7 @@ QPoint pixel(const QPointF &point)
     return {qFloor(point.x()), qFloor(point.y())};
 }
 
-Qt::Key keyCode(const keylayout::Key &key)
+Qt::Key keyCode(const keyboardlayout::Key &key)
 {
     switch (key.action) {
     case Action::Backspace:
@@ -50,42 +50,42 @@ Qt::Key keyCode(const keylayout::Key &key)
 
 } // namespace
 
-KeysWindow::KeysWindow(const QRect &panel)
-    : m_keys(keylayout::size(panel.size()),
+KeyboardWindow::KeyboardWindow(const QRect &panel)
+    : m_keys(keyboardlayout::size(panel.size()),
              std::chrono::milliseconds(QGuiApplication::styleHints()->mouseDoubleClickInterval())),
-      m_painter(keylayout::size(panel.size()).height())
+      m_painter(keyboardlayout::size(panel.size()).height())
 {
     setFlags(Flags);
-    connect(&m_repeat, &QTimer::timeout, this, &KeysWindow::repeat);
-    const QSize size = keylayout::size(panel.size());
+    connect(&m_repeat, &QTimer::timeout, this, &KeyboardWindow::repeat);
+    const QSize size = keyboardlayout::size(panel.size());
     setGeometry(QRect(panel.bottomLeft() - QPoint(0, size.height() - 1), size));
 }
 
-KeysWindow::~KeysWindow() = default;
+KeyboardWindow::~KeyboardWindow() = default;
 
-void KeysWindow::open(keylayout::Page page)
+void KeyboardWindow::open(keyboardlayout::Page page)
 {
     m_keys.open(page);
-    showChanges();
+    repaintChanges();
 }
 
-void KeysWindow::exposeEvent(QExposeEvent *)
+void KeyboardWindow::exposeEvent(QExposeEvent *)
 {
     if (isExposed())
         paint(QRect(QPoint(0, 0), size()));
 }
 
-void KeysWindow::hideEvent(QHideEvent *)
+void KeyboardWindow::hideEvent(QHideEvent *)
 {
     m_keys.cancel();
     m_repeat.stop();
-    m_picture.reset();
+    m_backingStore.reset();
 #ifdef __GLIBC__
     malloc_trim(0); // glibc would keep the freed backing store; return it to the system.
 #endif
 }
 
-void KeysWindow::touchEvent(QTouchEvent *event)
+void KeyboardWindow::touchEvent(QTouchEvent *event)
 {
     if (event->type() == QEvent::TouchCancel)
         m_keys.cancel();
@@ -97,31 +97,31 @@ void KeysWindow::touchEvent(QTouchEvent *event)
         else if (point.state() == QEventPoint::Released)
             release(point.id(), point.position());
     }
-    showChanges();
+    repaintChanges();
     event->accept(); // Qt would send an unaccepted touch again, as a mouse press.
 }
 
-void KeysWindow::mousePressEvent(QMouseEvent *event)
+void KeyboardWindow::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::LeftButton)
         press(MouseFinger, event->position());
 }
 
-void KeysWindow::mouseMoveEvent(QMouseEvent *event)
+void KeyboardWindow::mouseMoveEvent(QMouseEvent *event)
 {
     move(MouseFinger, event->position());
 }
 
-void KeysWindow::mouseReleaseEvent(QMouseEvent *event)
+void KeyboardWindow::mouseReleaseEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::LeftButton)
         release(MouseFinger, event->position());
 }
 
-QVariantList KeysWindow::describedKeys() const
+QVariantList KeyboardWindow::keysForInspection() const
 {
     QVariantList list;
-    for (const keylayout::Key &key : m_keys.keys())
+    for (const keyboardlayout::Key &key : m_keys.keys())
         list.append(QVariantMap{{QStringLiteral("text"), key.name},
                                 {QStringLiteral("rect"), key.rect},
                                 {QStringLiteral("upper"), m_keys.shift() != Shift::Off},
@@ -129,42 +129,43 @@ QVariantList KeysWindow::describedKeys() const
     return list;
 }
 
-void KeysWindow::press(int finger, const QPointF &at)
+void KeyboardWindow::press(int finger, const QPointF &at)
 {
-    take(m_keys.press(finger, pixel(at), now()));
+    deliver(m_keys.press(finger, pixel(at), now()));
 }
 
-void KeysWindow::move(int finger, const QPointF &at)
+void KeyboardWindow::move(int finger, const QPointF &at)
 {
     m_keys.move(finger, pixel(at));
-    showChanges();
+    repaintChanges();
 }
 
-void KeysWindow::release(int finger, const QPointF &at)
+void KeyboardWindow::release(int finger, const QPointF &at)
 {
-    take(m_keys.release(finger, pixel(at), now()));
+    deliver(m_keys.release(finger, pixel(at), now()));
 }
 
-void KeysWindow::repeat()
+void KeyboardWindow::repeat()
 {
     m_repeat.start(RepeatInterval);
-    take(m_keys.repeat());
+    deliver(m_keys.autoRepeat());
 }
 
 /** Repaint the keys, then emit a typed key, so that feedback does not wait for the field. */
-void KeysWindow::take(const TouchedKeys::Result &result)
+void KeyboardWindow::deliver(const KeyboardState::Result &result)
 {
-    showChanges();
+    repaintChanges();
     if (!result)
         return;
     if (result->action == Action::Hide)
-        emit hideTouched();
+        emit hideRequested();
     else
-        emit typed(keyCode(*result), result->action == Action::Type ? result->name : QString());
+        emit keyTyped(keyCode(*result),
+                      result->action == Action::Character ? result->name : QString());
 }
 
 /** Repaint the keys that changed, and start or stop the auto-repeat of Backspace. */
-void KeysWindow::showChanges()
+void KeyboardWindow::repaintChanges()
 {
     const int held = m_keys.held();
     QRegion changed;
@@ -182,7 +183,7 @@ void KeysWindow::showChanges()
         m_repeat.start(RepeatDelay);
 }
 
-void KeysWindow::paint(const QRegion &region)
+void KeyboardWindow::paint(const QRegion &region)
 {
     m_shownPage = m_keys.page();
     m_shownShift = m_keys.shift();
@@ -190,15 +191,15 @@ void KeysWindow::paint(const QRegion &region)
     if (!isExposed())
         return;
     QRegion due = region;
-    if (m_picture == nullptr) {
-        m_picture = std::make_unique<QBackingStore>(this);
-        m_picture->resize(size());
+    if (m_backingStore == nullptr) {
+        m_backingStore = std::make_unique<QBackingStore>(this);
+        m_backingStore->resize(size());
         due = QRect(QPoint(0, 0), size());
     }
-    m_picture->beginPaint(due);
+    m_backingStore->beginPaint(due);
     {
-        QPainter painter(m_picture->paintDevice());
-        const QList<keylayout::Key> &keys = m_keys.keys();
+        QPainter painter(m_backingStore->paintDevice());
+        const QList<keyboardlayout::Key> &keys = m_keys.keys();
         for (const QRect &rect : due)
             KeyPainter::paintGap(painter, rect);
         for (int at = 0; at < keys.size(); ++at) {
@@ -206,6 +207,6 @@ void KeysWindow::paint(const QRegion &region)
                 m_painter.paint(painter, keys[at], m_shownShift, at == m_shownHeld);
         }
     }
-    m_picture->endPaint();
-    m_picture->flush(due);
+    m_backingStore->endPaint();
+    m_backingStore->flush(due);
 }

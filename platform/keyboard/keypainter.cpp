@@ -1,11 +1,11 @@
-#include "platform/keys/keypainter.h"
+#include "platform/keyboard/keypainter.h"
 
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
 
-using keylayout::Action;
-using keylayout::Shift;
+using keyboardlayout::Action;
+using keyboardlayout::Shift;
 
 namespace
 {
@@ -27,13 +27,13 @@ QPainterPath lines(std::initializer_list<QPointF> points)
     return path;
 }
 
-QPainterPath shiftSign()
+QPainterPath shiftSymbol()
 {
     return lines({{0, -9}, {9, 0}, {4, 0}, {4, 6}, {-4, 6}, {-4, 0}, {-9, 0}, {0, -9}});
 }
 
 /** Return the symbol of a key without text. */
-QPainterPath sign(const keylayout::Key &key)
+QPainterPath symbol(const keyboardlayout::Key &key)
 {
     QPainterPath path;
     switch (key.action) {
@@ -51,26 +51,27 @@ QPainterPath sign(const keylayout::Key &key)
         path.addPath(lines({{-8, 7}, {8, 7}}));
         break;
     case Action::Shift:
-        path = shiftSign();
+        path = shiftSymbol();
         break;
-    case Action::Type: // the space bar
+    case Action::Character: // the space bar
         path = lines({{-18, 1}, {-18, 5}, {18, 5}, {18, 1}});
         break;
-    case Action::Turn:
+    case Action::SwitchPage:
         break;
     }
     return path;
 }
 
-QRgb face(const keylayout::Key &key, Shift shift)
+QRgb keyColour(const keyboardlayout::Key &key, Shift shift)
 {
     if (key.action == Action::Shift && shift != Shift::Off)
         return shift == Shift::Locked ? LockedFace : ShiftedFace;
-    return key.action == Action::Type && key.name != QLatin1String(" ") ? TypingFace : OtherFace;
+    return key.action == Action::Character && key.name != QLatin1String(" ") ? TypingFace
+                                                                             : OtherFace;
 }
 
 /** Mix two colours in equal parts, to dim a pressed key. */
-QColor blended(QRgb colour, QRgb with)
+QColor mixed(QRgb colour, QRgb with)
 {
     return QColor((qRed(colour) + qRed(with)) / 2, (qGreen(colour) + qGreen(with)) / 2,
                   (qBlue(colour) + qBlue(with)) / 2);
@@ -85,23 +86,24 @@ KeyPainter::KeyPainter(int height)
     m_font.setPixelSize(qMax(1, qRound(height / 8.0)));
 }
 
-void KeyPainter::paint(QPainter &painter, const keylayout::Key &key, Shift shift, bool held) const
+void KeyPainter::paint(QPainter &painter, const keyboardlayout::Key &key, Shift shift,
+                       bool held) const
 {
     paintGap(painter, key.rect);
-    const QRgb colour = face(key, shift);
+    const QRgb colour = keyColour(key, shift);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(held ? blended(colour, Gap) : QColor(colour));
+    painter.setBrush(held ? mixed(colour, Gap) : QColor(colour));
     painter.drawRoundedRect(key.rect.adjusted(m_margin, m_margin, -m_margin, -m_margin), m_rounding,
                             m_rounding);
-    const bool hasText = key.action == Action::Type || key.action == Action::Turn;
+    const bool hasText = key.action == Action::Character || key.action == Action::SwitchPage;
     if (!hasText || key.name == QLatin1String(" ")) {
-        paintSign(painter, key, shift);
+        paintSymbol(painter, key, shift);
         return;
     }
     painter.setFont(m_font);
     painter.setPen(Qt::black);
-    painter.drawText(key.rect, Qt::AlignCenter, keylayout::typedText(key, shift));
+    painter.drawText(key.rect, Qt::AlignCenter, keyboardlayout::typedText(key, shift));
 }
 
 void KeyPainter::paintGap(QPainter &painter, const QRect &rect)
@@ -109,7 +111,7 @@ void KeyPainter::paintGap(QPainter &painter, const QRect &rect)
     painter.fillRect(rect, QColor(Gap));
 }
 
-void KeyPainter::paintSign(QPainter &painter, const keylayout::Key &key, Shift shift) const
+void KeyPainter::paintSymbol(QPainter &painter, const keyboardlayout::Key &key, Shift shift) const
 {
     const bool locked = key.action == Action::Shift && shift == Shift::Locked;
     const QColor colour(locked ? Qt::white : Qt::black);
@@ -120,7 +122,7 @@ void KeyPainter::paintSign(QPainter &painter, const keylayout::Key &key, Shift s
     painter.setBrush(Qt::NoBrush);
     if (key.action == Action::Shift && shift != Shift::Off)
         painter.setBrush(colour);
-    painter.drawPath(sign(key));
+    painter.drawPath(symbol(key));
     if (locked)
         painter.drawLine(QPointF(-5, 10), QPointF(5, 10));
     painter.restore();

@@ -5,26 +5,26 @@
 // class depends on no window, clock or painting.
 #pragma once
 
-#include "platform/keys/keylayout.h"
+#include "platform/keyboard/keyboardlayout.h"
 
 #include <chrono>
 #include <optional>
 
-class TouchedKeys
+class KeyboardState
 {
 public:
     using Milliseconds = std::chrono::milliseconds;
 
     /** Key to deliver, if any: a character, Backspace, Enter or Hide. Shift and page changes are
      *  handled internally. */
-    using Result = std::optional<keylayout::Key>;
+    using Result = std::optional<keyboardlayout::Key>;
 
     /** @param size keyboard size in pixels
-     *  @param doubleTouch longest time between two touches of Shift that turn on caps lock */
-    TouchedKeys(const QSize &size, Milliseconds doubleTouch);
+     *  @param doubleTapInterval longest time between two touches of Shift that turn on caps lock */
+    KeyboardState(const QSize &size, Milliseconds doubleTapInterval);
 
     /** Reset the state for a new field: a given page, lower case, no key pressed. */
-    void open(keylayout::Page page);
+    void open(keyboardlayout::Page page);
 
     /** Handle a touch-down.
      *  @param finger ID, unique while the finger is down
@@ -37,29 +37,29 @@ public:
     /** Handle a touch-up. @return key typed, if any */
     [[nodiscard]] Result release(int finger, const QPoint &at, Milliseconds when);
     /** Type the held key again (auto-repeat); its release then types nothing. */
-    [[nodiscard]] Result repeat();
+    [[nodiscard]] Result autoRepeat();
     /** Cancel the pressed key without typing it. */
     void cancel();
 
-    const QList<keylayout::Key> &keys() const { return m_keys; }
-    keylayout::Page page() const { return m_page; }
-    keylayout::Shift shift() const { return m_shift; }
+    const QList<keyboardlayout::Key> &keys() const { return m_keys; }
+    keyboardlayout::Page page() const { return m_page; }
+    keyboardlayout::Shift shift() const { return m_shift; }
     /** Return the index of the pressed key in keys(), or -1 if there is none. */
-    int held() const { return m_held; }
+    int held() const { return m_heldKey; }
 
 private:
-    void turnTo(keylayout::Page page);
-    void touchShift(Milliseconds when);
-    Result finish(Milliseconds when);
+    void switchPage(keyboardlayout::Page page);
+    void handleShift(Milliseconds when);
+    Result releaseHeldKey(Milliseconds when);
 
     QSize m_size;
-    Milliseconds m_doubleTouch;
-    keylayout::Page m_page = keylayout::Page::Letters;
-    QList<keylayout::Key> m_keys;
-    keylayout::Shift m_shift = keylayout::Shift::Off;
+    Milliseconds m_doubleTapInterval;
+    keyboardlayout::Page m_page = keyboardlayout::Page::Letters;
+    QList<keyboardlayout::Key> m_keys;
+    keyboardlayout::Shift m_shift = keyboardlayout::Shift::Off;
     Milliseconds m_shiftTouched{};
 
     int m_finger = 0;        ///< most recent finger; earlier ones have been handled
-    int m_held = -1;         ///< index of its key in m_keys, or -1
+    int m_heldKey = -1;      ///< index of its key in m_keys, or -1
     bool m_repeated = false; ///< true when the held key was typed by auto-repeat
 };

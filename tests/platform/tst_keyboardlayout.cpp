@@ -1,11 +1,11 @@
 // The pages of keys: what is on them, where, and how large.
-#include "platform/keys/keylayout.h"
+#include "platform/keyboard/keyboardlayout.h"
 
 #include <QtTest>
 
 #include <algorithm>
 
-using namespace keylayout;
+using namespace keyboardlayout;
 
 namespace
 {
@@ -24,7 +24,7 @@ QString names(const QList<Key> &keys, Action action)
 
 } // namespace
 
-class KeyLayoutTest : public QObject
+class KeyboardLayoutTest : public QObject
 {
     Q_OBJECT
 
@@ -36,12 +36,12 @@ private slots:
     void hintsChooseTheFirstPage();
 };
 
-void KeyLayoutTest::everyPrintableCharacterIsOnAPage()
+void KeyboardLayoutTest::everyPrintableCharacterIsOnAPage()
 {
     QString typed;
     for (Page page : Pages) {
         for (const Key &key : keys(page, {800, 250})) {
-            if (key.action == Action::Type)
+            if (key.action == Action::Character)
                 typed += typedText(key, Shift::Off) + typedText(key, Shift::Once);
         }
     }
@@ -49,23 +49,23 @@ void KeyLayoutTest::everyPrintableCharacterIsOnAPage()
         QVERIFY2(typed.contains(QLatin1Char(character)), QByteArray(1, character).constData());
 }
 
-void KeyLayoutTest::everyPageLeadsToTheOthers()
+void KeyboardLayoutTest::everyPageLeadsToTheOthers()
 {
     for (Page page : Pages) {
         const QList<Key> all = keys(page, {800, 250});
-        QCOMPARE(names(all, Action::Turn).isEmpty(), false);
+        QCOMPARE(names(all, Action::SwitchPage).isEmpty(), false);
         for (Action action : {Action::Backspace, Action::Enter, Action::Hide})
             QCOMPARE(std::count_if(all.begin(), all.end(),
                                    [action](const Key &key) { return key.action == action; }),
                      1);
-        QVERIFY(names(all, Action::Type).contains(' '));
+        QVERIFY(names(all, Action::Character).contains(' '));
     }
-    QCOMPARE(names(keys(Page::Letters, {800, 250}), Action::Turn), QStringLiteral("123"));
-    QCOMPARE(names(keys(Page::Digits, {800, 250}), Action::Turn), QStringLiteral("#+=ABC"));
-    QCOMPARE(names(keys(Page::Symbols, {800, 250}), Action::Turn), QStringLiteral("123ABC"));
+    QCOMPARE(names(keys(Page::Letters, {800, 250}), Action::SwitchPage), QStringLiteral("123"));
+    QCOMPARE(names(keys(Page::Digits, {800, 250}), Action::SwitchPage), QStringLiteral("#+=ABC"));
+    QCOMPARE(names(keys(Page::Symbols, {800, 250}), Action::SwitchPage), QStringLiteral("123ABC"));
 }
 
-void KeyLayoutTest::keysFillTheirRows_data()
+void KeyboardLayoutTest::keysFillTheirRows_data()
 {
     QTest::addColumn<QSize>("panel");
     QTest::addColumn<QSize>("smallest");
@@ -75,7 +75,7 @@ void KeyLayoutTest::keysFillTheirRows_data()
     QTest::newRow("odd and low") << QSize(1023, 333) << QSize(102, 46);
 }
 
-void KeyLayoutTest::keysFillTheirRows()
+void KeyboardLayoutTest::keysFillTheirRows()
 {
     QFETCH(QSize, panel);
     QFETCH(QSize, smallest);
@@ -98,13 +98,13 @@ void KeyLayoutTest::keysFillTheirRows()
     }
 }
 
-void KeyLayoutTest::hintsChooseTheFirstPage()
+void KeyboardLayoutTest::hintsChooseTheFirstPage()
 {
-    QCOMPARE(firstPage(Qt::ImhNoPredictiveText | Qt::ImhHiddenText), Page::Letters);
+    QCOMPARE(initialPage(Qt::ImhNoPredictiveText | Qt::ImhHiddenText), Page::Letters);
     for (auto hint :
          {Qt::ImhDigitsOnly, Qt::ImhFormattedNumbersOnly, Qt::ImhDialableCharactersOnly})
-        QCOMPARE(firstPage(hint | Qt::ImhNoPredictiveText), Page::Digits);
+        QCOMPARE(initialPage(hint | Qt::ImhNoPredictiveText), Page::Digits);
 }
 
-QTEST_APPLESS_MAIN(KeyLayoutTest)
-#include "tst_keylayout.moc"
+QTEST_APPLESS_MAIN(KeyboardLayoutTest)
+#include "tst_keyboardlayout.moc"

@@ -1,46 +1,46 @@
-#include "platform/keys/touchguard.h"
+#include "platform/keyboard/touchdebouncer.h"
 
 #include <QGuiApplication>
 #include <QPointerEvent>
 #include <QStyleHints>
 
-TouchGuard::TouchGuard()
+TouchDebouncer::TouchDebouncer()
 {
     m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &TouchGuard::serve);
+    connect(&m_timer, &QTimer::timeout, this, &TouchDebouncer::onTimeout);
 }
 
-void TouchGuard::refuse(const QRegion &area)
+void TouchDebouncer::block(const QRegion &area)
 {
     m_area += area;
-    m_served = false;
+    m_eventsProcessed = false;
     m_timer.start(0);
 }
 
-void TouchGuard::serve()
+void TouchDebouncer::onTimeout()
 {
-    if (m_served) {
+    if (m_eventsProcessed) {
         m_area = QRegion();
         return;
     }
-    m_served = true;
+    m_eventsProcessed = true;
     m_timer.start(QGuiApplication::styleHints()->mouseDoubleClickInterval());
 }
 
-bool TouchGuard::refuses(const QPointerEvent &event)
+bool TouchDebouncer::filters(const QPointerEvent &event)
 {
-    bool anyRefused = false;
+    bool anyBlocked = false;
     bool anyOther = false;
     for (const QEventPoint &point : event.points()) {
         const bool pressed = point.state() == QEventPoint::Pressed;
         if (pressed && m_area.contains(point.globalPosition().toPoint()))
-            m_refused.insert(point.id());
+            m_blockedFingers.insert(point.id());
         if (point.state() != QEventPoint::Stationary)
-            (m_refused.count(point.id()) > 0 ? anyRefused : anyOther) = true;
+            (m_blockedFingers.count(point.id()) > 0 ? anyBlocked : anyOther) = true;
         if (point.state() == QEventPoint::Released)
-            m_refused.erase(point.id());
+            m_blockedFingers.erase(point.id());
     }
     if (event.type() == QEvent::TouchCancel)
-        m_refused.clear();
-    return anyRefused && !anyOther;
+        m_blockedFingers.clear();
+    return anyBlocked && !anyOther;
 }

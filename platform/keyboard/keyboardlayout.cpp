@@ -1,6 +1,6 @@
-#include "platform/keys/keylayout.h"
+#include "platform/keyboard/keyboardlayout.h"
 
-namespace keylayout
+namespace keyboardlayout
 {
 
 namespace
@@ -16,18 +16,18 @@ constexpr int LastRowEnd = 37;
 constexpr int Space = 62;
 
 /** The keys that differ between pages. */
-struct Content {
+struct PageContent {
     const char *rows[3];
     const char *besideSpace;
     Key thirdRowStart;
     Key lastRowStart;
 };
 
-Content content(Page page)
+PageContent content(Page page)
 {
-    const Key letters{Action::Turn, QStringLiteral("ABC"), {}, Page::Letters};
-    const Key digits{Action::Turn, QStringLiteral("123"), {}, Page::Digits};
-    const Key symbols{Action::Turn, QStringLiteral("#+="), {}, Page::Symbols};
+    const Key letters{Action::SwitchPage, QStringLiteral("ABC"), {}, Page::Letters};
+    const Key digits{Action::SwitchPage, QStringLiteral("123"), {}, Page::Digits};
+    const Key symbols{Action::SwitchPage, QStringLiteral("#+="), {}, Page::Symbols};
     const Key shift{Action::Shift, QStringLiteral("Shift"), {}, page};
     switch (page) {
     case Page::Digits:
@@ -64,7 +64,7 @@ public:
     void addCharacters(const QString &characters, int parts)
     {
         for (const QChar character : characters)
-            add({Action::Type, character, {}, {}}, parts);
+            add({Action::Character, character, {}, {}}, parts);
     }
 
 private:
@@ -85,7 +85,7 @@ QSize size(const QSize &panel)
 
 QList<Key> keys(Page page, const QSize &size)
 {
-    const Content content = keylayout::content(page);
+    const PageContent content = keyboardlayout::content(page);
     QList<Key> keys;
     for (int at : {0, 1}) {
         const QString characters = QString::fromLatin1(content.rows[at]);
@@ -101,14 +101,14 @@ QList<Key> keys(Page page, const QSize &size)
     Row last(keys, 3, size);
     last.add(content.lastRowStart, LastRowEnd);
     last.addCharacters(QString::fromLatin1(content.besideSpace), LastRowCharacter);
-    last.add({Action::Type, QStringLiteral(" "), {}, page}, Space);
+    last.add({Action::Character, QStringLiteral(" "), {}, page}, Space);
     last.addCharacters(QStringLiteral("."), LastRowCharacter);
     last.add({Action::Hide, QStringLiteral("Hide"), {}, page}, LastRowCharacter);
     last.add({Action::Enter, QStringLiteral("Enter"), {}, page}, LastRowEnd);
     return keys;
 }
 
-Page firstPage(Qt::InputMethodHints hints)
+Page initialPage(Qt::InputMethodHints hints)
 {
     constexpr Qt::InputMethodHints Numbers =
         Qt::ImhDigitsOnly | Qt::ImhFormattedNumbersOnly | Qt::ImhDialableCharactersOnly;
@@ -120,4 +120,4 @@ QString typedText(const Key &key, Shift shift)
     return shift == Shift::Off ? key.name : key.name.toUpper();
 }
 
-} // namespace keylayout
+} // namespace keyboardlayout

@@ -5,13 +5,13 @@
 #include <QRect>
 #include <QString>
 
-namespace keylayout
+namespace keyboardlayout
 {
 
 enum class Page { Letters, Digits, Symbols };
 
 /** Action of a key. */
-enum class Action { Type, Backspace, Enter, Hide, Shift, Turn };
+enum class Action { Character, Backspace, Enter, Hide, Shift, SwitchPage };
 
 /** Shift state: lower case, one capital, or caps lock. */
 enum class Shift { Off, Once, Locked };
@@ -22,7 +22,7 @@ struct Key {
      *  "Backspace" */
     QString name;
     QRect rect; ///< in pixels from the top left corner of the window
-    Page page;  ///< page to switch to (Action::Turn only)
+    Page page;  ///< page to switch to (Action::SwitchPage only)
 };
 
 /** Return the size of the keyboard. @param panel width and height in pixels, any size */
@@ -36,9 +36,9 @@ struct Key {
 [[nodiscard]] QList<Key> keys(Page page, const QSize &size);
 
 /** Return the first page for a field's input-method hints. The hints do not restrict input. */
-[[nodiscard]] Page firstPage(Qt::InputMethodHints hints);
+[[nodiscard]] Page initialPage(Qt::InputMethodHints hints);
 
 /** Return the text that a key types in a given shift state. */
 [[nodiscard]] QString typedText(const Key &key, Shift shift);
 
-} // namespace keylayout
+} // namespace keyboardlayout

@@ -1,0 +1,111 @@
+#include "platform/keyboard/keyboardstate.h"
+
+#include <algorithm>
+
+using keyboardlayout::Action;
+using keyboardlayout::Shift;
+
+namespace
+{
+
+/** Tolerance at the edge of a key: 1/RollParts of the key's height. */
+constexpr int RollParts = 4;
+
+} // namespace
+
+KeyboardState::KeyboardState(const QSize &size, Milliseconds doubleTapInterval)
+    : m_size(size), m_doubleTapInterval(doubleTapInterval)
+{
+    open(keyboardlayout::Page::Letters);
+}
+
+void KeyboardState::open(keyboardlayout::Page page)
+{
+    switchPage(page);
+    m_shift = Shift::Off;
+}
+
+void KeyboardState::switchPage(keyboardlayout::Page page)
+{
+    cancel();
+    m_page = page;
+    m_keys = keyboardlayout::keys(page, m_size);
+}
+
+KeyboardState::Result KeyboardState::press(int finger, const QPoint &at, Milliseconds when)
+{
+    Result before = releaseHeldKey(when);
+    const auto key = std::find_if(m_keys.cbegin(), m_keys.cend(),
+                                  [&at](const auto &one) { return one.rect.contains(at); });
+    if (key != m_keys.cend()) {
+        m_finger = finger;
+        m_heldKey = int(key - m_keys.cbegin());
+    }
+    return before;
+}
+
+void KeyboardState::move(int finger, const QPoint &at)
+{
+    if (m_heldKey == -1 || finger != m_finger)
+        return;
+    const QRect rect = m_keys[m_heldKey].rect;
+    const int roll = rect.height() / RollParts;
+    if (!rect.adjusted(-roll, -roll, roll, roll).contains(at))
+        cancel();
+}
+
+KeyboardState::Result KeyboardState::release(int finger, const QPoint &at, Milliseconds when)
+{
+    if (finger != m_finger)
+        return {};
+    move(finger, at);
+    return releaseHeldKey(when);
+}
+
+KeyboardState::Result KeyboardState::autoRepeat()
+{
+    if (m_heldKey == -1)
+        return {};
+    m_repeated = true;
+    return m_keys[m_heldKey];
+}
+
+void KeyboardState::cancel()
+{
+    m_heldKey = -1;
+    m_repeated = false;
+}
+
+KeyboardState::Result KeyboardState::releaseHeldKey(Milliseconds when)
+{
+    const bool counts = m_heldKey != -1 && !m_repeated;
+    const int held = m_heldKey;
+    cancel();
+    if (!counts)
+        return {};
+    keyboardlayout::Key key = m_keys[held];
+    if (key.action == Action::Shift) {
+        handleShift(when);
+        return {};
+    }
+    if (key.action == Action::SwitchPage) {
+        switchPage(key.page);
+        return {};
+    }
+    if (key.action == Action::Character) {
+        key.name = keyboardlayout::typedText(key, m_shift);
+        if (m_shift == Shift::Once)
+            m_shift = Shift::Off;
+    }
+    return key;
+}
+
+void KeyboardState::handleShift(Milliseconds when)
+{
+    const bool again = when - m_shiftTouched <= m_doubleTapInterval;
+    if (m_shift == Shift::Off)
+        m_shift = Shift::Once;
+    else
+        m_shift = m_shift == Shift::Once && again ? Shift::Locked : Shift::Off;
+    m_shiftTouched = when;
+}
