@@ -23,7 +23,7 @@ public:
         return manager;
     }
 
-    Outcome take(QNetworkReply *reply) override
+    Result takeResult(QNetworkReply *reply) override
     {
         reply->manager()->deleteLater(); // Also deletes the reply, its child.
         if (reply->error() != QNetworkReply::NoError)

@@ -14,7 +14,7 @@ class HttpProbe
 {
 public:
     /** Result of a probe. */
-    struct Outcome {
+    struct Result {
         QByteArray body; ///< complete page
         QString error;   ///< error message; null on success
     };
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] virtual QObject *fetch(const QString &url) = 0;
 
     /** Read a finished reply and delete it together with its access manager. */
-    [[nodiscard]] virtual Outcome take(QNetworkReply *reply) = 0;
+    [[nodiscard]] virtual Result takeResult(QNetworkReply *reply) = 0;
 };
 
 #define HttpProbe_iid "corvanta.HttpProbe/1"

@@ -23,10 +23,10 @@ namespace
 {
 
 constexpr auto ReplyPollInterval = 10ms;
-constexpr auto ReplyLimit = 3000ms;
+constexpr auto ReplyTimeout = 3000ms;
 
 /** Result of a signal-strength query. */
-struct SignalAnswer {
+struct SignalQueryResult {
     int result = -1;             ///< return value of close(2); -1 when the exchange failed
     QByteArray chunk;            ///< the modem's response; empty when there is none
     const char *error = nullptr; ///< error message for the operator; null if there is none
@@ -34,7 +34,7 @@ struct SignalAnswer {
 
 /** Send AT+CSQ to the modem and wait for the response.
  *  @param cancelled returns true to cancel the wait */
-SignalAnswer askForSignal(const std::function<bool()> &cancelled)
+SignalQueryResult querySignal(const std::function<bool()> &cancelled)
 {
     AtPort port(boardpaths::ModemPort);
     if (!port.isOpen())
@@ -49,7 +49,7 @@ SignalAnswer askForSignal(const std::function<bool()> &cancelled)
         [&port, &chunk] { return !(chunk = port.readChunk()).isEmpty(); },
         cancelled,
         ReplyPollInterval,
-        ReplyLimit,
+        ReplyTimeout,
     });
     if (waited != WaitResult::Ready)
         return {-1, {}, waited == WaitResult::TimedOut ? "read ttyUSB0 error" : nullptr};
@@ -99,8 +99,8 @@ int Makeup::checkSignalStrength(int request)
     if (const int status = checkTTYUSB(); status != 0)
         return status;
     const bool wasVisible = parentWidget->isVisible();
-    const SignalAnswer answer =
-        askForSignal([this, wasVisible] { return wasVisible && !parentWidget->isVisible(); });
+    const SignalQueryResult answer =
+        querySignal([this, wasVisible] { return wasVisible && !parentWidget->isVisible(); });
     if (answer.error != nullptr)
         signalValue->setText(QString::fromLatin1(answer.error));
     else if (!answer.chunk.isEmpty())
@@ -137,6 +137,6 @@ void Makeup::managerFinished(QNetworkReply *reply)
     HttpProbe *probe = httpProbe();
     if (probe == nullptr)
         return;
-    const HttpProbe::Outcome outcome = probe->take(reply);
-    qDebug() << (outcome.error.isNull() ? decodeLatin1(outcome.body) : outcome.error);
+    const HttpProbe::Result result = probe->takeResult(reply);
+    qDebug() << (result.error.isNull() ? decodeLatin1(result.body) : result.error);
 }

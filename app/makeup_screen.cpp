@@ -20,7 +20,7 @@ namespace
 constexpr int LargeProfile = 10;
 
 /** Set the margins and spacing shared by the status page and the misc page. */
-void looseGrid(QGridLayout *grid, int stretchColumn)
+void setLooseSpacing(QGridLayout *grid, int stretchColumn)
 {
     grid->setRowStretch(2, 1);
     grid->setColumnStretch(stretchColumn, 1);
@@ -103,7 +103,7 @@ void Makeup::shapeStatusPage()
     statusGrid->addWidget(dongleStatusValue, 0, 1);
     statusGrid->addWidget(pppStatusLabel, 1, 0);
     statusGrid->addWidget(pppStatusValue, 1, 1);
-    looseGrid(statusGrid, 2);
+    setLooseSpacing(statusGrid, 2);
 }
 
 void Makeup::shapeMiscPage()
@@ -115,7 +115,7 @@ void Makeup::shapeMiscPage()
     miscGrid->addWidget(autoNoRadio, 0, 2);
     miscGrid->addWidget(countsLabel, 1, 0);
     miscGrid->addWidget(countsEdit, 1, 1, 1, 2);
-    looseGrid(miscGrid, 3);
+    setLooseSpacing(miscGrid, 3);
 }
 
 void Makeup::progressBar(bool show)
