@@ -19,7 +19,7 @@ STARTS = 3
 @cache
 def build_board() -> None:
     """Build the simulated board, as ./run does."""
-    for words in (["tools/setup", "simulator/image/data/host-packages.txt"], ["tools/build-board"]):
+    for words in (["tools/install-packages", "simulator/image/data/host-packages.txt"], ["tools/build-board"]):
         subprocess.run(words, stdout=sys.stderr, check=True)
 
 

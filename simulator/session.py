@@ -319,7 +319,7 @@ def whole_session(size: tuple[int, int], language: int) -> None:
 
 def build() -> int:
     """Installs and builds what a board needs. @return the exit status of what failed, or 0"""
-    for command in (["tools/setup", "tools/packages-build.txt", str(HOST_PACKAGES)],
+    for command in (["tools/install-packages", "tools/packages-build.txt", str(HOST_PACKAGES)],
                     ["tools/build-board"]):
         if status := subprocess.run(command, cwd=ROOT, check=False).returncode:
             return status

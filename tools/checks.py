@@ -15,15 +15,15 @@ BUILD = "build/native"
 SHEBANG = re.compile(rb"#!\S*?(?:/env )?(\w+)\s")
 
 
-class Failed(Exception):
+class CheckFailed(Exception):
     """Raised when a tool has findings or could not run; the message gives the details."""
 
 
 def output(*command: str) -> str:
-    """Run a command. @return its standard output @raise Failed on a non-zero exit status"""
+    """Run a command. @return its standard output @raise CheckFailed on a non-zero exit status"""
     done = subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=False)
     if done.returncode:
-        raise Failed((done.stdout + done.stderr).strip() or f"{command[0]}: {done.returncode}")
+        raise CheckFailed((done.stdout + done.stderr).strip() or f"{command[0]}: {done.returncode}")
     return done.stdout
 
 
@@ -55,7 +55,7 @@ def is_shell(name: str) -> bool:
     return interpreter(name) in ("sh", "bash")
 
 
-def whole(*command: str) -> Callable[[list[str]], None]:
+def on_all_files(*command: str) -> Callable[[list[str]], None]:
     """Return a function that runs a tool on all files at once."""
     def run(names: list[str]) -> None:
         output(*command, *names)
@@ -67,36 +67,37 @@ def translations(_: list[str]) -> None:
     output("tools/update-translations", "--check")
 
 
-def tidy_one(name: str) -> str:
+def clang_tidy(name: str) -> str:
     """Return the findings of clang-tidy for one source file and the headers that it includes."""
     done = subprocess.run(["clang-tidy", "-p", BUILD, "--quiet", "--warnings-as-errors=*", name],
                           cwd=ROOT, capture_output=True, text=True, check=False)
     return (done.stdout or done.stderr) if done.returncode else ""
 
 
-def tidy(names: list[str]) -> None:
+def run_clang_tidy(names: list[str]) -> None:
     """Run clang-tidy, which needs a compilation database and the output of moc."""
     output("cmake", "--preset", "dev")
     targets = re.findall(r"^(?:.*/)?(\w+_autogen): phony", output(
         "ninja", "-C", BUILD, "-t", "targets", "all"), re.MULTILINE)
     output("ninja", "-C", BUILD, *sorted(set(targets)))
     with ThreadPoolExecutor(os.cpu_count()) as pool:
-        found = "".join(pool.map(tidy_one, names))
+        found = "".join(pool.map(clang_tidy, names))
     if found:
         # Findings in a header are reported once per source file.
         lines = re.split(r"(?m)^(?=\S+:\d+:\d+: )", found)
-        raise Failed("".join(sorted(set(lines))).replace(f"{ROOT}/", ""))
+        raise CheckFailed("".join(sorted(set(lines))).replace(f"{ROOT}/", ""))
 
 
 TOOLS: tuple[tuple[str, Callable[[str], bool], Callable[[list[str]], None]], ...] = (
     ("clang-format", with_ending(".cpp", ".h", ".c"),
-     whole("clang-format", "--dry-run", "--Werror")),
-    ("flake8", is_python, whole("flake8")),
-    ("mypy", is_python, whole("mypy", "--no-error-summary", "--scripts-are-modules")),
-    ("shellcheck", is_shell, whole("shellcheck", "-x")),
-    ("rooms", with_ending(".cpp", ".h", ".py"), whole("/usr/bin/python3", "tools/checkrooms.py")),
+     on_all_files("clang-format", "--dry-run", "--Werror")),
+    ("flake8", is_python, on_all_files("flake8")),
+    ("mypy", is_python, on_all_files("mypy", "--no-error-summary", "--scripts-are-modules")),
+    ("shellcheck", is_shell, on_all_files("shellcheck", "-x")),
+    ("layers", with_ending(".cpp", ".h", ".py"),
+     on_all_files("/usr/bin/python3", "tools/checklayers.py")),
     ("translations", with_ending(".ts"), translations),
-    ("clang-tidy", with_ending(".cpp", ".c"), tidy),
+    ("clang-tidy", with_ending(".cpp", ".c"), run_clang_tidy),
 )
 
 
@@ -111,7 +112,7 @@ def main() -> int:
                 run(chosen)
             seconds = time.monotonic() - started
             print(f"{tool}: {len(chosen)} files, no findings ({seconds:.0f} s)", flush=True)
-        except Failed as failed:
+        except CheckFailed as failed:
             print(f"{tool}: FAILED\n{failed}", flush=True)
             status = 1
     return status

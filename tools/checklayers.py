@@ -12,7 +12,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[1]
 
 # Bottom-up. Components on the same line must not use each other.
-CPP_ROOMS = (
+CPP_LAYERS = (
     {"core"},
     {"io"},
     {"platform", "device", "provision", "guard"},
@@ -22,7 +22,7 @@ CPP_ROOMS = (
 PROGRAMS = "simulator/programs"
 PROGRAMS_USE = {"core", "io", "device"}  # components that the simulator's programs may use
 EVERYTHING = {"tests", "simulator"}  # additional directories that tests may use
-PYTHON_ROOMS = (
+PYTHON_LAYERS = (
     {"host"},
     {"image", "panel"},
     {"machine"},
@@ -32,24 +32,24 @@ INCLUDE = re.compile(r'^\s*#include "([^"]+)"', re.MULTILINE)
 IMPORT = re.compile(r"^\s*(?:from|import) (\w+)", re.MULTILINE)
 
 
-def allowed(room: str, rooms: tuple[set[str], ...]) -> set[str]:
+def allowed(component: str, layers: tuple[set[str], ...]) -> set[str]:
     """Return the components that a component may use, including itself."""
     usable: set[str] = set()
-    for floor in rooms:
-        if room in floor:
-            return usable | {room}
-        usable |= floor
-    raise KeyError(room)
+    for layer in layers:
+        if component in layer:
+            return usable | {component}
+        usable |= layer
+    raise KeyError(component)
 
 
-def cpp_faults(name: str) -> Iterator[str]:
-    room = name.split("/")[0]
-    if room in ("tests", "benchmark"):
-        usable = set().union(*CPP_ROOMS) | EVERYTHING
+def cpp_errors(name: str) -> Iterator[str]:
+    component = name.split("/")[0]
+    if component in ("tests", "benchmark"):
+        usable = set().union(*CPP_LAYERS) | EVERYTHING
     elif name.startswith(PROGRAMS):
         usable = PROGRAMS_USE | {"simulator"}
     else:
-        usable = allowed(room, CPP_ROOMS)
+        usable = allowed(component, CPP_LAYERS)
     for used in INCLUDE.findall((ROOT / name).read_text(encoding="utf-8")):
         if used.endswith(".moc"):
             continue
@@ -59,22 +59,22 @@ def cpp_faults(name: str) -> Iterator[str]:
             yield f"{name}: must not use {used}"
 
 
-def python_faults(name: str) -> Iterator[str]:
-    room = Path(name).parent.name
-    known = set().union(*PYTHON_ROOMS)
-    if name.startswith("simulator/") and room in known:
-        usable = allowed(room, PYTHON_ROOMS)
+def python_errors(name: str) -> Iterator[str]:
+    component = Path(name).parent.name
+    known = set().union(*PYTHON_LAYERS)
+    if name.startswith("simulator/") and component in known:
+        usable = allowed(component, PYTHON_LAYERS)
         for used in IMPORT.findall((ROOT / name).read_text(encoding="utf-8")):
             if used in known - usable:
                 yield f"{name}: must not use {used}"
 
 
 def main() -> int:
-    faults: list[str] = []
+    errors: list[str] = []
     for name in sys.argv[1:]:
-        faults += python_faults(name) if name.endswith(".py") else cpp_faults(name)
-    print("\n".join(faults), end="\n" if faults else "")
-    return 1 if faults else 0
+        errors += python_errors(name) if name.endswith(".py") else cpp_errors(name)
+    print("\n".join(errors), end="\n" if errors else "")
+    return 1 if errors else 0
 
 
 if __name__ == "__main__":
