@@ -19,7 +19,8 @@ STARTS = 3
 @cache
 def build_board() -> None:
     """Build the simulated board, as ./run does."""
-    for words in (["tools/install-packages", "simulator/image/data/host-packages.txt"], ["tools/build-board"]):
+    packages = "simulator/image/data/host-packages.txt"
+    for words in (["tools/install-packages", packages], ["tools/build-board"]):
         subprocess.run(words, stdout=sys.stderr, check=True)
 
 
