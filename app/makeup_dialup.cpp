@@ -52,8 +52,8 @@ void Makeup::doPPPConnect()
 }
 
 /**
- * Show the dialog that waits for the dongle, unless the dongle is attached or a dialog was shown
- * before.
+ * Show the dialog that waits for the dongle, unless the dongle is attached or an earlier attempt
+ * has shown a dialog.
  * @return false when the operator closed the dialog and there is no device node: the attempt ends
  */
 bool Makeup::waitForDongle()

@@ -19,8 +19,9 @@ public:
     /** Record that the operator has edited the file's page since the last load. */
     void noteEdit() { edited = true; }
 
-    /** Write lines to the file. If the last load could not read an existing file and its page was
-     *  not edited, keep the file: defaults that the operator did not type must not replace it. */
+    /** Write lines to the file. If the last load did not read the file, the file exists now and its
+     *  page was not edited, keep it: defaults that the operator did not type must not replace it.
+     */
     void save(const QStringList &lines) const;
 
     /** @return true when the file exists but could never be read: the list then holds only

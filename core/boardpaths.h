@@ -1,4 +1,4 @@
-// Paths of the board's files and devices; they are defined only here.
+// Paths of the board's files and devices that several components use.
 #pragma once
 
 namespace boardpaths

@@ -6,7 +6,7 @@
 namespace
 {
 
-constexpr qsizetype MaxWordLength = 1024;
+constexpr qsizetype MaxWordLength = 1023;
 
 bool isSpace(char c)
 {
@@ -103,7 +103,7 @@ private:
 
     const QByteArray &m_file;
     qsizetype m_at = 0;
-    char m_quote = 0; ///< that the current word has open; 0 outside quotation marks
+    char m_quote = 0; ///< open quotation mark in the current word; 0 if none
 };
 
 } // namespace

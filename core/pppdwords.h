@@ -6,19 +6,19 @@
 
 /** Words of an options file. */
 struct PppdWords {
-    QList<QByteArray> words;   ///< at most 1024 bytes each; pppd drops the rest
+    QList<QByteArray> words;   ///< at most 1023 bytes each; pppd drops the rest
     bool hasOpenQuote = false; ///< a quote in the last word is not closed before the file ends
 };
 
 /**
- * Splits an options file as pppd does, 2.4.9 and 2.5: white space separates words, quotation marks
+ * Split an options file as pppd does, 2.4.9 and 2.5: white space separates words, quotation marks
  * and backslashes keep characters together, and # starts a comment outside quotation marks.
  * See pppd(8), OPTIONS FILES; escape sequences are those of C, and \s for a space.
  */
 PppdWords splitPppdWords(const QByteArray &file);
 
 /**
- * Checks that pppd reads a value of the peer file as one word.
+ * Check that pppd reads a value of the peer file as one word.
  * @return false when pppd would take part of the value as an option, or read on in the next line;
  *         true for an empty value
  */

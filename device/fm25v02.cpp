@@ -76,7 +76,7 @@ uint8_t addressLow(unsigned int addr)
     return addr & 0xFF;
 }
 
-/** Query a setting. On failure, print a message without a newline and continue. */
+/** Query or set a setting. On failure, print a message without a newline and continue. */
 void query(unsigned long request, void *value, const char *failure)
 {
     if (::ioctl(spi_fb, request, value) == -1)

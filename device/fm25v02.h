@@ -6,7 +6,8 @@
 // bytes, or -1 on error (no device, for example, or a message larger than spidev's bufsiz).
 #pragma once
 
-/** Open the device (close-on-exec) and query its settings. Failures are printed on standard output.
+/** Open the device (close-on-exec), read its settings and write the SPI mode back. Failures are
+ * printed on standard output.
  *  @return 1 when the device was opened, else 0 */
 int FM25V02_Init();
 

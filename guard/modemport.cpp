@@ -20,7 +20,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds AnswerTime{1000}; // timeout of one command
 constexpr milliseconds PauseTime{250};   // after an error: the SIM may be starting
-constexpr milliseconds QuietTime{50};    // without input, after which an answer is complete
+constexpr milliseconds QuietTime{50};    // silence after which the response is complete
 constexpr char DongleId[] = "12d1:1001";
 constexpr int EndingSignals[] = {SIGTERM, SIGHUP, SIGINT};
 
@@ -39,7 +39,7 @@ std::string otherUsbDevice(int fd)
     };
     if (fstat(fd, &port) == -1 || !S_ISCHR(port.st_mode))
         return {};
-    // The port's device, its USB interface, and the USB device.
+    // Up from the port's device over its USB interface to the USB device.
     const std::string device = "/sys/dev/char/" + std::to_string(major(port.st_rdev)) + ':' +
                                std::to_string(minor(port.st_rdev)) + "/device/../../";
     std::string id;

@@ -37,7 +37,7 @@ struct Process {
     long parent = 0;
 };
 
-/** Reads /proc/PID/stat (proc(5)): fields 2, 4 and 22; the command may contain spaces and
+/** Read /proc/PID/stat (proc(5)): fields 2, 4 and 22; the command may contain spaces and
  * parentheses. */
 Process processOf(long pid)
 {

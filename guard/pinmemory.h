@@ -22,7 +22,7 @@ bool isRemembered(const std::string &path, const std::string &pppd);
 
 /**
  * Replace the file atomically, with mode 0600.
- * @return false when it could not be written or the name is empty; errno says why
+ * @return false when the file could not be written or pppd is empty; errno says why
  */
 bool remember(const std::string &path, const std::string &pppd);
 

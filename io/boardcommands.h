@@ -12,7 +12,7 @@ void dial();
 /** Send SIGTERM to every pppd on the board. */
 void terminateAllPppd();
 
-/** @return true when the board has a ppp interface */
+/** @return true when a ppp interface is up */
 [[nodiscard]] bool isLinkUp();
 
 /** Set the default route over ppp0. */

@@ -15,12 +15,12 @@ namespace
 {
 
 // Qt::ToolTip: Qt ignores such windows when it decides whether the last window was closed; this one
-// is visible until exit.
+// can still be visible then.
 constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
                                   Qt::WindowTransparentForInput;
 
-/** Return whether the panel's framebuffer has an alpha channel: Qt's images for it have its format.
+/** Return whether the panel's framebuffer has an alpha channel. Qt's backing store has its format.
  */
 bool hasAlphaChannel()
 {
@@ -44,8 +44,8 @@ bool isClearedWith(const QBrush &brush)
 void removeBackgroundWindow();
 
 /**
- * Background window. It paints only what Qt does not. Its backing store is as large as the panel,
- * so it is deleted once another window covers it.
+ * Background window. It paints only if Qt does not clear the panel with the brush. The window is
+ * then deleted once another one covers it, because its backing store is as large as the panel.
  */
 class BackgroundWindow : public QRasterWindow
 {

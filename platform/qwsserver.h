@@ -11,7 +11,7 @@ public:
     static void setCurrentInputMethod(QWSInputMethod *method);
 
     /**
-     * Fill the background of the panel, immediately and until the program exits. No effect under a
+     * Fill the background of the panel, immediately and until a window covers it. No effect under a
      * display server of another program (a desktop), which has its own background. The background
      * window receives no input and no focus and does not keep the program running.
      */

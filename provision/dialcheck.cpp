@@ -26,21 +26,23 @@ void checkPppdWord(const QString &name, const QString &value, QList<Finding> &fi
     const QByteArray bytes = value.toUtf8();
     const PppdWords read = splitPppdWords(bytes);
     if (read.hasOpenQuote) {
-        findings.append({name + QStringLiteral(" has a quotation mark without its pair: pppd reads "
+        findings.append({name + QStringLiteral(" has an unclosed quotation mark: pppd reads "
                                                "on to the end of the peer file and does not dial"),
                          false});
     } else if (!isOnePppdWord(bytes)) {
-        findings.append({name + QStringLiteral(" is not one word for pppd, which rejects the peer "
-                                               "file: enclose the value in double quotes"),
+        findings.append({name + QStringLiteral(" is not one word for pppd, which would read the "
+                                               "rest as options or reject the peer file: enclose "
+                                               "the value in double quotes"),
                          false});
     } else if (read.words.value(0) != bytes) {
         const QString text = QString::fromUtf8(read.words.value(0));
-        findings.append({name == u"user" ? QStringLiteral("pppd reads user as: ") + text
-                                         : QStringLiteral("pppd reads %1 of the %2 characters of "
-                                                          "%3: quotes, escapes and comments go")
-                                               .arg(text.size())
-                                               .arg(value.size())
-                                               .arg(name)});
+        findings.append({name == u"user"
+                             ? QStringLiteral("pppd reads user as: ") + text
+                             : QStringLiteral("pppd reads %1 of the %2 characters of "
+                                              "%3: it removes quotes, escapes and comments")
+                                   .arg(text.size())
+                                   .arg(value.size())
+                                   .arg(name)});
     }
 }
 
@@ -104,8 +106,8 @@ bool hasChatEscape(const QString &value)
 void checkChatText(const QString &name, const QString &value, QList<Finding> &findings)
 {
     if (value.contains(u'\''))
-        findings.append({name + QStringLiteral(" has a single quote, which ends it in the chat "
-                                               "script: chat stops there"),
+        findings.append({name + QStringLiteral(" has a single quote: chat takes the rest of the "
+                                               "value for the next word and fails"),
                          false});
     if (hasChatEscape(value))
         findings.append(

@@ -1,5 +1,5 @@
-// What pppd and chat make of the parameters, without dialling: see docs/dialling.md for the
-// measurements behind it.
+// Checks how pppd and chat interpret the parameters, without dialling. docs/dialling.md has the
+// measurements.
 #pragma once
 
 #include "core/paramlist.h"
@@ -22,7 +22,8 @@ struct NetworkSecrets {
     bool chap = false; ///< /etc/ppp/chap-secrets has entries
 };
 
-/** Check the values as they are stored. @return nothing when pppd and chat read them unchanged */
+/** Check the values as they are stored. @return one finding for each value that pppd, chat or the
+ * SIM rejects or changes, or that limits the networks */
 QList<Finding> check(const paramlist::DialUpValues &values, NetworkSecrets secrets);
 
 } // namespace dialcheck

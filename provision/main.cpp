@@ -34,7 +34,7 @@ constexpr char Usage[] =
     "A parameter that is not named keeps its value. - reads further lines NAME=VALUE from\n"
     "standard input: every user of the board can see arguments. Empty lines and lines that\n"
     "start with # are skipped.\n\n"
-    "  --as-is             accept user names and passwords that pppd reads as several options\n"
+    "  --as-is             accept user names and passwords that pppd reads as several words\n"
     "  --show              print the stored parameters, secrets as stars\n"
     "  --check             print how pppd and chat interpret them; status 1: they will not dial\n"
     "  -h, --help          print this help\n"
@@ -103,7 +103,7 @@ int write(const ScreenValues &values)
     return EX_OK;
 }
 
-/** Changes the stored values and writes all files. @return an exit status */
+/** Change the stored values and write all files. @return an exit status */
 int store(const QList<Setting> &list, bool asIs)
 {
     ScreenValues values;
@@ -123,7 +123,7 @@ int store(const QList<Setting> &list, bool asIs)
     return status;
 }
 
-/** Prints which of the files that pppd and chat read differ from the parameters. */
+/** Print which of the files that pppd and chat read differ from the parameters. */
 void printAgreement(const ScreenValues &values)
 {
     for (const auto &file : storedvalues::generatedFiles(values)) {
@@ -174,8 +174,8 @@ int check()
     return dials ? EX_OK : WillNotDial;
 }
 
-/** Runs what the command line asks for, and holds the parameters meanwhile. @return an exit status
- */
+/** Run the command given on the command line while holding the parameter lock. @return an exit
+ *  status */
 int run(int argc, char **argv)
 {
     const ParameterLock lock(LockTimeout);

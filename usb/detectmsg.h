@@ -34,8 +34,8 @@ public slots:
     /** Close the dialog if 3g.sh is not running. Blocks until the check has finished. */
     void waitAutoConnect();
     /** "Close" button: close the parent of the main window. If it has none, close the dialog, but
-     *  only if the main window is visible: during start-up only a black panel would remain. exec()
-     *  then returns Accepted; it returns Rejected when the dialog closed by itself. */
+     *  only if the main window is visible: during start-up only a black panel would remain. After
+     *  "Close", exec() returns Accepted; it returns Rejected when the dialog closed by itself. */
     void closeWidget();
 
 private:

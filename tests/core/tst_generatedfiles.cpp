@@ -63,7 +63,7 @@ void GeneratedFilesTest::pppdReadsWords_data()
         QByteArray value;
         QList<QByteArray> words;
     };
-    const QByteArray longest(1024, 'x');
+    const QByteArray longest(1023, 'x');
     for (const Row &row :
          {Row{"x", {"x"}}, Row{"\"x y\"", {"x y"}}, Row{"'x'y", {"xy"}}, Row{"it\"'\"s", {"it's"}},
           Row{"a\\ b", {"a b"}}, Row{"a#b", {"a"}}, Row{"\"\"", {""}}, Row{"x'y z'w", {"xy zw"}},

@@ -135,8 +135,8 @@ class Provision(ProgramTest):
             (1, "", (*good, "password="), "password is empty and user is not"),
             (1, "", (*good, "user="), "user is empty and password is not"),
             (1, "", (*good, "user=a b"), "user is not one word"),
-            (1, "", (*good, "password='hidden"), "without its pair"),
-            (1, "", (*good, "apn=o'b"), "chat stops there"),
+            (1, "", (*good, "password='hidden"), "unclosed quotation mark"),
+            (1, "", (*good, "apn=o'b"), "for the next word and fails"),
             (1, "", (*good, "pin=12 34"), "pin is not 4 to 8 digits"),
             (1, "", (*good, "dial="), "dial is empty"),
         )
