@@ -45,9 +45,9 @@ NETWORK_PROVES_ITSELF = ("network.user=network", "network.password=netsecret")
 
 def generate(**values: str) -> str:
     """
-    Shell commands that make the chat script and the peer file by the program's own code.
+    Return shell commands that generate chat script and peer file with the program's own code.
 
-    @param values  as `corvanta-provision --help` names them; the others are empty or usual
+    @param values  by their names in `corvanta-provision --help`; the others get defaults
     """
     values = {"apn": "internet", "dial": "*99#", "user": "", "password": "", "pin": "",
               "auth": "AUTO"} | values
@@ -75,8 +75,8 @@ class PeerResult:
     message: str  # what it printed, first line
     dialled: bool
     up: bool
-    credentials: str  # as they arrived at the network, empty when none did
-    end: str  # first reason in pppd's log for not getting up
+    credentials: str  # as the network received them, empty if it received none
+    end: str  # first reason in pppd's log why the link did not come up
 
     def describe(self) -> str:
         if not self.dialled:
@@ -86,7 +86,7 @@ class PeerResult:
 
 
 LOGS = f"modem_log={MODEM_LOG} network_log={NETWORK_LOG} ppp_log={PPP_LOG} chat_log={CHAT_LOG}\n"
-# A call that an earlier case has left on the network's side would answer one that does not dial.
+# End an earlier case's call on the network's side: it would answer a case that does not dial.
 PEER_COMMANDS = LOGS + r"""
 if killall -q netpppd; then
     while pgrep -x netpppd >/dev/null; do sleep 0.1; done
@@ -125,7 +125,7 @@ def write_files(files: Iterable[tuple[str, str]]) -> str:
 
 
 def measure_peer(run: Run, case: PeerCase) -> PeerResult:
-    """Dials once. The board's secrets and options are empty unless the case brings some."""
+    """Dial once. The board's secrets and options files are empty unless the case sets them."""
     files = {"/etc/ppp/options": "", "/etc/ppp/options.ttyUSB0": "", "/etc/ppp/pap-secrets": "",
              "/etc/ppp/chap-secrets": "", SCENARIO: "\n".join(case.scenario) + "\n",
              **dict(case.files)}
@@ -154,7 +154,7 @@ def empty_value_cases() -> list[PeerCase]:
 
 
 def character_cases() -> list[PeerCase]:
-    """Values as they are typed; the network accepts what the operator means by them."""
+    """Return cases with values as typed; the network accepts the values that the operator means."""
     passwords = {"pass word": "pass word", '"pass word"': "pass word", "'pass word'": "pass word",
                  "pass\\ word": "pass word", "it's": "it's", '"it\'s"': "it's", 'say"so': 'say"so',
                  '"say\\"so"': 'say"so', "'say\"so'": 'say"so', "back\\slash": "back\\slash",
@@ -204,8 +204,8 @@ tail -n +$((lines + 1)) {MODEM_LOG}
 
 
 def measure_chat(run: Run, kind: str, value: str) -> tuple[int, str]:
-    """@return chat's exit status, and the line in which the modem has heard the value"""
-    # Another number of tries stands for another SIM, so that every PIN meets a fresh one.
+    """Run the chat script. @return its exit status, and the modem log's line with the value"""
+    # Another number of PIN attempts means another SIM card, so that each PIN gets a fresh one.
     card = f"sim.pin=1234\nsim.tries={next(TRIES)}\n" if kind == "pin" else ""
     files = ((SCENARIO, "dial=no-carrier\n" + card),)
     output = run(write_files(files) + generate(**{kind: value}) + CHAT_COMMANDS, 300)
@@ -232,13 +232,13 @@ def row(*cells: str) -> str:
 
 
 def required(scenario: tuple[str, ...]) -> str:
-    """Which authentication the network requires of the board."""
+    """Return the authentication that the network requires of the board."""
     method = scenario[0].removeprefix("auth=")
     return "network requires " + ("no authentication" if method == "none" else method.upper())
 
 
 def code(text: str) -> str:
-    """A text as Markdown code; an empty one can still be seen."""
+    """Return a text as Markdown code, and a note for an empty text."""
     return f"`{text}`" if text else "(empty)"
 
 
@@ -272,7 +272,7 @@ TABLES = (*PEER_TABLES, "chat")
 
 
 def measured(tables: Iterable[str]) -> Iterator[str]:
-    """The lines of the tables, each as soon as it has been measured."""
+    """Yield each line of the tables as soon as it has been measured."""
     with Board(run="measure-pppd") as board:
         board.dongle.plug()
         version = board.guest.sh("pppd --version 2>&1").strip()

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""An operator's session on the simulated board: touches, a real dial-up, and pictures of it all."""
+"""Runs an operator's session on the simulated board: touches, a real dial-up, and screenshots."""
 
 import argparse
 import contextlib
@@ -30,12 +30,12 @@ VALUES = {APN: "internet", DIAL: "*99#", USER: "operator", PASSWORD: "Secret-1!"
 MODEM = {"sim.pin": VALUES[PIN], "apn": VALUES[APN], "auth": "pap", "user": VALUES[USER],
          "password": VALUES[PASSWORD]}
 STORED = stored_parameters(*VALUES.values())
-MOVE_SECONDS = 3  # in which the busy bar has moved
-LOOK_SECONDS = 0.5  # between two looks at whether the program has ended
+MOVE_SECONDS = 3  # in which the busy bar must move
+LOOK_SECONDS = 0.5  # between two checks whether the program has exited
 
 
 class SessionError(Exception):
-    """A step did not hold."""
+    """A step failed."""
 
 
 def expect(holds: Any, what: str) -> None:
@@ -102,7 +102,7 @@ class Session:
         self.picture("start-without-dongle")
 
     def plug_in(self) -> None:
-        """the dongle is plugged: the dialog goes, the setting page comes"""
+        """the dongle is plugged in: the dialog closes, the setting page is shown"""
         self.board.dongle.plug()
         self.await_screen("the main window", START_SECONDS,
                           lambda screen: screen.main_window()["visible"]
@@ -113,7 +113,7 @@ class Session:
         expect(not screen.cut_off(), f"nothing is cut off: {screen.cut_off()}")
 
     def fill_in(self) -> None:
-        """the parameters are typed on the drawn keys"""
+        """the parameters are typed on the on-screen keyboard"""
         for label, text in VALUES.items():
             self.panel.touch_in(self.text(label), text)
             if label in (APN, PASSWORD):
@@ -129,7 +129,7 @@ class Session:
         self.picture("setting-filled")
 
     def touch_again(self, label: str) -> None:
-        """Touch the end of a field twice more: the next key must not replace anything."""
+        """Touch a field again, twice: the next key must add to its text, not replace it."""
         for key, text in (("x", VALUES[label] + "x"), ("Backspace", VALUES[label])):
             screen = self.panel.raise_keys(self.text(label))
             self.panel.click(screen.key(key))
@@ -169,13 +169,13 @@ class Session:
         self.picture("setting-disabled")
 
     def reach_network(self) -> None:
-        """the default route leads over ppp0, a name is resolved and pinged across the link"""
+        """the default route is over ppp0, a name is resolved and pinged over the link"""
         routes = self.board.guest.sh("ip route show default")
         expect("dev ppp0" in routes, f"the default route is over ppp0: {routes!r}")
         self.board.guest.sh(f"ping -c 3 -i 0.3 -W 5 {NETWORK_NAME}", seconds=30)
 
     def check_on_signal(self) -> None:
-        """SIGUSR1 makes the panel check the link: it sets the lost default route again"""
+        """SIGUSR1 requests a link check: the program restores the lost default route"""
         self.board.guest.sh("ip route del default")
         self.board.guest.sh(
             f"kill -USR1 {self.board.program.pid()}; "
@@ -192,7 +192,7 @@ class Session:
         self.picture("disconnected")
 
     def connect_without_dongle(self) -> None:
-        """the dongle is pulled and Connect touched: the waiting dialog"""
+        """the dongle is pulled and Connect is touched: the waiting dialog"""
         self.board.dongle.unplug()
         self.board.dongle.tell_modem(MODEM | {"dial": "busy"})
         self.panel.open_tab(self.text(SETTING))
@@ -202,13 +202,13 @@ class Session:
         self.picture("waiting-for-dongle")
 
     def plug_in_again(self) -> None:
-        """the dongle is plugged again: the attempt goes on by itself"""
+        """the dongle is plugged in again: the connection attempt continues by itself"""
         self.board.dongle.plug()
         self.await_screen("the dialog gone", SOON_SECONDS, lambda screen: not screen.has_dialog())
         self.board.guest.sh("until pgrep -x pppd >/dev/null; do sleep 0.1; done", SOON_SECONDS)
 
     def fail_to_dial(self) -> None:
-        """the network is busy: the notice, and the setting page is back"""
+        """the network is busy: the notice, then the setting page is enabled again"""
         self.await_screen("the notice", CHECK_SECONDS,
                           lambda screen: screen.dialog()["text"] == self.text(FAILED))
         self.picture("connect-failed")
@@ -219,7 +219,7 @@ class Session:
         self.panel.put_keys_away()
 
     def leave(self) -> None:
-        """Exit is touched: logs rotated, parameters saved, the program ended"""
+        """Exit is touched: logs are rotated, parameters saved, and the program exits"""
         self.panel.press(self.text("Exit"))
         expect(self.board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
         guest = self.board.guest
@@ -229,13 +229,13 @@ class Session:
         expect(saved == b"0\n3\n", f"saved: {saved!r}")
         expect(b"Connect: ppp0" in guest.read(PPP_LOG + OLD_LOG),
                "the old log is the log of this run")
-        guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # empty, if pppd was just dialling again
-        guest.sh("killall pppd")  # Exit leaves the link to the operator; here nobody needs it.
+        guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # empty if pppd was redialling
+        guest.sh("killall pppd")  # Exit does not end the link; it is not needed here.
         self.picture("ended")
 
 
 class Gallery:
-    """The key screens in every language on every panel, on boards of their own."""
+    """Screenshots of the main screens in every language on every panel, on separate boards."""
 
     def __init__(self) -> None:
         self.pictures: list[Path] = []
@@ -253,7 +253,7 @@ class Gallery:
                     self.photograph(board, Texts(language), language, name)
 
     def stop(self) -> None:
-        """Ends a run soon, from another thread; nothing happens after its end."""
+        """End a run soon, from another thread; do nothing after the run."""
         self._wanted = False
         if self._board:
             self._board.cut_power()
@@ -285,7 +285,7 @@ class Gallery:
 
 
 def interactive(board: Board, language: int, port: int) -> None:
-    """Leaves the panel to a person until the program ends or the person has enough."""
+    """Let a person operate the panel until the program exits or Ctrl-C."""
     board.chip.put_in({LANGUAGE: language})
     board.dongle.plug()
     board.program.start()
@@ -300,7 +300,7 @@ def interactive(board: Board, language: int, port: int) -> None:
 
 
 def whole_session(size: tuple[int, int], language: int) -> None:
-    """The session, and the gallery beside it; SessionError when a step did not hold."""
+    """Run the session and the gallery in parallel. @raise SessionError when a step fails"""
     gallery = Gallery()
     with ThreadPoolExecutor(1) as beside, Board(size, "session") as board:
         print(f"         a board with a panel of {size[0]}x{size[1]} is up", flush=True)
@@ -318,7 +318,7 @@ def whole_session(size: tuple[int, int], language: int) -> None:
 
 
 def build() -> int:
-    """Installs and builds what a board needs. @return the exit status of what failed, or 0"""
+    """Install and build all that a board needs. @return the failed command's exit status, or 0"""
     for command in (["tools/install-packages", "tools/packages-build.txt", str(HOST_PACKAGES)],
                     ["tools/build-board"]):
         if status := subprocess.run(command, cwd=ROOT, check=False).returncode:

@@ -1,25 +1,25 @@
-"""What a person must hear about, in words of their own."""
+"""Errors that the tools report, and their wording."""
 
 import errno
 import os
 
 from host.paths import BUILD, cache
 
-# Why nothing can be written, by errno.
+# Causes of a failed write, by errno.
 WRITE_FAULTS = {errno.ENOSPC: "the disk is full", errno.EDQUOT: "the disk quota is used up",
                 errno.EROFS: "the file system is read-only",
                 errno.EACCES: "this user has no right to it"}
-# What programs write about it; "Wrote only" is tar's.
+# Messages of other programs for these causes; "Wrote only" is tar's.
 PROGRAMS_SAY = ((errno.ENOSPC, os.strerror(errno.ENOSPC)), (errno.ENOSPC, "Wrote only "),
                 (errno.EDQUOT, os.strerror(errno.EDQUOT)), (errno.EROFS, os.strerror(errno.EROFS)))
 
 
 class BoardError(Exception):
-    """Something that a person must hear about: what failed, and what to do."""
+    """An error to report: what failed, and what to do."""
 
 
 def in_words(error: Exception) -> str:
-    """One sentence for a person; it says which file is concerned, or where to look for room."""
+    """Return an error message that names the file, or the directories that need free space."""
     if not (isinstance(error, OSError) and error.errno):
         return str(error)
     words = WRITE_FAULTS.get(error.errno, os.strerror(error.errno))
@@ -29,7 +29,7 @@ def in_words(error: Exception) -> str:
 
 
 def write_fault(output: str) -> str | None:
-    """The sentence for a program's output; None unless it says that nothing can be written."""
+    """Return the error message for a program's output, or None if it reports no failed write."""
     for number, text in PROGRAMS_SAY:
         if text in output:
             return f"{WRITE_FAULTS[number]}; {places()}"
@@ -37,5 +37,5 @@ def write_fault(output: str) -> str | None:
 
 
 def places() -> str:
-    """Where the tool writes."""
+    """Name the directories that the tools write to."""
     return f"a board is built in {BUILD}, its packages are kept in {cache()}"

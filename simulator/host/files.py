@@ -1,4 +1,4 @@
-"""The host's files: locks, fingerprints, and folders that appear whole or not at all."""
+"""The host's files: locks, fingerprints, and files that are renamed into place when complete."""
 
 import contextlib
 import fcntl
@@ -11,18 +11,18 @@ from collections.abc import Iterator, Sequence
 from pathlib import Path
 
 MARK = ".fingerprint"
-QUIET_SECONDS = 2.0  # a lock that takes longer is said to be waited for
+QUIET_SECONDS = 2.0  # a longer wait for a lock is reported
 
 
 def read_list(file: Path) -> list[str]:
-    """Lines of a data file, without comments and blank lines."""
+    """Return the lines of a data file, without comments and blank lines."""
     lines = (line.split("#", 1)[0].strip() for line in file.read_text("utf-8").splitlines())
     return [line for line in lines if line]
 
 
 @contextlib.contextmanager
 def locked(lock: Path) -> Iterator[None]:
-    """Hold an exclusive lock on a file; other processes wait, and a dead one lets go of it."""
+    """Hold an exclusive lock on a file; the kernel releases it when the process exits."""
     lock.parent.mkdir(parents=True, exist_ok=True)
     with open(lock, "w", encoding="utf-8") as held:
         waiting = threading.Timer(QUIET_SECONDS, print, [f"waiting for who holds {lock}"],
@@ -36,7 +36,7 @@ def locked(lock: Path) -> Iterator[None]:
 
 
 def remove(path: Path) -> None:
-    """Remove a file or a folder, a read-only one too; nothing happens when there is none."""
+    """Remove a file or directory, even a read-only one; ignore a missing one."""
     if path.is_symlink() or path.is_file():
         path.unlink()
     elif path.is_dir():
@@ -51,9 +51,9 @@ def remove(path: Path) -> None:
 @contextlib.contextmanager
 def whole(path: Path) -> Iterator[Path]:
     """
-    Make a file or folder under a temporary name; it takes its own name only when all went well.
+    Create a file or directory under a temporary name and rename it on success.
 
-    The caller holds a lock, so that what is left under the temporary name is nobody's.
+    The caller holds a lock, so a file with the temporary name is left from an interrupted run.
     """
     path.parent.mkdir(parents=True, exist_ok=True)
     unfinished = path.with_name(path.name + ".unfinished")
@@ -71,7 +71,7 @@ def whole(path: Path) -> Iterator[Path]:
 
 
 def fingerprint(parts: Sequence[str | Path]) -> str:
-    """Hexadecimal digest of texts and of files and folders with their names and modes."""
+    """Return the hexadecimal digest of texts, and of files with names and executable bits."""
     digest = hashlib.sha256()
     for part in parts:
         if isinstance(part, str):
@@ -88,7 +88,7 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
 
 
 def is_current(folder: Path, key: str) -> bool:
-    """Whether a folder was made from what this fingerprint stands for."""
+    """Return true when a directory was made from the inputs with this fingerprint."""
     mark = folder / MARK
     return mark.is_file() and mark.read_text() == key
 

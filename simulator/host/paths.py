@@ -1,4 +1,4 @@
-"""Where the board's parts live: in the checkout, in its build folder, in the user's cache."""
+"""Paths of the board's parts in the source tree, the build directory and the user's cache."""
 
 import os
 from pathlib import Path
@@ -21,7 +21,7 @@ ARM = BUILD / "arm"
 
 
 def cache() -> Path:
-    """Folder of the downloads, which outlives every build folder."""
+    """Return the directory of the downloads, which all build directories share."""
     named = os.environ.get("CORVANTA_CACHE")
     if named:
         return Path(named).absolute()

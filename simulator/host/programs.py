@@ -1,4 +1,4 @@
-"""The host's own programs: which are missing, and running one to its end."""
+"""The host's programs: lists missing ones and runs one to completion."""
 
 import os
 import shutil
@@ -10,19 +10,19 @@ from host.errors import BoardError, write_fault
 from host.files import read_list
 from host.paths import HOST_PACKAGES
 
-# Folders with mke2fs and depmod are not in every user's PATH.
+# The directories of mke2fs and depmod are not in every user's PATH.
 SEARCH_PATH = os.environ.get("PATH", "") + ":/usr/local/sbin:/usr/sbin:/sbin"
-TAIL_LINES = 12  # of what a program that failed has written
+TAIL_LINES = 12  # lines of a failed program's output to report
 
 
 def missing_packages() -> list[str]:
-    """Debian packages to install on the host before a board can be built or run."""
+    """Return the Debian packages that the host lacks for building or running a board."""
     pairs = (line.split() for line in read_list(HOST_PACKAGES))
     return [package for package, program in pairs if not shutil.which(program, path=SEARCH_PATH)]
 
 
 def require_packages() -> None:
-    """@raise BoardError with the command that installs what is missing"""
+    """Check the host's programs. @raise BoardError with the command that installs missing ones"""
     missing = missing_packages()
     if missing:
         raise BoardError(
@@ -31,18 +31,18 @@ def require_packages() -> None:
 
 
 def environment(more: Mapping[str, str] | None = None) -> dict[str, str]:
-    """The environment of the host's programs, which answer in English."""
+    """Return the environment for the host's programs, with messages in English."""
     return {**os.environ, "LC_ALL": "C", "PATH": SEARCH_PATH, **(more or {})}
 
 
 def run(argv: Sequence[str | Path], what: str, *, env: Mapping[str, str] | None = None,
         stdin: bytes | None = None, cwd: Path | None = None) -> bytes:
     """
-    Run a program to its end.
+    Run a program and wait for its exit.
 
-    @param what  what it is for, in words, for the message of a failure
+    @param what  purpose of the program, for the error message
     @return its standard output
-    @raise BoardError with the end of what it wrote, when it cannot start or fails
+    @raise BoardError with its last lines of output, when it cannot start or fails
     """
     try:
         done = subprocess.run([str(a) for a in argv], env=environment(env), input=stdin or b"",
@@ -55,7 +55,7 @@ def run(argv: Sequence[str | Path], what: str, *, env: Mapping[str, str] | None 
 
 
 def failure(what: str, program: str, status: int, output: bytes) -> BoardError:
-    """The error for a program that ended with that status, from what it wrote."""
+    """Return the error for a program with this exit status and output."""
     text = output.decode(errors="replace").strip()
     if fault := write_fault(text):
         return BoardError(f"{what} failed: {fault}")

@@ -1,4 +1,4 @@
-"""How the board's programs end on a signal: they say so at once and clean up on their way out."""
+"""Handles termination signals: the tools print a message and clean up before they exit."""
 
 import signal
 import sys
@@ -9,9 +9,9 @@ INTERRUPTED = 130  # exit status after Ctrl-C
 
 def end_orderly(doing: str) -> None:
     """
-    Make SIGINT, SIGTERM and SIGHUP exceptions, so that what was begun is cleaned up.
+    Turn SIGINT, SIGTERM and SIGHUP into exceptions, so that clean-up code runs.
 
-    @param doing  what still has to be done then, in words, said on Ctrl-C
+    @param doing  the clean-up that follows, for the message on Ctrl-C
     """
     def interrupt(_: int, __: FrameType | None) -> None:
         print(f"\nInterrupted: {doing}.", file=sys.stderr, flush=True)

@@ -1,4 +1,4 @@
-"""Connecting to a Unix socket of the host by a path of any length."""
+"""Connects to a Unix socket of the host by a path of any length."""
 
 import os
 import socket
@@ -10,12 +10,12 @@ RETRY_SECONDS = 0.01
 
 def connect(path: Path, timeout: float = 0) -> socket.socket:
     """
-    Connect to a socket that may still be in the making.
+    Connect to a socket, and wait for one that does not exist yet.
 
-    The path goes through a descriptor of its folder: a socket's name is limited to 107 bytes.
+    The path goes through a directory descriptor, because a socket address has at most 107 bytes.
 
-    @param timeout  seconds in which the socket must appear
-    @raise OSError as the last attempt to connect has it
+    @param timeout  seconds to wait for the socket
+    @raise OSError of the last attempt to connect
     """
     deadline = time.monotonic() + timeout
     folder = os.open(path.parent, os.O_PATH | os.O_CLOEXEC)

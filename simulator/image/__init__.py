@@ -1,1 +1,1 @@
-"""What a board starts from, made of Debian packages: disk image, sysroot, programs' disk."""
+"""Makes the board's disk image, its program disk and the sysroot from Debian packages."""

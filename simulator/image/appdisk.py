@@ -9,10 +9,10 @@ from host.files import fingerprint, locked, whole
 from host.paths import APP_DISK, ARM, BOARD
 from image import ext4
 
-# A running or saved board knows the disk's size: it never changes.
+# Constant, because running and saved boards have read the disk's size.
 SIZE = "64M"
-PACKAGE = "corvanta.deb"  # its place on the disk
-# Files of the cross build by glob, and their places on the disk.
+PACKAGE = "corvanta.deb"  # its path on the disk
+# Files of the cross build, as globs, and their paths on the disk.
 CONTENTS = {
     "corvanta_*_armhf.deb": PACKAGE,
     "simulator/programs/modem/modemsim": "modemsim",
@@ -29,9 +29,9 @@ def _found(pattern: str) -> Path | None:
 
 def ensure() -> Path:
     """
-    The disk; it is made again when a program was built again.
+    Return the disk, and make it again when a program has been rebuilt.
 
-    A board that runs keeps the disk that it has.
+    A running board keeps its present disk.
     """
     present = {source: target for pattern, target in CONTENTS.items()
                if (source := _found(pattern))}
@@ -47,9 +47,9 @@ def ensure() -> Path:
 
 def with_changes(changes: Path, disk: Path) -> None:
     """
-    Make a disk that also has a board start with what an earlier one has stored.
+    Make a disk from which a board restores the files of an earlier board at boot.
 
-    @param changes  an archive of tar, of files below /
+    @param changes  tar archive of files, with paths relative to /
     @param disk  the image to make
     """
     _make(disk, {changes: "changes.tar"})
@@ -64,7 +64,7 @@ def _make(image: Path, contents: Mapping[Path, str]) -> None:
 
 
 def key() -> str:
-    """What tells the disk of ensure() from every other; empty without the program's package."""
+    """Return the fingerprint of the disk of ensure(); empty without the program's package."""
     return _mark().read_text() if _found(next(iter(CONTENTS))) else ""
 
 
@@ -73,5 +73,5 @@ def _mark() -> Path:
 
 
 def missing() -> list[str]:
-    """Programs that the cross build has not made yet."""
+    """Return the globs of CONTENTS that the cross build has not made yet."""
     return [pattern for pattern in CONTENTS if not _found(pattern)]

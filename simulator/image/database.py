@@ -1,4 +1,4 @@
-"""dpkg's own records of packages that were unpacked without it."""
+"""Writes the dpkg database for packages that were unpacked without dpkg."""
 
 import re
 import tempfile
@@ -7,16 +7,16 @@ from pathlib import Path
 from host import programs
 
 STATUS = "Status: install ok installed\n"
-KEPT = ("shlibs", "symbols")  # of a package's control files: what others ask dpkg for
+KEPT = ("shlibs", "symbols")  # control files that other tools read from the database
 
 
 def write(packages: list[Path], root: Path, folder: Path | None = None) -> None:
     """
-    Have dpkg take packages for installed.
+    Record packages as installed in the dpkg database.
 
-    @param root  where they were unpacked
-    @param folder  what stands before the paths of their files in the records; none in a root that
-           will be the machine's own
+    @param root  directory in which they were unpacked
+    @param folder  prefix of the file paths in the records; None for the board's own root file
+           system
     """
     info = root / "var/lib/dpkg/info"
     info.mkdir(parents=True, exist_ok=True)
@@ -29,7 +29,7 @@ def write(packages: list[Path], root: Path, folder: Path | None = None) -> None:
 
 
 def _record(package: Path, info: Path, before: str) -> str:
-    """Writes a package's own files of the database. @return its stanza of the status"""
+    """Write a package's files of the database. @return its stanza of the status file"""
     with tempfile.TemporaryDirectory() as folder:
         programs.run(["dpkg-deb", "--control", package, folder], f"reading {package.name}")
         control = Path(folder, "control").read_text(encoding="utf-8").rstrip() + "\n"
@@ -47,7 +47,7 @@ def _record(package: Path, info: Path, before: str) -> str:
 
 
 def _paths(contents: str) -> list[str]:
-    """Absolute paths of a listing, in the folders that Debian 12 has merged into /usr."""
+    """Return the absolute paths of a listing, with /bin, /sbin and /lib moved below /usr."""
     paths = [line.split(None, 5)[5].split(" -> ")[0].split(" link to ")[0].rstrip("/")[1:]
              for line in contents.splitlines()]
     return [re.sub(r"^/(bin|sbin|lib)/", r"/usr/\1/", path) for path in paths if path]

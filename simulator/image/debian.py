@@ -1,8 +1,8 @@
 """
-Debian's armhf packages for the board, fetched by apt through a private apt root in the cache.
+Fetches Debian's armhf packages for the board, with apt and a private apt root in the cache.
 
-The host's own apt is only read, for its mirror and proxies: adding armhf to it would need root
-and break on mirrors that carry no armhf security suite.
+Only the mirror and the proxies come from the host's apt configuration. Adding armhf to it would
+need root and fail on mirrors without an armhf security suite.
 """
 
 import hashlib
@@ -23,7 +23,7 @@ KEYRING = Path("/usr/share/keyrings/debian-archive-keyring.gpg")
 
 
 def suite() -> str:
-    """The board's release, which is that of the machine that builds."""
+    """Return the board's Debian release, which is that of the build host."""
     try:
         name = platform.freedesktop_os_release().get("VERSION_CODENAME", "")
     except OSError:
@@ -34,21 +34,21 @@ def suite() -> str:
 
 
 def package_list(file: Path) -> list[str]:
-    """The names in a list; those with suites behind them are of these suites alone."""
+    """Return the package names of a list; a name followed by suites is for these suites only."""
     lines = [line.split() for line in read_list(file)]
     return [name for name, *suites in lines if not suites or suite() in suites]
 
 
 @dataclass(frozen=True)
 class Mirror:
-    """Where the suite comes from, and what its index is signed with."""
+    """A mirror of the suite, and the keyring that verifies its index."""
 
     uri: str
     keyring: Path = KEYRING
 
 
 def mirrors_of_list(text: str) -> list[Mirror]:
-    """Mirrors of the suite in one-line format (sources.list)."""
+    """Return the mirrors of the suite from text in one-line format (sources.list)."""
     found = []
     for line in text.splitlines():
         match = re.match(r"\s*deb\s+(?:\[([^]]*)\]\s+)?(\S+)\s+(\S+)\s+([^#]*)", line)
@@ -59,11 +59,11 @@ def mirrors_of_list(text: str) -> list[Mirror]:
 
 
 def mirrors_of_stanzas(text: str) -> list[Mirror]:
-    """Mirrors of the suite in deb822 format (*.sources)."""
+    """Return the mirrors of the suite from text in deb822 format (*.sources)."""
     found = []
     text = "\n".join(line for line in text.splitlines() if not line.startswith("#"))
     for stanza in re.split(r"\n\s*\n", text):
-        # A field continues on the lines that begin with a blank.
+        # A line that starts with a space or tab continues the field.
         fields = {name.lower(): value.split() for name, value in
                   re.findall(r"^([\w-]+):((?:.*)(?:\n[ \t].*)*)", stanza, re.MULTILINE)}
         if (fields.get("enabled", ["yes"])[0].lower() in ("no", "false")
@@ -78,7 +78,7 @@ def mirrors_of_stanzas(text: str) -> list[Mirror]:
 
 
 def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
-    """The mirror that the host itself uses for its release, or the one named by the user."""
+    """Return the mirror in CORVANTA_MIRROR, or else the host's own mirror for its release."""
     named = os.environ.get("CORVANTA_MIRROR")
     if named:
         return Mirror(named)
@@ -94,7 +94,7 @@ def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
 
 
 def acquire_settings() -> str:
-    """The host's settings for apt's downloads (proxies, timeouts, certificates)."""
+    """Return the host's settings for apt's downloads (proxies, timeouts, certificates)."""
     dump = programs.run(["apt-config", "dump", "Acquire"],
                         "reading the host's apt settings").decode()
     lines = re.findall(r'^Acquire::(?:http|https|ftp)::?.* "[^"]+";$', dump, re.MULTILINE)
@@ -119,12 +119,12 @@ class Package:
 
 
 def manifest(wanted: list[str]) -> Path:
-    """The file in the cache that says what a list of packages comes to."""
+    """Return the cache file with the resolved package files of a list of packages."""
     return cache() / f"manifest-{fingerprint([suite(), *wanted])[:16]}.txt"
 
 
 class Archive:
-    """Package files in the cache, and for every list of packages a manifest of its resolution."""
+    """Package files in the cache, with a manifest of the resolved files for each package list."""
 
     def __init__(self) -> None:
         self.folder = cache() / "packages"
@@ -132,10 +132,10 @@ class Archive:
 
     def fetch(self, wanted: list[str]) -> list[Path]:
         """
-        Fetch these packages and all that they depend on, as far as they are not in the cache.
+        Fetch these packages and their dependencies, unless they are in the cache.
 
         @return their package files, verified
-        @raise BoardError when the mirror does not give them
+        @raise BoardError when the download fails
         """
         with locked(cache() / "packages.lock"):
             packages = self._known(wanted)
@@ -161,14 +161,14 @@ class Archive:
         install = ["apt-get", "-y", "install"]
         hint = f"fetching Debian packages from {mirror.uri} (network, proxy or mirror at fault?)"
         programs.run(["apt-get", "update", "-o", "APT::Update::Error-Mode=any"], hint, env=env)
-        # apt leaves out what it finds in its archives: look from a place where there are none.
+        # apt omits files that its archives directory has, so name a directory without any.
         uris = programs.run(
             [*install, "-qq", "-o", f"Dir::Cache::archives={self.root}/none", "--print-uris",
              *wanted], hint, env=env).decode()
         packages = [Package(kind.removesuffix("Sum").lower(), digest, int(size), name)
                     for name, size, kind, digest in
                     re.findall(r"^'[^']+' (\S+) (\d+) (\w+):([0-9a-f]+)$", uris, re.MULTILINE)]
-        # apt trusts a file of the right size without looking into it.
+        # apt accepts a file of the right size without checking its digest.
         for package in packages:
             if not package.intact_in(self.folder):
                 remove(self.folder / package.name)
@@ -182,7 +182,7 @@ class Archive:
         return packages
 
     def _apt_root(self, mirror: Mirror) -> Path:
-        """An apt configuration that knows nothing of the host's packages; its file."""
+        """Write an apt configuration without the host's packages. @return its file"""
         for folder in ("lists/partial", "etc/apt.conf.d", "etc/preferences.d", "log", "dpkg"):
             (self.root / folder).mkdir(parents=True, exist_ok=True)
         (self.folder / "partial").mkdir(parents=True, exist_ok=True)

@@ -1,4 +1,4 @@
-"""Disk images of folders, made without root's rights."""
+"""Makes disk images of directories without root privileges."""
 
 from pathlib import Path
 
@@ -7,9 +7,9 @@ from host import programs
 
 def make(tree: Path, image: Path, size: str) -> None:
     """
-    Make an ext4 image of a folder; root owns all of it.
+    Make an ext4 image of a directory; root owns all files in it.
 
-    @param size  of the image, as truncate spells it ("400M")
+    @param size  image size in the syntax of truncate(1), such as "400M"
     """
     programs.run(["truncate", "-s", size, image], "making a disk image")
     programs.run(["fakeroot", "--", "mke2fs", "-q", "-F", "-t", "ext4", "-O", "^has_journal",

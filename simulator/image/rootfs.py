@@ -1,4 +1,4 @@
-"""The board's disk image, initial RAM file system and kernel, out of Debian packages."""
+"""Makes the board's disk image, initial RAM file system and kernel from Debian packages."""
 
 import re
 from pathlib import Path
@@ -14,8 +14,8 @@ KERNEL = "kernel"
 INITRAMFS = "initramfs.cpio"
 ROOT_IMAGE = "root.ext4"
 
-# Maintainer scripts of Debian's packages would have made these, but do not run; git keeps no empty
-# folders. The program's own package is installed on the running board, by dpkg.
+# Debian's maintainer scripts, which would create these directories, do not run, and git cannot
+# store empty ones. dpkg installs the program's own package on the running board.
 FOLDERS = ("app", "dev", "etc/ppp/peers", "mnt", "proc", "root", "run", "sys", "tmp",
            "var/cache/fontconfig", "var/lib/dpkg/alternatives", "var/log")
 UNITS = "/lib/systemd/system"
@@ -25,16 +25,16 @@ LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash"
          "etc/systemd/system/getty.target.wants/getty@tty1.service": f"{UNITS}/getty@.service",
          "etc/systemd/system/sysinit.target.wants/board-agent.service":
              "/etc/systemd/system/board-agent.service",
-         # These need a message bus or a person on a console that the board does not have.
+         # Masked: the board has no message bus, and no operator at a console.
          **{f"etc/systemd/system/{unit}.service": "/dev/null" for unit in
             ("systemd-logind", "getty-static", "serial-getty@ttyAMA0")}}
-# The image's own programs, which run in the saved machine states.
+# Programs of the image; they are running in the saved machine states.
 PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
 EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
 
 
 def inputs() -> list[str | Path]:
-    """What the image depends on besides its packages, for a fingerprint."""
+    """Return the image's inputs other than its packages, for a fingerprint."""
     here = Path(__file__)
     return [here, here.with_name("ext4.py"), here.with_name("unpack.py"),
             here.with_name("database.py"), IMAGE_DATA, GUEST, IMAGE_SIZE,
@@ -42,7 +42,7 @@ def inputs() -> list[str | Path]:
 
 
 def _with_includes(source: Path) -> list[Path]:
-    """A C++ file and the project's headers that it includes, directly or not."""
+    """Return a C++ file and the project's headers that it includes, directly or indirectly."""
     found = [source]
     for file in found:
         names = re.findall(r'^#include "(.+)"', file.read_text(encoding="utf-8"), re.MULTILINE)
@@ -54,7 +54,7 @@ def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, i
     """
     Make the machine's three files: KERNEL, INITRAMFS and ROOT_IMAGE.
 
-    @param into  the folder that gets them; what is needed on the way lies there too
+    @param into  directory for these files and for intermediate ones
     """
     root = into / "root"
     unpack(packages, root)
@@ -71,7 +71,7 @@ def build(packages: list[Path], initramfs_packages: list[Path], sysroot: Path, i
 
 
 def _module_files(root: Path, version: str, names: list[str]) -> list[Path]:
-    """Files of kernel modules and of what they depend on, in the order of loading."""
+    """Return the files of kernel modules and of their dependencies, in loading order."""
     files: list[Path] = []
     for name in names:
         out = programs.run(["modprobe", "-d", root, "-S", version, "--show-depends", name],
@@ -122,7 +122,7 @@ def _keep_modules(root: Path, version: str) -> None:
 
 
 def _configure(root: Path, sysroot: Path) -> None:
-    """What maintainer scripts would have done, and the board's own files."""
+    """Do the work of the maintainer scripts and add the board's own files."""
     for name in FOLDERS:
         (root / name).mkdir(parents=True, exist_ok=True)
     for name, destination in LINKS.items():
@@ -145,7 +145,7 @@ def _configure(root: Path, sysroot: Path) -> None:
 
 
 def _add_programs(root: Path, sysroot: Path) -> None:
-    # The network's pppd goes by another name: the program's "killall pppd" must never reach it.
+    # The simulated network's pppd has another name, so that "killall pppd" does not kill it.
     network_pppd = root / "usr/sbin/netpppd"
     network_pppd.write_bytes((root / "usr/sbin/pppd").read_bytes())
     network_pppd.chmod(0o755)

@@ -1,4 +1,4 @@
-"""The armhf sysroot that cross-building compiles and links against."""
+"""Makes the armhf sysroot that the cross build compiles and links against."""
 
 from pathlib import Path
 
@@ -12,7 +12,7 @@ from image.unpack import relative_links, unpack
 
 
 def ensure() -> Path:
-    """The sysroot's folder, which is made again when its packages have changed."""
+    """Return the sysroot's directory, and make it again when its packages have changed."""
     programs.require_packages()
     packages = Archive().fetch(package_list(IMAGE_DATA / "sysroot-packages.txt"))
     here = Path(__file__)
@@ -32,10 +32,11 @@ def ensure() -> Path:
 
 def _name(sysroot: Path) -> Path:
     """
-    The name by which the cross build finds the sysroot: pkg-config cannot handle one with a blank
-    in its path, and a link in the cache has none.
+    Return the path by which the cross build finds the sysroot.
 
-    @raise BoardError when the cache's path has a blank, too
+    pkg-config cannot handle a space in it; a symbolic link in the cache avoids the space.
+
+    @raise BoardError when the cache's path also contains a space
     """
     if " " not in str(sysroot):
         return sysroot
@@ -47,7 +48,7 @@ def _name(sysroot: Path) -> Path:
 
 
 def _name_without_blank(sysroot: Path) -> None:
-    """Leave the name in a file, for the cross build."""
+    """Write the path to a file for the cross build, and create the link if it needs one."""
     name = _name(sysroot)
     if name != sysroot and not (name.is_symlink() and name.readlink() == sysroot):
         name.unlink(missing_ok=True)

@@ -1,4 +1,4 @@
-"""Unpacking Debian packages into a folder, without installing them."""
+"""Unpacks Debian packages into a directory without installing them."""
 
 import re
 import subprocess
@@ -7,27 +7,27 @@ from pathlib import Path
 
 from host import programs
 
-# Nothing on a board reads these.
+# Directories of /usr/share that no program on the board reads.
 LEFT_OUT = ("doc", "man", "locale", "bug", "lintian", "info", "gdb", "bash-completion", "icons",
             "initramfs-tools", "perl", "perl5")
 
 
 def unpack(packages: list[Path], into: Path) -> None:
     """
-    Unpack package files over each other; no maintainer script runs.
+    Unpack package files into one tree without running their maintainer scripts.
 
     @raise BoardError with the name of the package that cannot be unpacked
     """
     for name in ("bin", "sbin", "lib"):
         (into / "usr" / name).mkdir(parents=True, exist_ok=True)
-        # Debian 12 has merged these folders, but packages still ship files under both names.
+        # Debian 12 has merged these directories, but packages still ship files under both names.
         (into / name).symlink_to(f"usr/{name}")
     with ThreadPoolExecutor(2) as pool:
         try:
             for done in [pool.submit(_unpack_one, package, into) for package in packages]:
                 done.result()
         finally:
-            # After a failure or Ctrl-C nobody waits for the other packages.
+            # After a failure or Ctrl-C, do not unpack the other packages.
             pool.shutdown(cancel_futures=True)
 
 
@@ -47,7 +47,7 @@ def _unpack_one(package: Path, into: Path) -> None:
 
 
 def relative_links(folder: Path) -> None:
-    """Make absolute links below a folder relative: a linker follows them from outside."""
+    """Make absolute links in a sysroot relative, so that the linker stays inside it."""
     for link in folder.rglob("*"):
         if link.is_symlink() and link.readlink().is_absolute():
             inside = re.sub(r"^/+", "", str(link.readlink()))

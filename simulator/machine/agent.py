@@ -1,4 +1,4 @@
-"""The host's side of the board's agent, which runs commands and handles files inside the board."""
+"""Client of the board's agent, which runs commands and reads and writes files on the board."""
 
 import secrets
 import time
@@ -10,19 +10,19 @@ from host.errors import BoardError
 from host.sockets import connect
 
 CONNECT_SECONDS = 30
-# What the agent may need beyond a command's own time, to kill it and to send what it wrote.
+# Additional time for the agent to kill a command and to send its output.
 GRACE_SECONDS = 10
-TOOK_TOO_LONG = 124  # status of a command that the agent has killed
+TOOK_TOO_LONG = 124  # status of a command that the agent killed after its timeout
 
 
 @dataclass(frozen=True)
 class Result:
     """
-    What came of a request.
+    The result of a request.
 
-    @param status  a command's exit status, 128 + N for signal N; errno of the other verbs, or 0
-    @param output  all that the command wrote, or the data
-    @param late  whether the command was killed after its time
+    @param status  a command's exit status, 128 + N for signal N; for the other verbs 0 or errno
+    @param output  output of the command, or the data
+    @param late  true when the command was killed after its timeout
     """
 
     status: int
@@ -35,7 +35,7 @@ class Result:
 
 
 class Agent:
-    """One connection to the agent, which serves one at a time."""
+    """A connection to the agent, which serves one connection at a time."""
 
     def __init__(self, path: Path) -> None:
         try:
@@ -50,10 +50,10 @@ class Agent:
 
     def ask(self, verb: str, body: bytes, seconds: float) -> Result:
         """
-        Have one request served; boardagent.cpp has the verbs.
+        Send a request and wait for the reply; boardagent.cpp lists the verbs.
 
-        @param seconds  of the board's clock, which runs slower than the host's on a busy host
-        @raise BoardError when there is no answer
+        @param seconds  timeout by the board's clock, which slows down on a busy host
+        @raise BoardError when there is no reply
         """
         identity = secrets.token_hex(8)
         started = time.monotonic()
@@ -61,7 +61,7 @@ class Agent:
         self._socket.settimeout(seconds + GRACE_SECONDS)
         try:
             self._socket.sendall(f"{identity} {verb} {seconds:g} {len(body)}\n".encode() + body)
-            # An answer that an earlier, interrupted host did not take comes first.
+            # A reply to an earlier, interrupted process of the host may come first.
             self._until(lambda: identity.encode() + b" " in self._received)
             self._received = self._received[self._received.index(identity.encode()):]
             self._until(lambda: b"\n" in self._received)
@@ -73,7 +73,8 @@ class Agent:
         except OSError as error:
             raise BoardError(f"the board has ended: {error.strerror}") from error
         output, self._received = self._received[:int(length)], self._received[int(length):]
-        # A command may end with that status by itself; the board's clock is never the faster one.
+        # A command may exit with this status by itself, but then before the timeout: the board's
+        # clock never runs faster than the host's.
         late = (verb == "run" and int(status) == TOOK_TOO_LONG
                 and time.monotonic() - started >= seconds)
         return Result(int(status), output, late)
@@ -88,7 +89,7 @@ class Agent:
 
 
 def _silence(verb: str, seconds: float) -> str:
-    """What a person is told when no answer has come in time."""
+    """Return the error message for a reply that did not arrive in time."""
     if verb == "run":
         return (f"the command takes longer than {seconds:g} s, or an earlier one still runs; "
                 "the board lives on")

@@ -1,4 +1,4 @@
-"""What the host talks to a machine through: QEMU's control socket and the board's agent."""
+"""The host's connections to a machine: QEMU's control socket and the board's agent."""
 
 from collections.abc import Callable
 from pathlib import Path
@@ -18,10 +18,10 @@ class Connections:
 
     def open(self, folder: Path, alive: Callable[[], bool]) -> None:
         """
-        Connect to the machine of a run's folder.
+        Connect to the machine in a run's directory.
 
-        @param alive  whether QEMU still runs: while it does, its sockets may come yet
-        @raise BoardError with what QEMU wrote, when it does not answer
+        @param alive  returns true while QEMU runs and its sockets may still appear
+        @raise BoardError with QEMU's output, when it does not answer
         """
         try:
             self._qmp = Qmp(folder / qemu.QMP_SOCKET, alive)

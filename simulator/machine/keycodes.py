@@ -6,14 +6,14 @@ PLAIN = {" ": "spc", "-": "minus", "=": "equal", "[": "bracket_left", "]": "brac
 SHIFTED = {"~": "`", "!": "1", "@": "2", "#": "3", "$": "4", "%": "5", "^": "6", "&": "7",
            "*": "8", "(": "9", ")": "0", "_": "-", "+": "=", "{": "[", "}": "]", "|": "\\",
            ":": ";", '"': "'", "<": ",", ">": ".", "?": "/"}
-# Names as Qt writes them, beside QEMU's own.
+# Qt's key names, accepted beside QEMU's own.
 NAMES = {"enter": "ret", "return": "ret", "escape": "esc", "del": "delete", "ins": "insert",
          "space": "spc", "pgup": "pgup", "pgdown": "pgdn", "backspace": "backspace"}
 
 
 def keys_of(character: str) -> list[str]:
     """
-    Key codes that are down together for one character.
+    Return the key codes to press together for one character.
 
     @raise ValueError for a character that a US keyboard cannot type
     """
@@ -27,7 +27,7 @@ def keys_of(character: str) -> list[str]:
 
 
 def chord(name: str) -> list[str]:
-    """Key codes of a key or chord, such as "Tab", "Ctrl+A" or "Shift+Left"."""
+    """Return the key codes of a key or chord, such as "Tab", "Ctrl+A" or "Shift+Left"."""
     if len(name) == 1:
         return keys_of(name)
     parts = name.split("+")

@@ -14,14 +14,14 @@ AGENT_SOCKET = "agent.sock"
 SERIAL_LOG = "serial.log"
 QEMU_LOG = "qemu.log"
 VNC_BASE = 5900
-SPARE_BYTES = 12 << 20  # of the third disk, /dev/vdc: empty unless start() is given another
-SPARE_LOG = "spare.log"  # each write and flush of the third disk, as QEMU's blklogwrites has them
-# Protections that cost an emulated processor much time are off. Above all: code at a random address
-# is translated anew in each process.
+SPARE_BYTES = 12 << 20  # size of the third disk, /dev/vdc; all zeros unless start() gets an image
+SPARE_LOG = "spare.log"  # writes and flushes of the third disk, in the format of blklogwrites
+# Turn off protections that are slow on an emulated CPU. Address randomisation costs most, because
+# QEMU translates code at a random address again in each process.
 PROTECTIONS_OFF = ("mitigations=off", "init_on_alloc=0", "hardened_usercopy=off", "audit=0",
                    "apparmor=0", "norandmaps")
-# While the dongle's port is open, its host controller's timer runs every 125 us: 8000 interrupts a
-# second, which would keep a core of the host busy. It follows the kernel's tick of 4 ms so.
+# While the dongle's port is open, its host controller's timer fires every 125 us and would keep a
+# core of the host busy. Without high-resolution timers it follows the kernel's 4 ms tick.
 COARSE_TIMERS = "highres=off"
 KERNEL_OPTIONS = ("console=ttyAMA0", "quiet", "loglevel=4", "net.ifnames=0", COARSE_TIMERS,
                   *PROTECTIONS_OFF)
@@ -29,16 +29,16 @@ KERNEL_OPTIONS = ("console=ttyAMA0", "quiet", "loglevel=4", "net.ifnames=0", COA
 
 def devices(size: tuple[int, int], machine: Path, app_disk: Path) -> list[str]:
     """
-    QEMU's options for what the machine consists of.
+    Return QEMU's options for the machine's devices.
 
-    A saved state fits exactly these devices; options that differ from run to run are start()'s.
+    A saved state fits exactly these devices; start() adds the options that differ between runs.
     """
     width, height = size
     return [
         "-M", "virt,highmem=off,gic-version=2", "-cpu", "cortex-a15",
         "-accel", "tcg,thread=single,tb-size=256", "-smp", "1", "-m", "256", "-nodefaults",
         # The board's clock counts its instructions. On a busy host it slows down with the board, so
-        # that a dial-up with 15 s to succeed has the same chance on every host.
+        # that the board can do the same work within the 15 s of a dial-up on every host.
         "-icount", "shift=3,sleep=on,align=off",
         "-kernel", str(machine / KERNEL), "-initrd", str(machine / INITRAMFS),
         "-append", " ".join(KERNEL_OPTIONS),
@@ -64,7 +64,7 @@ def _spare_disk(image: Path | None) -> str:
 
 
 def _escaped(path: Path) -> str:
-    """A file name inside one of QEMU's comma-separated options."""
+    """Return a file name escaped for QEMU's comma-separated options."""
     return str(path).replace(",", ",,")
 
 
@@ -72,11 +72,11 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
           state: Path | None = None, vnc_port: int | None = None,
           detached: bool = False, spare: Path | None = None) -> subprocess.Popen[bytes]:
     """
-    Start a machine in a run's folder, where its sockets and logs appear.
+    Start a machine in a run's directory, which gets its sockets and logs.
 
     @param state  saved state to start from; None boots
     @param vnc_port  TCP port on the loopback for a live view
-    @param detached  whether the machine outlives this process; if not, it dies with it
+    @param detached  true when the machine outlives this process; otherwise it is killed with it
     @param spare  image of the third disk, SPARE_BYTES long, whose writes are logged
     """
     for name in (QMP_SOCKET, AGENT_SOCKET):
@@ -87,13 +87,13 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
             f"file:{SERIAL_LOG}", "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
     if state is not None:
         argv += ["-incoming", "exec:cat " + shlex.quote(str(state))]
-    # Also without a viewer, its refreshing turns QEMU's main loop every three seconds. That bounds
-    # the sleep of an idle board whose wake-up was missed, which counted instructions are known for.
+    # VNC's refresh timer runs QEMU's main loop every 3 s, even without a viewer. This limits the
+    # sleep of an idle board after a missed wakeup, a known problem of -icount.
     argv += ["-vnc", "none" if vnc_port is None else f"127.0.0.1:{vnc_port - VNC_BASE}"]
     if not detached:
         argv = ["setpriv", "--pdeathsig", "KILL", "--", *argv]
     with open(folder / QEMU_LOG, "wb") as log:
-        # A session of its own: the terminal's Ctrl-C is for the one who drives the board.
+        # Start a new session, so that Ctrl-C in the terminal does not reach QEMU.
         return subprocess.Popen(argv, cwd=folder, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                 start_new_session=True,
                                 env=dict(os.environ, PATH=programs.SEARCH_PATH))

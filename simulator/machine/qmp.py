@@ -1,4 +1,4 @@
-"""QEMU's control socket: commands, touches and keys, pictures, saving a machine's state."""
+"""QEMU's control socket: commands, touches, keys, screenshots, saved machine states."""
 
 import json
 import shlex
@@ -12,14 +12,14 @@ from host.sockets import connect
 
 CONNECT_SECONDS = 30
 ANSWER_SECONDS = 30
-LOOK_SECONDS = 0.5  # between two looks at whether QEMU has failed to start
+LOOK_SECONDS = 0.5  # between two checks for a failed start of QEMU
 
-AXIS_MAXIMUM = 32767  # of QEMU's absolute pointer, from 0
+AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 
 
 def position(pixel: int, pixels: int) -> int:
     """
-    The place of the pointer on an axis for a touch of that pixel, 0 to AXIS_MAXIMUM.
+    Return the pointer's coordinate, 0 to AXIS_MAXIMUM, for a touch of a pixel.
 
     @raise ValueError when the panel has no such pixel
     """
@@ -29,14 +29,14 @@ def position(pixel: int, pixels: int) -> int:
 
 
 class Refusal(BoardError):
-    """QEMU does not do what it was told."""
+    """QEMU answered a command with an error."""
 
 
 class Qmp:
-    """One connection to QEMU, which serves one at a time."""
+    """A connection to QEMU, which serves one connection at a time."""
 
     def __init__(self, path: Path, alive: Callable[[], bool]) -> None:
-        """@param alive  whether QEMU runs"""
+        """Connect to QEMU. @param alive  returns true while QEMU runs"""
         deadline = time.monotonic() + CONNECT_SECONDS
         while True:
             try:
@@ -66,7 +66,7 @@ class Qmp:
         return reply
 
     def command(self, name: str, **arguments: Any) -> Any:
-        """@return what QEMU's reference gives for the command; events are passed over"""
+        """Run a command and skip events. @return its result, as in QEMU's QMP reference"""
         request = json.dumps({"execute": name, "arguments": arguments}) + "\n"
         try:
             self._socket.sendall(request.encode())
@@ -90,7 +90,7 @@ class Qmp:
                      events=[{"type": "btn", "data": {"button": "left", "down": down}}])
 
     def keys(self, codes: list[str]) -> None:
-        """Press keys in this order and release them in the reverse one."""
+        """Press keys in this order and release them in reverse order."""
         for down, order in ((True, codes), (False, codes[::-1])):
             self.command("input-send-event", events=[
                 {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": code}}}
@@ -116,7 +116,7 @@ class Qmp:
             time.sleep(0.05)
 
     def resume(self, timeout: float = 60) -> None:
-        """Wait until the machine has read its saved state, and let it run."""
+        """Wait until the machine has read its saved state, and resume it."""
         deadline = time.monotonic() + timeout
         while self.command("query-status")["status"] == "inmigrate":
             if time.monotonic() > deadline:

@@ -8,7 +8,7 @@ CODES = {1: "zh_TW", 2: "zh_CN"}  # by language parameter; every other value is 
 
 
 class Texts:
-    """Gives English texts in another language; a text without a translation stays English."""
+    """Translates English texts; a text without a translation stays English."""
 
     def __init__(self, language: int) -> None:
         self._translations: dict[str, str] = {}

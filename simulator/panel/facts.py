@@ -1,6 +1,6 @@
-"""What tools and tests know about the program: its texts, files, stored values and time limits."""
+"""Facts about the program for tools and tests: its texts, files, stored values and time limits."""
 
-SIZES = ((480, 272), (800, 480), (1280, 800))  # of panels: width and height in pixels
+SIZES = ((480, 272), (800, 480), (1280, 800))  # of the panels: width and height in pixels
 
 # The dongle that the program looks for on the USB bus.
 DONGLE_VENDOR, DONGLE_PRODUCT = 0x12D1, 0x1001
@@ -22,29 +22,29 @@ AUTO_CONNECT = "/quenfold/configs/autoparam"
 CHIP_MARKER = "/quenfold/configs/initedFram"  # without it the program does not read the chip
 PEER_FILE = "/etc/ppp/peers/ppp-connect"
 CHAT_SCRIPT = "/etc/ppp/chat/chat"
-FILES = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # what the program writes
+FILES = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # files that the program writes
 PPP_LOG, CHAT_LOG = LOGS = ("/etc/ppp/ppp.log", "/etc/ppp/chat.log")
-OLD_LOG = ".old"  # what Exit adds to the name of a log
+OLD_LOG = ".old"  # suffix that Exit adds to the name of a log
 
 # The parameter of the F-RAM chip that chooses the language, and its values; all others are English.
 LANGUAGE = 10
 LANGUAGES = {0: "English", 1: "Traditional Chinese", 2: "Simplified Chinese"}
 
-WITHOUT_KEYS = {"QT_IM_MODULE": "none"}  # environment in which the on-screen keys stay away
+WITHOUT_KEYS = {"QT_IM_MODULE": "none"}  # environment without the on-screen keyboard
 
-# Limits of waits on the simulated board, in seconds of the host, which may be busy.
-SOON_SECONDS = 30  # for what a touch does at once
-CHECK_SECONDS = 120  # for what the program does 15 s after it has started pppd
+# Timeouts on the simulated board, in seconds of the host's clock; the host may be busy.
+SOON_SECONDS = 30  # for the immediate effect of a touch
+CHECK_SECONDS = 120  # for the link check 15 s after the start of pppd
 START_SECONDS = 120  # for a start of the program
-DOUBLE_TOUCH_SECONDS = 0.5  # a touch that comes later is not the second of a double touch
+DOUBLE_TOUCH_SECONDS = 0.5  # a touch after this time does not complete a double tap
 
 
 def stored_parameters(apn: str = "internet", dial: str = "*99#", user: str = "",
                       password: str = "", pin: str = "", method: str = "0") -> bytes:
-    """The content of PARAMETERS; the method is the number of its row in the list."""
+    """Return the content of PARAMETERS; the method is the number of its row in the list."""
     return "".join(f"{value}\n" for value in (apn, dial, user, password, pin, method)).encode()
 
 
-# What tests store beforehand.
+# Values that tests store in advance.
 STORED = stored_parameters(user="operator", password="secret")
 STORED_AUTO = b"1\n5\n"

@@ -1,4 +1,4 @@
-"""The panel's operator, who touches, types, and waits for what the screen shows then."""
+"""Operates the panel: touches it, types, and waits for the screen to show a result."""
 
 from __future__ import annotations
 
@@ -16,18 +16,18 @@ from panel.screen import NotShown, PanelError, Screen, Widget, centre
 
 T = TypeVar("T")
 
-LOOK_SECONDS = 0.02  # between two looks, at first
-LONGER, LONGEST = 1.2, 2.5  # how much longer after each look; up to so many times
-SECONDS = 30.0  # for what a touch or a key does: the simulated board may be slow
+LOOK_SECONDS = 0.02  # first interval between two dumps of the screen
+LONGER, LONGEST = 1.2, 2.5  # growth of the interval per dump; limit of the growth
+SECONDS = 30.0  # timeout for the effect of a touch or key; the simulated board may be slow
 
 
 class Panel:
-    """Looks at the panel, touches it and waits for it.
+    """The panel: dumps its screen, touches it and waits for it to change.
 
-    @param request  sends one request line to the inspector and gives its reply; it raises OSError
-           while nothing answers
-    @param pause  seconds between the first two looks of a wait; later ones are further apart
-    @param rest  lets seconds pass for the program, whose clock may be slower than the host's
+    @param request  sends one request line to the inspector and returns its reply; raises OSError
+           while the inspector does not answer
+    @param pause  seconds between the first two dumps of a wait; later intervals are longer
+    @param rest  waits for seconds by the program's clock, which may be slower than the host's
     """
 
     def __init__(self, request: Callable[[str], dict[str, Any]], pause: float = LOOK_SECONDS,
@@ -61,20 +61,20 @@ class Panel:
         return self.screen().dialog()
 
     def click(self, widget: Widget) -> None:
-        """Touches the middle of a widget or item, and does not wait for what that does."""
+        """Touch the middle of a widget or item without waiting for the effect."""
         x, y = centre(widget)
         self._ask(f"click {x} {y}")
 
     def press(self, text: str) -> None:
-        """Touches the button with this text."""
+        """Touch the button with this text."""
         self.click(self.button(text))
 
     def key(self, name: str) -> None:
-        """Presses one key, named as in "Esc" or "Ctrl+A", where the focus is."""
+        """Press a key or chord, such as "Esc" or "Ctrl+A", in the widget with the focus."""
         self._ask(f"key {name}")
 
     def fill(self, label: str, text: str, timeout: float = SECONDS) -> None:
-        """Touches the field beside a label and types a text over what it holds."""
+        """Touch the field beside a label and replace its text by typing."""
         self.click(self.field(label))
         self.wait(lambda screen: screen.field(label)["focus"], timeout, f"focus in {label!r}")
         self.key("Ctrl+A")
@@ -84,7 +84,7 @@ class Panel:
         self._wait_text(label, text, timeout)
 
     def raise_keys(self, label: str, timeout: float = SECONDS) -> Screen:
-        """Touches the field beside a label. @return a look once the keys take touches"""
+        """Touch the field beside a label. @return the screen once the keyboard accepts touches"""
         self.click(self.field(label))
         self.wait(lambda screen: screen.keys and screen.field(label)["focus"], timeout,
                   f"keys for {label!r}")
@@ -92,7 +92,7 @@ class Panel:
         return self.screen()
 
     def touch_in(self, label: str, text: str, timeout: float = SECONDS) -> None:
-        """Fills the field beside a label by touches on the drawn keys alone."""
+        """Fill the field beside a label by touches on the on-screen keyboard only."""
         screen = self.raise_keys(label, timeout)
         for _ in screen.field(label)["text"]:
             self.click(screen.key("Backspace"))
@@ -102,25 +102,25 @@ class Panel:
             if name.isalpha() and screen.key(name)["upper"] != character.isupper():
                 self.click(screen.key("Shift"))
             self.click(screen.key(name))
-            if character.isupper():  # Shift is for one letter: look again once it is typed.
+            if character.isupper():  # Shift applies to one letter: dump the screen again.
                 screen = self._wait_text(label, text[:at], timeout)
         self._wait_text(label, text, timeout)
 
     def put_keys_away(self, key: str = "Hide", timeout: float = SECONDS) -> None:
-        """Touches a key that ends typing: Hide or Enter."""
+        """Hide the keyboard by a touch on Hide or Enter."""
         self.click(self.screen().key(key))
         self.wait(lambda screen: not screen.keys, timeout, "the keys gone")
         self._rest(DOUBLE_TOUCH_SECONDS)
 
     def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
-        """Turns to the page that has a key. @return the look that shows it"""
+        """Open the keyboard page that has a key. @return the screen with that key"""
         while not screen.has_key(name):
             page = "ABC" if name.isalpha() else "#+=" if screen.has_key("#+=") else "123"
             screen = self._turn(screen, page, timeout)
         return screen
 
     def _turn(self, screen: Screen, page: str, timeout: float) -> Screen:
-        """Touches the key that leads to another page. @return the look that shows the page"""
+        """Touch the key that opens another page. @return the screen with that page"""
         self.click(screen.key(page))
         return self.wait(lambda now: None if now.has_key(page) else now, timeout,
                          f"the page behind {page!r}")
@@ -130,14 +130,14 @@ class Panel:
                          timeout, f"{text[:60]!r} in {label!r}")
 
     def choose(self, label: str, row: str, timeout: float = SECONDS) -> None:
-        """Touches the combo box beside a label and then a row of its list."""
+        """Touch the combo box beside a label and then a row of its list."""
         self.click(self.field(label))
         self.click(self.wait(lambda screen: screen.row(row), timeout, f"the row {row!r}"))
         self.wait(lambda screen: screen.field(label)["text"] == row, timeout,
                   f"{row!r} in {label!r}")
 
     def open_tab(self, text: str, timeout: float = SECONDS) -> None:
-        """Touches a tab and waits until its page is the one shown."""
+        """Touch a tab and wait until its page is shown."""
         self.click(self.tab(text))
 
         def shown(screen: Screen) -> bool:
@@ -147,23 +147,23 @@ class Panel:
         self.wait(shown, timeout, f"the tab {text!r} open")
 
     def invoke(self, cls: str, slot: str, argument: int | None = None) -> int:
-        """Has a slot called from the event loop. @return the call's index in `Screen.invoked`"""
+        """Call a slot from the event loop. @return the call's index in `Screen.invoked`"""
         at = len(self.screen().invoked)
         self._ask(f"invoke {cls} {slot}" + ("" if argument is None else f" {argument}"))
         return at
 
     def shot(self, file: Path | str) -> None:
-        """Has a picture of the screen written, in the format that the file's name ends in."""
+        """Write a screenshot in the format of the file name's suffix."""
         self._ask(f"shot {file}")
 
     def wait(self, predicate: Callable[[Screen], T | None], timeout: float, what: str) -> T:
         """
-        Looks until the predicate gives something true.
+        Dump the screen until the predicate returns a true value.
 
-        @param predicate  gets each look; when it raises NotShown, the wait goes on
-        @param timeout  seconds, of which patient() may make more
-        @return what the predicate gave
-        @raise PanelError with what was shown last
+        @param predicate  called with each dump; when it raises NotShown, the wait goes on
+        @param timeout  seconds, scaled by patient()
+        @return the predicate's value
+        @raise PanelError with the last dump
         """
         deadline = time.monotonic() + patient(timeout)
         last = "nothing: no reply"
@@ -186,9 +186,9 @@ class Panel:
 
 def unix_request(path: Path, timeout: float = 10.0) -> Callable[[str], dict[str, Any]]:
     """
-    What a `Panel` needs for an inspector that listens on a Unix socket of the host.
+    Return a `Panel` request function for an inspector on a Unix socket of the host.
 
-    @param timeout  seconds for an answer
+    @param timeout  seconds to wait for the reply
     """
 
     def request(line: str) -> dict[str, Any]:

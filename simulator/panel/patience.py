@@ -1,11 +1,11 @@
-"""How long is waited for a program under test."""
+"""Scales the timeouts of waits for a program under test."""
 
 import os
 
-# Times as long as without: what runs under sanitizers is slow, and its subject is not time.
+# Factor for all timeouts, for slow runs such as those under sanitizers.
 PATIENCE = float(os.environ.get("CORVANTA_PATIENCE", "1"))
 
 
 def patient(seconds: float) -> float:
-    """The seconds to wait for what takes so many at most."""
+    """Return a timeout in seconds, multiplied by PATIENCE."""
     return seconds * PATIENCE

@@ -1,7 +1,7 @@
-"""One look at the panel: what the inspector plug-in reports, as an operator reads it.
+"""A dump of the screen by the inspector plugin, and searches in it.
 
-Things are found as an operator finds them: a button or tab by its text, a field or a value by the
-label at its left.
+Widgets are found as an operator finds them: a button or tab by its text, a field or value by the
+label to its left.
 """
 
 from __future__ import annotations
@@ -9,8 +9,8 @@ from __future__ import annotations
 from collections.abc import Iterator
 from typing import Any, TypedDict
 
-# A widget, a window, an item of a list or tab bar, or a key: each has some of these, as the
-# inspector's dump.cpp says. A "rect" is [x, y, width, height] in pixels of the screen.
+# A widget, a window, an item of a list or tab bar, or a key: each has some of these entries, which
+# the inspector's dump.cpp sets. A "rect" is [x, y, width, height] in pixels of the screen.
 Widget = TypedDict("Widget", {
     "class": str, "name": str, "text": str, "title": str, "style": str, "rect": list[int],
     "window": int, "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "active": bool,
@@ -23,15 +23,15 @@ LEAVES = (*BUTTONS, "QLabel", "QLineEdit", "QComboBox", "QTabBar")
 
 
 class PanelError(AssertionError):
-    """The panel does not show what it should, or answers nothing."""
+    """The screen does not show the expected content, or the inspector does not answer."""
 
 
 class NotShown(PanelError, LookupError):
-    """What was looked for is not on the screen."""
+    """The requested item is not on the screen."""
 
 
 def centre(widget: Widget) -> tuple[int, int]:
-    """The middle of a widget's or item's "rect", in global pixels."""
+    """Return the middle of a widget's or item's "rect", in global pixels."""
     x, y, width, height = widget["rect"]
     return x + width // 2, y + height // 2
 
@@ -49,13 +49,13 @@ def _overlap(a: list[int], b: list[int]) -> bool:
 
 
 def _right_of(label: Widget, widget: Widget) -> bool:
-    """Whether the widget stands in the label's row, to its right."""
+    """Return true when the widget is in the label's row, to its right."""
     x, y, width, height = label["rect"]
     return widget["rect"][0] >= x + width and y <= centre(widget)[1] < y + height
 
 
 class Screen:
-    """What one look shows: the reply to the inspector's dump."""
+    """A dump of the screen: the inspector's reply."""
 
     def __init__(self, dump: dict[str, Any]) -> None:
         width, height = dump["screen"]
@@ -82,7 +82,7 @@ class Screen:
         """
         The widget of these classes beside a label.
 
-        On a shown page it stands in the label's row, on a hidden one next to it in child order.
+        On a shown page it is in the label's row, on a hidden page it is the next child.
         """
         for at, widget in enumerate(self.widgets):
             if widget["class"] != "QLabel" or widget["text"] != label:
@@ -122,8 +122,8 @@ class Screen:
         raise NotShown(f"no item {text!r} on {self.short()}")
 
     def key(self, name: str) -> Widget:
-        """The on-screen key that types this, a letter small, or does it: Backspace, Enter, Hide,
-        Shift, or the name of a page."""
+        """The on-screen key with this name: a character (letters in lower case), Backspace, Enter,
+        Hide, Shift, or the name of a page."""
         for key in self.keys:
             if key["text"] == name:
                 return key
@@ -161,15 +161,16 @@ class Screen:
         return [w for w in self.all("QProgressBar") if w["minimum"] == w["maximum"]]
 
     def orphans(self, cls: str) -> list[Widget]:
-        """Widgets of this class that were put on no page."""
+        """Widgets of this class that are on no page: they have no parent widget."""
         return [w for w in self.all(cls, visible=False)
                 if self.windows[w["window"]]["class"] == cls]
 
     def cut_off(self) -> list[str]:
         """
-        What an operator cannot see whole, one line each.
+        Return the layout faults, one line each.
 
-        That is outside its window, smaller than its content needs, or under another widget.
+        A faulty widget leaves its window, is smaller than its content, or overlaps another widget.
+        A faulty window leaves the screen.
         """
         faults = []
         leaves = [w for w in self.all(*LEAVES) if "hint" in w]
@@ -190,7 +191,7 @@ class Screen:
         return faults
 
     def short(self) -> str:
-        """What is shown, one line per window and per widget that says something."""
+        """Return the shown content, one line per window and per widget with a text."""
         lines = [f"screen {self.size}"]
         for at, window in enumerate(self.windows):
             if not window["visible"]:

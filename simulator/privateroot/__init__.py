@@ -1,4 +1,4 @@
-"""The unchanged program on this machine, in a private root file system with its absolute paths.
+"""Runs the unchanged program on the host, in a private root that has its absolute paths.
 
-For the tests of the whole program and for ./preview; needs no right of any kind.
+For tests of the whole program and for ./preview; needs no privileges.
 """

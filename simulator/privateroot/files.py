@@ -1,4 +1,4 @@
-"""The private root's file system: what the program finds in it, and what it leaves there."""
+"""The private root's file system: the files that the program reads, writes and runs."""
 
 from __future__ import annotations
 
@@ -14,26 +14,26 @@ DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
 LINK_DOWN = "lo: flags=73\n"
 LINK_UP = LINK_DOWN + "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST>  mtu 1500\n"
 
-# Programs of the board that are answered from outside, and those that do their usual work.
+# Programs of the board with a stand-in, and those that are the host's own.
 STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
 TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 STAND_IN = "/testfakes/boardprogram"
-DEVICES = ("null", "zero", "full", "random", "urandom")  # those of this machine
+DEVICES = ("null", "zero", "full", "random", "urandom")  # device nodes of the host
 CHIP = "spidev1.0"
 CHIP_BYTES = 32768
 LAUNCH = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
-BLOCK_ADDRESS = 4  # of the parameters of two bytes each in the chip
+BLOCK_ADDRESS = 4  # address of the parameters in the chip, 2 bytes each
 
 
 class RootFiles:
-    """The folders of a private root as they are on this machine; remove() ends them.
+    """The directories of a private root on the host; remove() deletes them.
 
-    @param usb what is on the bus, in the words of fakes/fakeusb.c
+    @param usb devices on the bus, in the format of fakes/fakeusb.c
     @param nodes names in /dev beside the usual ones
     @param missing programs that the board lacks
     @param setup shell commands run inside before the program
-    @param launch the shell command that runs it: "program", with the words of a command that
-        starts it in its place, and with its redirections
+    @param launch the shell command that runs it: "program", then the wrapper command that starts
+        it, if any, then redirections
     """
 
     def __init__(self, *, usb: str = DONGLE, nodes: Iterable[str] = ("ttyUSB0",),
@@ -63,7 +63,7 @@ class RootFiles:
             self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
 
     def host(self, path: str) -> Path:
-        """Where a path of the private root is on this machine."""
+        """Return the path on the host of a path in the private root."""
         for inside, outside in (("/quenfold", "quenfold"), ("/etc/ppp", "ppp"), ("/dev", "dev"),
                                 ("/testrun", "testrun")):
             if path == inside or path.startswith(inside + "/"):
@@ -75,22 +75,22 @@ class RootFiles:
         self.host(path).write_bytes(data)
 
     def read(self, path: str) -> bytes | None:
-        """A file's content; None when there is no such file."""
+        """Return a file's content, or None if the file does not exist."""
         try:
             return self.host(path).read_bytes()
         except FileNotFoundError:
             return None
 
     def content(self, path: str) -> bytes:
-        """What there is in a file; nothing when there is no such file."""
+        """Return a file's content, empty if the file does not exist."""
         return self.read(path) or b""
 
     def mode(self, path: str) -> str:
-        """The permission bits in octal, such as "600"."""
+        """Return the permission bits in octal, such as "600"."""
         return f"{stat.S_IMODE(self.host(path).stat().st_mode):o}"
 
     def add_node(self, name: str, target: str | None = None) -> None:
-        """Makes an entry of /dev: a link to the target, or an empty file."""
+        """Create an entry of /dev: a symbolic link to the target, or an empty file."""
         path = self.host(f"/dev/{name}")
         if target is None:
             path.touch()
@@ -101,7 +101,7 @@ class RootFiles:
         self.host(f"/dev/{name}").unlink()
 
     def add_chip(self, language: int) -> None:
-        """Makes the F-RAM chip, as the file that fakes/fakechip.c takes for its memory."""
+        """Create the file that fakes/fakechip.c uses as the memory of the F-RAM chip."""
         memory = bytearray(CHIP_BYTES)
         at = BLOCK_ADDRESS + 2 * LANGUAGE
         memory[at:at + 2] = language.to_bytes(2, "little")
@@ -109,7 +109,7 @@ class RootFiles:
         self.write(CHIP_MARKER, b"")
 
     def _replace(self, name: str, text: str) -> None:
-        """Changes a control file in one step, so that no reader sees half of it."""
+        """Replace a control file atomically, so that its readers never get a part of it."""
         new = self.run / f"{name}.new"
         new.write_text(text)
         new.replace(self.run / name)
@@ -118,26 +118,26 @@ class RootFiles:
         self._replace("usb", text)
 
     def set_link(self, up: bool) -> None:
-        """Whether the list of interfaces has a ppp0."""
+        """Add ppp0 to the list of interfaces, or remove it."""
         self._replace("interfaces", LINK_UP if up else LINK_DOWN)
 
     def answer(self, name: str, script: str) -> None:
-        """What the program of the board called `name` does from now on, in shell."""
+        """Set the shell script that the board's program `name` runs from now on."""
         self._replace(f"answers/{name}", script)
 
     def answer_as_usual(self, name: str) -> None:
-        """The program called `name` does again what it does in a new root."""
+        """Remove the script of the board's program `name`, which then acts as in a new root."""
         self.run.joinpath("answers", name).unlink(missing_ok=True)
 
     def unwrap(self, name: str, program: str = "") -> None:
-        """Puts another program in a stand-in's place: it is faster.
-        @param program path in the private root; this machine's own, which is not logged, if none"""
+        """Replace a stand-in by a faster program.
+        @param program path in the private root; by default the host's own, without a log"""
         stand_in = self.run / "bin" / name
         stand_in.unlink()
         stand_in.symlink_to(program or f"/usr/bin/{name}")
 
     def remove(self) -> None:
-        """Removes the folders, whatever their permissions have become."""
+        """Remove the directories, whatever their permissions are now."""
         for folder in self.base.rglob("*"):
             if folder.is_dir() and not folder.is_symlink():
                 folder.chmod(0o700)

@@ -1,4 +1,4 @@
-"""What an operator does with the program in a private root, and what must hold afterwards."""
+"""Operator actions on the program in a private root, and checks of their results."""
 
 from __future__ import annotations
 
@@ -13,25 +13,25 @@ from panel.screen import Screen, Widget
 from privateroot.files import LAUNCH
 from privateroot.process import PrivateRoot
 
-AUTO = b"0\n7\n"  # what is stored in addition to STORED; not the defaults
+AUTO = b"0\n7\n"  # content of AUTO_CONNECT, to go with STORED; not the defaults
 DIALLING = ["killall pppd", "pppd call ppp-connect"]  # the commands of a Connect
 FAKETIME = "/usr/$LIB/faketime/libfaketime.so.1"
 CLOCK_FILE = "/testrun/clock"
-# The clock's day is read again at each look; the time that timers count goes on as it does.
+# The program's date follows CLOCK_FILE at once; the clock that its timers use does not change.
 STEPPED: dict[str, Any] = {"preload": [FAKETIME], "launch": LAUNCH.replace(
     "program", f"program /usr/bin/env FAKETIME_TIMESTAMP_FILE={CLOCK_FILE} FAKETIME_NO_CACHE=1 "
     "FAKETIME_DONT_FAKE_MONOTONIC=1 FAKETIME_DISABLE_SHM=1")}
-SECONDS = 10  # for what a touch or a link check does
+SECONDS = 10  # timeout for the effect of a touch or a link check
 
 
 def expect(holds: object, what: str) -> None:
-    """@raise AssertionError naming what was expected"""
+    """Check a condition. @raise AssertionError that names it"""
     if not holds:
         raise AssertionError(what)
 
 
 def stored_root(parameters: bytes = STORED, auto: bytes = AUTO, **how: Any) -> PrivateRoot:
-    """Make a private root in which parameters are stored. The program does not run yet."""
+    """Make a private root with stored parameters. The program does not run yet."""
     root = PrivateRoot(**how)
     root.write(PARAMETERS, parameters)
     root.write(AUTO_CONNECT, auto)
@@ -46,12 +46,12 @@ def started(**how: Any) -> Iterator[PrivateRoot]:
 
 
 def step_clock(root: PrivateRoot, moment: str) -> None:
-    """Set the clock of a program that was made STEPPED. @param moment in the words of faketime"""
+    """Set the clock of a program started with STEPPED. @param moment in the format of faketime"""
     root.host(CLOCK_FILE).write_text(f"{moment}\n")
 
 
 def connect(root: PrivateRoot) -> list[str]:
-    """Touch Connect and wait for pppd. @return the commands since"""
+    """Touch Connect and wait for pppd. @return the commands since the touch"""
     before, dialled = len(root.calls()), len(root.calls("pppd"))
     root.panel.press("Connect")
     root.wait_calls("pppd", dialled + 1)
@@ -74,14 +74,14 @@ def wait_link(root: PrivateRoot, up: bool) -> None:
 
 def check_link(root: PrivateRoot, up: bool, shown: bool | None = None) -> None:
     """Set the link up or down and request a link check.
-    @param shown what the panel shows then, if not what the link is"""
+    @param shown link state to wait for on the panel, if it differs from `up`"""
     root.set_link(up)
     root.signal(SIGUSR1)
     wait_link(root, up if shown is None else shown)
 
 
 def alive(root: PrivateRoot) -> None:
-    """The program takes touches and serves a link check."""
+    """Check that the program responds to touches and to a link check."""
     root.panel.open_tab(STATUS)
     before = len(root.calls("ifconfig"))
     root.signal(SIGUSR1)
@@ -91,7 +91,7 @@ def alive(root: PrivateRoot) -> None:
 
 def call(root: PrivateRoot, slot: str, argument: int | None = None,
          meanwhile: Callable[[], object] = lambda: None) -> int:
-    """Call a slot of the controller, act meanwhile, and wait until the slot returns.
+    """Call a slot of the controller, run `meanwhile`, and wait until the slot returns.
     @return its result; 0 when it has none"""
     number = root.panel.invoke("Makeup", slot, argument)
     meanwhile()
@@ -100,12 +100,12 @@ def call(root: PrivateRoot, slot: str, argument: int | None = None,
 
 
 def query_signal(root: PrivateRoot, meanwhile: Callable[[], object] = lambda: None) -> int:
-    """Query the signal and act meanwhile. @return the result of the query"""
+    """Query the signal and run `meanwhile`. @return the result of the query"""
     return call(root, "checkSignalStrength", 1, meanwhile)
 
 
 def signal_value(root: PrivateRoot) -> Widget:
-    """The label that shows the signal; it is on no page."""
+    """Return the label that shows the signal, which is on no page."""
     return next(label for label in root.panel.screen().orphans("QLabel")
                 if label["text"] != "Signal Strength:")
 
@@ -117,13 +117,13 @@ def ping(root: PrivateRoot) -> str:
 
 
 def leave(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
-    """Touch Exit. @param processes what may be left"""
+    """Touch Exit and check the exit. @param processes names of processes that may be left"""
     root.panel.press("Exit")
     ended(root, processes)
 
 
 def ended(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
-    """The program exits cleanly and leaves only the named processes."""
+    """Check that the program exits cleanly and leaves only the named processes."""
     expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")
     root.wait_until(lambda: root.processes() == list(processes), SECONDS,
                     f"only {processes} left, not {root.processes()}")

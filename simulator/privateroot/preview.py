@@ -1,6 +1,6 @@
-"""Shows the real program on this machine, its dongle and the board's commands faked.
+"""Shows the real program on this host, with a simulated dongle and simulated board commands.
 
-Connect works; with the APN "fail" it fails, after the 15 seconds that the program takes to look.
+Connect succeeds; with the APN "fail" it fails after 15 s, when the program checks the link.
 """
 
 from __future__ import annotations
@@ -58,7 +58,7 @@ def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
 
 
 def start(stack: ExitStack, *command: str) -> subprocess.Popen[bytes]:
-    """Starts a program that ends with the stack, and with this process whatever its end is."""
+    """Start a program that is terminated with the stack, or with this process in any case."""
     process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command],
                                stderr=subprocess.DEVNULL)
     stack.callback(process.wait)
@@ -67,8 +67,8 @@ def start(stack: ExitStack, *command: str) -> subprocess.Popen[bytes]:
 
 
 def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
-    """Leads a port of this machine's loopback interface to the program; 0 is any port.
-    @return address and port; None when the port is taken"""
+    """Forward a port of the host's loopback interface to the program; 0 is any free port.
+    @return address and port, or None if the port is in use"""
     log = root.run / f"socat-{port}"
     socat = start(stack, "socat", "-d", "-d", "-lf", str(log),
                   f"TCP-LISTEN:{port},bind=127.0.0.1,fork", f"UNIX-CONNECT:{root.run}/{SOCKET}")
@@ -84,8 +84,8 @@ def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
 
 
 def show(stack: ExitStack, root: PrivateRoot) -> None:
-    """Says where the screen is, and opens a viewer where there is a display."""
-    # The program's own number is the first choice on this machine, too.
+    """Print the screen's address, and open a viewer if the host has a display."""
+    # Prefer the program's own port number.
     address = lead_out(stack, root, VNC_PORT) or lead_out(stack, root, 0)
     if address is None:
         raise RootError("no port for VNC")

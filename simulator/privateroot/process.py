@@ -1,8 +1,8 @@
 """The program's process in its private root.
 
-`bwrap` makes the root: the machine's /usr read-only, and the folders that the program writes to,
-its devices and the programs that it calls as the caller wants them. Nothing outside is touched,
-and everything ends with the `PrivateRoot`.
+`bwrap` makes the root: the host's /usr is read-only, and the caller sets up the directories that
+the program writes to, its devices and the programs that it calls. Nothing outside is changed.
+All processes of the root are killed with the `PrivateRoot`.
 """
 
 from __future__ import annotations
@@ -28,19 +28,19 @@ BUILD = Path(os.environ.get("CORVANTA_BUILD", HERE.parents[1] / "build/native"))
 
 
 class PrivateRoot(RootRecord):
-    """One run of the program.
+    """A run of the program.
 
-    Files and folders are arranged after construction, with host() and write(); start() runs the
-    program; close() ends everything that is left.
+    Set up files and directories after construction, with host() and write(). start() runs the
+    program; close() kills all processes that are left.
 
     @param size the panel's width and height in pixels
-    @param preload further libraries: of the folder fakes, by name, or any, by their path
+    @param preload further libraries: one of the directory fakes by its name, any other by its path
     @param mounts further arguments for bwrap, after all others
     @param locale value of LC_ALL
-    @param inspected whether the inspector is in the process: without it nothing can be touched
-    @param chip whether a stand-in answers where there is a device of the chip
-    @param keys whether the on-screen keys come up; without them a touched field stays where it is
-    @param files what RootFiles is made with
+    @param inspected true to load the inspector, which touches and dumps of the screen need
+    @param chip true to load the stand-in of the chip, if the chip's device node exists
+    @param keys true for the on-screen keyboard; without it a touched field does not move
+    @param files arguments of RootFiles
     """
 
     def __init__(self, *, size: tuple[int, int] = (800, 480), preload: Iterable[str] = (),
@@ -111,8 +111,8 @@ class PrivateRoot(RootRecord):
         }
 
     def start(self, *, shown: bool = True, timeout: float = 10.0) -> Self:
-        """Runs the program.
-        @param shown whether to wait until the main window is on the screen"""
+        """Run the program.
+        @param shown true to wait until the main window is on the screen"""
         info_read, info_write = os.pipe()
         with open(info_read, "rb") as info, open(self.run / "bwrap", "wb") as errors:
             try:
@@ -142,7 +142,7 @@ class PrivateRoot(RootRecord):
         return self.pid != 0
 
     def wait_shown(self, timeout: float = 10.0) -> None:
-        """Waits until the main window is on the screen."""
+        """Wait until the main window is on the screen."""
         try:
             self.wait(lambda screen: screen.main_window()["visible"], timeout, "the main window")
         except AssertionError as error:
@@ -155,14 +155,14 @@ class PrivateRoot(RootRecord):
         os.kill(self.pid, number)
 
     def inner_read(self, path: str) -> bytes | None:
-        """The content of a file on what is mounted only in the root; None when there is none."""
+        """Return the content of a file as seen inside the root, or None if it does not exist."""
         try:
             return Path(f"/proc/{self._init}/root{path}").read_bytes()
         except FileNotFoundError:
             return None
 
     def descriptors(self) -> dict[int, str]:
-        """The program's open descriptors and what they lead to."""
+        """Return the program's open descriptors and their targets."""
         found = {}
         for entry in Path(f"/proc/{self.pid}/fd").iterdir():
             try:
@@ -172,7 +172,7 @@ class PrivateRoot(RootRecord):
         return found
 
     def descriptor_flags(self, number: int) -> int | None:
-        """What open(2) and fcntl(2) have set for a descriptor; None once it is closed."""
+        """Return the flags of a descriptor, as in open(2), or None once it is closed."""
         try:
             text = Path(f"/proc/{self.pid}/fdinfo/{number}").read_text()
         except FileNotFoundError:
@@ -180,13 +180,13 @@ class PrivateRoot(RootRecord):
         return int(text.split("flags:")[1].split()[0], 8)
 
     def processes(self) -> list[str]:
-        """The names of the processes in the root beside the program and what keeps the root."""
+        """Return the names of the root's processes, except the program and those of the root."""
         return sorted(process_name(pid) for pid in descendants(self._init)
                       if pid != self.pid and process_name(pid) and not self._keeps_root(pid))
 
     def _keeps_root(self, pid: int) -> bool:
         command = b""
-        while not command and process_name(pid) not in ENDED:  # none yet in the middle of an exec
+        while not command and process_name(pid) not in ENDED:  # empty during an exec
             try:
                 command = Path(f"/proc/{pid}/cmdline").read_bytes()
             except (FileNotFoundError, ProcessLookupError):
@@ -194,7 +194,7 @@ class PrivateRoot(RootRecord):
         return b"/testroot/session" in command or b"infinity" in command
 
     def close(self) -> None:
-        """Ends every process of the root and removes its files."""
+        """Kill every process of the root and remove its files."""
         if self._bwrap is not None:
             self._bwrap.kill()
             self._bwrap.wait()

@@ -6,11 +6,11 @@ import os
 from contextlib import suppress
 from pathlib import Path
 
-ENDED = ("", "<defunct>")  # names of a process that runs no more
+ENDED = ("", "<defunct>")  # names of a process that has exited
 
 
 def _fields(pid: int) -> tuple[str, list[str]]:
-    """The process's name and what /proc tells behind it; ("", []) once it is gone."""
+    """Return a process's name and the fields after it in /proc/PID/stat; ("", []) without one."""
     try:
         text = Path(f"/proc/{pid}/stat").read_text()
     except (FileNotFoundError, ProcessLookupError):
@@ -20,24 +20,24 @@ def _fields(pid: int) -> tuple[str, list[str]]:
 
 
 def process_name(pid: int) -> str:
-    """The process's name, or one of ENDED."""
+    """Return the process's name, or one of ENDED."""
     name, fields = _fields(pid)
     return "<defunct>" if fields[:1] == ["Z"] else name
 
 
 def children(parent: int) -> list[int]:
-    """The processes that are children of a process now."""
+    """Return the present children of a process."""
     found: list[int] = []
-    with suppress(FileNotFoundError, ProcessLookupError):  # The process has ended.
+    with suppress(FileNotFoundError, ProcessLookupError):  # The process has exited.
         for thread in os.listdir(f"/proc/{parent}/task"):
-            with suppress(FileNotFoundError, ProcessLookupError):  # This thread has ended.
+            with suppress(FileNotFoundError, ProcessLookupError):  # This thread has exited.
                 listed = Path(f"/proc/{parent}/task/{thread}/children").read_text()
                 found += map(int, listed.split())
     return found
 
 
 def descendants(ancestor: int) -> list[int]:
-    """The children of a process, their children and so on."""
+    """Return the children of a process, their children and so on."""
     found = []
     waiting = children(ancestor)
     while waiting:
@@ -48,18 +48,18 @@ def descendants(ancestor: int) -> list[int]:
 
 
 def is_pending(pid: int, signal: int) -> bool:
-    """Whether a process has a signal that no thread of it has handled yet."""
+    """Return true when a signal is pending for the process as a whole."""
     status = Path(f"/proc/{pid}/status").read_text()
     return bool(int(status.split("ShdPnd:")[1].split()[0], 16) >> (signal - 1) & 1)
 
 
 def processor_ticks(pid: int) -> int:
-    """Processor time of a process and of the children that it has waited for, in clock ticks."""
+    """Return the CPU time of a process and of the children it has waited for, in clock ticks."""
     return sum(int(field) for field in _fields(pid)[1][11:15])
 
 
 def wakeups(pid: int) -> int:
-    """How often any thread of a process has gone to sleep so far."""
+    """Return how often the threads of a process have gone to sleep so far."""
     statuses = [file.read_text() for file in Path(f"/proc/{pid}/task").glob("*/status")]
     return sum(int(status.partition("\nvoluntary_ctxt_switches:")[2].split()[0])
                for status in statuses)
@@ -71,10 +71,10 @@ def _rollup_kib(pid: int, name: str) -> int:
 
 
 def resident_kib(pid: int) -> int:
-    """The process's memory that is not swapped out or still on disk, in KiB."""
+    """Return the resident memory (RSS) of a process in KiB."""
     return _rollup_kib(pid, "Rss")
 
 
 def private_kib(pid: int) -> int:
-    """The process's memory that no file could give back, in KiB."""
+    """Return the anonymous memory of a process, which no file backs, in KiB."""
     return _rollup_kib(pid, "Anonymous")

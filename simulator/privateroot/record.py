@@ -1,4 +1,4 @@
-"""What came of a run of the program: its calls of the board's programs, its output, its end."""
+"""The record of a run of the program: its calls of the board's programs, output and exit status."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ from typing import NamedTuple
 from privateroot.files import RootFiles
 from privateroot.waiting import RootError, wait_until
 
-# Written on every start, by the platform plug-in and about the chip that the root does not have.
+# Lines of every start: from the platform plugin, and about the chip that the root does not have.
 USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
 
 
@@ -24,10 +24,10 @@ class Call(NamedTuple):
 
 
 class RootRecord(RootFiles):
-    """A private root's files with what the program and its stand-ins have written about a run."""
+    """A private root's files, with the output of the program and the log of its stand-ins."""
 
     def calls(self, *names: str) -> list[Call]:
-        """The calls of the board's programs so far, of these names or of all, in order."""
+        """Return the calls of the board's programs so far, in order: of these names, or all."""
         calls = []
         for line in self.run.joinpath("calls").read_text().splitlines():
             moment, name, *rest = line.split(" ", 2)
@@ -36,18 +36,18 @@ class RootRecord(RootFiles):
         return calls
 
     def commands(self, since: int = 0) -> list[str]:
-        """The calls as command lines, without those to look for a node or the dongle."""
+        """Return the calls as command lines, without searches for a device node or the dongle."""
         return [str(call) for call in self.calls()[since:] if call.name not in ("ls", "usb")]
 
     def wait_calls(self, name: str, count: int, timeout: float = 5.0) -> Call:
-        """Waits until a program has been called so often.
-        @return the call of that number"""
+        """Wait until a program has been called `count` times.
+        @return the last of these calls"""
         self.wait_until(lambda: len(self.calls(name)) >= count, timeout,
                         f"call {count} of {name}")
         return self.calls(name)[count - 1]
 
     def exit_status(self) -> int | None:
-        """The program's exit status as a shell gives it; None while it runs."""
+        """Return the program's exit status as a shell reports it, or None while it runs."""
         status = self.read("/testrun/status")
         return int(status) if status else None
 
@@ -56,18 +56,18 @@ class RootRecord(RootFiles):
         return self.exit_status()
 
     def errors(self) -> list[str]:
-        """The lines on standard error, without those of every start."""
+        """Return the lines on standard error, without those of every start."""
         lines = self.run.joinpath("stderr").read_text(errors="replace").splitlines()
         return [line for line in lines if not line.startswith(USUAL_OUTPUT)]
 
     def report(self) -> str:
-        """What there is to say about a failure."""
+        """Return the exit status, the last calls and the last errors, for a failure message."""
         calls = "\n".join(f"  {call}" for call in self.calls()[-20:])
         errors = "\n".join("  " + line for line in self.errors()[-20:])
         return f"exit status {self.exit_status()}\nlast calls:\n{calls}\nerrors:\n{errors}"
 
     def wait_until(self, condition: Callable[[], object], timeout: float, what: str) -> None:
-        """Waits as wait_until() does, and reports when it is in vain."""
+        """Wait as wait_until() does. @raise RootError with report() after the timeout"""
         try:
             wait_until(condition, timeout, what)
         except AssertionError as error:

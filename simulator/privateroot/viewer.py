@@ -1,27 +1,27 @@
-"""A viewer of the panel's VNC screen (RFC 6143): touches and keys for a program that has no
-inspector in its process."""
+"""A client of the panel's VNC screen (RFC 6143): touches and keys for a program without the
+inspector."""
 
 from __future__ import annotations
 
 import socket
 from types import TracebackType
 
-CONTROL = 0xFFE3  # a key symbol; that of a character of ASCII is its code
-SHARED = b"\1"  # other viewers stay
+CONTROL = 0xFFE3  # an X keysym; the keysym of an ASCII character is its code
+SHARED = b"\1"  # keep other viewers connected
 NO_PASSWORD = b"\0\0\0\1"
 VERSION_BYTES, FORMAT_BYTES = 12, 16
 
-# The screen's way out of a private root, whose network is its own: its setup, and the socket.
+# Access to the screen of a private root, which has its own network: a socket, and its set-up.
 VNC_PORT = 5900
-SOCKET = "vnc"  # of the folder of the run
+SOCKET = "vnc"  # in the run's directory
 SETUP = f"socat UNIX-LISTEN:/testrun/{SOCKET},fork TCP:127.0.0.1:{VNC_PORT} &\n"
 
 
 class Viewer:
-    """A connection to the screen, which it ends; it asks for no picture.
+    """A connection to the screen that never requests its contents.
 
-    @param connection to the server
-    @raise AssertionError when the server wants a password
+    @param connection to the server; closed at the end
+    @raise AssertionError when the server requires a password
     """
 
     def __init__(self, connection: socket.socket) -> None:
@@ -47,22 +47,22 @@ class Viewer:
         return int.from_bytes(self._stream.read(length), "big")
 
     def touch(self, x: int, y: int) -> None:
-        """Touches a pixel of the screen, for no time."""
+        """Touch a pixel of the screen and release it immediately."""
         place = x.to_bytes(2, "big") + y.to_bytes(2, "big")
         self._connection.sendall(b"\5\1" + place + b"\5\0" + place)
 
     def press(self, *symbols: int) -> None:
-        """Presses a key, the last one, while the others are held."""
+        """Press the last key while the others are down."""
         held = [(1, symbol) for symbol in symbols]
         for down, symbol in [*held, *((0, symbol) for _, symbol in reversed(held))]:
             self._connection.sendall(b"\4" + bytes([down]) + b"\0\0" + symbol.to_bytes(4, "big"))
 
     def type(self, text: str) -> None:
-        """Types a text of small letters and digits over what the field with the focus holds."""
+        """Replace the text of the field with the focus by lower-case letters and digits."""
         self.press(CONTROL, ord("a"))
         for character in text:
             self.press(ord(character))
 
     def wait_end(self) -> bool:
-        """Waits for the server's end. @return whether it said nothing more"""
+        """Wait until the server closes the connection. @return true when it sent nothing more"""
         return self._stream.read() == b""

@@ -1,4 +1,4 @@
-"""Waiting for what the program does."""
+"""Waits for a condition."""
 
 from __future__ import annotations
 
@@ -9,11 +9,11 @@ from panel.patience import patient
 
 
 class RootError(AssertionError):
-    """The program did not do what was waited for."""
+    """The private root did not start, or a condition did not become true in time."""
 
 
 def wait_until(condition: Callable[[], object], timeout: float, what: str) -> None:
-    """Looks at the condition every 10 ms.
+    """Check a condition every 10 ms until it is true.
     @raise RootError after patient(timeout) seconds"""
     deadline = time.monotonic() + patient(timeout)
     while not condition():

@@ -1,1 +1,1 @@
-"""A simulated board with all its parts, and the tool that handles it."""
+"""A simulated board with all its parts, and its command-line tool."""

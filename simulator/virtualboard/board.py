@@ -1,4 +1,4 @@
-"""One simulated board: started from a saved machine state, driven, looked at, taken down."""
+"""A simulated board: starts from a saved machine state, is operated and inspected, and stops."""
 
 import re
 import subprocess
@@ -28,10 +28,10 @@ from virtualboard.records import Records
 RUN_NAME = r"\w[\w.-]*"
 UP_SECONDS = 120
 INSTALL_SECONDS = 180
-LOOK_PAUSE = 0.4  # seconds between two looks at the panel: each costs the board time
+LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, each of which slows the board
 
-# The program is installed as on any board, and stands still until somebody starts it.
-INSTALLING = "/run/installing"  # as old as the installation
+# Installs the program as on any board, and stops it until Program.start().
+INSTALLING = "/run/installing"  # its change time is the start of the installation
 INSTALL = f"""
 set -e
 touch {INSTALLING}
@@ -39,7 +39,7 @@ dpkg --install /app/{appdisk.PACKAGE} >/run/dpkg.log 2>&1 || {{ cat /run/dpkg.lo
 systemctl stop corvanta
 rm -f /run/program/*
 """
-# No block of the programs' disk is remembered: a saved state may find another one.
+# Drop all cached blocks of the program disk, because a saved state may start with another disk.
 FORGET = """
 set -e
 umount /app
@@ -49,28 +49,28 @@ echo 3 >/proc/sys/vm/drop_caches
 
 
 def state_file(machine: Path, size: tuple[int, int]) -> Path:
-    """The saved state with a panel of that size."""
+    """Return the file of the saved state with a panel of that size."""
     return machine / f"state-{size[0]}x{size[1]}"
 
 
 class Board:
     """
-    A board and its panel; a context manager that leaves its logs and takes the board down.
+    A board and its panel; a context manager that collects the logs and ends the board.
 
-    What can be done with it stands in its parts: `guest`, `dongle`, `chip`, `program`, `panel`,
-    `fingers`, `keyboard` and `records`.
+    Operate it through its parts: `guest`, `dongle`, `chip`, `program`, `panel`, `fingers`,
+    `keyboard` and `records`.
 
-    @param size  the panel's, in pixels: one of SIZES
-    @param run  name of the folder below build/runs that gets its logs and pictures
-    @param fresh  boot instead of starting from a saved state
+    @param size  panel size in pixels: one of SIZES
+    @param run  name of the directory below build/runs for its logs and screenshots
+    @param fresh  true to boot instead of starting from a saved state
     @param vnc_port  loopback TCP port for a live view
-    @param detached  whether the board outlives this process
-    @param machine  folder of the image and of the saved states
-    @param state  a saved state other than that with the program installed
-    @param panel_on  whether the panel is on when the board is up
-    @param changes  boot instead, with what an earlier board has stored: an archive by stored()
-    @param logs  whether logs are left although nothing went wrong
-    @param spare  image of a third disk, as machine.qemu.start() has it
+    @param detached  true when the board outlives this process
+    @param machine  directory of the image and of the saved states
+    @param state  saved state to use instead of the one with the program installed
+    @param panel_on  true to turn the panel on at the start
+    @param changes  archive by stored() of an earlier board: boot and restore its files
+    @param logs  true to collect the logs even after a success
+    @param spare  image of the third disk, as in machine.qemu.start()
     """
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
@@ -110,7 +110,7 @@ class Board:
 
     def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
                  __: TracebackType | None) -> None:
-        # Ctrl-C and signals are no Exception: nobody waits for the logs then.
+        # Ctrl-C and signals do not raise an Exception: then exit without the logs.
         wanted = self._logs if kind is None else issubclass(kind, Exception)
         try:
             if wanted and not self._stands_still:
@@ -121,7 +121,7 @@ class Board:
             self.off()
 
     def start(self) -> None:
-        """Bring the board up to where the program can be started; no dongle is plugged in."""
+        """Start the board until the program can be started. The dongle is not plugged in."""
         programs.require_packages()
         if not (self._machine / rootfs.KERNEL).is_file():
             raise BoardError("there is no image yet: run simulator/board image")
@@ -158,7 +158,7 @@ class Board:
 
     @classmethod
     def attach(cls, run: str = "board") -> Self:
-        """The board that runs already under that name. @raise BoardError when none does"""
+        """Return the running board of that name. @raise BoardError when there is none"""
         process = Process.of(RUNS / run)
         if not process:
             raise BoardError(f"no board runs as {run}: simulator/board boot")
@@ -168,11 +168,11 @@ class Board:
         return board
 
     def detach(self) -> None:
-        """Let go of a board that lives on."""
+        """Close the connections to a board that keeps running."""
         self._connections.close()
 
     def off(self) -> None:
-        """End the machine at once, as if its power failed; only its folder stays."""
+        """Kill the machine, as in a power cut; only its directory is kept."""
         self._connections.close()
         if self._process:
             self._process.end()
@@ -184,26 +184,26 @@ class Board:
             remove(self.folder / name)
 
     def cut_power(self) -> None:
-        """End the machine from any thread; who uses it gets a BoardError soon."""
+        """Kill the machine from any thread; its users soon get a BoardError."""
         self._power_cut = True
         if process := self._process:
             process.kill()
 
     def save(self, file: Path) -> None:
-        """Write the whole state of the machine, which then stands still."""
+        """Stop the machine and write its whole state."""
         self._connections.qmp.save(file)
         self._stands_still = True
 
     def stored(self) -> bytes:
-        """What has changed in the board's files from the program's installation on, as an archive
-        of tar."""
+        """Return a tar archive of the board's files that have changed since the start of the
+        program's installation."""
         self.guest.sh(f"find / -xdev -cnewer {INSTALLING} ! -path '/tmp/*' | "
                       "tar -c -f /run/changes.tar --no-recursion -T - 2>/dev/null", UP_SECONDS)
         return self.guest.read("/run/changes.tar")
 
     def photograph(self, file: str | Path) -> Path:
-        """A picture of the panel as Records.picture, but after the program has painted."""
-        for _ in range(2):  # what one turn of its loop paints is on the panel after the next
+        """Take a screenshot as Records.picture does, but after the program has painted."""
+        for _ in range(2):  # a paint reaches the panel after the next turn of the event loop
             self.program.keep_up()
         return self.records.picture(file)
 
@@ -211,8 +211,8 @@ class Board:
         """
         Let gdb-multiarch connect to the machine.
 
-        @param port  on the loopback
-        @return its command line, for the program that runs now
+        @param port  TCP port of the loopback interface
+        @return command line of gdb-multiarch for the running program
         """
         address = self.program.load_address()
         self._connections.qmp.serve_debugger(port)
@@ -221,7 +221,7 @@ class Board:
                 f"-ex 'target remote 127.0.0.1:{port}'")
 
     def _request(self, line: str) -> dict[str, Any]:
-        """What `Panel` asks: touches and keys are real, pictures QEMU's, looks the inspector's."""
+        """Serve `Panel`: QEMU makes touches, keys and screenshots, the inspector dumps."""
         word, _, rest = line.partition(" ")
         if word == "click":
             x, y = map(int, rest.split())
@@ -240,9 +240,9 @@ class Board:
 
 def installed_state(size: tuple[int, int]) -> Path:
     """
-    The saved state with a panel of that size on which the program's package is installed.
+    Return the saved state with a panel of that size and the program's package installed.
 
-    It is made when the package or the image is another one, which takes some seconds; without a
+    It is made again when the package or the image has changed, which takes some seconds. Without a
     package it is the image's own state.
     """
     plain = state_file(MACHINE, size)

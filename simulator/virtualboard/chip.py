@@ -1,4 +1,4 @@
-"""The F-RAM chip of a simulated board: what it holds, how it fails, what it saw."""
+"""The F-RAM chip of a simulated board: its content, its faults and its log."""
 
 import shlex
 from collections.abc import Mapping
@@ -8,7 +8,7 @@ from panel.facts import CHIP_MARKER
 from virtualboard.guest import Guest
 
 NODE = "/dev/spidev1.0"
-PARAMETERS, VALUES = 100, 65536  # how many there are of each
+PARAMETERS, VALUES = 100, 65536  # number of parameters, and of values of each
 FAULTS = ("missing", "open", "queries", "transfers", "short", "zeros", "ones", "slow")
 SLOW_MS = 1500
 LOG = "/run/chip/chip.log"
@@ -39,7 +39,7 @@ done"""
 
 
 class Chip:
-    """The one F-RAM chip of a board, there or not."""
+    """The F-RAM chip of a board, which may be missing."""
 
     def __init__(self, guest: Guest) -> None:
         self._guest = guest
@@ -47,10 +47,10 @@ class Chip:
     def put_in(self, parameters: Mapping[int, int] | None = None, *, marker: bool = True,
                fault: str | None = None) -> None:
         """
-        Put a chip with a fresh log into the board, in the place of the one before.
+        Put a chip with an empty log into the board, in place of any earlier one.
 
         @param parameters  0 to 65535 by index, 0 to 99; the others are 0
-        @param marker  whether there is the file without which the program reads no parameters
+        @param marker  true to create the file without which the program reads no parameters
         @param fault  one of FAULTS: "missing" is no chip at all, "slow" delays every message by
                SLOW_MS
         @raise BoardError when there is no such fault or parameter, or the device does not appear
@@ -65,20 +65,20 @@ class Chip:
                  *(f"{index}={value}" for index, value in (parameters or {}).items())]
         mark = "touch" if marker else "rm -f"
         put_in = "" if fault == "missing" else _put_in(words)
-        # One command: each costs the board noticeable time.
+        # One command, because each takes the board noticeable time.
         self._guest.sh(f"{_TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; {mark} {CHIP_MARKER}\n"
                        f"{put_in}")
 
     def take_out(self) -> None:
-        """Take the chip out, if there is one; its log stays."""
+        """Take the chip out, if there is one, but keep its log."""
         self._guest.sh(_TAKE_OUT)
 
     def log(self) -> list[str]:
-        """What the chip has seen since it was put in, without the times; see chipsim.cpp."""
+        """Return the chip's log entries without the times; chipsim.cpp has their format."""
         return [text for _, text in self.timed_log()]
 
     def timed_log(self) -> list[tuple[float, str]]:
-        """The same with each entry's time, in seconds since the chip was put in."""
+        """Return the log entries with their times, in seconds since the chip was put in."""
         try:
             lines = self._guest.read(LOG).decode().splitlines()
         except FileNotFoundError:

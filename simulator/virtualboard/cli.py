@@ -18,7 +18,7 @@ from virtualboard.board import Board
 from virtualboard.chip import FAULTS, PARAMETERS, VALUES
 from virtualboard.dongle import PORTS, PORTS_MOST
 
-FAILED = 1  # exit status; wrong words on the command line have argparse's 2
+FAILED = 1  # exit status; after a usage error argparse exits with 2
 
 Options = argparse.Namespace
 Verbs: TypeAlias = "argparse._SubParsersAction[argparse.ArgumentParser]"
@@ -74,7 +74,7 @@ def do_touch(board: Board, chosen: Options) -> None:
 
 
 def _find(board: Board, text: str) -> tuple[int, int]:
-    """The middle of what shows a text: a button, a row of a list, a tab, a field's label, a key."""
+    """Return the middle of the button, list row, tab, labelled field or key with this text."""
     try:
         screen = board.panel.screen()
     except OSError as error:
@@ -149,7 +149,7 @@ def do_off(board: Board, _: Options) -> None:
 
 
 def parser() -> argparse.ArgumentParser:
-    """The verbs, in the order in which a person needs them."""
+    """Return the parser, with the verbs in the order in which they are needed."""
     top = argparse.ArgumentParser(prog="board", description="The simulated board: build it, boot "
                                   "it, touch it, look at it.")
     verbs = top.add_subparsers(dest="verb", required=True, metavar="VERB")
@@ -162,7 +162,7 @@ def parser() -> argparse.ArgumentParser:
 
 def _add(verbs: Verbs, name: str, action: Callable[[Board, Options], int | None],
          text: str) -> argparse.ArgumentParser:
-    """Adds a verb for a board that runs."""
+    """Add a verb for a running board."""
     added = verbs.add_parser(name, help=text, description=text)
     added.set_defaults(on_board=action)
     _add_run(added)
@@ -237,9 +237,9 @@ def _add_looks(verbs: Verbs) -> None:
 
 
 def main() -> int:
-    """@return exit status: 0 done, FAILED, or that of a command inside the board"""
+    """Run a verb. @return exit status: 0, FAILED, or that of a command inside the board"""
     chosen = parser().parse_args()
-    # Folders under construction are cleaned up on the way out of an exception, not of a signal.
+    # Unfinished directories are removed when an exception is raised, but not by a signal.
     end_orderly("what was begun is being undone")
     try:
         if "on_host" in chosen:

@@ -1,4 +1,4 @@
-"""The dongle of a simulated board, and how its modem and the network behind it behave."""
+"""The dongle of a simulated board, and the behaviour of its modem and network."""
 
 from collections.abc import Mapping
 
@@ -13,25 +13,27 @@ MODEM_LOG = "/run/dongle/modem.log"
 MODEM_OUTPUT = "/run/dongle/modemsim.out"
 NETWORK_LOG = "/run/dongle/network.log"
 NETWORK_ADDRESS = "203.0.113.7"  # a host behind the network
-NETWORK_NAME = "host.example"  # its name, known to the network's name server
+NETWORK_NAME = "host.example"  # its name, which the network's name server resolves
 PLUG_SECONDS = 60
-REFUSED = 1  # exit status of modemsim for a scenario that it does not understand
+REFUSED = 1  # exit status of modemsim for an invalid scenario
 
 
 class Dongle:
-    """The one dongle of a board, plugged in or not."""
+    """The dongle of a board, plugged in or not."""
 
     def __init__(self, guest: Guest) -> None:
         self._guest = guest
 
     def plug(self, product: int = DONGLE_PRODUCT, ports: int = PORTS) -> None:
         """
-        Plug in a dongle; when this returns, its ports are there: raw and without echo with the
-        default product, in the kernel's mode with another.
+        Plug in a dongle and wait for its ports.
 
-        @param product  USB product id, 0 to 0xffff; the program knows 0x1001 alone
-        @param ports  how many serial ports it has, 0 to PORTS_MOST
-        @raise BoardError when there is no such dongle
+        The ports are raw and without echo with the default product, and in the kernel's default
+        mode with any other.
+
+        @param product  USB product id, 0 to 0xffff; the program detects 0x1001 only
+        @param ports  number of serial ports, 0 to PORTS_MOST
+        @raise BoardError when a value is out of range
         """
         if not 0 <= product <= 0xFFFF:
             raise BoardError(f"a USB product id is 0 to ffff, not {product:x}")
@@ -40,15 +42,15 @@ class Dongle:
         self._guest.sh(f"dongle plug {product:#06x} {ports}", PLUG_SECONDS)
 
     def unplug(self) -> None:
-        """Pull the dongle out; the board has noticed when this returns."""
+        """Pull the dongle out, and wait until the board has detected it."""
         self._guest.sh("dongle unplug", PLUG_SECONDS)
 
     def tell_modem(self, settings: Mapping[str, str] | None = None) -> None:
         """
-        Say how the modem and the network behave, plugged in or later.
+        Set the behaviour of the modem and the network, before or after plugging in.
 
-        @param settings  what `modemsim --help` lists; what is not named has its default
-        @raise BoardError when the modem does not know a name or a value; nothing changes then
+        @param settings  keys that `modemsim --help` lists; the others get their defaults
+        @raise BoardError when a key or value is invalid, without any change
         """
         told = f"{SCENARIO}.new"
         lines = "".join(f"{key}={value}\n" for key, value in (settings or {}).items())

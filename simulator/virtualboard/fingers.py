@@ -1,4 +1,4 @@
-"""Touches of a simulated board's panel, and keys of its USB keyboard."""
+"""Touches on a simulated board's panel, and keys of its USB keyboard."""
 
 import time
 from collections.abc import Callable
@@ -8,9 +8,9 @@ from machine import keycodes
 from machine.connections import Connections
 from machine.qmp import Refusal
 
-TOUCH_SECONDS = 0.08  # a finger's touch
-# So many keys are pressed before the board must have served them: the kernel's queues hold 64
-# events, and a key with Shift makes 8 of them.
+TOUCH_SECONDS = 0.08  # default duration of a touch
+# Keys to press before waiting for the board: the kernel's queues hold 64 events, and a key with
+# Shift makes 8 of them.
 KEYS_AHEAD = 4
 
 
@@ -18,7 +18,7 @@ class Fingers:
     """
     One finger on the panel.
 
-    @param size  the panel's, in pixels
+    @param size  panel size in pixels
     """
 
     def __init__(self, connections: Connections, size: tuple[int, int]) -> None:
@@ -26,7 +26,7 @@ class Fingers:
         self._size = size
 
     def touch(self, x: int, y: int, seconds: float = TOUCH_SECONDS) -> None:
-        """Touch a pixel for a while. @raise ValueError when the panel has no such pixel"""
+        """Touch a pixel for `seconds`. @raise ValueError when the panel has no such pixel"""
         self.down(x, y)
         time.sleep(seconds)
         self.up()
@@ -44,9 +44,9 @@ class Fingers:
 
 class Keyboard:
     """
-    The USB keyboard, with keys as in the United States.
+    The USB keyboard, with the US layout.
 
-    @param keep_up  waits until the board has served what was pressed
+    @param keep_up  waits until the board has handled the pressed keys
     """
 
     def __init__(self, connections: Connections, keep_up: Callable[[], None]) -> None:

@@ -9,12 +9,12 @@ from host.errors import BoardError
 from machine.agent import Result
 from machine.connections import Connections
 
-SECONDS = 30  # for what has no limit of its own
-LOOK_SECONDS = 0.05  # between two looks at whether a command has ended
+SECONDS = 30  # default timeout
+LOOK_SECONDS = 0.05  # between two checks whether a command has exited
 
 
 class Guest:
-    """What runs inside a board; all of it as root."""
+    """Runs commands and handles files inside a board, as root."""
 
     def __init__(self, connections: Connections) -> None:
         self._connections = connections
@@ -27,8 +27,8 @@ class Guest:
         """
         Run shell commands that must succeed.
 
-        @return what they wrote
-        @raise BoardError with what they wrote, when they fail or take too long
+        @return their output
+        @raise BoardError with their output, when they fail or take too long
         """
         done = self.run(commands, seconds)
         if done.late:
@@ -40,12 +40,12 @@ class Guest:
 
     def follow(self, commands: str, seconds: float, write: Callable[[bytes], object]) -> int:
         """
-        Run shell commands for a person, who may interrupt them.
+        Run shell commands that Ctrl-C may interrupt.
 
-        They end with an exception of this call, too. Their time is the host's: the board's clock
-        may be slower.
+        An exception in this call kills them. The timeout is by the host's clock, because the
+        board's clock may be slower.
 
-        @param write  gets what they wrote, also when they are ended
+        @param write  called with their output, even if they were killed
         @return their exit status
         @raise BoardError when they take too long
         """
@@ -74,22 +74,22 @@ class Guest:
 
     def read(self, path: str) -> bytes:
         """
-        The content of a file of the board.
+        Return the content of a file on the board.
 
-        @raise OSError (FileNotFoundError, ...) as the board has it
+        @raise OSError (FileNotFoundError, ...) with the board's errno
         """
         return self._served("read", path, b"", SECONDS)
 
     def write(self, path: str, data: bytes) -> None:
-        """Make a file of the board, whole at once. @raise OSError as the board has it"""
+        """Write a file on the board atomically. @raise OSError with the board's errno"""
         self._served("write", path, b"\0" + data, SECONDS)
 
     def ask(self, socket: str, question: bytes, seconds: float) -> bytes:
         """
-        Send a question to a Unix socket of the board.
+        Send a question to a Unix socket on the board.
 
-        @return what came back until the other end closed
-        @raise OSError as the board has it
+        @return the data received until the other end closed the connection
+        @raise OSError with the board's errno
         """
         return self._served("ask", socket, b"\0" + question, seconds)
 

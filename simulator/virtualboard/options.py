@@ -1,4 +1,4 @@
-"""Values on the command lines of the board's tools, and what is said about a wrong one."""
+"""Checks the values on the command lines of the board's tools."""
 
 import argparse
 import re
@@ -13,7 +13,7 @@ PRODUCT_DIGITS = 4
 
 
 def size(text: str) -> tuple[int, int]:
-    """The panel's size, such as "800x480"."""
+    """Return a panel size, such as "800x480"."""
     sizes = {f"{width}x{height}": (width, height) for width, height in SIZES}
     if text not in sizes:
         raise argparse.ArgumentTypeError(f"{text!r} is none of " + ", ".join(sizes))
@@ -21,7 +21,7 @@ def size(text: str) -> tuple[int, int]:
 
 
 def run(text: str) -> str:
-    """The name of a run and of its folder."""
+    """Return the name of a run and of its directory."""
     if not re.fullmatch(RUN_NAME, text):
         raise argparse.ArgumentTypeError(f"{text!r} is no name for a run: letters, digits, . - _")
     return text
@@ -35,7 +35,7 @@ def pair(text: str) -> tuple[str, str]:
 
 
 def numbers(text: str) -> tuple[int, int]:
-    """A parameter of the chip, such as "10=1"."""
+    """Return index and value of a parameter of the chip, such as "10=1"."""
     key, _, value = text.partition("=")
     if not (key.isdecimal() and value.isdecimal()):
         raise argparse.ArgumentTypeError(f"{text!r} is not NUMBER=NUMBER")
@@ -43,7 +43,7 @@ def numbers(text: str) -> tuple[int, int]:
 
 
 def product(text: str) -> int:
-    """A USB product id in hexadecimal digits."""
+    """Return a USB product id from hexadecimal digits."""
     digits = text.lower().removeprefix("0x")
     if not (0 < len(digits) <= PRODUCT_DIGITS and set(digits) <= set("0123456789abcdef")):
         raise argparse.ArgumentTypeError(

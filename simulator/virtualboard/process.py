@@ -1,4 +1,4 @@
-"""The QEMU process of a run, as any process of the host can find it again."""
+"""The QEMU process of a run, with a record by which any process of the host finds it."""
 
 import json
 import os
@@ -10,11 +10,11 @@ from pathlib import Path
 from host.errors import BoardError
 
 RECORD = "board.json"
-END_SECONDS = 5  # for an end in order, and once more for one by force
+END_SECONDS = 5  # to wait after SIGTERM, and again after SIGKILL
 
 
 def _fields(pid: int) -> list[str]:
-    """The fields of /proc/PID/stat from the state on; none when the process is gone."""
+    """Return the fields of /proc/PID/stat from the state on, or none without such a process."""
     try:
         return Path(f"/proc/{pid}/stat").read_text("ascii").rpartition(")")[2].split()
     except OSError:
@@ -24,11 +24,10 @@ def _fields(pid: int) -> list[str]:
 @dataclass(frozen=True)
 class Process:
     """
-    One process of QEMU.
+    A QEMU process.
 
-    @param started  clock ticks from the host's boot to its start, which tell it from a later
-           process of that number
-    @param size  the panel's, in pixels
+    @param started  start time in clock ticks since the host's boot, to detect a reused process id
+    @param size  panel size in pixels
     """
 
     pid: int
@@ -37,7 +36,7 @@ class Process:
 
     @classmethod
     def of(cls, folder: Path) -> "Process | None":
-        """The process that runs in a run's folder; None when there is none."""
+        """Return the running process of a run's directory, or None."""
         try:
             record = json.loads((folder / RECORD).read_text("utf-8"))
             width, height = record["size"]
@@ -48,23 +47,23 @@ class Process:
 
     @classmethod
     def note(cls, folder: Path, pid: int, size: tuple[int, int]) -> "Process":
-        """Leave a record of a new process in its run's folder."""
+        """Write the record of a new process into its run's directory."""
         process = cls(pid, "".join(_fields(pid)[19:20]), size)
         (folder / RECORD).write_text(json.dumps(asdict(process)))
         return process
 
     def alive(self) -> bool:
-        """Whether it runs; one that only waits for its parent has ended."""
+        """Return true while the process runs; a zombie does not."""
         fields = _fields(self.pid)
         return bool(fields) and fields[19] == self.started and fields[0] != "Z"
 
     def kill(self) -> None:
-        """End it at once; nothing happens when it has ended."""
+        """Send SIGKILL to the process, if it runs."""
         if self.alive():
             os.kill(self.pid, signal.SIGKILL)
 
     def end(self) -> None:
-        """End it in order, then by force. @raise BoardError when it stays"""
+        """Send SIGTERM, then SIGKILL. @raise BoardError when the process does not exit"""
         try:
             handle = os.pidfd_open(self.pid)
         except ProcessLookupError:

@@ -1,4 +1,4 @@
-"""The program on a simulated board: its service started, asked for its state, stopped."""
+"""The program on a simulated board: starts, queries and stops its service."""
 
 import json
 import signal
@@ -19,17 +19,17 @@ INSPECTOR = "/run/program/inspector"
 KEEP_UP_SECONDS = 2.0
 START_SECONDS = 60
 STOP_SECONDS = 30
-CHECK_AGE = 16  # seconds that pppd has run when the check is over
-SIGNALLED = 128  # and a signal's number: the exit status of a program that the signal has ended
+CHECK_AGE = 16  # seconds that pppd has run at the end of the check
+SIGNALLED = 128  # plus a signal's number: exit status of a program that the signal has killed
 
 
 def _quoted(value: str) -> str:
-    """A value in a file of the service's environment."""
+    """Return a value quoted for the service's EnvironmentFile."""
     return '"' + "".join(f"\\{c}" if c in '"\\`$' else c for c in value) + '"'
 
 
 def _status(record: bytes) -> int:
-    """The exit status in what the service has noted at the program's end, "killed TERM" say."""
+    """Return the exit status from the service's record, such as "killed TERM"."""
     how, what = record.decode().split()
     return int(what) if how == "exited" else SIGNALLED + signal.Signals[f"SIG{what}"]
 
@@ -42,9 +42,9 @@ class Program:
 
     def start(self, environment: Mapping[str, str] | None = None) -> None:
         """
-        Start the program. It runs when this returns, but may not have a window yet.
+        Start the program and wait until it runs; it may not have a window yet.
 
-        @param environment  what is added to the program's environment
+        @param environment  variables to add to the program's environment
         @raise BoardError when it runs already or is not installed
         """
         if self.running():
@@ -54,17 +54,17 @@ class Program:
                              "missing: " + ", ".join(appdisk.missing()))
         lines = "".join(f"{key}={_quoted(value)}\n" for key, value in (environment or {}).items())
         self._guest.write(ENVIRONMENT, lines.encode())
-        # Starts of earlier tests do not count for the limit of starts.
+        # Reset systemd's start limit, which would count the starts of earlier tests.
         self._guest.sh(f"systemctl reset-failed {UNIT} 2>/dev/null; systemctl start {UNIT}",
                        START_SECONDS)
 
     def pid(self) -> int | None:
-        """The program's process id on the board; None when it has ended or never ran."""
+        """Return the program's process id on the board, or None if it does not run."""
         done = self._guest.run(f"[ ! -e {STATUS} ] && cat {PID} 2>/dev/null")
         return int(done.text) if done.status == 0 else None
 
     def load_address(self) -> int:
-        """Where the board has loaded the program. @raise BoardError when it does not run"""
+        """Return the program's load address. @raise BoardError when it does not run"""
         pid = self.pid()
         if pid is None:
             raise BoardError("the program does not run: simulator/board panel start")
@@ -76,21 +76,21 @@ class Program:
         return self.pid() is not None
 
     def status(self) -> int | None:
-        """The program's exit status, 128 + N for signal N; None while it runs and before."""
+        """Return the program's exit status, 128 + N for signal N; None until it has exited."""
         try:
             return _status(self._guest.read(STATUS))
         except FileNotFoundError:
             return None
 
     def log(self) -> str:
-        """What the program has written since its last start, from the journal."""
+        """Return the program's output since its last start, from the journal."""
         return self._guest.sh(
             f"journalctl --quiet --output=cat --identifier=corvanta "
             f"_SYSTEMD_INVOCATION_ID=$(systemctl show --property=InvocationID --value {UNIT})")
 
     def wait_end(self, seconds: float) -> int:
         """
-        Wait for the program to end by itself.
+        Wait for the program to exit by itself.
 
         @return its exit status
         @raise BoardError when it takes longer
@@ -100,15 +100,15 @@ class Program:
 
     def stop(self) -> int | None:
         """
-        Stop the service: SIGTERM for the program, and SIGKILL when that does not do.
+        Stop the service: SIGTERM for the program, then SIGKILL if it does not exit.
 
-        @return its exit status; None when it never ran
+        @return the program's exit status, or None if it has never run
         """
         self._guest.sh(f"systemctl stop {UNIT}", STOP_SECONDS)
         return self.status()
 
     def kill(self) -> int | None:
-        """End the program by SIGKILL; the service does not start it again. @return as stop()"""
+        """Kill the program and stop its service, which would restart it. @return as stop()"""
         pid = self.pid()
         if pid is not None:
             self._guest.sh(f"kill -KILL {pid}; until [ -e {STATUS} ]; do sleep 0.02; done; "
@@ -117,19 +117,19 @@ class Program:
 
     def await_check(self) -> None:
         """
-        Wait until the check is over that Connect makes 15 s after it has started pppd.
+        Wait until Connect's link check, 15 s after the start of pppd, is over.
 
-        pppd's scripts have the link shown before that. A link that ends in between is a failed
-        attempt for that check.
+        pppd's scripts make the panel show the link earlier. If the link ends before the check, the
+        check reports a failed connection attempt.
         """
-        # Without a pppd there is no number to compare. Each look costs the host half a second.
+        # Without pppd the comparison fails. Each run of ps takes the host 0.5 s.
         self._guest.sh("while age=$(ps -o etimes= -C pppd | sort -n | tail -n 1); "
                        f"[ \"$age\" -le {CHECK_AGE} ] 2>/dev/null; "
                        f"do sleep $(({CHECK_AGE} + 1 - age)); done", CHECK_SECONDS)
 
     def inspect(self, line: str) -> dict[str, Any]:
         """
-        Ask the inspector, inside the program; inspector.h has the requests and replies.
+        Send a request to the inspector in the program; inspector.h lists the requests.
 
         @raise OSError while the program does not answer
         """
@@ -140,8 +140,8 @@ class Program:
         return answer
 
     def keep_up(self) -> None:
-        """Wait, within reason, until the board has served its input, and the program if it runs."""
+        """Wait, up to a limit, until the board and any running program have handled their input."""
         try:
             self._guest.ask(INSPECTOR, b"served\n", KEEP_UP_SECONDS)
         except OSError:
-            pass  # No program answers: the board itself does.
+            pass  # The program does not run, but the board has answered.

@@ -1,4 +1,4 @@
-"""What a run leaves behind: pictures of the panel and the board's logs, in the run's folder."""
+"""The records of a run in its directory: screenshots of the panel and the board's logs."""
 
 from pathlib import Path
 
@@ -9,8 +9,8 @@ from virtualboard import chip, dongle, program
 from virtualboard.guest import Guest
 
 KERNEL_LOG, PROCESSES = "/run/dmesg.log", "/run/processes.log"
-# Files of the board that are brought to the host, each under its own name.
-PROGRAM_LOG = "/run/program/program.log"  # what its service has in the journal
+# Files of the board to copy to the host, each under its own name.
+PROGRAM_LOG = "/run/program/program.log"  # the service's messages in the journal
 LOGS = (PROGRAM_LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dongle.NETWORK_LOG,
         dongle.SCENARIO, *facts.LOGS, *(log + facts.OLD_LOG for log in facts.LOGS), chip.LOG,
         KERNEL_LOG, PROCESSES)
@@ -18,9 +18,9 @@ LOGS = (PROGRAM_LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dong
 
 class Records:
     """
-    Pictures and logs of one run.
+    Screenshots and logs of a run.
 
-    @param folder  the run's
+    @param folder  the run's directory
     """
 
     def __init__(self, folder: Path, connections: Connections, guest: Guest) -> None:
@@ -30,17 +30,17 @@ class Records:
 
     def picture(self, file: str | Path) -> Path:
         """
-        Photograph the panel as PNG.
+        Write a screenshot of the panel as PNG.
 
-        @param file  a relative name is one in the run's folder
-        @return the picture's absolute path
+        @param file  path of the screenshot; a relative one is below the run's directory
+        @return the screenshot's absolute path
         """
         path = self._folder / file
         self._connections.qmp.picture(path)
         return path
 
     def logs(self) -> list[Path]:
-        """Bring the board's logs to the host. @return those that there are"""
+        """Copy the board's logs to the host. @return paths of the existing ones"""
         self._guest.run(f"dmesg >{KERNEL_LOG}; ps -eo pid,ppid,stat,etimes,args >{PROCESSES}; "
                         f"journalctl --quiet --output=short-monotonic --unit={program.UNIT} "
                         f">{PROGRAM_LOG}")

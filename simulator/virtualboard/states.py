@@ -1,4 +1,4 @@
-"""Everything that a board starts from: disk image, kernel, and a saved machine state per panel."""
+"""Makes the files that a board starts from: disk image, kernel, and a saved state per panel."""
 
 import shutil
 import time
@@ -17,8 +17,8 @@ from virtualboard.board import FORGET, Board, state_file
 KEPT_IN_CACHE = 2
 BOOT_SECONDS = 180
 
-# A board in its saved state: drivers and agent run, the kernel knows the dongle, which is not
-# plugged in, and fonts are indexed.
+# Prepares the saved state: drivers and agent run, the dongle's driver is loaded but the dongle is
+# not plugged in, and fonts are indexed.
 SETTLE = """
 set -e
 systemctl is-system-running --wait >/dev/null || systemctl --failed --no-legend
@@ -32,9 +32,9 @@ Say = Callable[[str], None]
 
 def ensure(say: Say) -> Path:
     """
-    The folder with all that a board starts from, which is made again when an input has changed.
+    Return the directory of the board's files, and make it again when an input has changed.
 
-    @param say  is told what is done and how long it took
+    @param say  called with progress messages
     """
     programs.require_packages()
     board = Archive().fetch(package_list(IMAGE_DATA / "board-packages.txt"))
@@ -74,7 +74,7 @@ def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None
 
 
 def _save_states(folder: Path, say: Say) -> None:
-    """Boot once without a panel, then save a state with each of the panels."""
+    """Boot once without a panel, then save a state with each panel size."""
     base = folder / "state-without-panel"
     started = time.monotonic()
     with Board(run="save", fresh=True, machine=folder, panel_on=False) as booted:

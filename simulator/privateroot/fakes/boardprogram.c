@@ -1,6 +1,6 @@
-/* Takes the place of a program of the board under that program's name: logs how it was called, then
- * does what the test has put down as the answer, or what the program usually does. Tests start
- * thousands of these, so that a shell is started for an answer alone.
+/* Stand-in for a program of the board, run under that program's name: logs the call, then runs the
+ * test's answer script or acts as the program usually does. Tests start thousands of these, so that
+ * only an answer script starts a shell.
  */
 #define _GNU_SOURCE
 #include <errno.h>
@@ -12,7 +12,7 @@
 
 enum { LINE = 65536 };
 
-/* Appends the moment and the command line to the log, in one piece. */
+/* Appends the time and the command line to the log in one write. */
 static int logCall(const char *name, char **arguments)
 {
     char line[LINE];
@@ -46,7 +46,7 @@ int main(int count, char **arguments)
     char path[256];
     snprintf(path, sizeof path, "/testrun/answers/%s", name);
     if (access(path, R_OK) == 0) {
-        /* A script keeps the name that it is run by. */
+        /* The answer script is chosen by the name that this one is run by. */
         snprintf(path, sizeof path, "/testrun/answering/%s", name);
         execv(path, arguments);
         return 127;

@@ -1,5 +1,5 @@
-/* Takes the shell's place where commands are started by the thousand: logs the command line as the
- * stand-ins do and runs nothing. There is a node, and no link.
+/* Stand-in for the shell in tests that start thousands of commands: logs the command line as the
+ * other stand-ins do and runs nothing. The exit status reports a device node and no link.
  */
 #include <fcntl.h>
 #include <stdio.h>

@@ -1,5 +1,5 @@
-/* Stands in for the F-RAM chip behind spidev: the regular file opened in the device's place is its
- * memory, and only reading it is answered. */
+/* Stand-in for the F-RAM chip behind spidev: the regular file opened in place of the device node is
+ * its memory. Only the read command is answered. */
 #include <linux/spi/spidev.h>
 #include <stdarg.h>
 #include <stdint.h>

@@ -1,7 +1,7 @@
-/* Stands in for libusb: answers from a small file instead of the bus.
+/* Stand-in for libusb: answers from a small file instead of the bus.
  *
- * The file is named by CORVANTA_FAKE_USB and read anew by every libusb_init, so that a test can
- * plug and pull in between. One word and its numbers per line:
+ * CORVANTA_FAKE_USB names the file. Every libusb_init reads it again, so that a test can plug and
+ * pull the dongle in between. One word and its numbers per line:
  *   init CODE             libusb_init returns CODE (negative)
  *   list CODE             libusb_get_device_list returns CODE (negative)
  *   device VENDOR PRODUCT one device on the bus, hexadecimal
@@ -30,7 +30,7 @@ static int initCode;
 static int listCode;
 static int openLists;
 
-/* The processes that the program starts shall not be looked at through this library. */
+/* Do not load this library into the processes that the program starts. */
 __attribute__((constructor)) static void keepToThisProcess(void)
 {
     unsetenv("LD_PRELOAD");

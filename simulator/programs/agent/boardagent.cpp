@@ -1,16 +1,16 @@
-// board-agent: does inside the board what the host asks for, one request after another.
+// board-agent: serves the host's requests inside the board, one after another.
 //
 // A request is the line "ID VERB SECONDS LENGTH" and LENGTH bytes; the reply is the line
 // "ID STATUS LENGTH" and LENGTH bytes. ID is any word. The verbs and their bytes:
 // - run: shell commands, run by bash as root; the reply has their exit status (128 + N for signal
-//   N, 124 when they took longer than SECONDS and were killed) and all that they wrote;
+//   N, 124 when they took longer than SECONDS and were killed) and their output;
 // - read: the path of a file; the reply has its content;
-// - write: a path, a NUL and the content that the file gets, whole at once;
-// - ask: the path of a Unix socket, a NUL and what to send there; the reply has what came back
-//   until the other end closed.
+// - write: a path, a NUL and the content, which replaces the file atomically;
+// - ask: the path of a Unix socket, a NUL and the data to send; the reply has the data received
+//   until the other end closed the connection.
 // The status of the last three is 0, or errno.
 //
-// It is no shell script because an emulated process takes some 50 ms to start.
+// A shell script would be slow, because an emulated process takes some 50 ms to start.
 #include "io/filedescriptor.h"
 
 #include <cerrno>
@@ -51,7 +51,7 @@ struct Reply {
     std::string output;
 };
 
-/** @return 0, or the errno with which not all of it could be written */
+/** Writes all bytes. @return 0, or errno */
 int writeAll(int fd, const std::string &bytes)
 {
     for (std::size_t done = 0; done < bytes.size();) {
@@ -89,7 +89,7 @@ int readAll(int fd, std::string &bytes)
     ::_exit(NotRun);
 }
 
-/** Waits for a child, which is killed with its group after that time. @return exit status */
+/** Waits for a child and kills its process group after that time. @return exit status */
 int waitFor(pid_t child, double seconds)
 {
     const FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
@@ -107,7 +107,7 @@ int waitFor(pid_t child, double seconds)
 
 Reply run(const Request &request)
 {
-    // A file: processes that stay may keep it open without holding up the reply.
+    // A file, not a pipe: background processes may keep it open without delaying the reply.
     const FileDescriptor output(::memfd_create("output", MFD_CLOEXEC));
     const pid_t child = output.isOpen() ? ::fork() : -1;
     if (child == -1)
@@ -128,7 +128,7 @@ Reply readFile(const Request &request)
     return reply;
 }
 
-/** @return a body's part before its first NUL, and the part behind it */
+/** @return the parts of a body before and after its first NUL */
 std::pair<std::string, std::string> parts(const std::string &body)
 {
     const size_t end = body.find('\0');
@@ -180,7 +180,7 @@ Reply serve(const Request &request)
     return {EINVAL, {}};
 }
 
-/** The port of the host; it reads as ended while no host listens. */
+/** The port to the host; a read returns end of file while the host is not connected. */
 class Port
 {
 public:
@@ -188,7 +188,7 @@ public:
 
     bool isOpen() const { return m_device.isOpen(); }
 
-    /** @return false when the host went away in the middle of a request, or sent none */
+    /** Reads a request. @return false when the host disconnected during it, or sent none */
     bool take(Request &request)
     {
         size_t end;

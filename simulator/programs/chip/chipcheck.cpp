@@ -1,7 +1,7 @@
 // chipcheck: calls every function of the F-RAM driver once and prints what each returns.
 //
-// Writes to the chip's memory and status register. Standard output has the driver's own messages
-// between the results, which is what a test compares; its debug line goes to standard error.
+// Writes to the chip's memory and status register. A test compares standard output, which has the
+// results and the driver's own messages; the driver's debug line goes to standard error.
 #include "device/fm25v02.h"
 
 #include <cstdio>
@@ -13,7 +13,7 @@ namespace
 
 constexpr unsigned Address = 0x1234;
 constexpr unsigned AddressWithBit15 = Address | 0x8000;
-constexpr unsigned TooMany = 4097; // for the kernel's buffer
+constexpr unsigned TooMany = 4097; // more than the kernel's buffer holds
 
 void result(const char *call, int value)
 {

@@ -1,9 +1,9 @@
-// chipsim LOG FAULT DELAY_MS [N=V]...: plays the F-RAM chip FM25V02 behind /dev/spidev1.0, by CUSE.
+// chipsim LOG FAULT DELAY_MS [N=V]...: simulates the FM25V02 F-RAM chip at /dev/spidev1.0, by CUSE.
 //
 // Each message takes DELAY_MS longer. Parameter N of the block at address 4 is V, the others are 0.
-// FAULT is none, or what fails: open, queries (of a setting), transfers; short (no message receives
-// more than 16 bytes), zeros or ones (the line's level). The log has opens, settings and
-// chip-select cycles, each with what was sent, the number of received bytes and these bytes:
+// FAULT is none, or one of: open, queries (of a setting), transfers (these fail); short (a message
+// receives at most 16 bytes); zeros, ones (level of the data line). The log has opens, settings and
+// chip-select cycles, each with the sent bytes, the number of received bytes and these bytes:
 //
 //     1.234 RD_MAX_SPEED_HZ 10000000
 //     1.235 cycle 9f r9 7f7f7f7f7f7fc22208
@@ -38,10 +38,10 @@ enum Opcode : uint8_t {
     ReadIdentification = 0x9f,
 };
 
-constexpr std::size_t MaxLength = 4096; // of the kernel's driver
-constexpr std::size_t ShortLength = 16; // parameter 10 of the block is not in it
+constexpr std::size_t MaxLength = 4096; // limit of the kernel's driver
+constexpr std::size_t ShortLength = 16; // too short for parameter 10 of the block
 constexpr unsigned BlockAddress = 4;
-constexpr uint8_t Floating = 0xff; // what is received while the chip does not drive the line
+constexpr uint8_t Floating = 0xff; // byte received while the chip does not drive the line
 
 std::string hex(const Bytes &bytes)
 {
@@ -64,7 +64,7 @@ public:
         m_memory[BlockAddress + 2 * number + 1] = (value >> 8) & 0xff;
     }
 
-    /** One chip-select cycle. @return as many bytes as are sent */
+    /** Runs one chip-select cycle. @return the received bytes, as many as were sent */
     Bytes cycle(const Bytes &sent)
     {
         static const Bytes identification = {0x7f, 0x7f, 0x7f, 0x7f, 0x7f, 0x7f, 0xc2, 0x22, 0x08};
@@ -105,7 +105,7 @@ struct Request {
 
     void fail(int error) const { fuse_reply_err(id, error); }
 
-    /** @return false when the kernel has to fetch these parts first, and then asks again */
+    /** @return false when the kernel must fetch these parts first; it then repeats the request */
     bool has(const std::vector<iovec> &fetched, const std::vector<iovec> &filled) const
     {
         if (size(fetched) <= inSize && size(filled) <= outSize)
@@ -128,7 +128,7 @@ iovec part(uint64_t address, std::size_t length)
     return {reinterpret_cast<void *>(static_cast<uintptr_t>(address)), length};
 }
 
-/** The device, as the kernel's driver spidev offers it. */
+/** The device, with the interface of the kernel's spidev driver. */
 class Device
 {
 public:
@@ -221,7 +221,7 @@ private:
         std::fflush(m_log);
     }
 
-    /** @param bytes what the transfers send, one after the other */
+    /** @param bytes sent bytes of all transfers, in order */
     void cycle(const Request &request, const std::vector<spi_ioc_transfer> &transfers,
                const uint8_t *bytes)
     {

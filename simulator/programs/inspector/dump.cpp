@@ -116,7 +116,7 @@ QJsonObject widgetToJson(const QWidget *widget, int window)
                      {"enabled", widget->isEnabled()},
                      {"focus", widget->hasFocus()},
                      {"style", widget->styleSheet()}};
-    // Asking for a size hint polishes the widget, so only shown ones are asked.
+    // sizeHint() polishes the widget, so call it for shown widgets only.
     if (widget->isVisible()) {
         json.insert("hint", sizeToJson(widget->sizeHint()));
         json.insert("minimumHint", sizeToJson(widget->minimumSizeHint()));
@@ -125,7 +125,7 @@ QJsonObject widgetToJson(const QWidget *widget, int window)
     return json;
 }
 
-/** @return top-level widgets from the bottom of the stack to its top; first those never shown */
+/** @return top-level widgets from the bottom of the stack to its top, never shown ones first */
 QWidgetList stackedTopLevels()
 {
     const QWindowList stack = QGuiApplication::topLevelWindows();
@@ -146,7 +146,7 @@ bool isWidgetWindow(const QWindow *window)
     return window->inherits("QWidgetWindow");
 }
 
-/** Appends the on-screen keys of a window that has some: it describes them itself. */
+/** Appends the keys of an on-screen keyboard, which its window describes in a property. */
 void appendKeys(QJsonArray &keys, const QWindow *window)
 {
     for (const QVariant &described : window->property("keys").toList()) {

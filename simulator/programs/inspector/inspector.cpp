@@ -23,8 +23,8 @@ QJsonObject failure(const QString &text)
 }
 
 /**
- * Presses and releases where a touch would land: on the topmost window at that position. The window
- * system decides what a modal dialog lets through.
+ * Presses and releases the button as a touch would: on the topmost window at that position. The
+ * window system blocks the events that a modal dialog blocks.
  */
 void deliverClick(const QPoint &global)
 {
@@ -178,7 +178,7 @@ void Inspector::callSlot(QObject *target, const QByteArray &slot, bool hasArgume
     const QMetaObject *meta = target->metaObject();
     const QMetaMethod method =
         meta->method(meta->indexOfSlot(slot + (hasArgument ? "(int)" : "()")));
-    // Not Qt's macros: from 6.5 on they are of another type, which knows no absent argument.
+    // Not Qt's macros: since Qt 6.5 they have another type, which cannot be an absent argument.
     const QGenericArgument first =
         hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
     QJsonObject done{{"slot", QString::fromLatin1(slot)}, {"running", false}};

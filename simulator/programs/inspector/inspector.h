@@ -11,20 +11,20 @@
 class QLocalSocket;
 
 /**
- * Lives in the unchanged program, which loads it as a Qt generic plug-in. A connection takes one
- * line with a request, gets one line of JSON, and is closed:
+ * The inspector in the unchanged program, which loads it as a Qt generic plugin. A client sends one
+ * line with a request and receives one line of JSON; then the connection is closed:
  *
- *     dump                       the whole screen, as dumpScreen(), and what has become of earlier
- *                                calls: {"invoked": [{"slot", "running", "result"}, ...]}
+ *     dump                       the whole screen, as dumpScreen(), and the state of each call so
+ *                                far: {"invoked": [{"slot", "running", "result"}, ...]}
  *     click X Y                  presses and releases the left button at the global position
  *     invoke CLASS SLOT [INT]    calls a slot of the first object of that class
- *     type TEXT                  types a percent-encoded text into what has the focus
+ *     type TEXT                  types a percent-encoded text into the focus window
  *     key NAME                   presses one key: Esc, Del, Ctrl+A
- *     shot FILE                  writes the screen's picture to FILE, in the format of its ending
+ *     shot FILE                  writes a screenshot to FILE, in the format of the name's suffix
  *
- * A request that runs the program's own code is answered {"ok": true} first and then done from the
- * event loop, so that no modal dialog and no slow command holds the reply back. The answer to one
- * that cannot be met is {"ok": false, "error": TEXT}.
+ * A request that runs the program's own code is answered {"ok": true} first and then run from the
+ * event loop, so that no modal dialog and no slow command delays the reply. The reply to an invalid
+ * request is {"ok": false, "error": TEXT}.
  */
 class Inspector : public QObject
 {
@@ -37,7 +37,7 @@ public:
     using Action = std::function<void()>;
 
 signals:
-    /** A request has its answer; the action that it asked for is next. */
+    /** Emitted after the reply to a request, with the action to run. */
     void answered(const Action &action);
 
 private:

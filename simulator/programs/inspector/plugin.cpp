@@ -1,4 +1,4 @@
-// The inspector as a plug-in: QT_QPA_GENERIC_PLUGINS=inspector has Qt load it.
+// The inspector as a plugin, which Qt loads if QT_QPA_GENERIC_PLUGINS=inspector is set.
 #include "simulator/programs/inspector/inspector.h"
 
 #include <QtGui/qgenericplugin.h>

@@ -1,7 +1,7 @@
-// modemsim: plays the dongle, a USB modem stick, on a serial line, and the network behind it.
+// modemsim: simulates the dongle (a USB modem stick) on a serial line, and the network behind it.
 //
-// The line hangs up when the dongle is pulled. That ends the call and switches the modem off, until
-// the line can be opened again. The log has command lines and replies in double quotes:
+// When the dongle is pulled, the line hangs up. That ends the call and resets the modem, until the
+// line can be opened again. The log has command lines and replies in double quotes:
 //
 //     12.345 heard "AT+CSQ"
 //     12.346 reply "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
@@ -30,10 +30,10 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds ReopenPause{200};
-constexpr milliseconds BytePause{10}; // within a reply in pieces
+constexpr milliseconds BytePause{10}; // between the bytes of a reply in pieces
 constexpr std::size_t LongestLine = 1024;
 constexpr char FrameFlag = 0x7e;
-constexpr char Ipcp[] = "\x80\x21"; // protocol number; bytes that a frame never escapes
+constexpr char Ipcp[] = "\x80\x21"; // protocol number, whose bytes a frame never escapes
 
 constexpr char Usage[] =
     "Usage: modemsim PORT FOLDER [NETWORK]\n"
@@ -167,15 +167,15 @@ private:
             (error.empty() ? "network started, pid " + std::to_string(m_network.pid()) : error));
     }
 
-    /** Passes a caller's bytes on to the network. */
+    /** Forwards a caller's bytes to the network. */
     void relay(const std::string &bytes)
     {
         m_typed += bytes;
         const std::size_t flag = m_typed.rfind(FrameFlag);
         if (flag != std::string::npos)
             m_typed.erase(0, flag + 1);
-        // The line has no DTR: a caller whose pppd was killed is known to have hung up by the next
-        // command line. No frame begins like one.
+        // The line has no DTR, so only the next command line shows that a killed pppd has hung up.
+        // No frame starts like a command line.
         const std::size_t begin = m_typed.find_first_not_of("\r\"");
         if (begin != std::string::npos && m_typed.compare(begin, 2, "AT") == 0) {
             log("event caller starts over");
@@ -210,14 +210,14 @@ private:
     FileDescriptor m_port;
     modem::Modem m_modem;
     modem::Scenario m_scenario;
-    std::string m_typed; ///< beginning of a command line, or during a call of what may be one
+    std::string m_typed; ///< start of a command line; during a call, of a possible one
     Clock::time_point m_start = Clock::now();
 };
 
-/** Plays for as long as the process runs. @return exit status of the program */
+/** Simulates the dongle until the process is killed. @return exit status after an error */
 int play(const std::string &port, const std::string &folder, const std::string &program)
 {
-    ::umask(S_IRWXG | S_IRWXO); // the network's secrets are root's
+    ::umask(S_IRWXG | S_IRWXO); // only root may read the network's secrets
     modem::Network network(program.empty() ? "netpppd" : program, folder + "/network.log");
     const std::string error = program.empty() ? network.enterNamespaces(folder + "/ppp") : "";
     if (error.empty())

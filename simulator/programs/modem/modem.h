@@ -11,7 +11,7 @@ namespace modem
 
 struct Reply {
     std::string text;       ///< information and result code; empty: no reply
-    bool dialled = false;   ///< the line dialled, and the SIM is ready
+    bool dialled = false;   ///< the command line dialled, and the SIM card is ready
     bool connected = false; ///< a call begins after the reply
 };
 
@@ -35,11 +35,11 @@ inline std::string withoutLastQuote(const std::string &text)
     return !text.empty() && text.back() == '"' ? text.substr(0, text.size() - 1) : text;
 }
 
-/** The modem and its SIM: one PDP context, and the commands that are sent to it here. */
+/** The modem and its SIM card: one PDP context, and the commands that this system uses. */
 class Modem
 {
 public:
-    /** Sets what to do. Another value of a sim key is another SIM. */
+    /** Sets the behaviour. A changed value of a sim key means another SIM card. */
     void setScenario(const Scenario &scenario)
     {
         bool isOtherSim = m_scenario.empty();
@@ -52,14 +52,14 @@ public:
         }
     }
 
-    /** Forgets the APN and that the PIN was entered, but not the attempts that are left. */
+    /** Clears the APN and the PIN's verification, but keeps the number of PIN attempts left. */
     void powerOn()
     {
         m_verified = false;
         m_apn.clear();
     }
 
-    /** @param line command line without its carriage return */
+    /** Runs a command line. @param line without its carriage return */
     Reply execute(const std::string &line)
     {
         const std::size_t prefix = line.find("AT");
@@ -94,7 +94,7 @@ private:
         return result(name == "Z");
     }
 
-    /** @return as the reply to +CPIN? has it; nothing without a SIM */
+    /** @return the state in the reply to +CPIN?, or an empty string without a SIM card */
     std::string simState() const
     {
         if (m_scenario.at("sim.present") == "no")
@@ -143,7 +143,7 @@ private:
     static constexpr int MaxTries = 3;
 
     Scenario m_scenario;
-    int m_tries = 0; ///< attempts left for the PIN
+    int m_tries = 0; ///< PIN attempts left
     bool m_verified = false;
     std::string m_apn;
 };

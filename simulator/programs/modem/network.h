@@ -29,12 +29,12 @@ constexpr char Addresses[] = "link set lo up\n"
                              "address add 203.0.113.7/32 dev lo\n"
                              "address add " CORVANTA_PING_TARGET "/32 dev lo\n";
 
-// With another user or group it would outlive this process: see startProgram().
+// Run it as root: a change of user or group would reset the death signal set by startProgram().
 constexpr char NameServer[] =
     "dnsmasq --keep-in-foreground --user=root --group=root --no-resolv --no-hosts --pid-file= "
     "--log-facility=- --cache-size=0 --conf-file=/dev/null --host-record=host.example,203.0.113.7";
 
-// pppd notices within some 12 s that a caller has vanished.
+// pppd drops a caller that no longer answers after some 12 s.
 constexpr char LinkOptions[] =
     "115200 local nodetach 10.64.64.64:10.11.12.13 ms-dns 10.64.64.64 noipdefault nodefaultroute "
     "noipv6 noccp novj lcp-restart 2 lcp-max-configure 6 lcp-echo-interval 3 lcp-echo-failure 4 "
@@ -64,7 +64,7 @@ inline std::string quoted(const std::string &word)
     return text + '"';
 }
 
-/** Runs the network's pppd on a pseudo-terminal for the time of a call. */
+/** Runs the network's pppd on a pseudo-terminal during a call. */
 class Network
 {
 public:
@@ -81,9 +81,9 @@ public:
     Network(const std::string &program, const std::string &log) : m_program(program), m_log(log) {}
 
     /**
-     * Moves this process into network and mount namespaces of its own, and starts a name server.
-     * @param folder /etc/ppp of these namespaces: the network's pppd has secrets of its own
-     * @return an error message, or nothing
+     * Moves this process into new network and mount namespaces and starts a name server.
+     * @param folder directory that becomes /etc/ppp, with the secrets of the network's pppd
+     * @return an error message, or an empty string
      */
     std::string enterNamespaces(const std::string &folder)
     {
@@ -101,7 +101,7 @@ public:
         return nameServer == -1 ? message("fork") : std::string();
     }
 
-    /** Begins a call. @return an error message, or nothing */
+    /** Starts a call. @return an error message, or an empty string */
     std::string start(const Scenario &scenario)
     {
         char device[64];
@@ -129,10 +129,10 @@ public:
 
     bool isRunning() const { return m_pid > 0; }
     pid_t pid() const { return m_pid; }
-    int line() const { return m_line.get(); }       ///< to be polled for input
-    int process() const { return m_process.get(); } ///< to be polled for the end of pppd
+    int line() const { return m_line.get(); }       ///< poll it for input
+    int process() const { return m_process.get(); } ///< poll it for the exit of pppd
 
-    /** Sends bytes once pppd has sent something: it discards what arrives earlier. */
+    /** Sends bytes, but only once pppd has sent some: it discards earlier input. */
     void send(const std::string &bytes)
     {
         m_early += bytes;
@@ -150,7 +150,7 @@ public:
 
     void kill() const { ::kill(m_pid, SIGKILL); }
 
-    /** Waits until pppd has ended. */
+    /** Waits until pppd has exited. */
     End finish()
     {
         int status = 0;
@@ -179,7 +179,7 @@ private:
             std::ofstream(path) << secrets;
     }
 
-    /** @return the process, or -1 with errno; it is killed when this process ends */
+    /** @return the process, which is killed when this one exits, or -1 with errno */
     pid_t startProgram(const std::vector<std::string> &arguments) const
     {
         std::vector<char *> argv(arguments.size() + 1); // the last one stays null
@@ -204,7 +204,7 @@ private:
     pid_t m_pid = -1;
     FileDescriptor m_process;
     FileDescriptor m_line;
-    FileDescriptor m_farEnd; ///< of the line, which does not hang up while this is open
+    FileDescriptor m_farEnd; ///< far end of the line; while it is open, the line does not hang up
     std::string m_early;     ///< not sent yet
     bool m_ready = false;    ///< pppd has sent something
 };

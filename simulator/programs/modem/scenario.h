@@ -1,4 +1,4 @@
-// What the dongle and its network do: lines of KEY=VALUE in a file.
+// The behaviour of the dongle and its network: lines of KEY=VALUE in a file.
 #pragma once
 
 #include <cstdlib>
@@ -58,9 +58,9 @@ inline bool isValid(const std::string &value, const std::string &values)
 }
 
 /**
- * Reads a scenario file. Keys that it does not have get their defaults, as do all keys if there is
- * no file.
- * @return an error message about the first invalid line, at which reading ends, or nothing
+ * Reads a scenario file. Keys that are not in it get their defaults; without a file all keys do.
+ * @return an error message about the first invalid line, after which the rest is ignored, or an
+ *         empty string
  */
 inline std::string readScenario(const std::string &path, Scenario &scenario)
 {

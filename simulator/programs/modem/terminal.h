@@ -1,4 +1,4 @@
-// Raw terminals that are read and written without waiting forever.
+// Raw terminals with non-blocking reads and a time limit for writes.
 #pragma once
 
 #include "io/filedescriptor.h"
@@ -11,7 +11,7 @@
 namespace modem
 {
 
-/** Opens a terminal, without making it the controlling one. @return closed, with errno, on error */
+/** Opens a terminal, but not as the controlling one. @return closed, with errno, on error */
 inline FileDescriptor openTerminal(const std::string &path)
 {
     FileDescriptor terminal(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -26,7 +26,7 @@ inline FileDescriptor openTerminal(const std::string &path)
     return terminal;
 }
 
-/** @return the input that is there */
+/** @return the available input */
 inline std::string readTerminal(const FileDescriptor &terminal)
 {
     char buffer[4096];
@@ -34,7 +34,7 @@ inline std::string readTerminal(const FileDescriptor &terminal)
     return {buffer, length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-/** Writes bytes; they are lost if the other end takes none of them for a second. */
+/** Writes bytes; the rest is lost if the other end accepts none for 1 s. */
 inline void writeTerminal(const FileDescriptor &terminal, std::string bytes)
 {
     constexpr int Patience = 1000; // ms

@@ -1,9 +1,10 @@
-// touchd WIDTH HEIGHT [single]: makes the emulated pointer of the board a touch screen of that
+// touchd WIDTH HEIGHT [single]: turns the board's emulated pointer into a touch screen of that
 // size.
 //
 // Grabs the machine's absolute pointer, so that no program sees a mouse, and creates a touch screen
-// through uinput: a multitouch one with a slot (type B of the kernel's multi-touch protocol), or a
-// single-touch one that reports pressure, as resistive ones do. Coordinates are pixels from 0.
+// through uinput: by default a multi-touch one (type B of the kernel's multi-touch protocol), with
+// "single" a single-touch one that reports pressure, like a resistive one. Coordinates are pixels
+// from 0.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -94,7 +95,7 @@ int pixel(const input_absinfo &axis, int pixels)
     return (axis.value * (pixels - 1) + PointerMaximum / 2) / PointerMaximum;
 }
 
-/** Passes the pointer's touches on to the screen. */
+/** Forwards the pointer's touches to the touch screen. */
 void serve(int pointer, int screen, int width, int height, bool isSingle)
 {
     input_absinfo x{}; // the kernel reports an axis only when it changes
