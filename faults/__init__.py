@@ -1,1 +1,1 @@
-"""Every fault that can be thrown at the panel, as tables, and the command that throws them."""
+"""Tables of the faults to inject into the program, and the command that injects them."""

@@ -16,7 +16,7 @@ from faults.rows import Group, Outcome, Row
 MODULES = (calls, saves, launching, commands, files, values, devices, clock, growth,
            onboard, powercuts)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
-LANES = (("board", "power"), ("growth",), ())  # what is thrown beside each other; (): all others
+LANES = (("board", "power"), ("growth",), ())  # groups of each parallel lane; (): all others
 PAGE = Path("docs/measured/torture.md")
 HEAD = """\
 # Results of ./torture
@@ -26,7 +26,7 @@ describes the behaviour in words.
 
 | group | passed | known limitation | failed |
 |---|---|---|---|"""
-WHOLE = "Total"  # first word of the sentence on all groups
+WHOLE = "Total"  # first word of the line on all groups
 
 
 def arguments() -> argparse.Namespace:
@@ -77,8 +77,8 @@ def throw(group: Group, wanted: argparse.Namespace) -> list[Row]:
 
 
 def write_docs(results: dict[str, list[Row]], whole: str) -> None:
-    """Write the page. The lines of groups that were not thrown are kept.
-    @param whole sentence on all groups, written when all were thrown"""
+    """Write the page. The lines of groups that were not run are kept.
+    @param whole line on all groups, written when all were run"""
     lines = PAGE.read_text().splitlines()
     for group in GROUPS:
         if thrown := results.get(group.name):

@@ -1,5 +1,5 @@
-"""Every system call that the program makes for its own files fails: once, from then on, or because
-a signal came. So does every call that starts a command."""
+"""Fails each system call of the program for its own files: once, from then on, or because of a
+signal. Also fails each call that starts a command."""
 
 from __future__ import annotations
 
@@ -19,18 +19,18 @@ from privateroot.operating import AUTO, SECONDS, alive, expect, leave, stored_ro
 from privateroot.process import PrivateRoot
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
-STARTING = "clone,clone3,fork,vfork,pipe2"  # of a process
-STARTS_OF_COMMANDS = 3  # that the start-up's last commands are
+STARTING = "clone,clone3,fork,vfork,pipe2"  # system calls that start a process
+STARTS_OF_COMMANDS = 3  # calls for the last commands of the start-up
 INTERRUPTED = "error=EINTR"
 UNCOUNTED = "connect, no counts typed"
-# What each file holds after a phase, and what else it may when a call for it has failed in that.
+# Content of each file after a phase, then what it may be if a call for the file has failed.
 SAVED: dict[str, dict[str, tuple[bytes, ...]]] = {
     "start": {PARAMETERS: (STORED,), AUTO_CONNECT: (AUTO,)},
     "connect": {PARAMETERS: (EDITED, STORED), AUTO_CONNECT: (AUTO_EDITED, AUTO)},
     "exit": {PARAMETERS: (EDITED_LAST, EDITED), AUTO_CONNECT: (AUTO_EDITED, AUTO)},
     UNCOUNTED: {PARAMETERS: (EDITED, STORED), AUTO_CONNECT: (AUTO,)},
 }
-# What there is before a run: for most, parameters that nobody has dialled with yet.
+# Files before a run. Most runs start with parameters that were not used to dial yet.
 EARLIER = generated(STORED.replace(b"operator", b"earlier operator"))
 STORES: dict[str, dict[str, bytes]] = {
     "nothing": {}, "parameters": {PARAMETERS: STORED, AUTO_CONNECT: AUTO},
@@ -38,7 +38,7 @@ STORES: dict[str, dict[str, bytes]] = {
 
 
 def lay(root: PrivateRoot, store: str) -> None:
-    """Have a root hold that and no more of the program's files."""
+    """Write the files of a store into a root, and delete the program's other files."""
     for path in OWN_FILES:
         root.host(path).unlink(missing_ok=True)
     for path, content in STORES[store].items():
@@ -46,7 +46,7 @@ def lay(root: PrivateRoot, store: str) -> None:
 
 
 def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
-    """A root with what is stored and a dial-up log, as after a first run."""
+    """Return a root with stored files and a dial-up log, as after a first run."""
     root = stored_root(launch=how)
     lay(root, store)
     root.unwrap("ls")
@@ -56,7 +56,7 @@ def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
 
 @cache
 def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
-    """The calls of each phase of a run without a fault. @param how strace is to look"""
+    """Return the calls of each phase of a run without a fault. @param how command with strace"""
     found: dict[str, list[Call]] = {}
     with logged_root(how, store) as root:
         steps: dict[str, Callable[[], object]] = {
@@ -70,7 +70,7 @@ def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
 
 
 def first_of_each(calls: list[Call]) -> list[Call]:
-    """The first call of each name."""
+    """Return the first call of each name."""
     return list({call.name: call for call in reversed(calls)}.values())
 
 
@@ -79,17 +79,17 @@ def error_of(call: Call) -> str:
 
 
 def failed(phase: str, fault: Fault) -> set[str]:
-    """The files that a fault costs something. A call that was interrupted costs nothing."""
+    """Return the files that a fault affects. An interrupted call affects none."""
     return set() if fault.deed == INTERRUPTED else fault.hits(phases(launch())[phase])
 
 
 def possible(path: str, phase: str, missed: set[str]) -> tuple[bytes, ...]:
-    """What a file may hold after a phase in which calls for some files have failed."""
+    """Return the possible contents of a file after a phase in which calls for some files failed."""
     return SAVED[phase][path] if path in missed else SAVED[phase][path][:1]
 
 
 def whole(root: PrivateRoot, missed: set[str], *parameters: bytes) -> None:
-    """The generated files are those of one of the parameters, or missing when they were missed."""
+    """Check that each generated file is of one of the parameters, or missing if a call failed."""
     for path in EARLIER:
         content = root.read(path)
         expect(content in [generated(one)[path] for one in parameters]
@@ -97,8 +97,8 @@ def whole(root: PrivateRoot, missed: set[str], *parameters: bytes) -> None:
 
 
 def saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
-    """What has been stored; a second start shows it. What was written can be read by nobody else,
-    unless the fault was in that."""
+    """Check the stored files, and that a second start shows them. Only the owner can read files
+    that were written, unless the fault concerned them."""
     for path, found in ((PARAMETERS, stored(root)), (AUTO_CONNECT, root.content(AUTO_CONNECT))):
         expect(found in possible(path, phase, missed), f"{found!r} is stored")
     for path in set(OWN_FILES) - missed:
@@ -109,7 +109,7 @@ def saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
 
 
 def throw(phase: str, fault: Fault) -> None:
-    """A run with a fault in one phase. In the start-up's, nobody types: that would be saved."""
+    """Run with a fault in one phase. In a start-up run do not type, because Exit would save it."""
     missed = failed(phase, fault)
     with logged_root(launch(fault)) as root:
         root.start()
@@ -130,7 +130,7 @@ def throw(phase: str, fault: Fault) -> None:
 
 
 def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
-    """Connect makes the files of what is on the screen then. In the last phase more is typed."""
+    """Check that Connect writes the shown values to the files. Before Exit, type more."""
     if phase == "connect":
         type_counts(root)
     type_and_connect(root)
@@ -142,7 +142,7 @@ def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
 
 
 def directories_synced(root: PrivateRoot) -> None:
-    """The name of a file that was created lasts as its content does."""
+    """Check that the directory entry of a new file is synced like its content."""
     trace = root.content(TRACE).decode()
     for path in EARLIER:
         directory = path.rpartition("/")[0]
@@ -173,7 +173,7 @@ def own_files() -> list[Row]:
                 chosen = call.name == "fchmod" if lasting else phase == "start" or at % 4 == 0
                 rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=chosen))
         for call in first_of_each(calls):
-            # realpath(3), tried again, begins with the first of its calls.
+            # realpath(3), if repeated, starts again with the first of its calls.
             fault = Fault(call, INTERRUPTED, repeated=call.name != "readlink")
             rows.append(Row(f"{phase}: {fault}", partial(throw, phase, fault), chosen=True))
     for at, call in enumerate(phases(launch())["start"]):
@@ -188,7 +188,7 @@ def own_files() -> list[Row]:
 
 
 def throw_at_command(fault: Fault) -> None:
-    """A command does not start. The attempt may wait for a node that cannot be looked for."""
+    """Fail the start of a command. The attempt may then wait for a device node."""
     with logged_root(launch(fault, (), STARTING)) as root:
         root.start()
         root.panel.fill(APN, TYPED)

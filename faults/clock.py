@@ -1,5 +1,5 @@
-"""The board's clock steps, forward and back, in each wait. Each wait ends when it should: these are
-tests of tests/program, with a clock that steps to and fro."""
+"""Steps the board's clock forward and back in each wait, and checks that the wait ends on time.
+Most rows run tests of tests/program with a clock that steps."""
 
 from __future__ import annotations
 
@@ -40,7 +40,7 @@ def throw(test: str, moment: str) -> None:
 
 
 def throw_unseen(moment: str) -> None:
-    """The check of an attempt, without the inspector, whose requests wake the program up."""
+    """Check an attempt without the inspector, whose requests wake the program up."""
     with unseen_root(**STEPPED) as root:
         step_clock(root, "+0")
         with connecting(root):
@@ -53,7 +53,7 @@ def throw_unseen(moment: str) -> None:
             expect(ATTEMPT_SECONDS[0] < seconds < ATTEMPT_SECONDS[1], f"after {seconds:.1f} s")
             root.wait_calls("usb", looks + 1)
             terminate(root)
-        # The stand-in for libusb logs the time that the program has.
+        # The stand-in for libusb logs the program's time.
         expect(abs(root.calls("usb")[-1].time - time.time()) > LEAST_STEP, "the clock has stepped")
 
 

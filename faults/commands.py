@@ -1,4 +1,4 @@
-"""The board's own programs: missing, failing, killed, printing without end, reading, slow."""
+"""Faults of the board's programs: missing, failing, killed, slow, much output, reading input."""
 
 from __future__ import annotations
 
@@ -18,14 +18,14 @@ from privateroot.process import PrivateRoot
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
 TOOLS = ("grep", "sh")
 MUCH = 100_000_000  # bytes
-PANEL_KIB = 4096  # that the panel's memory may exceed its peak by
-LATE = "/testrun/late"  # made by what has printed when its shell had ended
+PANEL_KIB = 4096  # permitted growth of the program's peak memory
+LATE = "/testrun/late"  # written by a command that has printed after its shell's exit
 MISSING, PRINTS, PRINTS_LATE = "is missing", "prints 100 MB", "prints when its shell has ended"
 USUAL = {  # answers, in shell; the other programs have none
     "ls": 'exec /usr/bin/ls "$@"\n',
     "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
 }
-# What the program does under its name, in shell; its usual answer follows where it is asked for.
+# Shell script of a faulty command, and whether its usual answer follows.
 DEEDS = {
     MISSING: ("", False),
     "fails": ("exit 3\n", False),
@@ -42,7 +42,7 @@ LINE = "64 bytes from 168.95.1.1: icmp_seq=1 ttl=55 time=21.7 ms\n"
 
 
 def peak_kib(root: PrivateRoot) -> int:
-    """The most memory that the program has had at a time, in KiB."""
+    """Return the program's peak resident memory in KiB."""
     status = Path(f"/proc/{root.pid}/status").read_text()
     return int(status.partition("VmHWM:")[2].split()[0])
 
@@ -68,7 +68,7 @@ def mend(root: PrivateRoot, name: str) -> None:
 
 
 def disconnect(root: PrivateRoot, left: bool) -> None:
-    """Touch Disconnect. @param left whether the link stays, which a check has shown before"""
+    """Touch Disconnect. @param left true when the link, which a check has shown before, stays up"""
     root.panel.press("Disconnect")
     root.wait(lambda screen: not screen.button("Disconnect")["enabled"], SECONDS, "the touch")
     root.set_link(left)
@@ -76,8 +76,8 @@ def disconnect(root: PrivateRoot, left: bool) -> None:
 
 
 def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
-    """Touch Connect: all is saved, and the commands that there are dial.
-    @param blind whether no node is found: the attempt goes on when the command is mended"""
+    """Touch Connect, and check that all is saved and the available commands dial.
+    @param blind true when the device node is not found until the command is mended"""
     before = len(root.calls())
     root.panel.fill(APN, TYPED)
     root.panel.press("Connect")
@@ -92,8 +92,8 @@ def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
 
 
 def throw(name: str, deed: str) -> None:
-    """The panel shows what the command lets it see, dials as far as it lets it, does not grow, and
-    goes on as before once the command is mended."""
+    """Check that the program shows the link and dials as far as the faulty command permits, does
+    not grow, and works as before once the command is mended."""
     silent = not DEEDS[deed][1]
     shown = not (silent and name in ("ifconfig", *TOOLS))
     with started() as root:
@@ -118,7 +118,7 @@ def throw(name: str, deed: str) -> None:
 
 
 def throw_ping() -> None:
-    """The text box has the beginning of the output, and the next ping test is as ever."""
+    """Check that the text box has the start of the output and the next ping test works."""
     with started() as root:
         alive(root)
         before = peak_kib(root)
@@ -142,7 +142,7 @@ def throw_unseen_output() -> None:
         root.wait_calls("route", 1, SECONDS)
         checks = len(root.calls("ifconfig"))
         root.signal(SIGUSR1)
-        root.wait_calls("ifconfig", checks + 1, SECONDS)  # once route has ended
+        root.wait_calls("ifconfig", checks + 1, SECONDS)  # after the exit of route
         expect_peak(root, before)
         leave_unseen(root, viewer)
 

@@ -1,4 +1,4 @@
-"""Calls for the chip's device and the modem's port fail."""
+"""Fails system calls for the chip's device and the modem's port."""
 
 from __future__ import annotations
 
@@ -13,14 +13,14 @@ from privateroot.process import PrivateRoot
 
 CHIP = "/dev/spidev1.0"
 PORT = "/dev/ttyUSB0"
-CHINESE = 1  # language of the chip
-# A plain file answers what it holds behind the bytes that the query has written.
+CHINESE = 1  # language parameter of the chip
+# A regular file as the port returns its content after the bytes that the query has written.
 QUERY = "AAT+CSQ\r"
 REPLY = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
 OPEN, FIRST, SECOND, SILENCE = (f"{step} error" for step in (
     "open ttyUSB0", "write ATZ", "write ttyUSB0", "read ttyUSB0"))
 CHIP_CALLS = (Call("openat", 1), Call("pread64", 1))  # the device; the stand-in's block
-# What the panel shows when a call fails once, and the next query when all later ones fail, too.
+# Text on the panel when a call fails once, and of the next query when all later calls fail too.
 QUERY_CALLS = {
     Call("openat", 1): (OPEN, OPEN),
     Call("fcntl", 1): (REPLY, REPLY),
@@ -32,7 +32,7 @@ QUERY_CALLS = {
 
 
 def throw_chip_call(fault: Fault, inspected: bool) -> None:
-    """The panel comes up, in the language of a board without a chip."""
+    """Check that the program starts in the language of a board without a chip."""
     with stored_root(launch=launch(fault, (CHIP,)), inspected=inspected) as root:
         root.add_chip(CHINESE)
         if inspected:
@@ -46,14 +46,14 @@ def throw_chip_call(fault: Fault, inspected: bool) -> None:
 
 
 def query(root: PrivateRoot, text: str) -> None:
-    """Query the signal; the panel shows the text then."""
+    """Query the signal, and check the text on the panel."""
     query_signal(root)
     found = signal_value(root)["text"]
     expect(found == text, f"the signal is {found!r}, not {text!r}")
 
 
 def throw_port_call(fault: Fault) -> None:
-    """A query with a fault and a query after it."""
+    """Run a query with a fault and a query after it."""
     once, ever = QUERY_CALLS[fault.call]
     with stored_root(launch=launch(fault, (PORT,))) as root:
         root.write(PORT, "." * len(QUERY) + REPLY)

@@ -1,4 +1,4 @@
-"""What may be in the place of a file of the program, and where it may be."""
+"""Faults of the program's files: unexpected types, contents, owners and file systems."""
 
 from __future__ import annotations
 
@@ -33,13 +33,13 @@ def linked(path: Path) -> None:
     path.symlink_to("real")
 
 
-# Content of the parameter file, and what the screen shows and the next save leaves of it.
+# Content of the parameter file, and the values that the screen shows and the next save writes.
 CONTENTS: dict[str, tuple[Make, bytes]] = {
     "100 MB": (large, STORED),
     "a link": (linked, STORED),
     "a dangling link to what can be made": (link("made"), DEFAULTS),
 }
-# What cannot be read or written. It stays what it is.
+# Types that cannot be read or written. The program must not replace them.
 KINDS: dict[str, Make] = {
     "a directory": Path.mkdir,
     "a FIFO": os.mkfifo,
@@ -64,9 +64,9 @@ def throw_content(make: Make, visible: bytes) -> None:
 
 
 def throw_kind(placed: str, make: Make, at_start: bool) -> None:
-    """The file shows its defaults, all other files become what they should be, and pppd is
-    started. The parameters that cannot be read again are those from before.
-    @param at_start whether it is there from the start, not only from Connect on"""
+    """Check that the program shows the file's defaults, writes all other files and starts pppd. If
+    the parameters cannot be read again, it keeps the earlier ones.
+    @param at_start true to place it before the start, false before Connect"""
     with stored_root() as root:
         path = root.host(placed)
         if not at_start:
@@ -94,7 +94,7 @@ def throw_kind(placed: str, make: Make, at_start: bool) -> None:
 
 
 def throw_read_only(directory: str, values: bytes, written: bool) -> None:
-    """pppd is started, and the files in the other directories are written, of these values."""
+    """Check that pppd is started and the files in other directories get these values."""
     with started(mounts=["--remount-ro", directory]) as root:
         type_and_connect(root)
         alive(root)
@@ -104,13 +104,13 @@ def throw_read_only(directory: str, values: bytes, written: bool) -> None:
             expect(root.read(path) == (content if written else None), f"{path} is as it was")
 
 
-OTHERS_ID = 1000  # of a user that the private root does not have
+OTHERS_ID = 1000  # user id that does not exist in the private root
 EARLIER = {PARAMETERS: STORED, CHAT_SCRIPT: b"earlier\n", PEER_FILE: b"earlier\n"}
 
 
 def throw_owner(path: str, taken: bool) -> None:
-    """The program takes itself for another user, who owns none of the files.
-    @param taken whether files can be made that user's; the private root's system refuses it"""
+    """Run the program with the user id of another user, who owns none of the files.
+    @param taken true when fchown is faked to succeed, false when the private root refuses it"""
     fault = Fault(Call("getuid,geteuid", 1), f"retval={OTHERS_ID}", lasting=True)
     how = launch(fault, (), "getuid,geteuid,fchown")
     if taken:
@@ -130,7 +130,7 @@ def throw_owner(path: str, taken: bool) -> None:
 
 
 def throw_unseen(blocked: str) -> None:
-    """A directory in a file's place, without the inspector: what is stored is complete."""
+    """Put a directory in a file's place, without the inspector, and check the stored values."""
     with unseen_root() as root:
         root.host(blocked).unlink(missing_ok=True)
         root.host(blocked).mkdir()

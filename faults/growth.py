@@ -1,6 +1,6 @@
-"""Memory, descriptors and files before and after a long life.
+"""Compares memory, descriptors and files before and after long use.
 
-A preloaded clock runs fast, so that the 15 s of an attempt are a moment.
+A preloaded clock runs 600 times as fast, which shortens the 15 s of an attempt.
 """
 
 from __future__ import annotations
@@ -25,14 +25,14 @@ FAST: dict[str, Any] = {
     "launch": LAUNCH.replace("program", 'program /usr/bin/env FAKETIME="+0 x600"'),
     "preload": [FAKETIME]}
 COUNTING = "/testfakes/countingsh"
-CHECKS = 50  # at once: fewer than the program's socket holds
-WARM_UP = 100  # times at most, before the first look at the memory
-SETTLED_KIB = 128  # that the heap may take without any growth
-SECONDS = 20  # for each thing that is waited for
+CHECKS = 50  # at once: fewer than the program's socket can queue
+WARM_UP = 100  # maximum number of times before the first memory measurement
+SETTLED_KIB = 128  # permitted variation of the heap
+SECONDS = 20  # timeout of each wait
 
 
 def check(root: PrivateRoot) -> None:
-    """Some link checks at once, each to its look at the interfaces, which is logged."""
+    """Request CHECKS link checks at once, and wait until each has run ifconfig."""
     log = root.run / "calls"
     log.write_text("")
     for _ in range(CHECKS):
@@ -43,7 +43,7 @@ def check(root: PrivateRoot) -> None:
 
 
 def fail(root: PrivateRoot) -> None:
-    """One attempt that fails, and its notice."""
+    """Make a failed attempt and close its notice."""
     root.panel.press("Connect")
     root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
     expect(root.panel.dialog()["text"] == FAILED, "it tells that it failed")
@@ -53,7 +53,7 @@ def fail(root: PrivateRoot) -> None:
 
 
 def dial(root: PrivateRoot) -> None:
-    """One link, up and down again."""
+    """Bring the link up and down again."""
     for button, up in (("Connect", True), ("Disconnect", False)):
         root.set_link(up)
         root.panel.press(button)
@@ -61,7 +61,7 @@ def dial(root: PrivateRoot) -> None:
 
 
 def replug(root: PrivateRoot) -> None:
-    """Pull the dongle and plug it again, each time with a link check."""
+    """Pull the dongle and plug it in again, each time with a link check."""
     for plugged in (False, True):
         root.set_usb(DONGLE if plugged else "")
         root.add_node("ttyUSB0") if plugged else root.remove_node("ttyUSB0")
@@ -71,7 +71,7 @@ def replug(root: PrivateRoot) -> None:
 
 
 def throw_unseen() -> None:
-    """The dongle is away at the start, comes, and is pulled and plugged."""
+    """Start without the dongle, plug it in, pull it and plug it in again."""
     with stored_root(usb="", nodes=(), inspected=False) as root:
         root.start(shown=False)
         root.wait_calls("usb", 1, SECONDS)
@@ -92,7 +92,7 @@ def raise_keys(root: PrivateRoot) -> None:
 
 
 def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
-    """Private memory in KiB, descriptors and files of a program at rest."""
+    """Return private memory in KiB, descriptors and files of a program at rest."""
     at_rest(root)
     files = {str(path.relative_to(root.base)) for directory in ("quenfold", "ppp", "dev")
              for path in Path(root.base, directory).rglob("*")}
@@ -101,12 +101,12 @@ def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
 
 @dataclass
 class Growth:
-    """One thing that is done again and again.
+    """An action to repeat, and the permitted growth.
 
-    @ivar most KiB of private memory that each time may leave behind
-    @ivar objects KiB more, for the objects that stay by design, on amd64
-    @ivar times how many things are done each time; of many, commands are logged only, not run, and
-        the inspector is not in the process
+    @ivar most permitted growth of private memory per repetition, in KiB
+    @ivar objects additional KiB for the objects that stay by design, on amd64
+    @ivar times number of actions per repetition; if more than one, commands are logged but not run,
+        and the inspector is not loaded
     """
 
     once: Callable[[PrivateRoot], None]
@@ -142,9 +142,9 @@ class Growth:
 
 
 CHOSEN = ("20 failed attempts", "20 times link up and down")
-# What a closed notice and a busy bar take, measured over 300 made and closed alone. Each time, 63
-# and 18 KiB are in use (malloc_stats), 10 KiB by Qt for each widget under a style sheet; the rest
-# are gaps in the heap.
+# Memory of a closed notice and of a busy bar, measured over 300 of each. Of it, 63 and 18 KiB are
+# in use (malloc_stats), 10 KiB by Qt for each widget under a style sheet; the rest is heap
+# fragmentation.
 NOTICE_KIB, BAR_KIB = 72, 21
 TABLE = {
     "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),

@@ -1,5 +1,5 @@
-"""What the launching process may have left in the way: closed descriptors, ignored and blocked
-signals, readers of the output that have gone or do not read."""
+"""Faulty state inherited from the launching process: closed descriptors, ignored and blocked
+signals, output pipes without a reader or with one that does not read."""
 
 from __future__ import annotations
 
@@ -24,10 +24,10 @@ from privateroot.operating import alive, ended, expect, leave, started, stored_r
 
 LAUNCHER = Path(__file__).resolve().parents[1] / "packaging/launch"
 ENV = "program /usr/bin/env"
-TELLING = f"{ENV} 'QT_LOGGING_RULES=corvanta.*.warning=true'"  # failed writes, what commands say
+TELLING = f"{ENV} 'QT_LOGGING_RULES=corvanta.*.warning=true'"  # logs failed writes, command output
 STOPS = ("TERM", "INT", "HUP")
 SIGNALS = ("USR1", "CHLD", "PIPE", *STOPS)
-# A pipe that nobody reads and that is full, and one whose reader has gone.
+# A full pipe whose reader does not read, and a pipe whose reader has exited.
 STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
 GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
@@ -44,9 +44,9 @@ READERS = {
 
 
 def throw(launch: str, setup: str = "", closed: tuple[int, ...] = (), signal: str = "") -> None:
-    """The panel comes up, serves a link check, dials and ends. Nothing has taken the place of a
-    closed descriptor.
-    @param signal that still does what it is for"""
+    """Check that the program starts, serves a link check, dials and exits, and that closed
+    descriptors lead to /dev/null.
+    @param signal signal that must still have its effect"""
     with started(launch=launch, setup=setup) as root:
         for number in closed:
             found = root.descriptors().get(number)
@@ -69,7 +69,7 @@ def throw_uninspected(launch: str, setup: str) -> None:
 
 
 def throw_unseen_save(redirected: str, setup: str) -> None:
-    """A save that fails tells it where nobody listens, and has put the content back before."""
+    """Fail a save whose error message cannot be written; it must have restored the content."""
     write = next(call for call in phases(launch())["connect"] if call.name == "pwrite64")
     told = launch(Fault(write, "error=ENOSPC", lasting=True)).replace(
         LAUNCH.removeprefix("program"), redirected.removeprefix("program"))
@@ -80,8 +80,8 @@ def throw_unseen_save(redirected: str, setup: str) -> None:
 
 
 def throw_late_output(launch: str, setup: str) -> None:
-    """What pppd says once its shell has ended goes where the program's messages go, and nobody
-    reads them: both live."""
+    """Let pppd print after its shell's exit, to the program's unread standard error; neither must
+    be killed."""
     with unseen_root(setup, launch=launch.replace("program", TELLING, 1)) as root:
         root.answer("pppd", DEEDS[PRINTS_LATE][0])
         with connecting(root) as viewer:
@@ -93,7 +93,7 @@ def throw_late_output(launch: str, setup: str) -> None:
 
 
 def throw_signals_from_exec() -> None:
-    """SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
+    """Send SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
     with stored_root(launch=LAUNCH.replace("program", "program /testrun/launcher")) as root:
         root.write("/testrun/launcher", LAUNCHER.read_bytes())
         root.host("/testrun/launcher").chmod(0o755)
@@ -118,7 +118,7 @@ def throw_signals_from_exec() -> None:
 
 
 def closing(numbers: tuple[int, ...]) -> str:
-    """How a private root runs the program with these descriptors closed."""
+    """Return the launch command with these descriptors closed."""
     redirections = (("<&-", "</dev/null"), (">&-", ">/testrun/stdout"),
                     ("2>&-", "2>/testrun/stderr"))
     return " ".join(("program", *(redirections[number][number not in numbers]
@@ -137,7 +137,7 @@ def rows() -> list[Row]:
           for how in ("ignore", "block") for name in SIGNALS),
         *(Row(name, partial(throw, *reader), chosen="error" in name)
           for name, reader in READERS.items()),
-        # Without the inspector, which hides what a signal would do to the program alone.
+        # Without the inspector, whose activity hides the effect of a signal on the program.
         *(Row(f"{name}{what}, no inspector", partial(act, *reader),
               chosen=not what or "error has gone" in name)
           for name, reader in READERS.items() for what, act in (

@@ -1,5 +1,5 @@
-"""The modem and the network on the simulated board: the attempts of tests/board that ./test does
-not make."""
+"""Faults of modem and network on the simulated board: the attempts of tests/board that ./test
+skips."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ from test_dialling import Refusals
 
 
 def throw(method: str, *arguments: object) -> str | None:
-    """Run one method of the test case. @return what is lost by design, or None"""
+    """Run one method of the test case. @return the known limitation, or None"""
     test = Refusals(method)
     try:
         test.setUp()

@@ -1,4 +1,4 @@
-"""What the rows in the private root type on the panel, and what must hold whatever happens."""
+"""Input of the rows in the private root, and checks that apply to every fault."""
 
 from __future__ import annotations
 
@@ -13,8 +13,8 @@ from privateroot.operating import AUTO, connect, expect, leave
 from privateroot.process import PrivateRoot
 
 EXPECTED = Path(__file__).resolve().parents[1] / "tests/expected"
-PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # by the method
-TYPED, TYPED_LAST = "web", "last"  # the APN that a row's operator types, and the one before Exit
+PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # expected files by method
+TYPED, TYPED_LAST = "web", "last"  # the APN typed before Connect, and the one typed before Exit
 EDITED, EDITED_LAST = (STORED.replace(b"internet", apn.encode()) for apn in (TYPED, TYPED_LAST))
 DEFAULTS = b"\n\n\n\n\n0\n"
 DEFAULT_COUNTS, STORED_COUNTS, TYPED_COUNTS = "5", "7", "9"
@@ -22,10 +22,10 @@ AUTO_EDITED = AUTO.replace(STORED_COUNTS.encode(), TYPED_COUNTS.encode())
 
 
 def generated(parameters: bytes) -> dict[str, bytes]:
-    """The chat script and the peer file that a Connect makes of six lines of parameters."""
+    """Return the chat script and peer file that Connect generates from six parameter lines."""
     apn, dial, user, password, pin, method = parameters.split(b"\n")[:6]
     values = {b"web.example": apn, b"*99***1#": dial, b"guest": user, b"pass word": password,
-              b"1234": pin}  # by those of the expected files
+              b"1234": pin}  # by the values in the expected files
     names = {CHAT_SCRIPT: "chat-with-pin" if pin else "chat-without-pin",
              PEER_FILE: PEERS.get(method, "peer-other")}
     pattern = b"|".join(map(re.escape, values))
@@ -34,14 +34,14 @@ def generated(parameters: bytes) -> dict[str, bytes]:
 
 
 def shown(root: PrivateRoot) -> bytes:
-    """The dial-up values on the screen, as a save would store them."""
+    """Return the dial-up values on the screen, as a save would store them."""
     screen = root.panel.screen()
     lines = [screen.field(label)["text"] for label in FIELDS]
     return "".join(f"{line}\n" for line in [*lines, screen.field(AUTH)["index"]]).encode()
 
 
 def stored(root: PrivateRoot) -> bytes:
-    """The six lines of the parameter file that count; nothing when there are fewer."""
+    """Return the first six lines of the parameter file, or nothing if it has fewer."""
     lines = root.content(PARAMETERS).split(b"\n")[:-1][:6]
     return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
 
@@ -51,17 +51,17 @@ def expect_stored(root: PrivateRoot, parameters: bytes) -> None:
 
 
 def at_rest(root: PrivateRoot) -> None:
-    """Wait until no command runs and none is waited for: its descriptors are closed."""
+    """Wait until no command runs and the descriptors of all commands are closed."""
     def quiet() -> bool:
         return not root.processes() and not any(
             "[pidfd]" in target for target in root.descriptors().values())
     root.wait_until(quiet, 5, "the commands' end")
-    time.sleep(0.5)  # a check has more than one
+    time.sleep(0.5)  # a check runs more than one command
     root.wait_until(quiet, 5, "the last command's end")
 
 
 def type_and_connect(root: PrivateRoot) -> None:
-    """Type another APN and touch Connect; pppd is started."""
+    """Type another APN, touch Connect and wait for pppd."""
     root.panel.fill(APN, TYPED)
     connect(root)
 
@@ -72,12 +72,12 @@ def type_counts(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
-REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # what a second start has shown of four files
+REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # values of a second start, by contents
 
 
 def repairable(root: PrivateRoot, *expected: bytes) -> None:
-    """A second start shows what is stored, one of those expected, and an edit and a Connect bring
-    all four files up to date. The same four files are not tried twice."""
+    """Check that a second start shows one of the expected values, and that an edit and Connect
+    update all four files. The same four contents are checked only once."""
     contents = {path: root.read(path)
                 for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
     found = tuple(contents.values())
@@ -87,7 +87,7 @@ def repairable(root: PrivateRoot, *expected: bytes) -> None:
 
 
 def repair(contents: Mapping[str, bytes | None]) -> bytes:
-    """@return what the second start shows of these files"""
+    """Start with these files, edit and connect. @return the values shown after the start"""
     with PrivateRoot() as second:
         for path, content in contents.items():
             if content is not None:

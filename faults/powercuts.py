@@ -1,4 +1,4 @@
-"""The board's power fails in a save: what ext4 holds afterwards, at every write of its disk."""
+"""Cuts the board's power during a save, at the writes of its disk, and checks ext4 afterwards."""
 
 from __future__ import annotations
 
@@ -16,8 +16,8 @@ from machine.qemu import SPARE_BYTES, SPARE_LOG
 from panel.facts import PARAMETERS
 from virtualboard.board import Board
 
-SIZE = (480, 272)  # of the panel
-CUTS = 500  # spread evenly over all that are possible
+SIZE = (480, 272)  # panel size in pixels
+CUTS = 500  # about as many are tested, evenly spread over all possible ones
 SECTOR = 512
 SUPER, ENTRY = struct.Struct("<QQQI"), struct.Struct("<QQQQ")
 FLUSH, FUA, DISCARD = 1, 2, 4  # flags of an entry, as in Linux' dm-log-writes
@@ -30,12 +30,12 @@ set -e
 blockdev --flushbufs /dev/vdc
 mount /dev/vdc /quenfold/configs
 """
-SEEN: list[int] = []  # contents that were read, for figures()
+SEEN: list[int] = []  # one entry per content that was read, for figures()
 
 
 @dataclass
 class Write:
-    """One entry of the disk's log."""
+    """An entry of the disk's log."""
 
     offset: int
     data: bytes
@@ -43,7 +43,7 @@ class Write:
 
 
 def logged(log: Path) -> list[Write]:
-    """@return what the board had its disk write and flush, in order"""
+    """@return the writes and flushes of the board's disk, in order"""
     writes = []
     with open(log, "rb") as file:
         _, _, entries, size = SUPER.unpack(file.read(SUPER.size))
@@ -57,10 +57,10 @@ def logged(log: Path) -> list[Write]:
 
 def cuts(writes: list[Write]) -> Iterator[tuple[int, list[Write]]]:
     """
-    What may be on storage after a cut.
+    Yield the states that storage may have after a cut.
 
-    @return how many writes a flush has made lasting, and those behind them that got through: all up
-            to each, and the same with each of the others left out
+    @return number of writes before the last flush, which are on storage, and the later ones that
+            also are: all up to each write, and the same without any one of the others
     """
     lasting = 0
     for end, write in enumerate(writes):
@@ -74,20 +74,20 @@ def cuts(writes: list[Write]) -> Iterator[tuple[int, list[Write]]]:
 
 
 def values_of(content: bytes) -> list[bytes]:
-    """The values of a parameter file, as the program reads them; none of a short one."""
+    """Return the values of a parameter file, as the program reads them; none of a short file."""
     lines = content.split(b"\n")[:-1]
     values = [line.partition(b"\0")[0] for line in lines[:len(VALUES) + 1]]
     return values if len(values) > len(VALUES) else []
 
 
 def read_back(disk: Path, name: str) -> bytes:
-    """A file of a disk that has been repaired; b"" when it has none of that name."""
+    """Return the content of a file on a repaired disk; b"" if it does not exist."""
     return subprocess.run(["debugfs", "-R", f"cat /{name}", disk], check=True,
                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
 
 
 def look(base: Path, pending: list[Write], folder: Path) -> list[bytes]:
-    """The values that the disk holds after it has been repaired as at a boot."""
+    """Return the values on the disk after a repair as at a boot."""
     disk = folder / "cut"
     shutil.copyfile(base, disk)
     apply(disk, pending)
@@ -105,7 +105,7 @@ def apply(disk: Path, writes: list[Write]) -> None:
 
 
 def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
-    """@return what saves on a board wrote to its disk, and the values of each save, in order"""
+    """Save on a board. @return the writes to its disk and the values of each save, in order"""
     saves = []
     with Board(SIZE, "faults-power-cuts", spare=disk, logs=False) as board:
         board.guest.sh(MOUNT)

@@ -1,4 +1,4 @@
-"""A fault, what is expected of the program under it, and its outcome."""
+"""A fault, its check and its outcome."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ expect = operating.expect
 
 
 class Outcome(Enum):
-    """What a row has shown."""
+    """The outcome of a row."""
 
     HELD = "passed"
     ORDERED = "known limitation"
@@ -27,13 +27,13 @@ class Outcome(Enum):
 class Row:
     """One fault.
 
-    @ivar throw injects the fault and checks what the program does; AssertionError when it is not
-        what was expected. It may return the reason why, by design, something was lost
-    @ivar ordered why the program loses something under this fault by design; None when it must
-        not, or when the throw returns the reason
+    @ivar throw injects the fault and checks the program; raises AssertionError when a check fails.
+        It may return a known limitation that the fault has shown
+    @ivar ordered known limitation of the program under this fault; None when there is none, or when
+        `throw` returns it
     @ivar chosen true when ./test injects it, too
-    @ivar seconds that it has taken
-    @ivar why it has failed, if it has
+    @ivar seconds duration of the run
+    @ivar why cause of the failure; empty when the row has not failed
     """
 
     name: str
@@ -53,7 +53,7 @@ class Row:
         begin = time.monotonic()
         try:
             self.ordered = self.throw() or self.ordered
-        except Exception as error:  # whatever went wrong, the next row is run
+        except Exception as error:  # run the next row after any error
             self.why = f"{type(error).__name__}: {error}"
         self.seconds = time.monotonic() - begin
         tell(self)
@@ -61,17 +61,17 @@ class Row:
 
 @dataclass
 class Group:
-    """Faults of one kind. Its rows are found when they are asked for: that may take a run."""
+    """Faults of one kind. `rows` computes them when it is called, which may need a run."""
 
     name: str
     title: str
     rows: Callable[[], list[Row]]
     at_once: int = 2 * (os.cpu_count() or 1)  # most of a row is waiting
-    figures: Callable[[], list[str]] = list  # what was measured, a line each
+    figures: Callable[[], list[str]] = list  # measured figures, one line each
     end: Callable[[], object] = list  # called once all rows have run
 
     def throw(self, rows: list[Row], tell: Callable[[Row], None]) -> list[Row]:
-        """Inject faults, several at once. @param tell is called with each row that has run"""
+        """Inject faults, several at once. @param tell called with each row that has run"""
         with ThreadPoolExecutor(self.at_once) as pool:
             list(pool.map(partial(Row.run, tell=tell), rows))
             self.end()  # while the pool's threads live: a machine is killed with its thread

@@ -1,4 +1,4 @@
-"""The program is told to end, or killed, at every system call of a save."""
+"""Sends the program a signal, such as SIGTERM or SIGKILL, at each system call of a save."""
 
 from __future__ import annotations
 
@@ -21,7 +21,7 @@ from privateroot.process import PrivateRoot
 CUT = ("pwrite64", "ftruncate", "fsync")
 KILL, TERM = "KILL", "TERM"
 ORDERLY = (TERM, "INT", "HUP")  # one function handles them
-ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which a Connect saves
+ORDER = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # in which Connect saves the files
 OLD, NEW, EMPTY = "old", "new", "empty"
 TWO_FILES = ("SIGKILL between two files of one Connect leaves the previous chat script or peer "
              "file with the new parameters. The next edit updates them")
@@ -30,17 +30,17 @@ FIRST = ("SIGKILL during the first Connect leaves the chat script or peer file e
 
 
 def contents(parameters: bytes, auto: bytes) -> dict[str, bytes]:
-    """All four files once they agree."""
+    """Return the contents of all four files for the same parameters."""
     return {PARAMETERS: parameters, AUTO_CONNECT: auto, **generated(parameters)}
 
 
 @dataclass
 class Save:
-    """What a save finds and what it leaves when nothing comes between.
+    """The contents before and after an uninterrupted save.
 
-    @ivar store what is laid before the program starts; a name of STORES
-    @ivar loses why a kill may leave script and peer file behind the parameters, if it may
-    @ivar kills what each kill has left
+    @ivar store name in STORES of the files to write before the start
+    @ivar loses known limitation if SIGKILL may leave generated files older than the parameters
+    @ivar kills state of the files after each SIGKILL
     """
 
     store: str
@@ -82,8 +82,8 @@ def throw_unseen(name: str, fault: Fault, signal: str) -> str | None:
 
 
 def ended(root: PrivateRoot, save: Save, signal: str) -> str | None:
-    """The signal has come in the save: an ordered stop has finished it, a kill has left each file
-    old or new. @return what the design orders to be lost"""
+    """Check the files after a signal during the save: a clean exit has completed the save, SIGKILL
+    has left each file old or new. @return the known limitation that applies, or None"""
     status, killed = root.wait_exit(SECONDS), signal == KILL
     expect(status == (137 if killed else 0), f"exit status {status}")
     expect(killed or f"SIG{signal} ".encode() in root.content(TRACE), "the signal came")
@@ -102,8 +102,8 @@ def ended(root: PrivateRoot, save: Save, signal: str) -> str | None:
 
 
 def state(root: PrivateRoot, save: Save, path: str, killed: bool) -> str:
-    """Which content a file has: a kill may leave it new or old with newlines behind or, when there
-    was none, empty."""
+    """Return the state of a file. SIGKILL may leave it new or old with newlines at the end or, if
+    it did not exist before, empty."""
     content, before, after = root.read(path), save.before.get(path), save.after[path]
     if content == after or killed and content and content.rstrip(b"\n") == after.rstrip(b"\n"):
         return NEW

@@ -1,7 +1,7 @@
-"""The program under strace: which system calls it makes for its own files, and having them fail.
+"""Runs the program under strace to list the system calls for its own files and to make them fail.
 
-strace numbers the calls of one name that touch the files; a run with a fault is the same run up to
-the fault, so the numbers of a run without one are those of the calls to come.
+strace numbers the calls of each name for the files. A run with a fault equals a run without one up
+to the fault, so the call numbers of a run without a fault apply to both.
 """
 
 from __future__ import annotations
@@ -17,7 +17,7 @@ from privateroot.operating import expect
 from privateroot.process import PrivateRoot
 
 TRACE = "/testrun/trace"
-INJECTED = b"(INJECTED"  # stands there behind a call that strace has had fail
+INJECTED = b"(INJECTED"  # strace's mark after a call with an injected fault
 OWN_FILES = (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)
 # A call's name and the file of its first argument: a descriptor, or a path.
 CALL = re.compile(r'(?:\d+ +)?(\w+)\((?:\d+<([^>]*)>|(?:AT_FDCWD<[^>]*>, )?"([^"]*)")?')
@@ -26,7 +26,7 @@ FOLDERS = ("/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")
 
 
 class Call(NamedTuple):
-    """One system call: the number of its name, and the file that it is for, if any."""
+    """A system call: its name, its number among the calls of that name, and its file, if any."""
 
     name: str
     number: int
@@ -35,11 +35,11 @@ class Call(NamedTuple):
 
 @dataclass
 class Fault:
-    """What strace does to a call, in the words of its option inject.
+    """A fault that strace injects into a call.
 
-    @ivar deed such as "error=EIO" or "signal=KILL"
-    @ivar lasting whether every later call of that name has the same fault
-    @ivar repeated whether every second one has: what is tried again goes well then
+    @ivar deed fault in the syntax of strace's inject, such as "error=EIO" or "signal=KILL"
+    @ivar lasting true when every later call of that name has the same fault
+    @ivar repeated true when every second one has it, so that a repeated call succeeds
     """
 
     call: Call
@@ -54,7 +54,7 @@ class Fault:
                 f"{' and every second one later' if self.repeated else ''}")
 
     def hits(self, calls: list[Call]) -> set[str]:
-        """The files for which a call of these fails, closing aside: all is done by then."""
+        """Return the files whose calls fail. A failed close does no harm and is not counted."""
         name, number, _ = self.call
         return {call.path for call in calls if call.name == name != "close" and (
             call.number == number or self.lasting and call.number > number)}
@@ -62,7 +62,7 @@ class Fault:
 
 def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS + FOLDERS,
            calls: str = "all") -> str:
-    """How a private root runs the program under strace. @param calls names, with commas between"""
+    """Return the launch command with strace. @param calls names, separated by commas"""
     words = ["program", "/usr/bin/strace", "-D", "-y", "-o", TRACE, "-e", f"trace={calls}"]
     words += [word for file in files for word in ("-P", file)]
     if fault:
@@ -72,7 +72,7 @@ def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN_FILES + LOGS
 
 
 def calls_so_far(root: PrivateRoot) -> list[Call]:
-    """The calls that strace has seen, in order."""
+    """Return the calls that strace has logged so far, in order."""
     counts: Counter[str] = Counter()
     calls = []
     for line in root.content(TRACE).decode(errors="replace").splitlines():
@@ -83,5 +83,5 @@ def calls_so_far(root: PrivateRoot) -> list[Call]:
 
 
 def thrown(root: PrivateRoot) -> None:
-    """The run has come to its fault."""
+    """Check that strace has injected the fault."""
     expect(INJECTED in root.content(TRACE), "the fault was thrown")

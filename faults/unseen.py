@@ -1,5 +1,5 @@
-"""The operator of a program that runs without the inspector, which hides what a failure would do to
-the program alone: by VNC, at the places where an inspected run shows things."""
+"""Operates a program without the inspector, whose activity can hide the effect of a failure.
+Touches go through VNC, at the positions that an earlier run with the inspector has shown."""
 
 from __future__ import annotations
 
@@ -22,7 +22,7 @@ CONNECT, EXIT = "Connect", "Exit"
 
 @cache
 def places() -> dict[str, tuple[int, int]]:
-    """Where the field of the APN and the buttons are, in pixels of the screen."""
+    """Return the positions of the APN field and the buttons, in pixels of the screen."""
     with started() as root:
         screen = root.panel.screen()
         return {APN: centre(screen.field(APN)),
@@ -30,7 +30,7 @@ def places() -> dict[str, tuple[int, int]]:
 
 
 def unseen_root(setup: str = "", **how: Any) -> PrivateRoot:
-    """A root with stored parameters whose program will run alone in its process; not started."""
+    """Return a root with stored parameters and without the inspector; not started."""
     root = stored_root(setup=SETUP + setup, inspected=False, **how)
     root.write(PPP_LOG, "log\n")
     return root
@@ -41,7 +41,7 @@ def connecting(root: PrivateRoot) -> Iterator[Viewer]:
     """Start the program, type another APN and touch Connect."""
     where = places()
     root.start(shown=False)
-    root.wait_calls("ifconfig", 1, SECONDS)  # once the window is there
+    root.wait_calls("ifconfig", 1, SECONDS)  # the window is shown by then
     with Viewer(connect(root.run / SOCKET, SECONDS)) as viewer:
         viewer.touch(*where[APN])
         viewer.type(TYPED)
@@ -50,13 +50,13 @@ def connecting(root: PrivateRoot) -> Iterator[Viewer]:
 
 
 def leave_unseen(root: PrivateRoot, viewer: Viewer) -> None:
-    """Touch Exit."""
+    """Touch Exit and check the exit status."""
     viewer.touch(*places()[EXIT])
     expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")
 
 
 def connect_and_leave(root: PrivateRoot) -> None:
-    """Another APN, Connect and Exit; pppd was started."""
+    """Type another APN, touch Connect, wait for pppd and touch Exit."""
     with connecting(root) as viewer:
         root.wait_calls("pppd", 1)
         leave_unseen(root, viewer)
@@ -68,7 +68,7 @@ def terminate(root: PrivateRoot) -> None:
 
 
 def untouched_run(root: PrivateRoot) -> None:
-    """The program starts, checks the link when it is asked to, and exits when it is told to."""
+    """Start the program, request a link check, terminate it, and check the stored parameters."""
     root.start(shown=False)
     root.wait_calls("ifconfig", 1, SECONDS)
     root.signal(SIGUSR1)

@@ -1,5 +1,5 @@
-"""What an operator or a tool may have put into a parameter: it is shown, kept, and passed on as it
-stands."""
+"""Unusual parameter values of an operator or tool, which must be shown, stored and passed on
+unchanged."""
 
 from __future__ import annotations
 
@@ -36,11 +36,11 @@ VALUES = {
 
 
 def throw(value: bytes) -> None:
-    """Each text is the value behind the field's number; an edit elsewhere has all four files
-    written."""
+    """Store the value in each field, after the field's number, and check the parameter file and the
+    generated files after an edit of another field."""
     content = b"".join(b"%d%s\n" % (at, value) for at in range(len(FIELDS))) + b"0\n"
     with started(parameters=content) as root:
-        if b"\xed" not in value:  # Qt shows half of a pair as a replacement
+        if b"\xed" not in value:  # Qt shows a replacement character for half of a pair
             expect(shown(root) == content, f"shown: {shown(root)!r}")
         type_counts(root)
         connect(root)
