@@ -37,7 +37,7 @@ def main() -> int:
             continue
         try:
             figures = dict(zip(rows, measure(options.rounds)))
-        except Exception:  # The rows after it are still worth their time.
+        except Exception:  # Measure the following rows after any error.
             traceback.print_exc()
             status = 1
             continue

@@ -1,7 +1,7 @@
 """The measurements in the private root.
 
-Each returns a list for every row of its group, with a pair for each round: the program's figure and
-that of the reference, or 0. Times are in ms, memory in MiB.
+Each returns a list for every row of its group, with a pair for each round: the program's figure,
+and the reference's figure or 0. Times are in ms, memory in MiB.
 """
 
 import os
@@ -27,7 +27,7 @@ LINES = (1_000, 100_000, 1_000_000)
 APPEARANCES = 100
 IDLE_SECONDS = 60
 CACHE_SECONDS = 70  # after which Qt's pixmap cache has released what was cached at start-up
-STALL_SECONDS = 7  # in which the program probes several times for what it waits for
+STALL_SECONDS = 7  # long enough for several probes of the program
 NODE, DONGLE, ANSWER = AWAITED = ("device node", "dongle", "modem's answer")
 KEYBOARD, HIDDEN = "keyboard shown", "keyboard hidden again"
 IDLE_STATES = (*((what, link) for what in (SETTING, STATUS, MISC) for link in ("down", "up")),
@@ -35,8 +35,8 @@ IDLE_STATES = (*((what, link) for what in (SETTING, STATUS, MISC) for link in ("
 
 
 def start(program: str, lines: int = 0) -> tuple[float, ...]:
-    """@param lines in the file of parameters, 0 for the usual six
-    @return time and CPU time to the first frame; resident and private memory, and libraries then"""
+    """Start a program. @param lines number of lines in the parameter file, 0 for the usual six
+    @return time and CPU time to the first frame; then resident and private memory, and libraries"""
     with BenchRoot(program) as root:
         if lines:
             root.write(PARAMETERS, "a line of a parameter file\n" * lines)
@@ -58,7 +58,7 @@ def large_files(rounds: int) -> list[Pairs]:
 
 
 def instructions(program: str, variables: str = "") -> float:
-    """Millions of instructions from the start until the process is first idle."""
+    """Return the instructions from the start until the process is first idle, in millions."""
     words = (f"CORVANTA_BENCH_STOP=1 {variables} "
              "/usr/bin/valgrind --tool=callgrind --callgrind-out-file=/dev/null")
     with BenchRoot(program, words) as root:
@@ -67,7 +67,7 @@ def instructions(program: str, variables: str = "") -> float:
 
 
 def start_instructions(rounds: int) -> list[Pairs]:
-    """Compared with the baseline, and with a font configuration of the panel's own."""
+    """Compare with the baseline, and with the program's own font configuration."""
     own = "FONTCONFIG_FILE=/etc/fonts/conf.d/corvanta-fonts.conf"
     plain, with_own = [], []
     for _ in range(max(1, rounds // 15)):
@@ -84,7 +84,7 @@ def stripped(_: int) -> list[Pairs]:
 
 
 def reference(work: str) -> float:
-    """CPU time of the C reference. @param work "check" or "connect" """
+    """Return the CPU time of the C reference. @param work "check" or "connect" """
     with BenchRoot(FLOOR, argument=work) as root:
         root.run_to_end()
         first, second = root.waits()
@@ -92,7 +92,7 @@ def reference(work: str) -> float:
 
 
 def check(tab: str, rounds: int) -> list[Pairs]:
-    """@param tab the page that is shown"""
+    """Measure link checks. @param tab the shown page"""
     with BenchRoot() as root:
         root.launch()
         root.do(root.touch, tab)
@@ -105,7 +105,7 @@ def check(tab: str, rounds: int) -> list[Pairs]:
 
 
 def connect_once() -> float:
-    """CPU time from the touch until pppd has been started."""
+    """Return the CPU time from the touch on Connect until the start of pppd."""
     with BenchRoot() as root:
         root.launch()
         root.do(root.touch, MISC)
@@ -122,8 +122,8 @@ def connect(rounds: int) -> list[Pairs]:
 
 
 def exit_once(program: str) -> float:
-    """Time from the touch on Exit until the process exits."""
-    places()  # not while the clock runs
+    """Return the time from the touch on Exit until the process exits."""
+    places()  # call it now, because the first call is slow
     with BenchRoot(program) as root:
         for log in LOGS:
             root.write(log, "old\n")
@@ -144,8 +144,8 @@ def leave(rounds: int) -> list[Pairs]:
 
 
 def stall_once(awaited: str) -> float:
-    """The longest time in which the event loop serves nothing."""
-    master, slave = os.openpty()  # a modem that answers nothing
+    """Return the longest event-loop stall."""
+    master, slave = os.openpty()  # a modem that does not answer
     tty.setraw(slave)
     with (open(master, "rb", 0), open(slave, "rb", 0),
           BenchRoot(inspected=True, dongle=awaited != DONGLE) as root):
@@ -170,7 +170,7 @@ def stalls(rounds: int) -> list[Pairs]:
 
 
 def touch_keyboard(root: BenchRoot, name: str) -> None:
-    """Touch something that shows or hides the keyboard, and wait until it has."""
+    """Touch an item that shows or hides the keyboard, and wait for the keyboard's change."""
     before = root.pixel(HIDE)
     root.touch(name)
     root.wait_until(lambda: root.pixel(HIDE) != before, LIMIT_SECONDS, "the keyboard")
@@ -178,7 +178,7 @@ def touch_keyboard(root: BenchRoot, name: str) -> None:
 
 
 def keyboard_memory(_: int) -> list[Pairs]:
-    """Private memory with the keyboard shown and hidden again, and before."""
+    """Measure private memory with the keyboard shown, hidden again, and before."""
     with BenchRoot() as root:
         root.launch()
         untouched = root.memory()[1]
@@ -192,7 +192,7 @@ def keyboard_memory(_: int) -> list[Pairs]:
 
 
 def idle(_: int) -> list[Pairs]:
-    """Wakeups in each of IDLE_STATES, of processes that are idle side by side."""
+    """Count wakeups in each of IDLE_STATES, of processes that are idle in parallel."""
     roots = [BenchRoot() for _ in IDLE_STATES]
     try:
         for root, (what, link) in zip(roots, IDLE_STATES):

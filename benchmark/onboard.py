@@ -1,6 +1,6 @@
-"""The cost of the keyboard on the simulated board, whose CPU time counts instructions.
+"""Measures the cost of the keyboard on the simulated board, whose CPU time counts instructions.
 
-Nothing but the program is in its process: the field is touched where an earlier start showed it.
+The inspector is not loaded: the touch goes to the field's position in an earlier start.
 """
 
 import subprocess
@@ -12,7 +12,7 @@ from panel.facts import FIELDS, START_SECONDS
 from panel.screen import centre
 from virtualboard.board import Board
 
-SETTLE_SECONDS = 6  # after which a program that was started or touched does nothing any more
+SETTLE_SECONDS = 6  # after which a started or touched program is idle
 STARTS = 3
 
 
@@ -25,7 +25,7 @@ def build_board() -> None:
 
 
 def cost(board: Board) -> tuple[float, ...]:
-    """CPU time since the start in ms; resident and private anonymous memory in MiB."""
+    """Return CPU time since the start in ms; resident and private anonymous memory in MiB."""
     process = f"/proc/{board.program.pid()}"
     board.guest.sh(f"sleep {SETTLE_SECONDS}", seconds=60)
     cpu = board.guest.sh(f"cat {process}/task/*/schedstat | cut -d' ' -f1").split()
@@ -34,7 +34,7 @@ def cost(board: Board) -> tuple[float, ...]:
 
 
 def keyboard_cost(size: tuple[int, int], _: int) -> list[Pairs]:
-    """Each figure of cost() after a field was touched, and before."""
+    """Return each figure of cost() after and before a touch on a field."""
     build_board()
     pairs = []
     with Board(size, f"bench-{size[0]}x{size[1]}") as board:

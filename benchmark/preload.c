@@ -1,8 +1,8 @@
-/* Preloaded into a measured program: makes a panel of files and records the event loop.
+/* Preloaded into a measured program: simulates a panel with files and records the event loop.
  *
- * Qt's linuxfb plugin takes a plain file for the framebuffer, its evdev handler a FIFO of struct
- * input_event for a multitouch screen (type B, positions in pixels). The journal /testrun/loop gets
- * an entry for each wait of the main thread in poll(), where GLib's event loop waits; QProcess
+ * A regular file is the frame buffer of Qt's linuxfb plugin, a FIFO of struct input_event is the
+ * multi-touch screen of its evdev handler (type B, positions in pixels). The journal /testrun/loop
+ * gets an entry for each wait of the main thread in poll(), where GLib's event loop waits; QProcess
  * waits in ppoll(). With CORVANTA_BENCH_STOP the process exits when first idle on a painted panel.
  */
 #define _GNU_SOURCE
@@ -27,7 +27,7 @@ struct wait {
     int64_t begin;
     int64_t end;  /* 0 while it lasts */
     int64_t cpu;  /* CPU time so far, with that of the commands that the process waited for */
-    int64_t idle; /* whether the process had nothing to do, on a painted panel */
+    int64_t idle; /* 1 when the process had nothing to do, on a painted panel */
 };
 static int framebuffer = -1;
 static int journal = -1;
@@ -94,7 +94,7 @@ static int64_t cpuTime(int who)
            (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1000LL;
 }
 
-/** Tell whether the middle of the panel has been other than black. */
+/** Return 1 once the middle of the panel has been other than black. */
 static int isPainted(void)
 {
     static int painted;

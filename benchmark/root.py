@@ -1,6 +1,6 @@
 """The private root of one measured process, with a panel, a touch screen and a USB bus of files.
 
-The real libusb reads the bus; preload.c answers for the panel and records the event loop.
+The real libusb reads the bus; preload.c simulates the panel and records the event loop.
 """
 
 import os
@@ -24,7 +24,7 @@ FIELD, HIDE = FIELDS[0], "Hide"
 MODEM = "ttyUSB0"
 LIMIT_SECONDS = 60
 EXIT_SECONDS = 600  # for a program under valgrind
-QUIET_SECONDS = 0.1  # a process that does nothing for so long is idle
+QUIET_SECONDS = 0.1  # a process without activity for this time is idle
 JOURNAL = "/testrun/loop"
 
 
@@ -34,16 +34,17 @@ class Wait(NamedTuple):
     begin: int
     end: int  # 0 while it lasts
     cpu: int  # CPU time so far, with that of the commands that the process waited for
-    idle: int  # whether the process had nothing to do, on a painted panel
+    idle: int  # 1 when the process had nothing to do, on a painted panel
 
 
 class BenchRoot(PrivateRoot):
-    """
+    """The private root of a measured process.
+
     @param program path in BUILD
     @param words shell words before the program: variables, and a command that runs it
     @param argument argument of the program
-    @param inspected whether the inspector is in the process: to find things, not to measure
-    @param dongle whether the dongle is on the bus, with its device node
+    @param inspected true to load the inspector, for finding widgets but not for measurements
+    @param dongle true when the dongle is on the bus, with its device node
     """
 
     def __init__(self, program: str = PROGRAM, words: str = "", argument: str = "",
@@ -79,7 +80,7 @@ class BenchRoot(PrivateRoot):
         return super()._environment() | {
             "QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0", "QT_QPA_FB_HIDECURSOR": "1",
             "QT_QPA_FB_NO_LIBINPUT": "1", "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS": "/dev/touch",
-            "SYSTEMD_DEVICE_VERIFY_SYSFS": "0"}  # the tree of /sys is one of plain files
+            "SYSTEMD_DEVICE_VERIFY_SYSFS": "0"}  # /sys consists of regular files
 
     def _add_device(self, name: str, number: int, vendor: int, product: int) -> None:
         descriptors = struct.pack("<BBHBBBBHHHBBBB", 18, 1, 0x0200, 0, 0, 0, 64, vendor, product,
@@ -108,12 +109,12 @@ class BenchRoot(PrivateRoot):
         self.wait_exit(EXIT_SECONDS)
 
     def waits(self) -> list[Wait]:
-        """The main thread's waits so far."""
+        """Return the main thread's waits so far."""
         return [Wait(*fields) for fields in struct.iter_unpack("=4q", self.content(JOURNAL))]
 
     def settle(self, after: int = 0) -> Wait:
-        """Wait until the process is idle. @param after number of waits that do not count
-        @return the wait that it is in"""
+        """Wait until the process is idle. @param after number of waits to ignore
+        @return the present wait"""
         def quiet() -> bool:
             waits = self.waits()
             return (len(waits) > after and bool(waits[-1].idle) and not waits[-1].end
@@ -122,13 +123,13 @@ class BenchRoot(PrivateRoot):
         return self.waits()[-1]
 
     def do(self, action: Callable[..., object], *arguments: object) -> Wait:
-        """Do something to the process. @return the wait in which it is idle again"""
+        """Run an action and wait. @return the wait in which the process is idle again"""
         before = len(self.waits())
         action(*arguments)
         return self.settle(before)
 
     def touch(self, name: str) -> None:
-        """Touch something that places() knows."""
+        """Touch an item of places()."""
         x, y = places()[name]
         for events in (((3, 0x39, 1), (3, 0x35, x), (3, 0x36, y), (0, 0, 0)),
                        ((3, 0x39, -1), (0, 0, 0))):
@@ -136,18 +137,18 @@ class BenchRoot(PrivateRoot):
                                             for event in events))
 
     def pixel(self, name: str) -> bytes:
-        """What the panel shows in the middle of something that places() knows."""
+        """Return the pixel in the middle of an item of places()."""
         x, y = places()[name]
         return self.content("/dev/fb0")[(y * WIDTH + x) * 4:][:4]
 
     def memory(self) -> tuple[float, float]:
-        """Resident memory without the panel, and private anonymous memory, in MiB."""
+        """Return resident memory without the panel, and private anonymous memory, in MiB."""
         return (resident_kib(self.pid) - PANEL_KIB) / 1024, private_kib(self.pid) / 1024
 
 
 @cache
 def places() -> dict[str, tuple[int, int]]:
-    """Where things are on the screen, in pixels. The baseline has Exit at the same place."""
+    """Return positions on the screen, in pixels. The baseline has Exit at the same position."""
     with BenchRoot(inspected=True) as root:
         root.launch()
         panel = root.panel

@@ -1,4 +1,4 @@
-"""The rows of ./bench: what is measured, the reference, the limit, and how a row is shown."""
+"""The rows of ./bench: measurement, reference, limit and output format."""
 
 import datetime
 import os
@@ -29,14 +29,14 @@ FLOOR, REFERENCE, UNTOUCHED = "baseline program", "C reference", "before a touch
 class Row(NamedTuple):
     """A measurement and its limit."""
 
-    name: str  # on the command line
-    what: str  # with the unit
+    name: str  # name on the command line
+    what: str  # measurement with its unit
     limit: float | None = None
-    reference: str = ""  # without one, the figure itself is compared with the limit
-    difference: bool = False  # whether the limit is for the difference, not for the ratio
+    reference: str = ""  # if empty, the limit applies to the figure itself
+    difference: bool = False  # true when the limit applies to the difference, not to the ratio
 
 
-Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measurement and the rows that it gives
+Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measurement and its rows
 
 NATIVE: list[Group] = [
     (measures.start_instructions, [
@@ -91,8 +91,8 @@ def shown(value: float) -> str:
 
 
 def line(row: Row, pairs: Pairs) -> str:
-    """A row in Markdown, with the median of each round's ratio or difference: what slows a round
-    down slows both of its halves down."""
+    """Return a row in Markdown, with the median of the rounds' ratios or differences, because a
+    slow round affects both of its figures."""
     program, reference = (statistics.median(column) for column in zip(*pairs))
     compared, judged = "", program
     if row.difference:
@@ -109,14 +109,14 @@ def line(row: Row, pairs: Pairs) -> str:
 
 
 def machine() -> str:
-    """Where and when: the date, the processors, the kernel and how busy it is."""
+    """Return the date, the CPUs, the kernel and the load."""
     model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
     return (f"{datetime.date.today()}, {os.cpu_count()} x {model[1] if model else 'unknown'}, "
             f"Linux {platform.release()}, load {os.getloadavg()[0]:.1f}")
 
 
 def page(old: str, new: list[str], when: str) -> str:
-    """The page with new lines; rows that were not measured again keep their old lines."""
+    """Return the page with new lines; rows that were not measured again keep their old lines."""
     lines = {text.split(" | ")[0]: text for text in old.splitlines() + new}
     parts = [OPENING, f"Last run: {when}.\n"]
     for title, groups in TABLES.items():

@@ -1,7 +1,7 @@
-// The references of ./bench. Without an argument: the same widgets, style sheets in the same order,
-// start-up probes and files of Exit as the program has, and nothing else. "check" and "connect":
-// only the commands, file accesses and bus enumerations of a link check, or of an attempt with
-// changed parameters until pppd has been started.
+// The references of ./bench. Without an argument, the baseline: only the program's widgets, style
+// sheets in the same order, start-up probes and the files that Exit writes. With "check" or
+// "connect", the C reference: only the commands, file accesses and bus enumerations of a link
+// check, or of a connection attempt with changed parameters until the start of pppd.
 #include <QtWidgets>
 #include <fcntl.h>
 #include <libusb.h>
@@ -72,8 +72,8 @@ void connectLink()
     succeeds("pppd call ppp-connect &");
 }
 
-/** Does the work twice and polls after each, which preload.c records: the second time compares with
-    a program that has been running for a while. */
+/** Does the work twice, with a poll() after each, which preload.c records. The second time is
+    comparable to a program that has been running for a while. */
 int measure(void (*work)())
 {
     for (int i = 0; i < 2; ++i) {
@@ -83,7 +83,7 @@ int measure(void (*work)())
     return 0;
 }
 
-/** All widgets, on the pages and on none. */
+/** All widgets of the program, also those that are on no page. */
 class Screen : public QWidget
 {
 public:
@@ -208,7 +208,7 @@ int main(int argc, char **argv)
     if (argc == 2)
         return measure(qstrcmp(argv[1], "check") == 0 ? checkLink : connectLink);
     QApplication app(argc, argv);
-    ::open("/dev/spidev1.0", O_RDWR | O_CLOEXEC); // There is no chip.
+    ::open("/dev/spidev1.0", O_RDWR | O_CLOEXEC); // Fails, because there is no chip.
     Screen screen;
     screen.show();
     return QApplication::exec();
