@@ -31,7 +31,7 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     fatalMessageExit.reset();
     if (!hasDisplay())
-        // Skip destructors: the platform plugin has leaked memory.
+        // A leak in the platform plugin must not change the status.
         std::_Exit(ExitNoDisplay);
     const TerminationSignals terminationSignals;
     PanelStyle::apply(app);

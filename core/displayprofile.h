@@ -15,7 +15,8 @@ namespace displayprofile
  */
 [[nodiscard]] int modelFor(const QSize &screen);
 
-/** Return the resource path of a profile's style sheet; empty for any other value. */
+/** Return the resource path of a profile's style sheet. @param model 4, 7 or 10; for any other
+ * value the path is empty */
 [[nodiscard]] QString styleSheetPath(int model);
 
 /** Return the resource path of the style sheet shared by all profiles. */

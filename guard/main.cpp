@@ -17,7 +17,7 @@ namespace
 
 // Not in /run/corvanta, which systemd deletes when the panel stops.
 constexpr char Memory[] = "/run/corvanta-pin";
-// The panel checks the link 15 s after Connect; chat needs most of this time.
+// The panel checks the link 15 s after pppd was started; chat needs most of those 15 s.
 constexpr std::chrono::milliseconds AskTime{3000};
 
 /** Report why the dial is skipped. @return the exit status with which pppd skips it */

@@ -13,7 +13,7 @@ enum class SimState { Unknown, Ready, Pin, Puk };
 enum class Verdict {
     Dial,
     DialAndForget,   ///< the PIN was accepted: forget that it was sent
-    DialAndRemember, ///< the chat script uses up a PIN attempt
+    DialAndRemember, ///< the chat script sends the PIN; a wrong one uses up an attempt
     RefusePuk,
     RefusePin, ///< the PIN was sent once and the SIM still requires it
 };

@@ -17,8 +17,8 @@ public:
     ParameterLock(const ParameterLock &) = delete;
     ParameterLock &operator=(const ParameterLock &) = delete;
 
-    /** @return false when another process holds the lock, or when it cannot be opened, which is
-     *          logged in the category "corvanta.files" */
+    /** @return false when another process holds the lock or the lock file cannot be opened; both
+     * are logged in the category "corvanta.files" */
     bool isHeld() const { return m_held; }
 
 private:

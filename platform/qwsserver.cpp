@@ -70,8 +70,8 @@ public:
         const auto *window = qobject_cast<QWindow *>(watched);
         if (event->type() == QEvent::Expose && window != nullptr && window != this &&
             window->isExposed() && window->geometry().contains(geometry())) {
-            // When that window has painted. Not deleteLater(): the main window is shown before the
-            // event loop starts, and Qt defers the deletion until that loop ends.
+            // Delete this window after that one has painted. Not deleteLater(): the main window is
+            // shown before the event loop starts, and Qt defers the deletion until that loop ends.
             QTimer::singleShot(0, QCoreApplication::instance(), removeBackgroundWindow);
         }
         return false;

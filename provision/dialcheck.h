@@ -23,7 +23,8 @@ struct NetworkSecrets {
 };
 
 /** Check the values as they are stored. @return one finding for each value that pppd, chat or the
- * SIM rejects or changes, or that limits the networks */
+ * SIM rejects or changes, or that restricts the networks on
+ *  which the link can come up */
 QList<Finding> check(const paramlist::DialUpValues &values, NetworkSecrets secrets);
 
 } // namespace dialcheck

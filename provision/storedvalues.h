@@ -19,7 +19,8 @@ struct File {
 };
 
 /**
- * Load the stored values as the panel would show them; a missing file has the defaults.
+ * Load the stored values. A missing file has the defaults, and so have the missing lines of a
+ * short parameter file, of which the panel shows nothing.
  * @return an error message if a file exists but cannot be read; empty on success
  */
 [[nodiscard]] QString load(paramlist::ScreenValues &values);
