@@ -54,14 +54,33 @@ def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
     return root
 
 
+def edit_and_connect(root: PrivateRoot) -> None:
+    """Edit both parameter files and touch Connect."""
+    type_counts(root)
+    type_and_connect(root)
+
+
+def edit_again(root: PrivateRoot) -> None:
+    """Type other values after a Connect."""
+    type_counts(root)
+    root.panel.fill(APN, TYPED_LAST)
+
+
+def edit_and_leave(root: PrivateRoot) -> None:
+    """Type other values and touch Exit."""
+    edit_again(root)
+    leave(root)
+
+
 @cache
 def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
-    """Return the calls of each phase of a run without a fault. @param how command with strace"""
+    """Return the calls of each phase of a run without a fault, which edits as the runs with a fault
+    do: a save makes more calls for another length. @param how command with strace"""
     found: dict[str, list[Call]] = {}
     with logged_root(how, store) as root:
         steps: dict[str, Callable[[], object]] = {
-            "start": root.start, "connect": partial(type_and_connect, root),
-            "check": partial(alive, root), "exit": partial(leave, root)}
+            "start": root.start, "connect": partial(edit_and_connect, root),
+            "check": partial(alive, root), "exit": partial(edit_and_leave, root)}
         for name, step in steps.items():
             step()
             done = sum(map(len, found.values()))
@@ -131,14 +150,11 @@ def throw(phase: str, fault: Fault) -> None:
 
 def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
     """Check that Connect writes the shown values to the files. Before Exit, type more."""
-    if phase == "connect":
-        type_counts(root)
-    type_and_connect(root)
+    edit_and_connect(root) if phase == "connect" else type_and_connect(root)
     alive(root)
     whole(root, missed, shown(root))
     if phase == "exit":
-        type_counts(root)
-        root.panel.fill(APN, TYPED_LAST)
+        edit_again(root)
 
 
 def directories_synced(root: PrivateRoot) -> None:
