@@ -79,4 +79,12 @@ QString decode(const QByteArray &bytes)
     return text;
 }
 
+QByteArray encodeLines(const QStringList &lines)
+{
+    QByteArray content;
+    for (const QString &line : lines)
+        content += encode(line) + '\n';
+    return content;
+}
+
 } // namespace lineencoding

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace lineencoding
 {
@@ -14,5 +15,8 @@ namespace lineencoding
 /** Decode the output of encode(). Anything else is decoded as ISO 8859-1, which older installations
  *  wrote. */
 [[nodiscard]] QString decode(const QByteArray &bytes);
+
+/** Encode lines, with a newline after each. */
+[[nodiscard]] QByteArray encodeLines(const QStringList &lines);
 
 } // namespace lineencoding

@@ -28,6 +28,9 @@ enum AutoConnectIndex {
     AutoConnectCount
 };
 
+/** Authentication methods: values of the AuthMethod entry, rows of the method combo box. */
+enum Method { Auto = 0, Pap, Chap, MethodCount };
+
 /** Selected auto-connect radio button. */
 enum class AutoChoice { Unset, Yes, No };
 

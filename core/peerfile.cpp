@@ -3,15 +3,6 @@
 #include "core/boardpaths.h"
 #include "core/paramlist.h"
 
-namespace
-{
-
-constexpr int Auto = 0;
-constexpr int Pap = 1;
-constexpr int Chap = 2;
-
-} // namespace
-
 QStringList peerFileLines(const QStringList &paramList, const QString &dnsAddress)
 {
     using namespace paramlist;

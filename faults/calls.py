@@ -150,7 +150,10 @@ def throw(phase: str, fault: Fault) -> None:
 
 def connect_and_save(root: PrivateRoot, phase: str, missed: set[str]) -> None:
     """Check that Connect writes the shown values to the files. Before Exit, type more."""
-    edit_and_connect(root) if phase == "connect" else type_and_connect(root)
+    if phase == "connect":
+        edit_and_connect(root)
+    else:
+        type_and_connect(root)
     alive(root)
     whole(root, missed, shown(root))
     if phase == "exit":

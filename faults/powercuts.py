@@ -18,7 +18,6 @@ from virtualboard.board import Board
 
 SIZE = (480, 272)  # panel size in pixels
 CUTS = 500  # about as many are tested, evenly spread over all possible ones
-SECTOR = 512
 SUPER, ENTRY = struct.Struct("<QQQI"), struct.Struct("<QQQQ")
 FLUSH, FUA, DISCARD = 1, 2, 4  # flags of an entry, as in Linux' dm-log-writes
 # Lengths of the values, alternately shorter and longer. A file is at most one block of the file

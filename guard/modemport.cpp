@@ -1,7 +1,10 @@
 #include "guard/modemport.h"
 
+#include "core/dongleid.h"
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
@@ -21,7 +24,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds AnswerTime{1000}; // timeout of one command
 constexpr milliseconds PauseTime{250};   // after an error: the SIM may be starting
 constexpr milliseconds QuietTime{50};    // silence after which the response is complete
-constexpr char DongleId[] = "12d1:1001";
 constexpr int EndingSignals[] = {SIGTERM, SIGHUP, SIGINT};
 
 volatile std::sig_atomic_t ended = 0;
@@ -42,13 +44,14 @@ std::string otherUsbDevice(int fd)
     // Up from the port's device over its USB interface to the USB device.
     const std::string device = "/sys/dev/char/" + std::to_string(major(port.st_rdev)) + ':' +
                                std::to_string(minor(port.st_rdev)) + "/device/../../";
-    std::string id;
-    if (!std::getline(std::ifstream(device + "idVendor"), id))
-        return {};
+    std::string vendor;
     std::string product;
-    std::getline(std::ifstream(device + "idProduct"), product);
-    id += ':' + product;
-    return id == DongleId ? std::string() : id;
+    if (!std::getline(std::ifstream(device + "idVendor"), vendor) ||
+        !std::getline(std::ifstream(device + "idProduct"), product))
+        return {};
+    const bool isDongle = std::strtoul(vendor.c_str(), nullptr, 16) == DongleVendor &&
+                          std::strtoul(product.c_str(), nullptr, 16) == DongleProduct;
+    return isDongle ? std::string() : vendor + ':' + product;
 }
 
 void catchEndingSignals()

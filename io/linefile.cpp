@@ -175,14 +175,6 @@ void syncDirectory(const QByteArray &path)
         logFailure("sync directory", directory, errno);
 }
 
-QByteArray encodeLines(const QStringList &lines)
-{
-    QByteArray content;
-    for (const QString &line : lines)
-        content += lineencoding::encode(line) + '\n';
-    return content;
-}
-
 /** Write the old content back. @param size old file size in bytes; larger than content if that was
  *  truncated to MaxBytes */
 bool restore(int fd, const QByteArray &content, off_t size)
@@ -240,7 +232,8 @@ bool write(const QString &path, const QStringList &lines)
         file = openRegular(name, O_RDWR | O_CREAT);
     if (!file.isOpen())
         logFailure("open", name, errno);
-    const bool written = file.isOpen() && rewrite(file.get(), name, encodeLines(lines));
+    const bool written =
+        file.isOpen() && rewrite(file.get(), name, lineencoding::encodeLines(lines));
     if (missing && written)
         syncDirectory(name);
     else if (missing)

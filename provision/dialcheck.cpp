@@ -10,8 +10,6 @@ namespace dialcheck
 namespace
 {
 
-constexpr int Pap = 1;
-constexpr int Chap = 2;
 constexpr qsizetype MinPinDigits = 4;
 constexpr qsizetype MaxPinDigits = 8;
 
@@ -69,14 +67,14 @@ void checkUser(const paramlist::DialUpValues &values, QList<Finding> &findings)
 
 void checkMethod(int method, NetworkSecrets secrets, QList<Finding> &findings)
 {
-    if (method == 0)
+    if (method == paramlist::Auto)
         return;
-    const QString name = method == Pap    ? QStringLiteral("auth=PAP")
-                         : method == Chap ? QStringLiteral("auth=CHAP")
-                                          : QStringLiteral("auth without a method");
-    const bool hasSecret = method == Pap    ? secrets.pap
-                           : method == Chap ? secrets.chap
-                                            : secrets.pap || secrets.chap;
+    const QString name = method == paramlist::Pap    ? QStringLiteral("auth=PAP")
+                         : method == paramlist::Chap ? QStringLiteral("auth=CHAP")
+                                                     : QStringLiteral("auth without a method");
+    const bool hasSecret = method == paramlist::Pap    ? secrets.pap
+                           : method == paramlist::Chap ? secrets.chap
+                                                       : secrets.pap || secrets.chap;
     const QString demand =
         name + QStringLiteral(" requires the network to authenticate itself to the board");
     if (hasSecret)

@@ -1,5 +1,6 @@
 // corvanta-provision: sets, shows and checks the parameters without a panel.
 #include "core/boardpaths.h"
+#include "core/lineencoding.h"
 #include "io/linefile.h"
 #include "io/parameterlock.h"
 #include "io/processsetup.h"
@@ -130,7 +131,7 @@ void printAgreement(const ScreenValues &values)
     for (const auto &file : storedvalues::generatedFiles(values)) {
         const linefile::ReadResult content = linefile::read(QLatin1String(file.path));
         const bool agrees = content.state == linefile::ReadResult::Complete &&
-                            content.bytes == storedvalues::contentOf(file);
+                            content.bytes == lineencoding::encodeLines(file.lines);
         std::printf("%s %s\n", file.path,
                     agrees ? "agrees with the parameters"
                     : content.state == linefile::ReadResult::Missing

@@ -13,7 +13,7 @@ using paramlist::AutoChoice;
 using paramlist::ScreenValues;
 
 constexpr qsizetype MaxFieldLength = 32767; // UTF-16 code units, as in QLineEdit
-constexpr std::array<const char *, 3> Methods = {"AUTO", "PAP", "CHAP"};
+constexpr std::array<const char *, paramlist::MethodCount> Methods = {"AUTO", "PAP", "CHAP"};
 
 /** @return why a text cannot be stored; empty when it can */
 QString textError(const QByteArray &bytes)

@@ -2,7 +2,6 @@
 
 #include "core/boardpaths.h"
 #include "core/chatscript.h"
-#include "core/lineencoding.h"
 #include "core/peerfile.h"
 #include "io/linefile.h"
 
@@ -13,8 +12,6 @@ namespace storedvalues
 
 namespace
 {
-
-constexpr int AuthMethods = 3; // rows of the panel's list
 
 QString read(const char *path, const QStringList &defaults, QStringList &list)
 {
@@ -44,7 +41,7 @@ QString load(paramlist::ScreenValues &values)
     values.autoConnect =
         paramlist::autoConnectValues(autoConnect).value_or(paramlist::AutoConnectValues{});
     int &method = values.dialUp.authMethod;
-    if (method < 0 || method >= AuthMethods)
+    if (method < 0 || method >= paramlist::MethodCount)
         method = -1; // The panel's list selects no row then.
     return {};
 }
@@ -60,14 +57,6 @@ QList<File> generatedFiles(const paramlist::ScreenValues &values)
     const QStringList dialUp = paramlist::dialUpLines(values.dialUp);
     return {{boardpaths::PeerFile, peerFileLines(dialUp, QStringLiteral(CORVANTA_DNS_ADDRESS))},
             {boardpaths::ChatScript, chatScriptLines(dialUp)}};
-}
-
-QByteArray contentOf(const File &file)
-{
-    QByteArray content;
-    for (const QString &line : file.lines)
-        content += lineencoding::encode(line) + '\n';
-    return content;
 }
 
 } // namespace storedvalues

@@ -4,7 +4,6 @@
 
 #include "core/paramlist.h"
 
-#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -30,8 +29,5 @@ QList<File> parameterFiles(const paramlist::ScreenValues &values);
 
 /** Return the files that pppd and chat read, in the order in which the panel writes them. */
 QList<File> generatedFiles(const paramlist::ScreenValues &values);
-
-/** @return what the file contains when it is written */
-QByteArray contentOf(const File &file);
 
 } // namespace storedvalues

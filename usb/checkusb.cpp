@@ -1,12 +1,11 @@
 #include "usb/checkusb.h"
 
+#include "core/dongleid.h"
+
 #include <libusb.h>
 
 namespace
 {
-
-constexpr uint16_t DongleVendor = 0x12D1;
-constexpr uint16_t DongleProduct = 0x1001;
 
 /** RAII owner of the default libusb context. */
 class DefaultContext

@@ -51,8 +51,8 @@ void GeneratedFilesTest::peerValuesStandAsTheyAre()
     QCOMPARE(peerFileLines({}, "192.0.2.1").mid(9, 2), (QStringList{"user ", "password "}));
 }
 
-/** The words that pppd 2.4.9 and 2.5.2 name as "unrecognized option" in a file "VALUE\\nnext\\n".
- */
+/** Words of a file with the value and "next" on a line each. pppd 2.4.9 names the same words in its
+ *  message "unrecognized option". */
 void GeneratedFilesTest::pppdReadsWords_data()
 {
     QTest::addColumn<QByteArray>("value");
