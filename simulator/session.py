@@ -16,16 +16,15 @@ from host.paths import HOST_PACKAGES, ROOT
 from host.signals import INTERRUPTED, end_orderly
 from machine.qemu import VNC_BASE
 from panel.catalogue import Texts
-from panel.facts import (AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_STATUS, FAILED,
-                         FIELDS, GREEN, LANGUAGE, LANGUAGES, LINK_STATUS, MISC, OLD_LOG, PARAMETERS,
-                         PPP_LOG, RED, SETTING, SIZES, SOON_SECONDS, START_SECONDS, STATUS,
-                         UNDETECTED, stored_parameters)
+from panel.facts import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIAL, DONGLE_STATUS,
+                         FAILED, GREEN, LANGUAGE, LANGUAGES, LINK_STATUS, MISC, OLD_LOG, PARAMETERS,
+                         PASSWORD, PIN, PPP_LOG, RED, SETTING, SIZES, SOON_SECONDS, START_SECONDS,
+                         STATUS, UNDETECTED, USER, stored_parameters)
 from panel.screen import PanelError, Screen
 from virtualboard import options
 from virtualboard.board import Board
 from virtualboard.dongle import NETWORK_NAME
 
-APN, DIAL, USER, PASSWORD, PIN = FIELDS
 VALUES = {APN: "internet", DIAL: "*99#", USER: "operator", PASSWORD: "Secret-1!", PIN: "1234"}
 MODEM = {"sim.pin": VALUES[PIN], "apn": VALUES[APN], "auth": "pap", "user": VALUES[USER],
          "password": VALUES[PASSWORD]}

@@ -7,15 +7,13 @@ from itertools import count
 from typing import Any
 
 from host.paths import ROOT
-from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_STATUS, FAILED, FIELDS, FILES,
-                         GREEN, LINK_STATUS, MISC, OLD_LOG, PARAMETERS, PPP_LOG, RED, SETTING,
-                         SIZES, SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED,
-                         WITHOUT_KEYS)
+from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_STATUS, FAILED, FILES, GREEN,
+                         LINK_STATUS, MISC, OLD_LOG, PARAMETERS, PPP_LOG, RED, SETTING, SIZES,
+                         SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED, WITHOUT_KEYS)
 from panel.screen import Screen
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
-APN, _, USER, _, PIN = FIELDS
 EXPECTED = ROOT / "tests/expected"
 CLEAR_SECONDS = 60
 LOOK_SECONDS = 0.2  # between two looks at the board

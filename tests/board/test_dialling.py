@@ -5,9 +5,9 @@ import re
 import unittest
 from dataclasses import dataclass, field
 
-from boardtest import DOWN, EXPECTED, NO_LINK, PIN, UP, USER, BoardTest
-from panel.facts import (CHAT_SCRIPT, CHECK_SECONDS, FILES, LOGS, PEER_FILE, PPP_LOG, SETTING,
-                         SOON_SECONDS, STATUS, stored_parameters)
+from boardtest import DOWN, EXPECTED, NO_LINK, UP, BoardTest
+from panel.facts import (CHAT_SCRIPT, CHECK_SECONDS, FILES, LOGS, PEER_FILE, PIN, PPP_LOG, SETTING,
+                         SOON_SECONDS, STATUS, USER, stored_parameters)
 from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG, NETWORK_NAME
 
 # Seconds on the board from the touch of Connect to the notice: the program waits for 15 s after it
