@@ -15,7 +15,7 @@ ROOT = Path(__file__).resolve().parents[1]
 CPP_LAYERS = (
     {"core"},
     {"io"},
-    {"platform", "device", "provision", "guard"},
+    {"platform", "device", "app/provision", "app/guard"},
     {"usb"},
     {"app"},
 )
@@ -42,9 +42,15 @@ def allowed(component: str, layers: tuple[set[str], ...]) -> set[str]:
     raise KeyError(component)
 
 
+def component_of(name: str) -> str:
+    """Return a file's component: a directory of the root, or a program of its own in app/."""
+    directories = name.split("/")[:-1]
+    return "/".join(directories[:2] if directories[0] == "app" else directories[:1])
+
+
 def cpp_errors(name: str) -> Iterator[str]:
-    component = name.split("/")[0]
-    if component in ("tests", "benchmark"):
+    component = component_of(name)
+    if component == "tests":
         usable = set().union(*CPP_LAYERS) | EVERYTHING
     elif name.startswith(PROGRAMS):
         usable = PROGRAMS_USE | {"simulator"}
@@ -55,7 +61,7 @@ def cpp_errors(name: str) -> Iterator[str]:
             continue
         if not (ROOT / used).is_file():
             yield f'{name}: "{used}" is not a path relative to the repository root'
-        elif used.split("/")[0] not in usable:
+        elif component_of(used) not in usable:
             yield f"{name}: must not use {used}"
 
 

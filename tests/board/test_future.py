@@ -23,7 +23,7 @@ class Future(BoardTest):
 
     def test_narrow_functions(self) -> None:
         """Nothing of ours calls them."""
-        for name in ("app/corvanta", "provision/corvanta-provision",
+        for name in ("app/corvanta", "app/provision/corvanta-provision",
                      "app/plugins/corvanta/libcorvantahttpprobe.so"):
             with self.subTest(name):
                 names = subprocess.run(["arm-linux-gnueabihf-nm", "-D", ARM / name], check=True,

@@ -135,7 +135,7 @@ class Built(unittest.TestCase):
 
     def test_hardened(self) -> None:
         """What runs as root has what Debian's flags make."""
-        for program in ("app/corvanta", "provision/corvanta-provision"):
+        for program in ("app/corvanta", "app/provision/corvanta-provision"):
             found = subprocess.run(["readelf", "-Wlds", ARM / program], capture_output=True,
                                    text=True, check=True).stdout
             for mark in ("GNU_RELRO", "BIND_NOW", "PIE", "__stack_chk_fail", "_chk@GLIBC"):

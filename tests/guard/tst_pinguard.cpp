@@ -1,7 +1,7 @@
 // The program before each dial: how it reads the modem on a real terminal, and what it decides.
-#include "guard/modemport.h"
-#include "guard/pinmemory.h"
-#include "guard/simquery.h"
+#include "app/guard/modemport.h"
+#include "app/guard/pinmemory.h"
+#include "app/guard/simquery.h"
 
 #include <QTemporaryDir>
 #include <QTest>

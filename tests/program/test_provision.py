@@ -10,7 +10,7 @@ from privateroot.process import BUILD, PrivateRoot
 from programtest import ProgramTest
 
 PROVISION = "/app/corvanta-provision"
-MOUNTS = ("--ro-bind", str(BUILD / "provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
+MOUNTS = ("--ro-bind", str(BUILD / "app/provision/corvanta-provision"), PROVISION, "--tmpfs", "/run")
 SAID = "/testrun/said"
 ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pass word",
        "pin=1234", "auth=PAP", "auto-connect=YES", "counts=7")

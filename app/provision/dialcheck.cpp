@@ -1,4 +1,4 @@
-#include "provision/dialcheck.h"
+#include "app/provision/dialcheck.h"
 
 #include "core/pppdwords.h"
 

@@ -1,4 +1,4 @@
-#include "provision/settings.h"
+#include "app/provision/settings.h"
 
 #include "core/pppdwords.h"
 

@@ -14,7 +14,7 @@ import tty
 from pathlib import Path
 from signal import SIGUSR1
 
-from benchmark.root import FIELD, FLOOR, HIDE, LIMIT_SECONDS, MODEM, PROGRAM, BenchRoot, places
+from bench.root import FIELD, FLOOR, HIDE, LIMIT_SECONDS, MODEM, PROGRAM, BenchRoot, places
 from panel.facts import DOUBLE_TOUCH_SECONDS, LOGS, MISC, PARAMETERS, SETTING, STATUS
 from privateroot.process import BUILD
 from privateroot.procfs import wakeups

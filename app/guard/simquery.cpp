@@ -1,4 +1,4 @@
-#include "guard/simquery.h"
+#include "app/guard/simquery.h"
 
 namespace guard
 {

@@ -1,13 +1,13 @@
 // corvanta-provision: sets, shows and checks the parameters without a panel.
+#include "app/provision/dialcheck.h"
+#include "app/provision/settings.h"
+#include "app/provision/storedvalues.h"
 #include "core/boardpaths.h"
 #include "core/lineencoding.h"
 #include "io/linefile.h"
 #include "io/parameterlock.h"
 #include "io/processsetup.h"
 #include "io/singleinstance.h"
-#include "provision/dialcheck.h"
-#include "provision/settings.h"
-#include "provision/storedvalues.h"
 
 #include <QFile>
 #include <QLoggingCategory>

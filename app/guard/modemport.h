@@ -1,7 +1,7 @@
 // The modem's serial port, which pppd passes as standard input. Its settings are restored.
 #pragma once
 
-#include "guard/simquery.h"
+#include "app/guard/simquery.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,8 +1,8 @@
 // pppd runs this program before each dial. It prevents pppd from sending a rejected PIN again.
+#include "app/guard/modemport.h"
+#include "app/guard/pinmemory.h"
+#include "app/guard/simquery.h"
 #include "core/boardpaths.h"
-#include "guard/modemport.h"
-#include "guard/pinmemory.h"
-#include "guard/simquery.h"
 
 #include <cerrno>
 #include <chrono>

@@ -4,7 +4,7 @@ import argparse
 import sys
 import traceback
 
-from benchmark.rows import GROUPS, HEAD, PAGE, line, machine, page
+from bench.rows import GROUPS, HEAD, PAGE, line, machine, page
 
 NAMES = [row.name for _, rows in GROUPS for row in rows]
 

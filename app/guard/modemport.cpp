@@ -1,4 +1,4 @@
-#include "guard/modemport.h"
+#include "app/guard/modemport.h"
 
 #include "core/dongleid.h"
 

@@ -2,8 +2,8 @@
 
 import unittest
 
-from benchmark.measures import Pairs
-from benchmark.rows import NATIVE, OPENING, Row, line, page
+from bench.measures import Pairs
+from bench.rows import NATIVE, OPENING, Row, line, page
 
 
 class Figures(unittest.TestCase):

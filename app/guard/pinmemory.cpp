@@ -1,4 +1,4 @@
-#include "guard/pinmemory.h"
+#include "app/guard/pinmemory.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -7,7 +7,7 @@ import subprocess
 import sys
 from functools import cache
 
-from benchmark.measures import Pairs
+from bench.measures import Pairs
 from panel.facts import FIELDS, START_SECONDS
 from panel.screen import centre
 from virtualboard.board import Board

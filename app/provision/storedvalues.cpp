@@ -1,4 +1,4 @@
-#include "provision/storedvalues.h"
+#include "app/provision/storedvalues.h"
 
 #include "core/boardpaths.h"
 #include "core/chatscript.h"

@@ -10,11 +10,11 @@ from functools import partial
 from pathlib import Path
 from typing import NamedTuple
 
-from benchmark import measures, onboard
-from benchmark.measures import AWAITED, IDLE_STATES, KEYBOARD, LINES, Pairs
+from bench import measures, onboard
+from bench.measures import AWAITED, IDLE_STATES, KEYBOARD, LINES, Pairs
 from panel.facts import SETTING, SIZES, STATUS
 
-PAGE = Path(__file__).resolve().parents[1] / "docs/measured/bench.md"
+PAGE = Path(__file__).resolve().parents[2] / "docs/measured/bench.md"
 OPENING = """\
 # Figures of ./bench
 

@@ -17,7 +17,7 @@ from privateroot.files import LAUNCH
 from privateroot.process import BUILD, PrivateRoot
 from privateroot.procfs import private_kib, resident_kib
 
-PROGRAM, FLOOR = "app/corvanta", "benchmark/floor"  # paths in BUILD
+PROGRAM, FLOOR = "app/corvanta", "tests/bench/floor"  # paths in BUILD
 WIDTH, HEIGHT = 800, 480
 PANEL_KIB = WIDTH * HEIGHT * 4 // 1024
 FIELD, HIDE = FIELDS[0], "Hide"
@@ -55,10 +55,10 @@ class BenchRoot(PrivateRoot):
                          nodes=(MODEM,) if dongle else (),
                          launch=f"/usr/bin/date +%s%N >/testrun/started\n{launch}")
         for outside, inside in ((BUILD / program, "/app/corvanta"), (self.base / "sys", "/sys"),
-                                (BUILD / "benchmark", "/testbench"),
-                                (BUILD / "benchmark/fonts", "/usr/share/fonts"),
-                                (BUILD / "benchmark/fontconfig", "/etc/fonts"),
-                                (BUILD / "benchmark/fontcache", "/var/cache/fontconfig")):
+                                (BUILD / "tests/bench", "/testbench"),
+                                (BUILD / "tests/bench/fonts", "/usr/share/fonts"),
+                                (BUILD / "tests/bench/fontconfig", "/etc/fonts"),
+                                (BUILD / "tests/bench/fontcache", "/var/cache/fontconfig")):
             self._mounts += ["--bind", str(outside), inside]
         self.write(PARAMETERS, stored_parameters(user="user", password="secret", pin="1234"))
         self.write(AUTO_CONNECT, STORED_AUTO)
