@@ -7,7 +7,7 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 if(DEFINED ENV{ARM_SYSROOT})
     set(CMAKE_SYSROOT "$ENV{ARM_SYSROOT}")
 else()
-    get_filename_component(_board "${CMAKE_CURRENT_LIST_DIR}/../build/board" ABSOLUTE)
+    get_filename_component(_board "${CMAKE_CURRENT_LIST_DIR}/../../build/board" ABSOLUTE)
     set(CMAKE_SYSROOT "${_board}/sysroot")
     # Path to the same sysroot without spaces, which pkg-config cannot handle.
     if(EXISTS "${_board}/sysroot.name")
