@@ -11,9 +11,9 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from typing import Any
 
-from host.errors import BoardError, in_words
+from host.errors import BoardError
 from host.paths import HOST_PACKAGES, ROOT
-from host.signals import INTERRUPTED, end_orderly
+from host.signals import INTERRUPTED, exit_on_signals
 from machine.qemu import VNC_BASE
 from panel.catalogue import Texts
 from panel.facts import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIAL, DONGLE_STATUS,
@@ -21,7 +21,7 @@ from panel.facts import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIA
                          PASSWORD, PIN, PPP_LOG, RED, SETTING, SIZES, SOON_SECONDS, START_SECONDS,
                          STATUS, UNDETECTED, USER, stored_parameters)
 from panel.screen import PanelError, Screen
-from virtualboard import options
+from virtualboard import cli
 from virtualboard.board import Board
 from virtualboard.dongle import NETWORK_NAME
 
@@ -40,6 +40,10 @@ class SessionError(Exception):
 def expect(holds: Any, what: str) -> None:
     if not holds:
         raise SessionError(what)
+
+
+def expect_no_layout_faults(screen: Screen) -> None:
+    expect(not screen.cut_off(), f"no layout faults: {screen.cut_off()}")
 
 
 class Session:
@@ -107,9 +111,9 @@ class Session:
                           lambda screen: screen.main_window()["visible"]
                           and not screen.has_dialog())
         screen = self.panel.screen()
-        expect(tuple(screen.main_window()["rect"]) == (0, 0, *self.board.size),
-               "the window is exactly the panel")
-        expect(not screen.cut_off(), f"nothing is cut off: {screen.cut_off()}")
+        expect(screen.main_window()["rect"] == [0, 0, *self.board.size],
+               "the window fills the panel")
+        expect_no_layout_faults(screen)
 
     def fill_in(self) -> None:
         """the parameters are typed on the on-screen keyboard"""
@@ -248,8 +252,8 @@ class Gallery:
                 return
             with self._board as board:
                 board.guest.write(PARAMETERS, STORED)
-                for language, name in LANGUAGES.items():
-                    self.photograph(board, Texts(language), language, name)
+                for language in LANGUAGES:
+                    self._photograph(board, language)
 
     def stop(self) -> None:
         """End a run soon, from another thread; do nothing after the run."""
@@ -257,30 +261,30 @@ class Gallery:
         if self._board:
             self._board.cut_power()
 
-    def photograph(self, board: Board, text: Texts, language: int, name: str) -> None:
+    def _photograph(self, board: Board, language: int) -> None:
+        text, panel = Texts(language), board.panel
         board.chip.put_in({LANGUAGE: language})
         board.program.start()
-        board.panel.wait(lambda screen: screen.dialog()["text"] == text(UNDETECTED),
-                         START_SECONDS, f"the waiting dialog in {name}")
-        self.picture(board, name, "waiting")
+        panel.wait(lambda screen: screen.dialog()["text"] == text(UNDETECTED), START_SECONDS,
+                   f"the waiting dialog in {LANGUAGES[language]}")
+        self._picture(board, language, "waiting")
         board.dongle.plug()
-        board.panel.wait(lambda screen: screen.main_window()["visible"]
-                         and not screen.has_dialog(), START_SECONDS, "the main window")
-        for tab, what in ((STATUS, "status"), (MISC, "misc"),
-                          (SETTING, "setting")):
-            board.panel.open_tab(text(tab), START_SECONDS)
-            expect(not board.panel.screen().cut_off(),
-                   f"{name}, {tab}: {board.panel.screen().cut_off()}")
-            self.picture(board, name, what)
-        board.panel.raise_keys(text(PIN), START_SECONDS)
-        self.picture(board, name, "typing")
-        board.panel.put_keys_away(timeout=START_SECONDS)
-        board.panel.press(text("Exit"))
+        panel.wait(lambda screen: screen.main_window()["visible"] and not screen.has_dialog(),
+                   START_SECONDS, "the main window")
+        for tab, what in ((STATUS, "status"), (MISC, "misc"), (SETTING, "setting")):
+            panel.open_tab(text(tab), START_SECONDS)
+            expect_no_layout_faults(panel.screen())
+            self._picture(board, language, what)
+        panel.raise_keys(text(PIN), START_SECONDS)
+        self._picture(board, language, "typing")
+        panel.put_keys_away(timeout=START_SECONDS)
+        panel.press(text("Exit"))
         expect(board.program.wait_end(START_SECONDS) == 0, "exit status 0")
         board.dongle.unplug()
 
-    def picture(self, board: Board, name: str, what: str) -> None:
-        self.pictures.append(board.photograph(f"{name.lower().replace(' ', '-')}-{what}.png"))
+    def _picture(self, board: Board, language: int, what: str) -> None:
+        name = LANGUAGES[language].lower().replace(" ", "-")
+        self.pictures.append(board.photograph(f"{name}-{what}.png"))
 
 
 def interactive(board: Board, language: int, port: int) -> None:
@@ -288,27 +292,26 @@ def interactive(board: Board, language: int, port: int) -> None:
     board.chip.put_in({LANGUAGE: language})
     board.dongle.plug()
     board.program.start()
-    print(f"The panel is live: a VNC viewer on 127.0.0.1:{port} (display {port - VNC_BASE}).\n"
-          "Exit on the panel, or Ctrl-C here, ends it.", flush=True)
+    print(f"Connect a VNC viewer to 127.0.0.1:{port} (display {port - VNC_BASE}). "
+          "To end, touch Exit on the panel or press Ctrl-C here.", flush=True)
     try:
         while board.program.status() is None:
             time.sleep(LOOK_SECONDS)
     except KeyboardInterrupt:
-        board.records.logs()  # Ctrl-C is the usual end here.
+        board.records.logs()  # the usual end: an exit by Ctrl-C would not copy the logs
         raise
 
 
-def whole_session(size: tuple[int, int], language: int) -> None:
+def run_all(size: tuple[int, int], language: int) -> None:
     """Run the session and the gallery in parallel. @raise SessionError when a step fails"""
     gallery = Gallery()
-    with ThreadPoolExecutor(1) as beside, Board(size, "session") as board:
-        print(f"         a board with a panel of {size[0]}x{size[1]} is up", flush=True)
-        beside_it = beside.submit(gallery.run)
+    with ThreadPoolExecutor(1) as thread, Board(size, "session") as board:
+        running = thread.submit(gallery.run)
         session = Session(board, language)
         try:
             session.run()
-            with session.timed("every language on every panel: the key screens"):
-                beside_it.result()
+            with session.timed("the main screens in every language on every panel"):
+                running.result()
         finally:
             gallery.stop()
             for path in (*session.pictures, *gallery.pictures):
@@ -327,33 +330,30 @@ def build() -> int:
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="run", description=__doc__)
-    parser.add_argument("--size", type=options.size, default=(800, 480), metavar="WxH",
-                        help="panel: " + ", ".join(f"{w}x{h}" for w, h in SIZES))
-    parser.add_argument("--language", type=int, default=0, choices=LANGUAGES,
-                        help=", ".join(f"{number} {name}" for number, name in LANGUAGES.items()))
+    cli.add_size(parser)
+    cli.add_language(parser)
     parser.add_argument("--interactive", action="store_true",
-                        help="leave the panel live for a person (VNC)")
-    parser.add_argument("--port", type=options.vnc_port, default=5907,
-                        help="TCP port of the live view (default: 5907)")
+                        help="keep the panel running for a VNC viewer")
+    parser.add_argument("--port", type=int, default=VNC_BASE + 7,
+                        help=f"TCP port of the live view (default: {VNC_BASE + 7})")
     return parser.parse_args()
 
 
 def main() -> int:
     chosen = arguments()
+    exit_on_signals()
     try:
-        end_orderly("the build ends")
         if status := build():
             return status
-        end_orderly("the boards are taken down")
         started = time.monotonic()
         if chosen.interactive:
             with Board(chosen.size, "interactive", vnc_port=chosen.port) as board:
                 interactive(board, chosen.language, chosen.port)
         else:
-            whole_session(chosen.size, chosen.language)
-            print(f"Every step held ({time.monotonic() - started:.0f} s).")
+            run_all(chosen.size, chosen.language)
+            print(f"All steps passed ({time.monotonic() - started:.0f} s).")
     except (BoardError, PanelError, SessionError, OSError) as error:
-        print(f"The session failed: {in_words(error)}", file=sys.stderr)
+        print(f"run: {error}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:
         return INTERRUPTED

@@ -3,19 +3,15 @@
 import contextlib
 import fcntl
 import hashlib
-import os
 import shutil
-import sys
-import threading
 from collections.abc import Iterator, Sequence
 from pathlib import Path
 
 MARK = ".fingerprint"
-QUIET_SECONDS = 2.0  # a longer wait for a lock is reported
 
 
 def read_list(file: Path) -> list[str]:
-    """Return the lines of a data file, without comments and blank lines."""
+    """Return the lines of a data file, without comments and empty lines."""
     lines = (line.split("#", 1)[0].strip() for line in file.read_text("utf-8").splitlines())
     return [line for line in lines if line]
 
@@ -25,27 +21,16 @@ def locked(lock: Path) -> Iterator[None]:
     """Hold an exclusive lock on a file; the kernel releases it when the process exits."""
     lock.parent.mkdir(parents=True, exist_ok=True)
     with open(lock, "w", encoding="utf-8") as held:
-        waiting = threading.Timer(QUIET_SECONDS, print, [f"waiting for who holds {lock}"],
-                                  {"file": sys.stderr, "flush": True})
-        waiting.start()
-        try:
-            fcntl.flock(held, fcntl.LOCK_EX)
-        finally:
-            waiting.cancel()
+        fcntl.flock(held, fcntl.LOCK_EX)
         yield
 
 
 def remove(path: Path) -> None:
-    """Remove a file or directory, even a read-only one; ignore a missing one."""
-    if path.is_symlink() or path.is_file():
-        path.unlink()
-    elif path.is_dir():
-        for folder, names, _ in os.walk(path):
-            for name in names:
-                inner = Path(folder, name)
-                if not inner.is_symlink():
-                    inner.chmod(0o755)
+    """Remove a file or directory; ignore a missing one."""
+    if path.is_dir() and not path.is_symlink():
         shutil.rmtree(path)
+    else:
+        path.unlink(missing_ok=True)
 
 
 @contextlib.contextmanager
@@ -60,12 +45,9 @@ def whole(path: Path) -> Iterator[Path]:
     remove(unfinished)
     try:
         yield unfinished
-        old = path.with_name(path.name + ".old")
-        remove(old)
-        if path.is_dir() and not path.is_symlink():
-            path.rename(old)
+        if path.is_dir():
+            remove(path)  # a rename replaces files only
         unfinished.rename(path)
-        remove(old)
     finally:
         remove(unfinished)
 
@@ -77,9 +59,8 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
         if isinstance(part, str):
             digest.update(f"text {len(part)} {part}\n".encode())
             continue
-        for file in [part] if part.is_file() else sorted(part.rglob("*")):
-            if "__pycache__" in file.parts or not file.is_file():
-                continue
+        files = [part] if part.is_file() else sorted(part.rglob("*"))
+        for file in (file for file in files if file.is_file()):
             data = file.read_bytes()
             mode = file.stat().st_mode & 0o111
             digest.update(f"file {file.relative_to(part.parent)} {mode:o} {len(data)}\n".encode())

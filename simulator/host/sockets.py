@@ -10,20 +10,19 @@ RETRY_SECONDS = 0.01
 
 def connect(path: Path, timeout: float = 0) -> socket.socket:
     """
-    Connect to a socket, and wait for one that does not exist yet.
+    Connect to a socket. @raise OSError of the last attempt
 
     The path goes through a directory descriptor, because a socket address has at most 107 bytes.
 
-    @param timeout  seconds to wait for the socket
-    @raise OSError of the last attempt to connect
+    @param timeout  seconds to wait for a socket that does not exist yet
     """
     deadline = time.monotonic() + timeout
-    folder = os.open(path.parent, os.O_PATH | os.O_CLOEXEC)
+    directory = os.open(path.parent, os.O_PATH | os.O_CLOEXEC)
     try:
         while True:
             client = socket.socket(socket.AF_UNIX)
             try:
-                client.connect(f"/proc/self/fd/{folder}/{path.name}")
+                client.connect(f"/proc/self/fd/{directory}/{path.name}")
                 return client
             except OSError:
                 client.close()
@@ -31,4 +30,4 @@ def connect(path: Path, timeout: float = 0) -> socket.socket:
                     raise
             time.sleep(RETRY_SECONDS)
     finally:
-        os.close(folder)
+        os.close(directory)

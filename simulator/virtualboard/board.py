@@ -15,7 +15,6 @@ from host.paths import ARM, BOARD, MACHINE, RUNS
 from image import appdisk, rootfs
 from machine import qemu
 from machine.connections import Connections
-from panel.facts import SIZES
 from panel.panel import Panel
 from virtualboard.chip import Chip
 from virtualboard.dongle import Dongle
@@ -25,7 +24,6 @@ from virtualboard.process import RECORD, Process
 from virtualboard.program import Program
 from virtualboard.records import Records
 
-RUN_NAME = r"\w[\w.-]*"
 UP_SECONDS = 120
 INSTALL_SECONDS = 180
 LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, each of which slows the board
@@ -55,12 +53,12 @@ def state_file(machine: Path, size: tuple[int, int]) -> Path:
 
 class Board:
     """
-    A board and its panel; a context manager that collects the logs and ends the board.
+    A board and its panel; a context manager that copies the logs and switches the board off.
 
     Operate it through its parts: `guest`, `dongle`, `chip`, `program`, `panel`, `fingers`,
     `keyboard` and `records`.
 
-    @param size  panel size in pixels: one of SIZES
+    @param size  panel size in pixels
     @param run  name of the directory below build/runs for its logs and screenshots
     @param fresh  true to boot instead of starting from a saved state
     @param vnc_port  loopback TCP port for a live view
@@ -69,7 +67,7 @@ class Board:
     @param state  saved state to use instead of the one with the program installed
     @param panel_on  true to turn the panel on at the start
     @param changes  archive by stored() of an earlier board: boot and restore its files
-    @param logs  true to collect the logs even after a success
+    @param logs  true to copy the logs even after a success
     @param spare  image of the third disk, as in machine.qemu.start()
     """
 
@@ -78,10 +76,8 @@ class Board:
                  machine: Path = MACHINE, state: Path | None = None,
                  panel_on: bool = True, changes: Path | None = None,
                  logs: bool = True, spare: Path | None = None) -> None:
-        if size not in SIZES:
-            raise BoardError("panels are " + ", ".join(f"{w}x{h}" for w, h in SIZES))
-        if not re.fullmatch(RUN_NAME, run):
-            raise BoardError(f"{run!r} is no name for a run: letters, digits, . - _")
+        if not re.fullmatch(r"\w[\w.-]*", run):
+            raise BoardError(f"invalid name of a run (letters, digits, . - _): {run!r}")
         self.size = size
         self.folder = RUNS / run
         self._connections = Connections()
@@ -95,10 +91,8 @@ class Board:
         self.panel = Panel(self._request, LOOK_PAUSE,
                            lambda seconds: self.guest.sh(f"sleep {seconds}"))
         self._machine, self._panel_on = machine, panel_on
-        self._state, self._fresh = state, fresh or changes is not None
-        self._changes = changes
-        self._logs = logs
-        self._spare = spare
+        self._state, self._fresh, self._changes = state, fresh or changes is not None, changes
+        self._logs, self._spare = logs, spare
         self._vnc_port, self._detached = vnc_port, detached
         self._stands_still = self._power_cut = False
         self._process: Process | None = None
@@ -124,13 +118,20 @@ class Board:
         """Start the board until the program can be started. The dongle is not plugged in."""
         programs.require_packages()
         if not (self._machine / rootfs.KERNEL).is_file():
-            raise BoardError("there is no image yet: run simulator/board image")
-        disk = appdisk.ensure()
+            raise BoardError("no image: run simulator/board image")
         state = None if self._fresh else self._state or installed_state(self.size)
+        self._start_qemu(state)
+        try:
+            self._set_up(state)
+        except BaseException:
+            self.off()
+            raise
+
+    def _start_qemu(self, state: Path | None) -> None:
+        disk = appdisk.ensure()
         with locked(RUNS / f".{self.folder.name}.lock"):
             if Process.of(self.folder):
-                raise BoardError(f"the run {self.folder.name} has a board already: "
-                                 "simulator/board off, or another --run")
+                raise BoardError(f"the run {self.folder.name} has a board already")
             remove(self.folder)
             self.folder.mkdir(parents=True)
             if self._changes:
@@ -140,28 +141,27 @@ class Board:
                                      state=state, vnc_port=self._vnc_port,
                                      detached=self._detached, spare=self._spare)
             self._process = Process.note(self.folder, self._child.pid, self.size)
-        try:
-            if self._power_cut:
-                raise BoardError("its power was cut")
-            self._connections.open(self.folder, self._process.alive)
-            if state:
-                self._connections.qmp.resume()
-            self.guest.sh("set -e; mountpoint -q /app || "
-                          "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
-                          + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
-                          + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
-            if self._fresh and self._panel_on and not self._changes and appdisk.key():
-                self.guest.sh(INSTALL, INSTALL_SECONDS)
-        except BaseException:
-            self.off()
-            raise
+
+    def _set_up(self, state: Path | None) -> None:
+        """Resume or boot the machine, mount the disk with the programs, turn on the panel."""
+        if self._power_cut or not self._process:
+            raise BoardError("the board's power was cut")
+        self._connections.open(self.folder, self._process.alive)
+        if state:
+            self._connections.qmp.resume()
+        self.guest.sh("set -e; mountpoint -q /app || "
+                      "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
+                      + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
+                      + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
+        if self._fresh and self._panel_on and not self._changes and appdisk.key():
+            self.guest.sh(INSTALL, INSTALL_SECONDS)
 
     @classmethod
     def attach(cls, run: str = "board") -> Self:
         """Return the running board of that name. @raise BoardError when there is none"""
         process = Process.of(RUNS / run)
         if not process:
-            raise BoardError(f"no board runs as {run}: simulator/board boot")
+            raise BoardError(f"no board named {run} runs: start one with simulator/board boot")
         board = cls(process.size, run, detached=True)
         board._process = process
         board._connections.open(board.folder, process.alive)

@@ -1,5 +1,6 @@
 """Commands and files inside a board."""
 
+import contextlib
 import os
 import secrets
 import time
@@ -31,11 +32,9 @@ class Guest:
         @raise BoardError with their output, when they fail or take too long
         """
         done = self.run(commands, seconds)
-        if done.late:
-            raise BoardError(f"on the board: {commands}\ntook longer than {seconds:g} s and was "
-                             f"ended; the board lives on: {done.text}")
         if done.status:
-            raise BoardError(f"on the board: {commands}\nended with {done.status}: {done.text}")
+            reason = f"timeout after {seconds:g} s" if done.late else f"exit status {done.status}"
+            raise BoardError(f"{reason} on the board: {commands.strip()}: {done.text}")
         return done.text
 
     def follow(self, commands: str, seconds: float, write: Callable[[bytes], object]) -> int:
@@ -51,26 +50,23 @@ class Guest:
         """
         base = f"/run/command-{secrets.token_hex(4)}"
         self.write(f"{base}.commands", commands.encode())
-        run = (f"echo $$ >{base}.pid; bash {base}.commands; echo $? >{base}.new; "
-               f"mv {base}.new {base}.status")
-        self.sh(f"setsid bash -c '{run}' </dev/null >{base}.out 2>&1 & "
-                f"until [ -e {base}.pid ]; do sleep 0.02; done")
+        group = self.sh(f"setsid bash -c 'bash {base}.commands; echo $? >{base}.status' "
+                        f"</dev/null >{base}.out 2>&1 & echo $!").strip()
         try:
             return self._await_status(f"{base}.status", seconds)
         finally:
-            self.run(f"kill -KILL -- -$(<{base}.pid) 2>/dev/null")
+            self.run(f"kill -KILL -- -{group} 2>/dev/null")
             write(self.read(f"{base}.out"))
             self.run(f"rm -f {base}.*")
 
     def _await_status(self, path: str, seconds: float) -> int:
         deadline = time.monotonic() + seconds
         while time.monotonic() < deadline:
-            try:
-                return int(self.read(path))
-            except FileNotFoundError:
-                time.sleep(LOOK_SECONDS)
-        raise BoardError(f"the command took longer than {seconds:g} s and was ended; "
-                         "the board lives on")
+            with contextlib.suppress(FileNotFoundError):
+                if status := self.read(path):
+                    return int(status)
+            time.sleep(LOOK_SECONDS)
+        raise BoardError(f"the command was killed after {seconds:g} s")
 
     def read(self, path: str) -> bytes:
         """

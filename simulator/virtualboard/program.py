@@ -6,7 +6,6 @@ from collections.abc import Mapping
 from typing import Any
 
 from host.errors import BoardError
-from image import appdisk
 from panel.facts import CHECK_SECONDS
 from virtualboard.guest import SECONDS, Guest
 
@@ -48,10 +47,9 @@ class Program:
         @raise BoardError when it runs already or is not installed
         """
         if self.running():
-            raise BoardError("the program runs already")
+            raise BoardError("the program already runs")
         if self._guest.run(f"test -x {PROGRAM}").status:
-            raise BoardError("not everything is built for the board: run tools/build-board; "
-                             "missing: " + ", ".join(appdisk.missing()))
+            raise BoardError("the program is not installed: run tools/build-board")
         lines = "".join(f"{key}={_quoted(value)}\n" for key, value in (environment or {}).items())
         self._guest.write(ENVIRONMENT, lines.encode())
         # Reset systemd's start limit, which would count the starts of earlier tests.
@@ -135,7 +133,7 @@ class Program:
         """
         reply = self._guest.ask(INSPECTOR, f"{line}\n".encode(), SECONDS)
         if not reply.endswith(b"\n"):
-            raise ConnectionError(f"no whole reply to {line!r}: {reply!r}")
+            raise ConnectionError(f"incomplete reply to {line!r}: {reply!r}")
         answer: dict[str, Any] = json.loads(reply)
         return answer
 

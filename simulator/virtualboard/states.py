@@ -1,7 +1,6 @@
 """Makes the files that a board starts from: disk image, kernel, and a saved state per panel."""
 
 import shutil
-import time
 from collections.abc import Callable
 from pathlib import Path
 
@@ -39,14 +38,16 @@ def ensure(say: Say) -> Path:
     programs.require_packages()
     board = Archive().fetch(package_list(IMAGE_DATA / "board-packages.txt"))
     initramfs = Archive().fetch(package_list(IMAGE_DATA / "initramfs-packages.txt"))
-    key = _fingerprint([*board, *initramfs])
+    version = programs.run(["qemu-system-arm", "--version"], "asking QEMU for its version").decode()
+    key = fingerprint([version, Path(__file__), Path(qemu.__file__), *rootfs.inputs(),
+                       *(package.name for package in (*board, *initramfs))])
     with locked(BOARD / "machine.lock"):
         if is_current(MACHINE, key):
             return MACHINE
         saved = cache() / f"machine-{key[:16]}"
         if is_current(saved, key):
             _copy(saved, MACHINE)
-            say("image and machine states taken from the cache")
+            say("copied the image from the cache")
             return MACHINE
         _build(board, initramfs, key, say)
         with locked(cache() / "machine.lock"):
@@ -55,20 +56,12 @@ def ensure(say: Say) -> Path:
     return MACHINE
 
 
-def _fingerprint(packages: list[Path]) -> str:
-    here = Path(__file__)
-    version = programs.run(["qemu-system-arm", "--version"], "asking QEMU for its version").decode()
-    return fingerprint([version, here, Path(qemu.__file__), *rootfs.inputs(),
-                        *(package.name for package in packages)])
-
-
 def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None:
-    started = time.monotonic()
     root = sysroot.ensure()
     with whole(MACHINE) as unfinished:
         unfinished.mkdir()
+        say("building the disk image")
         rootfs.build(board, initramfs, root, unfinished)
-        say(f"disk image built in {time.monotonic() - started:.0f} s")
         _save_states(unfinished, say)
         mark_current(unfinished, key)
 
@@ -76,20 +69,16 @@ def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None
 def _save_states(folder: Path, say: Say) -> None:
     """Boot once without a panel, then save a state with each panel size."""
     base = folder / "state-without-panel"
-    started = time.monotonic()
+    say("booting once")
     with Board(run="save", fresh=True, machine=folder, panel_on=False) as booted:
         booted.guest.sh(SETTLE, seconds=BOOT_SECONDS)
         booted.records.logs()
         booted.save(base)
-    say(f"booted in {time.monotonic() - started:.0f} s")
     for size in SIZES:
-        started = time.monotonic()
-        state = state_file(folder, size)
+        say(f"saving the state with a panel of {size[0]}x{size[1]}")
         with Board(size, f"save-{size[0]}x{size[1]}", machine=folder, state=base) as board:
             board.guest.sh(FORGET, seconds=BOOT_SECONDS)
-            board.save(state)
-        say(f"saved with a panel of {size[0]}x{size[1]} in {time.monotonic() - started:.0f} s, "
-            f"{state.stat().st_size >> 20} MB")
+            board.save(state_file(folder, size))
     base.unlink()
 
 
@@ -100,6 +89,6 @@ def _copy(source: Path, target: Path) -> None:
 
 
 def _forget_old() -> None:
-    folders = sorted(cache().glob("machine-*"), key=lambda f: f.stat().st_mtime, reverse=True)
-    for folder in [f for f in folders if f.is_dir()][KEPT_IN_CACHE:]:
+    folders = sorted(cache().glob("machine-????????????????"), key=lambda f: f.stat().st_mtime)
+    for folder in folders[:-KEPT_IN_CACHE]:
         shutil.rmtree(folder, ignore_errors=True)
