@@ -5,7 +5,7 @@ from collections.abc import Callable
 from pathlib import Path
 
 from host import programs
-from host.files import fingerprint, is_current, locked, mark_current, whole
+from host.files import MARK, fingerprint, is_current, locked, mark_current, whole
 from host.paths import BOARD, IMAGE_DATA, MACHINE, cache
 from image import rootfs, sysroot
 from image.debian import Archive, package_list
@@ -89,6 +89,8 @@ def _copy(source: Path, target: Path) -> None:
 
 
 def _forget_old() -> None:
-    folders = sorted(cache().glob("machine-????????????????"), key=lambda f: f.stat().st_mtime)
-    for folder in folders[:-KEPT_IN_CACHE]:
+    """Remove old machine states, but no directory without the mark that ensure() gives them."""
+    saved = [mark.parent for mark in cache().glob(f"machine-*/{MARK}")
+             if mark.parent.name == f"machine-{mark.read_text()[:16]}"]
+    for folder in sorted(saved, key=lambda f: f.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
         shutil.rmtree(folder, ignore_errors=True)
