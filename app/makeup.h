@@ -53,7 +53,7 @@ public:
     ~Makeup() override;
 
     static QSize monitorSize; ///< panel size in pixels; 0x0 before the controller exists
-    static int monitorModel;  ///< display profile 4, 7, 10, or 0 for any other size
+    static int monitorModel;  ///< display profile, see displayprofile::modelFor()
 
     // --- Screen -------------------------------------------------------------------------------
     /** Lay out the widgets on three tab pages and a button row, and resize the main window to the

@@ -1,29 +1,27 @@
 #include "core/displayprofile.h"
 
+#include "core/panels.h"
+
+#include <algorithm>
+
 namespace displayprofile
 {
 
 int modelFor(const QSize &screen)
 {
-    if (screen == QSize(480, 272))
-        return 4;
-    if (screen == QSize(800, 480))
-        return 7;
-    if (screen == QSize(1280, 800))
-        return 10;
+    for (const Panel &panel : Panels) {
+        if (screen == QSize(panel.width, panel.height))
+            return panel.profile;
+    }
     return 0;
 }
 
 QString styleSheetPath(int model)
 {
-    switch (model) {
-    case 4:
-    case 7:
-    case 10:
-        return QStringLiteral(":/styles/profile%1.qss").arg(model);
-    default:
+    const auto hasProfile = [model](const Panel &panel) { return panel.profile == model; };
+    if (std::none_of(std::begin(Panels), std::end(Panels), hasProfile))
         return QString();
-    }
+    return QStringLiteral(":/styles/profile%1.qss").arg(model);
 }
 
 QString globalStyleSheetPath()

@@ -1,4 +1,4 @@
-// Display profiles: settings that depend on the panel's size in pixels.
+// Display profiles: settings that depend on the panel's size in pixels (core/panels.h).
 #pragma once
 
 #include <QRect>
@@ -11,12 +11,12 @@ namespace displayprofile
 /**
  * Determine the display profile of a panel.
  * @param screen width and height in pixels; both must match a known panel exactly
- * @return 4 (480x272), 7 (800x480), 10 (1280x800) or 0 (any other size)
+ * @return 4, 7, 10 (see core/panels.h), or 0 for any other size
  */
 [[nodiscard]] int modelFor(const QSize &screen);
 
-/** Return the resource path of a profile's style sheet. @param model 4, 7 or 10; for any other
- * value the path is empty */
+/** Return the resource path of a profile's style sheet. @param model value of modelFor(); for any
+ * other value and 0 the path is empty */
 [[nodiscard]] QString styleSheetPath(int model);
 
 /** Return the resource path of the style sheet shared by all profiles. */

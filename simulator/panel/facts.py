@@ -1,6 +1,14 @@
 """Facts about the program for tools and tests: its texts, files, stored values and time limits."""
 
-SIZES = ((480, 272), (800, 480), (1280, 800))  # of the panels: width and height in pixels
+import re
+
+from host.paths import ROOT
+
+# The rows of core/panels.h: width, height, profile, font size, range of a button's height.
+_PANELS = [tuple(map(int, row.split(","))) for row in re.findall(
+    r"\{(\d[\d, ]+)\}", (ROOT / "core/panels.h").read_text("utf-8"))]
+SIZES = tuple((row[0], row[1]) for row in _PANELS)  # of the panels: width and height in pixels
+BUTTON_HEIGHTS = {(row[0], row[1]): range(row[4], row[5] + 1) for row in _PANELS}  # in pixels
 
 # The dongle that the program looks for on the USB bus.
 DONGLE_VENDOR, DONGLE_PRODUCT = 0x12D1, 0x1001

@@ -1,5 +1,6 @@
 // The catalogues, and the whole screen in each language on the panel that the environment gives.
 #include "app/makeup.h"
+#include "core/panels.h"
 #include "device/fram.h"
 #include "platform/panelstyle.h"
 #include "usb/detectmsg.h"
@@ -77,22 +78,14 @@ void look(const QWidget &window, QStringList &texts)
         texts << itemTexts(widget);
 }
 
-/** Font sizes in pixels that the panel's style sheet gives, or that hold without one. */
-struct Fonts {
-    int edit;
-    int notice;
-};
-
-Fonts fontsOf(int panelWidth)
+/** @return the font size in pixels that the panel's style sheet sets */
+int fontPixels(const QSize &size)
 {
-    switch (panelWidth) {
-    case 1280:
-        return {22, 22};
-    case 800:
-        return {20, 20};
-    default:
-        return {14, 14};
+    for (const auto &panel : displayprofile::Panels) {
+        if (size == QSize(panel.width, panel.height))
+            return panel.fontPixels;
     }
+    return 0;
 }
 
 } // namespace
@@ -190,8 +183,8 @@ void LanguagesTest::wholeScreen()
     const bool roomy = window.width() == 1280;
     QCOMPARE(tabs->widget(0)->layout()->contentsMargins() == QMargins(10, 30, 0, 0), roomy);
     QCOMPARE(tabs->widget(1)->layout()->contentsMargins(), QMargins(10, 20, 0, 0));
-    const Fonts fonts = fontsOf(window.width());
-    QCOMPARE(window.findChild<QLineEdit *>()->font().pixelSize(), fonts.edit);
+    const int font = fontPixels(window.size());
+    QCOMPARE(window.findChild<QLineEdit *>()->font().pixelSize(), font);
 
     QStringList shown;
     for (bool linkUp : {false, true}) { // both texts of the link; the widest ones stay within
@@ -207,7 +200,7 @@ void LanguagesTest::wholeScreen()
         DetectMsg notice(&window, &text, NOTICE);
         notice.show();
         look(notice, shown);
-        QCOMPARE(notice.findChild<QLabel *>()->font().pixelSize(), fonts.notice);
+        QCOMPARE(notice.findChild<QLabel *>()->font().pixelSize(), font);
     }
     for (const Message &message : catalogue()) {
         // Which of these is shown depends on the machine's own USB bus.

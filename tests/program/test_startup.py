@@ -7,17 +7,16 @@ from signal import SIGKILL, SIGTERM, SIGUSR1
 
 from modem import Modem
 from picture import Picture
-from panel.facts import APN, AUTH, DONGLE_STATUS, GREEN, PASSWORD, RED, UNDETECTED
+from panel.facts import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
+                         UNDETECTED)
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import leave, wait_link
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
 from programtest import ProgramTest
 
-# The height that a button needs on each panel, in pixels: its font's, which fonts differ in, and
-# padding and border of the style sheets. Without a sheet of the panel's own there is no padding.
-BUTTONS = {(480, 272): range(22, 30), (800, 480): range(42, 51), (1280, 800): range(44, 54),
-           (1024, 600): range(16, 22), (600, 1024): range(18, 26)}
+# Panels without a profile have no style sheet of their own, and so no padding.
+BUTTONS = BUTTON_HEIGHTS | {(1024, 600): range(16, 22), (600, 1024): range(18, 26)}
 BLACK = (0, 0, 0)
 HIDDEN_ECHO = 2  # of a line edit for passwords
 
