@@ -22,7 +22,8 @@ SECONDS = 30.0  # timeout for the effect of a touch or key; the simulated board 
 
 
 class Panel:
-    """The panel: dumps its screen, touches it and waits for it to change.
+    """
+    Dumps the panel's screen, touches it and waits for it to change.
 
     @param request  sends one request line to the inspector and returns its reply; raises OSError
            while the inspector does not answer
@@ -87,7 +88,7 @@ class Panel:
         """Touch the field beside a label. @return the screen once the keyboard accepts touches"""
         self.click(self.field(label))
         self.wait(lambda screen: screen.keys and screen.field(label)["focus"], timeout,
-                  f"keys for {label!r}")
+                  f"the keyboard for {label!r}")
         self._rest(DOUBLE_TOUCH_SECONDS)
         return self.screen()
 
@@ -109,21 +110,21 @@ class Panel:
     def put_keys_away(self, key: str = "Hide", timeout: float = SECONDS) -> None:
         """Hide the keyboard by a touch on Hide or Enter."""
         self.click(self.screen().key(key))
-        self.wait(lambda screen: not screen.keys, timeout, "the keys gone")
+        self.wait(lambda screen: not screen.keys, timeout, "the keyboard hidden")
         self._rest(DOUBLE_TOUCH_SECONDS)
 
     def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
         """Open the keyboard page that has a key. @return the screen with that key"""
         while not screen.has_key(name):
             page = "ABC" if name.isalpha() else "#+=" if screen.has_key("#+=") else "123"
-            screen = self._turn(screen, page, timeout)
+            self.click(screen.key(page))
+            screen = self._wait_gone(page, timeout)
         return screen
 
-    def _turn(self, screen: Screen, page: str, timeout: float) -> Screen:
-        """Touch the key that opens another page. @return the screen with that page"""
-        self.click(screen.key(page))
-        return self.wait(lambda now: None if now.has_key(page) else now, timeout,
-                         f"the page behind {page!r}")
+    def _wait_gone(self, key: str, timeout: float) -> Screen:
+        """Wait until the keyboard shows another page, without this key."""
+        return self.wait(lambda screen: None if screen.has_key(key) else screen, timeout,
+                         f"the page behind {key!r}")
 
     def _wait_text(self, label: str, text: str, timeout: float) -> Screen:
         return self.wait(lambda screen: screen if screen.field(label)["text"] == text else None,
@@ -160,13 +161,13 @@ class Panel:
         """
         Dump the screen until the predicate returns a true value.
 
-        @param predicate  called with each dump; when it raises NotShown, the wait goes on
+        @param predicate  called with each dump; NotShown counts as false
         @param timeout  seconds, scaled by patient()
         @return the predicate's value
         @raise PanelError with the last dump
         """
         deadline = time.monotonic() + patient(timeout)
-        last = "nothing: no reply"
+        last = "nothing"
         pause = self._pause
         while True:
             try:
@@ -179,7 +180,7 @@ class Panel:
             except OSError as error:
                 last = f"nothing: {error}"
             if time.monotonic() > deadline:
-                raise PanelError(f"not within {timeout:g} s: {what}; the panel showed {last}")
+                raise PanelError(f"timeout after {timeout:g} s: {what}; the panel showed {last}")
             time.sleep(pause)
             pause = min(pause * LONGER, self._pause * LONGEST)
 

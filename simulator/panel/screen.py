@@ -9,14 +9,14 @@ from __future__ import annotations
 from collections.abc import Iterator
 from typing import Any, TypedDict
 
-# A widget, a window, an item of a list or tab bar, or a key: each has some of these entries, which
-# the inspector's dump.cpp sets. A "rect" is [x, y, width, height] in pixels of the screen.
+# A widget, a window, an item of a list or tab bar, or a key, with the entries that the inspector's
+# dump.cpp sets. A "rect" is [x, y, width, height] in pixels of the screen.
 Widget = TypedDict("Widget", {
-    "class": str, "name": str, "text": str, "title": str, "style": str, "rect": list[int],
-    "window": int, "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "active": bool,
-    "checked": bool, "index": int, "value": int, "minimum": int, "maximum": int, "echo": int,
-    "format": int, "hint": list[int], "minimumHint": list[int], "items": list["Widget"],
-    "buttons": list[str], "type": int, "upper": bool}, total=False)
+    "class": str, "text": str, "title": str, "style": str, "rect": list[int], "window": int,
+    "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "checked": bool, "index": int,
+    "value": int, "minimum": int, "maximum": int, "echo": int, "format": int, "hint": list[int],
+    "minimumHint": list[int], "items": list["Widget"], "buttons": list[str],
+    "keys": list["Widget"], "upper": bool}, total=False)
 
 BUTTONS = ("QPushButton", "QRadioButton", "QCheckBox")
 LEAVES = (*BUTTONS, "QLabel", "QLineEdit", "QComboBox", "QTabBar")
@@ -54,6 +54,15 @@ def _right_of(label: Widget, widget: Widget) -> bool:
     return widget["rect"][0] >= x + width and y <= centre(widget)[1] < y + height
 
 
+def _moved(key: Widget, window: Widget) -> Widget:
+    """Return a key of an on-screen keyboard with its "rect" moved from its window to the screen."""
+    left, top, _, _ = window["rect"]
+    x, y, width, height = key["rect"]
+    moved = key.copy()
+    moved["rect"] = [left + x, top + y, width, height]
+    return moved
+
+
 class Screen:
     """A dump of the screen: the inspector's reply."""
 
@@ -63,7 +72,8 @@ class Screen:
         self.windows: list[Widget] = dump["windows"]
         self.widgets: list[Widget] = dump["widgets"]
         self.invoked: list[dict[str, Any]] = dump.get("invoked", [])
-        self.keys: list[Widget] = dump.get("keys", [])
+        self.keys = [_moved(key, window) for window in self.windows if window["visible"]
+                     for key in window.get("keys", [])]
 
     def all(self, *classes: str, visible: bool = True) -> Iterator[Widget]:
         """Every widget of these classes; hidden ones too when `visible` is false."""
@@ -74,9 +84,9 @@ class Screen:
     def button(self, text: str) -> Widget:
         """The visible push or radio button with this text, in the topmost window that has one."""
         found = [w for w in self.all(*BUTTONS) if w["text"] == text]
-        if not found:
-            raise NotShown(f"no button {text!r} on {self.short()}")
-        return found[-1]
+        if found:
+            return found[-1]
+        raise NotShown(f"no button {text!r} on {self.short()}")
 
     def beside(self, label: str, *classes: str) -> Widget:
         """

@@ -1,10 +1,11 @@
-#include "simulator/programs/inspector/inspector.h"
-
+// A Qt generic plugin that answers requests about the unchanged program on a Unix socket.
 #include "simulator/programs/inspector/dump.h"
 
 #include <QApplication>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QKeySequence>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QMetaMethod>
 #include <QPixmap>
@@ -12,7 +13,43 @@
 #include <QScreen>
 #include <QTest>
 #include <QUrl>
+#include <QWidget>
 #include <QWindow>
+#include <QtGui/qgenericplugin.h>
+
+/**
+ * The inspector. A client sends one line with a request and receives one line of JSON; then the
+ * connection is closed:
+ *
+ *     dump                       the whole screen, as dumpScreen(), and the state of each call so
+ *                                far: {"invoked": [{"slot", "running", "result" (int)}, ...]}
+ *     click X Y                  presses and releases the left button at the global position
+ *     invoke CLASS SLOT [INT]    calls a slot of the first object of that class
+ *     type TEXT                  types a percent-encoded text into the focus window
+ *     key NAME                   presses one key: Esc, Del, Ctrl+A
+ *     shot FILE                  writes a screenshot to FILE, in the format of the name's suffix
+ *
+ * A request that runs the program's own code is answered {"ok": true} first and then run from the
+ * event loop, so that no modal dialog and no slow command delays the reply. The reply to an invalid
+ * request is {"ok": false, "error": TEXT}.
+ */
+class Inspector : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Start listening. Warns when the path cannot be bound. */
+    explicit Inspector(const QString &socketPath);
+
+private:
+    void serve(QLocalSocket *client);
+    QJsonObject answer(const QStringList &words);
+    template <typename Action> QJsonObject later(Action action);
+    QJsonObject invoke(const QStringList &words);
+
+    QLocalServer m_server;
+    QJsonArray m_invoked; ///< by call {"slot", "running", "result" (of int slots)}
+};
 
 namespace
 {
@@ -26,7 +63,7 @@ QJsonObject failure(const QString &text)
  * Presses and releases the button as a touch would: on the topmost window at that position. The
  * window system blocks the events that a modal dialog blocks.
  */
-void deliverClick(const QPoint &global)
+void click(const QPoint &global)
 {
     QPointer<QWindow> window = QGuiApplication::topLevelAt(global);
     if (window == nullptr)
@@ -56,33 +93,19 @@ QObject *findByClass(const QByteArray &name)
     return nullptr;
 }
 
-QJsonObject takeShot(const QString &file)
-{
-    QScreen *screen = QGuiApplication::primaryScreen();
-    if (screen == nullptr)
-        return failure("no screen");
-    if (!screen->grabWindow(0).save(file))
-        return failure("cannot write " + file);
-    return {{"ok", true}};
-}
-
 } // namespace
 
 Inspector::Inspector(const QString &socketPath)
 {
-    connect(&m_server, &QLocalServer::newConnection, this, &Inspector::accept);
-    connect(this, &Inspector::answered, this, &Inspector::perform, Qt::QueuedConnection);
+    connect(&m_server, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket *client = m_server.nextPendingConnection()) {
+            connect(client, &QLocalSocket::readyRead, this, [this, client] { serve(client); });
+            connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
+            serve(client);
+        }
+    });
     if (!m_server.listen(socketPath))
         qWarning("inspector: %s", qPrintable(m_server.errorString()));
-}
-
-void Inspector::accept()
-{
-    while (QLocalSocket *client = m_server.nextPendingConnection()) {
-        connect(client, &QLocalSocket::readyRead, this, [this, client] { serve(client); });
-        connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
-        serve(client);
-    }
 }
 
 void Inspector::serve(QLocalSocket *client)
@@ -96,102 +119,95 @@ void Inspector::serve(QLocalSocket *client)
     client->disconnectFromServer();
 }
 
+/** Runs the action after the reply to the present request. */
+template <typename Action> QJsonObject Inspector::later(Action action)
+{
+    QMetaObject::invokeMethod(this, action, Qt::QueuedConnection);
+    return {{"ok", true}};
+}
+
 QJsonObject Inspector::answer(const QStringList &words)
 {
-    if (words == QStringList{"dump"}) {
+    const QString request = words.first();
+    const QString argument = words.value(1);
+    if (request == "dump") {
         QJsonObject dump = dumpScreen();
         dump.insert("invoked", m_invoked);
         return dump;
     }
-    if (words.first() == "click")
-        return click(words);
-    if (words.first() == "invoke")
+    if (request == "click") {
+        const QPoint position(argument.toInt(), words.value(2).toInt());
+        return later([position] { click(position); });
+    }
+    if (request == "invoke")
         return invoke(words);
-    if (words.first() == "type" && words.size() == 2)
-        return typeText(QUrl::fromPercentEncoding(words.at(1).toLatin1()));
-    if (words.first() == "key" && words.size() == 2)
-        return pressKey(words.at(1));
-    if (words.first() == "shot" && words.size() == 2)
-        return takeShot(words.at(1));
+    if (request == "type") {
+        return later([text = QUrl::fromPercentEncoding(argument.toLatin1())] {
+            for (const QChar character : text)
+                sendKey(Qt::Key_unknown, Qt::NoModifier, character);
+        });
+    }
+    if (request == "key") {
+        const QKeySequence keys = QKeySequence::fromString(argument, QKeySequence::PortableText);
+        if (keys.count() != 1 || keys[0].key() == Qt::Key_unknown)
+            return failure("no such key: " + argument);
+        return later([key = keys[0]] { sendKey(key.key(), key.keyboardModifiers(), QString()); });
+    }
+    if (request == "shot") {
+        if (!QGuiApplication::primaryScreen()->grabWindow(0).save(argument))
+            return failure("cannot write " + argument);
+        return {{"ok", true}};
+    }
     return failure("unknown request: " + words.join(' '));
-}
-
-QJsonObject Inspector::click(const QStringList &words)
-{
-    bool xIsNumber = false;
-    bool yIsNumber = false;
-    const QPoint position(words.value(1).toInt(&xIsNumber), words.value(2).toInt(&yIsNumber));
-    if (words.size() != 3 || !xIsNumber || !yIsNumber)
-        return failure("click X Y");
-    emit answered([position] { deliverClick(position); });
-    return {{"ok", true}};
-}
-
-QJsonObject Inspector::typeText(const QString &text)
-{
-    const auto send = [text] {
-        for (const QChar character : text)
-            sendKey(Qt::Key_unknown, Qt::NoModifier, character);
-    };
-    emit answered(send);
-    return {{"ok", true}};
-}
-
-QJsonObject Inspector::pressKey(const QString &name)
-{
-    const QKeySequence sequence = QKeySequence::fromString(name, QKeySequence::PortableText);
-    if (sequence.count() != 1 || sequence[0].key() == Qt::Key_unknown)
-        return failure("no such key: " + name);
-    const auto send = [combination = sequence[0]] {
-        sendKey(combination.key(), combination.keyboardModifiers(), QString());
-    };
-    emit answered(send);
-    return {{"ok", true}};
 }
 
 QJsonObject Inspector::invoke(const QStringList &words)
 {
-    bool isNumber = true;
-    const bool hasArgument = words.size() == 4;
-    const int argument = hasArgument ? words.at(3).toInt(&isNumber) : 0;
-    if (words.size() < 3 || words.size() > 4 || !isNumber)
-        return failure("invoke CLASS SLOT [INT]");
-    QPointer<QObject> target = findByClass(words.at(1).toLatin1());
+    QPointer<QObject> target = findByClass(words.value(1).toLatin1());
     if (target == nullptr)
-        return failure("no object of class " + words.at(1));
-    const QByteArray slot = words.at(2).toLatin1();
-    if (target->metaObject()->indexOfSlot(slot + (hasArgument ? "(int)" : "()")) == -1)
-        return failure("no such slot: " + words.at(2));
-    const int call = static_cast<int>(m_invoked.size());
-    m_invoked.append(QJsonObject{{"slot", words.at(2)}, {"running", true}});
-    const auto run = [this, target, slot, hasArgument, argument, call] {
-        if (target != nullptr)
-            callSlot(target, slot, hasArgument, argument, call);
-    };
-    emit answered(run);
-    return {{"ok", true}};
+        return failure("no object of class " + words.value(1));
+    const bool hasArgument = words.size() > 3;
+    const QByteArray signature = words.value(2).toLatin1() + (hasArgument ? "(int)" : "()");
+    const QMetaMethod method =
+        target->metaObject()->method(target->metaObject()->indexOfSlot(signature));
+    if (!method.isValid())
+        return failure("no such slot: " + words.value(2));
+    QJsonObject call{{"slot", words.value(2)}, {"running", true}};
+    const auto index = m_invoked.size();
+    m_invoked.append(call);
+    return later([this, target, method, hasArgument, call, index,
+                  argument = words.value(3).toInt()]() mutable {
+        if (target == nullptr)
+            return;
+        // Not Qt's macros: since Qt 6.5 they have another type, which cannot be an absent argument.
+        const QGenericArgument first =
+            hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
+        int result = 0;
+        if (method.returnType() == QMetaType::Int) {
+            method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("int", &result),
+                          first);
+            call.insert("result", result);
+        } else {
+            method.invoke(target, Qt::DirectConnection, first);
+        }
+        call.insert("running", false);
+        m_invoked.replace(index, call);
+    });
 }
 
-void Inspector::callSlot(QObject *target, const QByteArray &slot, bool hasArgument, int argument,
-                         int call)
+class InspectorPlugin : public QGenericPlugin
 {
-    const QMetaObject *meta = target->metaObject();
-    const QMetaMethod method =
-        meta->method(meta->indexOfSlot(slot + (hasArgument ? "(int)" : "()")));
-    // Not Qt's macros: since Qt 6.5 they have another type, which cannot be an absent argument.
-    const QGenericArgument first =
-        hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
-    QJsonObject done{{"slot", QString::fromLatin1(slot)}, {"running", false}};
-    if (method.returnType() == QMetaType::Int) {
-        int result = 0;
-        method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("int", &result), first);
-        done.insert("result", result);
-    } else if (method.returnType() == QMetaType::Bool) {
-        bool result = false;
-        method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("bool", &result), first);
-        done.insert("result", result);
-    } else {
-        method.invoke(target, Qt::DirectConnection, first);
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "inspector.json")
+
+public:
+    QObject *create(const QString &name, const QString &) override
+    {
+        const QString path = qEnvironmentVariable("CORVANTA_INSPECTOR_SOCKET");
+        if (name.compare(QLatin1String("inspector"), Qt::CaseInsensitive) != 0 || path.isEmpty())
+            return nullptr;
+        return new Inspector(path);
     }
-    m_invoked.replace(call, done);
-}
+};
+
+#include "inspector.moc"
