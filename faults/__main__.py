@@ -9,14 +9,12 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from faults import (calls, clock, commands, devices, files, growth, launching, onboard,
-                    powercuts, saves, values)
+from faults import onboard, powercuts
 from faults.rows import Group, Outcome, Row
 
-MODULES = (calls, saves, launching, commands, files, values, devices, clock, growth,
-           onboard, powercuts)
+MODULES = (onboard, powercuts)
 GROUPS: list[Group] = [group for module in MODULES for group in module.GROUPS]
-LANES = (("board", "power"), ("growth",), ())  # groups of each parallel lane; (): all others
+LANES = (("board", "power"), ())  # groups of each parallel lane; (): all others
 PAGE = Path("docs/measured/torture.md")
 HEAD = """\
 # Results of ./torture

@@ -1,18 +1,17 @@
-"""A modem's AT port, on a pseudo-terminal of this machine."""
-
-from __future__ import annotations
+"""A modem's AT port, on a pseudo-terminal of the host."""
 
 import os
 import select
 import threading
 import tty
 from collections.abc import Iterable
+from typing import Self
 
 
 class Modem:
     """Answers each command line with the same chunks; without chunks it is silent.
 
-    @param chunks what is sent, each in a write of its own
+    @param chunks data to send, each with its own write
     @param pause seconds before each chunk
     """
 
@@ -27,6 +26,12 @@ class Modem:
         self._thread = threading.Thread(target=self._serve)
         self._thread.start()
 
+    def __enter__(self) -> Self:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
     def _serve(self) -> None:
         while not self._closed.is_set():
             if select.select([self._master], [], [], 0.02)[0]:
@@ -38,6 +43,6 @@ class Modem:
         os.close(self._slave)
 
     def close(self) -> None:
-        """Hang up, as when the dongle is pulled."""
+        """Hang up, as when the dongle is unplugged."""
         self._closed.set()
         self._thread.join()

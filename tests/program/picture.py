@@ -1,7 +1,5 @@
 """What is really on the screen, as pixels."""
 
-from __future__ import annotations
-
 from privateroot.process import PrivateRoot
 
 

@@ -1,76 +1,152 @@
-"""What the tests of the whole program share."""
+"""Values and checks of the program tests."""
 
-from __future__ import annotations
-
-import difflib
-import itertools
-import os
-import threading
-import unittest
-from collections.abc import Callable
+import re
+import time
 from pathlib import Path
 from typing import Any
 
+import pytest
+
+from panel.facts import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, MISC,
+                         PARAMETERS, PEER_FILE, SETTING, STORED)
 from panel.patience import patient
-from privateroot.operating import STEPPED, step_clock, stored_root
+from privateroot.files import LAUNCH
+from privateroot.operating import AUTO, FAKETIME, SECONDS, connect, expect, leave
 from privateroot.process import PrivateRoot
 from privateroot.record import Call
 
 EXPECTED = Path(__file__).resolve().parent.parent / "expected"
-CLOCK = os.environ.get("CORVANTA_CLOCK", "")  # where the program's clock steps to, for ./torture
+PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # expected files by method
+TYPED, TYPED_LAST = "web", "last"  # the APN typed before Connect, and the one typed before Exit
+EDITED, EDITED_LAST = (STORED.replace(b"internet", apn.encode()) for apn in (TYPED, TYPED_LAST))
+DEFAULTS = b"\n\n\n\n\n0\n"
+DEFAULT_COUNTS, STORED_COUNTS, TYPED_COUNTS = "5", "7", "9"
+AUTO_EDITED = AUTO.replace(STORED_COUNTS.encode(), TYPED_COUNTS.encode())
+STEPS = {"to 2040": "@2040-01-01 00:00:00", "to 1971": "@1971-01-01 00:00:00", "an hour on": "+1h",
+         "an hour back": "-1h"}
+
+LATE = "/testrun/late"  # written by a command that has printed after its shell's exit
+PRINTS_LATE = f"(/usr/bin/sleep 0.2; echo late; echo late >&2; echo survived >>{LATE}) &\n"
+FAST: dict[str, Any] = {  # arguments of a root in which the 15 s of an attempt are 25 ms
+    "launch": LAUNCH.replace("program", 'program /usr/bin/env FAKETIME="+0 x600"'),
+    "preload": [FAKETIME]}
 
 
-class ProgramTest(unittest.TestCase):
-    """Makes private roots that are closed after their test."""
+def row(name: str, *values: object, everyday: bool = False) -> Any:
+    """Return a row of a parametrized test. @param everyday true if ./test runs it, too"""
+    return pytest.param(*values, id=name, marks=() if everyday else pytest.mark.torture)
 
-    def root(self, **how: Any) -> PrivateRoot:
-        return self._kept(PrivateRoot, how)
 
-    def stored_root(self, **how: Any) -> PrivateRoot:
-        """Make a root in which parameters are stored."""
-        return self._kept(stored_root, how)
+def clocks(*everyday: str) -> pytest.MarkDecorator:
+    """Run a test also with a clock that steps. @param everyday names of the steps of ./test"""
+    return pytest.mark.parametrize("clock", [row("steady", "", everyday=True), *(
+        row(f"clock {name}", moment, everyday=name in everyday)
+        for name, moment in STEPS.items())])
 
-    def started(self, **how: Any) -> PrivateRoot:
-        """Start the program with stored parameters."""
-        return self.stored_root(**how).start()
 
-    def _kept(self, make: Callable[..., PrivateRoot], how: dict[str, Any]) -> PrivateRoot:
-        root = self.enterContext(make(**(STEPPED if CLOCK else {}), **how))
-        self.addCleanup(self._assert_no_report, root)  # called before the root is closed
-        if CLOCK:
-            over = threading.Event()
-            stepper = threading.Thread(target=self._step, args=(root, over))
-            stepper.start()
-            self.addCleanup(stepper.join)
-            self.addCleanup(over.set)
-        return root
+def expect_lasted(elapsed: float, seconds: float, late: float = 0.4) -> None:
+    """@param late permitted delay in seconds on a busy machine, scaled by patient()"""
+    assert seconds - 0.1 < elapsed < seconds + patient(late)
 
-    def _step(self, root: PrivateRoot, over: threading.Event) -> None:
-        """Have the program's clock step to and fro."""
-        for moment in itertools.cycle(("+0", CLOCK)):
-            step_clock(root, moment)
-            if over.wait(0.7):
-                return
 
-    def _assert_no_report(self, root: PrivateRoot) -> None:
-        """The sanitizers have reported nothing, however the test went."""
-        self.assertEqual([line for line in root.errors()
-                          if "Sanitizer" in line or "runtime error" in line], [])
+def expect_period(calls: list[Call], seconds: float) -> None:
+    """Check the mean interval between calls, each of which may be late on a busy machine."""
+    assert len(calls) > 2
+    mean = (calls[-1].time - calls[0].time) / (len(calls) - 1)
+    assert 0.6 * seconds < mean < seconds + patient(0.4)
 
-    def assert_lasted(self, elapsed: float, seconds: float, late: float = 0.4) -> None:
-        """@param late seconds of delay on a busy machine; patient() may make it more"""
-        self.assertGreater(elapsed, seconds - 0.1)
-        self.assertLess(elapsed, seconds + patient(late))
 
-    def assert_period(self, calls: list[Call], seconds: float) -> None:
-        """Calls follow each other by so many seconds; each may be late on a busy machine."""
-        self.assertGreater(len(calls), 2)
-        mean = (calls[-1].time - calls[0].time) / (len(calls) - 1)
-        self.assertGreater(mean, 0.6 * seconds)
-        self.assertLess(mean, seconds + patient(0.4))
+def expect_file(root: PrivateRoot, path: str, expected: str) -> None:
+    """Compare a written file with one of tests/expected, byte for byte."""
+    assert root.content(path).decode() == (EXPECTED / expected).read_bytes().decode()
 
-    def assert_file(self, root: PrivateRoot, path: str, expected: str) -> None:
-        """Compare a written file with one of tests/expected, byte for byte."""
-        found, wanted = root.content(path), (EXPECTED / expected).read_bytes()
-        self.assertEqual(found, wanted, "\n" + "".join(difflib.unified_diff(
-            wanted.decode().splitlines(True), found.decode().splitlines(True), expected, path)))
+
+def generated(parameters: bytes) -> dict[str, bytes]:
+    """Return the chat script and peer file that Connect generates from six parameter lines."""
+    apn, dial, user, password, pin, method = parameters.split(b"\n")[:6]
+    values = {b"web.example": apn, b"*99***1#": dial, b"guest": user, b"pass word": password,
+              b"1234": pin}  # by the values in the expected files
+    names = {CHAT_SCRIPT: "chat-with-pin" if pin else "chat-without-pin",
+             PEER_FILE: PEERS.get(method, "peer-other")}
+    pattern = b"|".join(map(re.escape, values))
+    return {path: re.sub(pattern, lambda match: values[match[0]], (EXPECTED / name).read_bytes())
+            for path, name in names.items()}
+
+
+def shown(root: PrivateRoot) -> bytes:
+    """Return the dial-up values on the screen, as a save would store them."""
+    screen = root.panel.screen()
+    lines = [screen.field(label)["text"] for label in FIELDS]
+    return "".join(f"{line}\n" for line in [*lines, screen.field(AUTH)["index"]]).encode()
+
+
+def stored(root: PrivateRoot) -> bytes:
+    """Return the first six lines of the parameter file, or nothing if it has fewer."""
+    lines = root.content(PARAMETERS).split(b"\n")[:-1][:6]
+    return b"".join(line + b"\n" for line in lines) if len(lines) == 6 else b""
+
+
+def expect_stored(root: PrivateRoot, parameters: bytes) -> None:
+    expect(stored(root) == parameters, f"{stored(root)!r} is stored")
+
+
+def at_rest(root: PrivateRoot) -> None:
+    """Wait until no command runs and the descriptors of all commands are closed."""
+    def quiet() -> bool:
+        return not root.processes() and not any(
+            "[pidfd]" in target for target in root.descriptors().values())
+    root.wait_until(quiet, 5, "the commands' end")
+    time.sleep(0.5)  # a check runs more than one command
+    root.wait_until(quiet, 5, "the last command's end")
+
+
+def type_and_connect(root: PrivateRoot) -> None:
+    """Type another APN, touch Connect and wait for pppd."""
+    root.panel.fill(APN, TYPED)
+    connect(root)
+
+
+def fail(root: PrivateRoot) -> None:
+    """Make a failed attempt in a FAST root and close its notice."""
+    root.panel.press("Connect")
+    root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
+    expect(root.panel.dialog()["text"] == FAILED, "it tells that it failed")
+    root.panel.press("OK")
+    root.wait(lambda screen: not screen.has_dialog() and screen.button("Connect")["enabled"],
+              SECONDS, "the notice closed")
+
+
+def type_counts(root: PrivateRoot) -> None:
+    root.panel.open_tab(MISC)
+    root.panel.fill(COUNTS, TYPED_COUNTS)
+    root.panel.open_tab(SETTING)
+
+
+REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # values of a second start, by contents
+
+
+def repairable(root: PrivateRoot, *expected: bytes) -> None:
+    """Check that a second start shows one of the expected values, and that an edit and Connect
+    update all four files. The same four contents are checked only once."""
+    contents = {path: root.read(path)
+                for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
+    found = tuple(contents.values())
+    if found not in REPAIRED:
+        REPAIRED[found] = repair(contents)
+    expect(REPAIRED[found] in expected, f"{REPAIRED[found]!r} is one of {expected}")
+
+
+def repair(contents: dict[str, bytes | None]) -> bytes:
+    """Start with these files, edit and connect. @return the values shown after the start"""
+    with PrivateRoot() as second:
+        for path, content in contents.items():
+            if content is not None:
+                second.write(path, content)
+        seen = shown(second.start())
+        second.panel.fill(APN, "again")
+        connect(second)
+        expect(stored(second).startswith(b"again\n"), f"saved: {stored(second)!r}")
+        for path, content in generated(stored(second)).items():
+            expect(second.content(path) == content, f"{path} is new: {second.content(path)!r}")
+        leave(second)
+        return seen

@@ -1,238 +1,236 @@
-"""The Connect button: what is called in which order, what is written, and when nothing is."""
+"""The Connect button: which commands run in which order, and what is written when."""
 
 import os
 import time
 from collections.abc import Callable
 from pathlib import Path
 
-from picture import Picture
+import pytest
+
 from panel.facts import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL, FIELDS, FILES, LOGS,
                          MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS, STORED,
-                         STORED_AUTO, UNDETECTED, USER)
+                         STORED_AUTO, UNDETECTED, USER, stored_parameters)
 from panel.panel import Panel
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
 from privateroot.waiting import wait_until
-from programtest import ProgramTest
+from program.picture import Picture
+from program.programtest import FAST, clocks, expect_file, expect_period, fail, generated, stored
+from program.conftest import Roots
 
-# Keeps what the files hold at the moment of the call.
+# Keeps the contents of the files at the time of the call.
 SNAPSHOT = """
 /usr/bin/mkdir /testrun/at-{name}
 /usr/bin/cp /quenfold/configs/* /etc/ppp/peers/* /etc/ppp/chat/* /testrun/at-{name} 2>/dev/null
 echo >/testrun/at-{name}/complete
 """
 Act = Callable[[Panel], object]
+NOTHING: Act = lambda panel: None  # noqa: E731
 
 
-class Connect(ProgramTest):
-    def edit(self, name: str, changed: bool, act: Act = lambda panel: None, tab: str = SETTING,
-             parameters: bytes = STORED, auto: bytes = STORED_AUTO) -> None:
-        """Visit every tab, act on one, and touch Connect, then again.
-        @param changed whether that is a change; the second time nothing is"""
-        with self.subTest(name):
-            root = self.stored_root(parameters=parameters, auto=auto)
-            root.write(CHAT_SCRIPT, "old")
-            root.write(PEER_FILE, "old")
-            root.start()
-            for visited in (MISC, STATUS, SETTING, tab):
-                root.panel.open_tab(visited)
-            act(root.panel)
-            self.assertEqual(connect(root), DIALLING)
-            kept = [root.read(PEER_FILE) == b"old", root.read(CHAT_SCRIPT) == b"old"]
-            self.assertEqual(kept, [not changed] * 2)
-            if not changed:
-                self.assertEqual(root.read(PARAMETERS), parameters)
-            stamps = [root.host(path).stat().st_mtime_ns for path in FILES]
-            check_link(root, False)
-            self.assertEqual(connect(root), DIALLING)
-            self.assertEqual([root.host(path).stat().st_mtime_ns for path in FILES], stamps)
+def next_method(panel: Panel) -> None:
+    """Choose by a key: at the speed of this clock, the list of the combo box closes at once."""
+    panel.fill(PIN, "0000")
+    panel.key("Tab")
+    panel.key("Down")
 
-    def test_changes(self) -> None:
-        self.edit("nothing", False)
-        for label in FIELDS:
-            self.edit(label, True, lambda panel: panel.fill(label, " 0000 "))
-        self.edit("trailing space", True, lambda panel: panel.fill(APN, "internet "))
-        self.edit("method", True, lambda panel: panel.choose(AUTH, "PAP"))
-        self.edit("radio", True, lambda panel: panel.press("YES"), MISC)
-        self.edit("same radio", False, lambda panel: panel.press("NO"), MISC)
-        self.edit("counts", True, lambda panel: panel.fill(COUNTS, "05"), MISC)
-        self.edit("counts like the APN", True, lambda panel: panel.fill(COUNTS, "internet"), MISC)
-        self.edit("typed as stored", False, lambda panel: panel.fill(USER, "operator"))
-        self.edit("other flag, YES", False, lambda panel: panel.press("YES"), MISC, auto=b"2\n5\n")
-        self.edit("YES stored, NO", True, lambda panel: panel.press("NO"), MISC, auto=b"0\n5\n")
-        self.edit("method is no number", False, parameters=STORED[:-2] + b"PAP\n")
-        self.edit("method beyond the list", True, parameters=STORED[:-2] + b"3\n")
-        self.edit("no parameters", False, parameters=b"")
-        self.edit("only an APN line", True, parameters=b"internet\n")
-        self.edit("no settings", True, auto=b"")
-        self.edit("only a flag line", True, auto=b"1\n")
 
-    def test_order_and_what_pppd_finds(self) -> None:
-        root = self.stored_root()
-        for name in ("killall", "pppd"):
-            root.answer(name, SNAPSHOT.format(name=name))
-        root.start()
-        root.panel.fill(APN, "web.example")
-        root.panel.fill(PIN, "1234")
-        before = len(root.calls())
+# An edit, the tab it is made on, and whether Connect takes it for a change.
+EDITS: tuple[tuple[str, bool, str, Act], ...] = (
+    ("a method beyond the list stored", True, SETTING, NOTHING),
+    ("nothing", False, SETTING, NOTHING),
+    *((label, True, SETTING, lambda panel, label=label: panel.fill(label, " 0000 "))
+      for label in FIELDS),
+    ("trailing space", True, SETTING, lambda panel: panel.fill(APN, "0000 ")),
+    ("method", True, SETTING, next_method),
+    ("another method", True, SETTING, next_method),
+    ("same radio", False, MISC, lambda panel: panel.press("NO")),
+    ("radio", True, MISC, lambda panel: panel.press("YES")),
+    ("counts", True, MISC, lambda panel: panel.fill(COUNTS, "05")),
+    ("counts like the APN", True, MISC, lambda panel: panel.fill(COUNTS, "0000")),
+    ("typed as stored", False, SETTING, lambda panel: panel.fill(USER, "0000")),
+)
+
+
+def test_edits(roots: Roots) -> None:
+    """Edits one after the other. After each, Connect stores and reads everything again."""
+    root = roots.stored(parameters=stored_parameters(method="3"), auto=STORED_AUTO, **FAST).start()
+    for name, changed, tab, act in EDITS:
+        for path in (CHAT_SCRIPT, PEER_FILE):
+            root.write(path, "old")
+        for visited in (MISC, STATUS, SETTING, tab):
+            root.panel.open_tab(visited)
+        act(root.panel)
+        fail(root)
+        for path, content in generated(stored(root)).items():
+            assert root.read(path) == (content if changed else b"old"), f"{path} after {name}"
+        stamps = [root.host(path).stat().st_mtime_ns for path in FILES]
+        fail(root)
+        assert [root.host(path).stat().st_mtime_ns for path in FILES] == stamps, f"after {name}"
+    assert root.read(PARAMETERS) == b"0000\n" * len(FIELDS) + b"1\n"
+    assert root.read(AUTO_CONNECT) == b"0\n0000\n"
+    leave(root)
+
+
+def test_order_and_what_pppd_finds(roots: Roots) -> None:
+    root = roots.stored()
+    for name in ("killall", "pppd"):
+        root.answer(name, SNAPSHOT.format(name=name))
+    root.start()
+    root.panel.fill(APN, "web.example")
+    root.panel.fill(PIN, "1234")
+    before = len(root.calls())
+    root.panel.press("Connect")
+    root.wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
+    assert [str(call) for call in root.calls()[before:]] == ["usb balanced", "ls /dev", *DIALLING]
+    screen = root.panel.screen()
+    assert not screen.button("Connect")["enabled"]
+    assert not screen.field(APN)["enabled"]
+    assert [bar["rect"] for bar in screen.busy_bars()] == [[200, 200, 400, 40]]
+    assert root.read("/testrun/at-killall/3gparam") == STORED
+    assert root.read("/testrun/at-killall/chat") is None
+    for path in FILES:
+        assert root.read(f'/testrun/at-pppd/{path.rpartition("/")[2]}') == root.read(path)
+    assert b"1234" in root.content(CHAT_SCRIPT)
+
+
+@pytest.mark.parametrize("lay, mode", (
+    (lambda log: None, 0o600), (Path.touch, 0o600), (os.mkfifo, 0o644),
+    (lambda log: log.symlink_to("ppp.log.shared"), 0o777)), ids=("none", "file", "FIFO", "link"))
+def test_private_logs(roots: Roots, lay: Callable[[Path], object], mode: int) -> None:
+    """What pppd finds in a log's place. A link is kept as it is, and so is its target."""
+    root = roots.stored()
+    root.write(f"{LOGS[0]}.shared", "log")
+    for log in LOGS:
+        lay(root.host(log))
+    connect(root.start())
+    assert [root.host(log).lstat().st_mode & 0o777 for log in LOGS] == [mode] * 2
+    assert root.mode(f"{LOGS[0]}.shared") == "644"
+
+
+def test_written_files(roots: Roots) -> None:
+    """Everything is replaced by what was typed, without spaces around it, for root only."""
+    root = roots.new()
+    for path in FILES:
+        root.write(path, "old\n" * 505)
+        root.host(path).chmod(0o664)
+    root.start()
+    for label, text in {APN: "web.example", DIAL: " *99***1# ", USER: "guest",
+                        PASSWORD: "pass word", PIN: " 1234 "}.items():
+        root.panel.fill(label, text)
+    root.panel.choose(AUTH, "CHAP")
+    connect(root)
+    expect_file(root, PEER_FILE, "peer-chap")
+    expect_file(root, CHAT_SCRIPT, "chat-with-pin")
+    assert root.read(PARAMETERS) == stored_parameters(
+        "web.example", "*99***1#", "guest", "pass word", "1234", "2")
+    assert root.read(AUTO_CONNECT) == b"0\nold\n"
+    assert [root.mode(path) for path in FILES] == ["600"] * 4
+    leave(root)
+
+
+def test_two_quick_presses(roots: Roots) -> None:
+    root = roots.stored()
+    root.answer("killall", "/usr/bin/sleep 0.3")
+    button = root.start().panel.button("Connect")
+    root.panel.click(button)
+    root.panel.click(button)
+    root.wait_calls("pppd", 1)
+    root.panel.screen()  # answered once the second touch has been delivered
+    leave(root)
+    assert len(root.calls("pppd")) == 1
+
+
+def waiting(roots: Roots, node: bool, usb: str = DONGLE) -> PrivateRoot:
+    """Touch Connect while the device node or the dongle is missing."""
+    root = roots.started()
+    if not node:
+        root.remove_node("ttyUSB0")
+    root.set_usb(usb)
+    polls = len(root.calls("ls"))
+    root.panel.press("Connect")
+    if usb == DONGLE:
+        root.wait_calls("ls", polls + 1)
+    else:
+        root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
+    return root
+
+
+@clocks("to 1971")
+def test_served_with_a_moving_bar(roots: Roots) -> None:
+    root = waiting(roots, node=False)
+    bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
+    pictures = set()
+
+    def moving(_: object) -> bool:
+        pictures.add(Picture(root).part(bar["rect"]))
+        return len(pictures) >= 5
+
+    root.wait(moving, 3, "the busy bar moving")
+    root.panel.open_tab(STATUS, 0.7)
+    polls = len(root.calls("ls"))
+    root.wait_calls("ls", polls + 3, 4)
+    expect_period(root.calls("ls")[polls - 1:], 1.0)
+    assert root.commands()[1:] == [], "nothing is dialled yet"
+    root.add_node("ttyUSB0")
+    root.wait_calls("pppd", 1, 1.5)
+    leave(root)
+
+
+def test_second_press_dials_no_second_time(roots: Roots) -> None:
+    root = waiting(roots, node=False)
+    for _ in range(2):
+        check_link(root, False)
         root.panel.press("Connect")
-        root.wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
-        since = [str(call) for call in root.calls()[before:]]
-        self.assertEqual(since, ["usb balanced", "ls /dev", *DIALLING])
-        screen = root.panel.screen()
-        self.assertFalse(screen.button("Connect")["enabled"])
-        self.assertFalse(screen.field(APN)["enabled"])
-        self.assertEqual([bar["rect"] for bar in screen.busy_bars()], [[200, 200, 400, 40]])
-        self.assertEqual(root.read("/testrun/at-killall/3gparam"), STORED)
-        self.assertIsNone(root.read("/testrun/at-killall/chat"))
-        for path in FILES:
-            name = path.rpartition("/")[2]
-            self.assertEqual(root.read(f"/testrun/at-pppd/{name}"), root.read(path), name)
-        self.assertIn(b"1234", root.content(CHAT_SCRIPT))
-
-    def test_private_logs(self) -> None:
-        """What pppd finds in a log's place. A link is kept as it is, and so is its target."""
-        table: tuple[tuple[Callable[[Path], object], int], ...] = (
-            (lambda log: None, 0o600), (Path.touch, 0o600), (os.mkfifo, 0o644),
-            (lambda log: log.symlink_to("ppp.log.shared"), 0o777))
-        for lay, mode in table:
-            with self.subTest(mode):
-                root = self.stored_root()
-                root.write(f"{LOGS[0]}.shared", "log")
-                for log in LOGS:
-                    lay(root.host(log))
-                connect(root.start())
-                modes = [root.host(log).lstat().st_mode & 0o777 for log in LOGS]
-                self.assertEqual(modes, [mode] * 2)
-                self.assertEqual(root.mode(f"{LOGS[0]}.shared"), "644")
-
-    def test_written_files(self) -> None:
-        table = (
-            # stored method, chosen method, PIN, peer file, chat script, saved method
-            ("old", None, "", "peer-auto", "chat-without-pin", "0"),
-            ("old", "PAP", "1234", "peer-pap", "chat-with-pin", "1"),
-            ("old", "CHAP", " 1234 ", "peer-chap", "chat-with-pin", "2"),
-            ("3", None, "", "peer-other", "chat-without-pin", "-1"),
-        )
-        values = {APN: "web.example", DIAL: " *99***1# ", USER: "guest", PASSWORD: "pass word"}
-        for stored, chosen, pin, peer, chat, saved in table:
-            with self.subTest(peer):
-                root = self.root()
-                for path in FILES:
-                    root.write(path, "old\n" * 5 + f"{stored}\n" + "old\n" * 500)
-                    root.host(path).chmod(0o664)
-                root.start()
-                for label, text in (values | {PIN: pin}).items():
-                    root.panel.fill(label, text)
-                if chosen is not None:
-                    root.panel.choose(AUTH, chosen)
-                connect(root)
-                self.assert_file(root, PEER_FILE, peer)
-                self.assert_file(root, CHAT_SCRIPT, chat)
-                lines = f"web.example\n*99***1#\nguest\npass word\n{pin.strip()}\n{saved}\n"
-                self.assertEqual(root.read(PARAMETERS), lines.encode())
-                self.assertEqual(root.read(AUTO_CONNECT), b"0\nold\n")
-                self.assertEqual([root.mode(path) for path in FILES], ["600"] * 4)
-                leave(root)
-
-    def test_two_quick_presses(self) -> None:
-        root = self.stored_root()
-        root.answer("killall", "/usr/bin/sleep 0.3")
-        button = root.start().panel.button("Connect")
-        root.panel.click(button)
-        root.panel.click(button)
-        root.wait_calls("pppd", 1)
-        root.panel.screen()  # answered once the second touch has been delivered
-        leave(root)
-        self.assertEqual(len(root.calls("pppd")), 1)
+        root.wait(lambda screen: not screen.button("Connect")["enabled"], 2, "the attempt")
+    root.add_node("ttyUSB0")
+    dialled = root.wait_calls("pppd", 1, 2)
+    # Another attempt would find the node within a second.
+    wait_until(lambda: time.time() > dialled.time + 1.6, 3, "the time")
+    assert [str(call) for call in root.calls("pppd", "killall")] == DIALLING
+    leave(root)
 
 
-class ConnectWait(ProgramTest):
-    """The dongle or its device node is missing when Connect is touched."""
+@pytest.mark.parametrize("close", (lambda panel: panel.press("Close"),
+                                   lambda panel: panel.key("Esc")), ids=("Close", "Esc"))
+def test_dongle_dialog_closed(roots: Roots, close: Act) -> None:
+    """Closing the dialog aborts the attempt. The dialog does not appear a second time."""
+    root = waiting(roots, node=False, usb="")
+    close(root.panel)
+    root.wait(lambda screen: not screen.has_dialog(), 2, "the dialog closed")
+    check_link(root, False)
+    assert root.panel.screen().busy_bars() == []
+    closed = len(root.calls("ls")), len(root.calls("usb"))
+    root.add_node("ttyUSB0")
+    wait_until(lambda: time.time() > root.calls("usb")[-1].time + 3.2, 5, "a poll's time")
+    assert (len(root.calls("ls")), len(root.calls("usb"))) == closed
+    root.remove_node("ttyUSB0")
+    root.panel.press("Connect")
+    root.wait_calls("ls", closed[0] + 4)
+    assert not root.panel.screen().has_dialog()
+    leave(root)
+    assert root.calls("pppd") == []
 
-    def waiting(self, node: bool, usb: str = DONGLE) -> PrivateRoot:
-        """Touch Connect when the node and the dongle are there or not."""
-        root = self.started()
-        if not node:
-            root.remove_node("ttyUSB0")
-        root.set_usb(usb)
-        polls = len(root.calls("ls"))
-        root.panel.press("Connect")
-        if usb == DONGLE:
-            root.wait_calls("ls", polls + 1)
+
+def test_closed_with_a_node(roots: Roots) -> None:
+    root = waiting(roots, node=True, usb="")
+    root.panel.press("Close")
+    root.wait_calls("pppd", 1)
+    leave(root)
+
+
+@clocks()
+def test_dongle_dialog_closes_itself(roots: Roots) -> None:
+    """Then it waits for the node; Exit ends that wait, too."""
+    for node in (True, False):
+        root = waiting(roots, node=node, usb="")
+        root.set_usb(DONGLE)
+        root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
+        if node:
+            root.wait_calls("pppd", 1)
         else:
-            root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
-        return root
-
-    def test_served_with_a_moving_bar(self) -> None:
-        root = self.waiting(node=False)
-        bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
-        pictures = set()
-
-        def moving(_: object) -> bool:
-            pictures.add(Picture(root).part(bar["rect"]))
-            return len(pictures) >= 5
-
-        root.wait(moving, 3, "the busy bar moving")
-        root.panel.open_tab(STATUS, 0.7)
-        polls = len(root.calls("ls"))
-        root.wait_calls("ls", polls + 3, 4)
-        self.assert_period(root.calls("ls")[polls - 1:], 1.0)
-        self.assertEqual(root.commands()[1:], [], "nothing is dialled yet")
-        root.add_node("ttyUSB0")
-        root.wait_calls("pppd", 1, 1.5)
+            root.wait(lambda screen: screen.busy_bars(), 2, "the wait for the node")
+            root.set_usb("")
         leave(root)
-
-    def test_second_press_dials_no_second_time(self) -> None:
-        root = self.waiting(node=False)
-        for _ in range(2):
-            check_link(root, False)
-            root.panel.press("Connect")
-            root.wait(lambda screen: not screen.button("Connect")["enabled"], 2, "the attempt")
-        root.add_node("ttyUSB0")
-        dialled = root.wait_calls("pppd", 1, 2)
-        # Another attempt would find the node within a second.
-        wait_until(lambda: time.time() > dialled.time + 1.6, 3, "the time")
-        self.assertEqual([str(call) for call in root.calls("pppd", "killall")], DIALLING)
-        leave(root)
-
-    def test_dongle_dialog_closed(self) -> None:
-        """Close or Escape aborts the attempt. The dialog does not appear a second time."""
-        ways: tuple[Act, ...] = (lambda panel: panel.press("Close"), lambda panel: panel.key("Esc"))
-        for close in ways:
-            root = self.waiting(node=False, usb="")
-            close(root.panel)
-            root.wait(lambda screen: not screen.has_dialog(), 2, "the dialog closed")
-            check_link(root, False)
-            self.assertEqual(root.panel.screen().busy_bars(), [])
-            closed = len(root.calls("ls")), len(root.calls("usb"))
-            root.add_node("ttyUSB0")
-            wait_until(lambda: time.time() > root.calls("usb")[-1].time + 3.2, 5, "a poll's time")
-            self.assertEqual((len(root.calls("ls")), len(root.calls("usb"))), closed)
-            root.remove_node("ttyUSB0")
-            root.panel.press("Connect")
-            root.wait_calls("ls", closed[0] + 4)
-            self.assertFalse(root.panel.screen().has_dialog())
-            leave(root)
-            self.assertEqual(root.calls("pppd"), [])
-
-    def test_closed_with_a_node(self) -> None:
-        root = self.waiting(node=True, usb="")
-        root.panel.press("Close")
-        root.wait_calls("pppd", 1)
-        leave(root)
-
-    def test_dongle_dialog_closes_itself(self) -> None:
-        """Then it waits for the node; Exit ends that wait, too."""
-        for node in (True, False):
-            root = self.waiting(node=node, usb="")
-            root.set_usb(DONGLE)
-            root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
-            if node:
-                root.wait_calls("pppd", 1)
-            else:
-                root.wait(lambda screen: screen.busy_bars(), 2, "the wait for the node")
-                root.set_usb("")
-            leave(root)
-            self.assertEqual(len(root.calls("pppd")), node)
+        assert len(root.calls("pppd")) == node

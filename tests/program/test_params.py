@@ -1,143 +1,183 @@
-"""The parameter files: what the screen shows of them and what the next save leaves."""
+"""The parameter files: what the screen shows of them and what the next save writes."""
 
 import os
 from collections.abc import Sequence
 
+import pytest
+
 from panel.facts import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, PASSWORD,
                          STORED, stored_parameters)
-from privateroot.operating import AUTO, alive, leave
+from privateroot.operating import AUTO, alive, connect, leave
 from privateroot.process import PrivateRoot
-from programtest import ProgramTest
+from program.programtest import DEFAULTS, generated, row, shown, type_counts
+from program.conftest import Roots
 
-EMPTY = [""] * len(FIELDS)
 YES, NO, NEITHER = [True, False], [False, True], [False, False]
 CONFIGS = "/quenfold/configs"
 PAGE = os.sysconf("SC_PAGE_SIZE")  # bytes
+# Content, and what the screen shows of it, as the next save writes it.
+PARAMETER_FILES: dict[str, tuple[bytes | None, str]] = {
+    "missing": (None, "\n\n\n\n\n0\n"),
+    "complete": (b"a\nb\nc\nd\n1234\n1\n", "a\nb\nc\nd\n1234\n1\n"),
+    "no last newline": (b"a\nb\nc\nd\n\n2", "a\nb\nc\nd\n\n2\n"),
+    "five lines": (b"a\nb\nc\nd\ne\n", "\n\n\n\n\n0\n"),
+    "very long": (b"a\nb\nc\nd\ne\n1\n" + b"x\n" * 200000, "a\nb\nc\nd\ne\n1\n"),
+    "UTF-8 and ISO 8859-1": (b"gr\xc3\xbcn\n\xe4\xb8\n\xff\n\n\n0\n",
+                             "gr\u00fcn\n\u00e4\u00b8\n\u00ff\n\n\n0\n"),
+    "method beyond the list": (b"\n\n\n\n\n3\n", "\n\n\n\n\n-1\n"),
+    "method is no number": (b"\n\n\n\n\nPAP\n", "\n\n\n\n\n0\n"),
+    "quotes and markup": (b"it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n",
+                          "it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n"),
+}
+# Content, radio buttons YES and NO, counts, content after a save.
+AUTO_CONNECT_FILES: dict[str, tuple[bytes | None, list[bool], str, bytes]] = {
+    "missing": (None, NO, "5", b"1\n5\n"),
+    "one line": (b"0\n", NEITHER, "", b"1\n\n"),
+    "yes": (b"0\n7\n", YES, "7", b"0\n7\n"),
+    "no": (b"1\n7\n", NO, "7", b"1\n7\n"),
+    "flag is no number": (b"NO\n7\n", YES, "7", b"0\n7\n"),
+    "other number": (b"-2\n many \nx\n", NO, "many", b"1\nmany\n"),
+}
 
-# name, content, texts of the fields, row of the method
-PARAMETER_FILES: tuple[tuple[str, bytes | None, Sequence[str], int], ...] = (
-    ("missing", None, EMPTY, 0),
-    ("complete", b"a\nb\nc\nd\n1234\n1\n", ["a", "b", "c", "d", "1234"], 1),
-    ("no last newline", b"a\nb\nc\nd\n\n2", ["a", "b", "c", "d", ""], 2),
-    ("five lines", b"a\nb\nc\nd\ne\n", EMPTY, 0),
-    ("very long", b"a\nb\nc\nd\ne\n1\n" + b"x\n" * 200000, list("abcde"), 1),
-    ("UTF-8 and ISO 8859-1", b"gr\xc3\xbcn\n\xe4\xb8\n\xff\n\n\n0\n",
-     ["gr\u00fcn", "\u00e4\u00b8", "\u00ff", "", ""], 0),
-    ("method beyond the list", b"\n\n\n\n\n3\n", EMPTY, -1),
-    ("method is no number", b"\n\n\n\n\nPAP\n", EMPTY, 0),
-    ("quotes and markup", b"it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n",
-     ["it's", '"q"', "<b>x</b>", "%s\\n", "&amp;"], 0),
-)
-# name, content, radio buttons YES and NO, counts, content after a save
-AUTO_CONNECT_FILES: tuple[tuple[str, bytes | None, list[bool], str, bytes], ...] = (
-    ("missing", None, NO, "5", b"1\n5\n"),
-    ("one line", b"0\n", NEITHER, "", b"1\n\n"),
-    ("yes", b"0\n7\n", YES, "7", b"0\n7\n"),
-    ("no", b"1\n7\n", NO, "7", b"1\n7\n"),
-    ("flag is no number", b"NO\n7\n", YES, "7", b"0\n7\n"),
-    ("other number", b"-2\n many \nx\n", NO, "many", b"1\nmany\n"),
-)
+# Values that must be shown, stored and passed on unchanged.
+VALUES = {
+    "every ASCII character": bytes(range(0x21, 0x7f)).decode(),
+    "single quotes": "it's",
+    "double quotes": 'say "web"',
+    "backslashes": "\\x\\\\n\\",
+    "what a shell would expand": "$(reboot) `id` $HOME ${x} * ~",
+    "what chat would take for options": "'' -v ^C \\c \\d TIMEOUT 1",
+    "what pppd would take for a comment": "a # b",
+    "spaces inside": "a  b",
+    "tab inside": "a\tb",
+    "control characters": "a\x01\x07\x1b[2J\x7fb",
+    "format directives": "%s%n%1$s %1 %2",
+    "markup": "<b>x</b>&amp;",
+    "Latin letters": "é ü ß",
+    "Chinese": "電話 设置",
+    "beyond the basic plane": "😀",
+    "right to left": "אב",
+    "combining": "a\u0301",
+    "byte order mark": "\ufeffx",
+    "half of a surrogate pair": "a\ud83db",
+    "no-break spaces around": "\u00a0x\u00a0",
+    "a thousand characters": "0123456789" * 100,
+}
+EVERYDAY = ("every ASCII character", "half of a surrogate pair")
 
 
-class Files(ProgramTest):
-    def shown_fields(self, root: PrivateRoot) -> tuple[list[str], int]:
-        screen = root.panel.screen()
-        return [screen.field(label)["text"] for label in FIELDS], screen.field(AUTH)["index"]
+def edit_everything(root: PrivateRoot, texts: Sequence[str], counts: str) -> None:
+    """Leave no line of either file as it was stored."""
+    for label, text in zip(FIELDS, texts, strict=True):
+        root.panel.fill(label, text)
+    root.panel.choose(AUTH, "CHAP")
+    root.panel.open_tab(MISC)
+    root.panel.press("NO")
+    root.panel.fill(COUNTS, counts)
 
-    def edit_everything(self, root: PrivateRoot, texts: Sequence[str], counts: str) -> None:
-        """Leave no line of either file as it was stored."""
-        for label, text in zip(FIELDS, texts, strict=True):
-            root.panel.fill(label, text)
-        root.panel.choose(AUTH, "CHAP")
-        root.panel.open_tab(MISC)
-        root.panel.press("NO")
-        root.panel.fill(COUNTS, counts)
 
-    def test_parameter_file(self) -> None:
-        for name, content, texts, method in PARAMETER_FILES:
-            with self.subTest(name):
-                root = self.root(locale="C")  # which decides no encoding
-                if content is not None:
-                    root.write(PARAMETERS, content)
-                    root.host(PARAMETERS).chmod(0o644)
-                self.assertEqual(self.shown_fields(root.start()), (texts, method))
-                self.assertEqual(root.read(PARAMETERS), content)
-                leave(root)
-                self.assertEqual(root.content(PARAMETERS).decode(),
-                                 "".join(f"{line}\n" for line in (*texts, method)))
-                self.assertEqual(root.mode(PARAMETERS), "600")
-                for directory in ("/etc/ppp/chat", "/etc/ppp/peers"):
-                    self.assertEqual(os.listdir(root.host(directory)), [])
+@pytest.mark.parametrize("content, saved", PARAMETER_FILES.values(), ids=PARAMETER_FILES)
+def test_parameter_file(roots: Roots, content: bytes | None, saved: str) -> None:
+    root = roots.new(locale="C")  # which decides no encoding
+    if content is not None:
+        root.write(PARAMETERS, content)
+        root.host(PARAMETERS).chmod(0o644)
+    assert shown(root.start()).decode() == saved
+    assert root.read(PARAMETERS) == content
+    leave(root)
+    assert root.content(PARAMETERS).decode() == saved
+    assert root.mode(PARAMETERS) == "600"
+    for directory in ("/etc/ppp/chat", "/etc/ppp/peers"):
+        assert os.listdir(root.host(directory)) == []
 
-    def test_auto_connect_file(self) -> None:
-        for name, content, radios, counts, saved in AUTO_CONNECT_FILES:
-            with self.subTest(name):
-                root = self.root()
-                if content is not None:
-                    root.write(AUTO_CONNECT, content)
-                screen = root.start().panel.screen()
-                self.assertEqual([radio["checked"] for radio in
-                                  screen.all("QRadioButton", visible=False)], radios)
-                self.assertEqual(screen.field(COUNTS)["text"], counts)
-                leave(root)
-                self.assertEqual(root.read(AUTO_CONNECT), saved)
-                self.assertEqual(root.mode(AUTO_CONNECT), "600")
 
-    def test_unreadable_and_unwritable(self) -> None:
-        """One file that cannot be used does not keep the other from being saved."""
-        new, new_auto = b"new\nnew\nnew\nnew\nnew\n2\n", b"1\nnew\n"
-        nothing, stored = (EMPTY, 0), (["internet", "*99#", "operator", "secret", ""], 0)
-        table = (
-            # name, mode of each file, what is shown, what is left
-            ("unreadable parameters", 0o000, 0o644, nothing, STORED, new_auto),
-            ("write-only parameters", 0o200, 0o644, nothing, STORED, new_auto),
-            ("read-only parameters", 0o444, 0o644, stored, STORED, new_auto),
-            ("unreadable settings", 0o644, 0o000, stored, new, AUTO),
-        )
-        for name, parameters, auto, shown, left, left_auto in table:
-            with self.subTest(name):
-                root = self.stored_root()
-                root.host(PARAMETERS).chmod(parameters)
-                root.host(AUTO_CONNECT).chmod(auto)
-                self.assertEqual(self.shown_fields(root.start()), shown)
-                self.edit_everything(root, ["new"] * len(FIELDS), "new")
-                leave(root)
-                for path in (PARAMETERS, AUTO_CONNECT):
-                    root.host(path).chmod(0o600)
-                self.assertEqual(root.read(PARAMETERS), left)
-                self.assertEqual(root.read(AUTO_CONNECT), left_auto)
+@pytest.mark.parametrize("content, radios, counts, saved", AUTO_CONNECT_FILES.values(),
+                         ids=AUTO_CONNECT_FILES)
+def test_auto_connect_file(roots: Roots, content: bytes | None, radios: list[bool], counts: str,
+                           saved: bytes) -> None:
+    root = roots.new()
+    if content is not None:
+        root.write(AUTO_CONNECT, content)
+    screen = root.start().panel.screen()
+    assert [radio["checked"] for radio in screen.all("QRadioButton", visible=False)] == radios
+    assert screen.field(COUNTS)["text"] == counts
+    leave(root)
+    assert root.read(AUTO_CONNECT) == saved
+    assert root.mode(AUTO_CONNECT) == "600"
 
-    def test_missing_directory(self) -> None:
-        root = self.root()
-        root.host(CONFIGS).rmdir()
-        self.assertEqual(self.shown_fields(root.start()), (EMPTY, 0))
-        leave(root)
-        self.assertFalse(root.host(CONFIGS).exists())
 
-    def test_full_file_system(self) -> None:
-        """A save that finds no room keeps what was stored. Each stored file fills a page, and its
-        new content is a little longer."""
-        parameters = stored_parameters(user="u" * (PAGE - len(stored_parameters())))
-        auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # without a flag, which a save puts there
-        fill = f"/usr/bin/cat /dev/zero >{CONFIGS}/filler 2>/dev/null\n"
-        store = f"/usr/bin/cp /testrun/*param {CONFIGS}\n"
-        for setup, left in ((fill, [None, None]), (store + fill, [parameters, auto])):
-            with self.subTest(setup):
-                root = self.root(setup=setup, mounts=["--size", str(4 * PAGE), "--tmpfs", CONFIGS])
-                root.write("/testrun/3gparam", parameters)
-                root.write("/testrun/autoparam", auto)
-                root.start().panel.fill(PASSWORD, "new")
-                alive(root)
-                leave(root)
-                self.assertEqual([root.inner_read(path) for path in (PARAMETERS, AUTO_CONNECT)],
-                                 left)
+NEW, NEW_AUTO = b"new\nnew\nnew\nnew\nnew\n2\n", b"1\nnew\n"
 
-    def test_edits_are_saved_trimmed_in_place(self) -> None:
-        root = self.stored_root()
-        before = root.host(PARAMETERS).stat().st_ino
-        self.edit_everything(root.start(), (" web ", "*99***1#", "\u00fcser", "p w", "0000"),
-                             "\u00a012 ")
-        leave(root)
-        self.assertEqual(root.read(PARAMETERS), "web\n*99***1#\n\u00fcser\np w\n0000\n2\n".encode())
-        self.assertEqual(root.read(AUTO_CONNECT), "1\n\u00a012\n".encode())
-        self.assertEqual(root.host(PARAMETERS).stat().st_ino, before, "rewritten in place")
+
+# Mode of each file, what is shown of the parameters, and what is left in both files.
+@pytest.mark.parametrize("mode, auto_mode, visible, left, left_auto", (
+    (0o000, 0o644, DEFAULTS, STORED, NEW_AUTO), (0o200, 0o644, DEFAULTS, STORED, NEW_AUTO),
+    (0o444, 0o644, STORED, STORED, NEW_AUTO), (0o644, 0o000, STORED, NEW, AUTO)),
+    ids=("unreadable parameters", "write-only parameters", "read-only parameters",
+         "unreadable settings"))
+def test_unreadable_and_unwritable(roots: Roots, mode: int, auto_mode: int, visible: bytes,
+                                   left: bytes, left_auto: bytes) -> None:
+    """One file that cannot be used does not keep the other from being saved."""
+    root = roots.stored()
+    root.host(PARAMETERS).chmod(mode)
+    root.host(AUTO_CONNECT).chmod(auto_mode)
+    assert shown(root.start()) == visible
+    edit_everything(root, ["new"] * len(FIELDS), "new")
+    leave(root)
+    for path in (PARAMETERS, AUTO_CONNECT):
+        root.host(path).chmod(0o600)
+    assert (root.read(PARAMETERS), root.read(AUTO_CONNECT)) == (left, left_auto)
+
+
+def test_missing_directory(roots: Roots) -> None:
+    root = roots.new()
+    root.host(CONFIGS).rmdir()
+    assert shown(root.start()) == DEFAULTS
+    leave(root)
+    assert not root.host(CONFIGS).exists()
+
+
+@pytest.mark.parametrize("full_at_first", (True, False), ids=("nothing stored", "stored"))
+def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
+    """A save that finds no space keeps what was stored. Each stored file fills a page, and its
+    new content is a little longer."""
+    parameters = stored_parameters(user="u" * (PAGE - len(stored_parameters())))
+    auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # without a flag, which a save puts there
+    fill = f"/usr/bin/cat /dev/zero >{CONFIGS}/filler 2>/dev/null\n"
+    store = "" if full_at_first else f"/usr/bin/cp /testrun/*param {CONFIGS}\n"
+    root = roots.new(setup=store + fill,
+                     mounts=["--size", str(4 * PAGE), "--tmpfs", CONFIGS])
+    root.write("/testrun/3gparam", parameters)
+    root.write("/testrun/autoparam", auto)
+    root.start().panel.fill(PASSWORD, "new")
+    alive(root)
+    leave(root)
+    left = (root.inner_read(PARAMETERS), root.inner_read(AUTO_CONNECT))
+    assert left == ((None, None) if full_at_first else (parameters, auto))
+
+
+def test_edits_are_saved_trimmed_in_place(roots: Roots) -> None:
+    root = roots.stored()
+    before = root.host(PARAMETERS).stat().st_ino
+    edit_everything(root.start(), (" web ", "*99***1#", "\u00fcser", "p w", "0000"), "\u00a012 ")
+    leave(root)
+    assert root.content(PARAMETERS).decode() == "web\n*99***1#\n\u00fcser\np w\n0000\n2\n"
+    assert root.content(AUTO_CONNECT).decode() == "1\n\u00a012\n"
+    assert root.host(PARAMETERS).stat().st_ino == before, "rewritten in place"
+
+
+@pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)
+                                  for name, text in VALUES.items()])
+def test_value(roots: Roots, text: str) -> None:
+    """Store the value in each field, after the field's number, and check the parameter file and the
+    generated files after an edit of another field."""
+    value = text.encode(errors="surrogatepass")
+    content = b"".join(b"%d%s\n" % (at, value) for at in range(len(FIELDS))) + b"0\n"
+    root = roots.started(parameters=content)
+    if b"\xed" not in value:  # Qt shows a replacement character for half of a pair
+        assert shown(root) == content
+    type_counts(root)
+    connect(root)
+    leave(root)
+    for path, expected in {PARAMETERS: content, **generated(content)}.items():
+        assert root.read(path) == expected

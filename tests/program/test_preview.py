@@ -1,11 +1,12 @@
-"""./preview: the screen answers through VNC, the commands do as they are set, nothing is left."""
+"""./preview: screen over VNC, simulated commands, and nothing left behind."""
 
 import os
 import signal
 import socket
 import subprocess
 import sys
-import unittest
+from collections.abc import Iterator
+from contextlib import contextmanager
 from pathlib import Path
 
 from panel.catalogue import Texts
@@ -15,51 +16,58 @@ from panel.screen import Screen, centre
 from privateroot.procfs import ENDED, descendants, process_name
 from privateroot.viewer import Viewer
 
+SIMULATOR = Path(__file__).resolve().parents[2] / "simulator"
 
-class Preview(unittest.TestCase):
-    def start(self, *options: str) -> Panel:
-        """Start ./preview as it does once everything is built."""
-        environment = {**os.environ, "DISPLAY": "", "WAYLAND_DISPLAY": ""}
-        self.preview = subprocess.Popen(
-            [sys.executable, "-B", "-m", "privateroot.preview", *options], env=environment,
-            stdout=subprocess.PIPE, text=True)
-        self.addCleanup(self.preview.wait)
-        self.addCleanup(self.preview.terminate)  # It removes its directory then.
-        said = self.enterContext(self.preview.stdout or self.fail())
-        address, process, usb = (said.readline().split()[1] for _ in range(3))
+
+class Preview:
+    """./preview, as it runs once everything is built."""
+
+    def __init__(self, process: subprocess.Popen[str]) -> None:
+        assert process.stdout
+        self.process = process
+        address, pid, usb = (process.stdout.readline().split()[1] for _ in range(3))
         host, port = address.split(":")
-        self.address, self.program, self.usb = (host, int(port)), int(process), Path(usb)
-        self.processes = descendants(self.preview.pid)
-        return Panel(unix_request(self.usb.with_name("inspector")))
+        self.address, self.program, self._usb = (host, int(port)), int(pid), Path(usb)
+        self._processes = descendants(process.pid)
+        self.panel = Panel(unix_request(self._usb.with_name("inspector")))
 
-    def assert_gone(self, status: int) -> None:
-        self.assertEqual(self.preview.wait(5), status)
-        names = [process_name(pid) for pid in self.processes]
-        self.assertEqual([name for name in names if name not in ENDED], [])
-        self.assertFalse(self.usb.parent.exists())
+    def expect_gone(self, status: int) -> None:
+        assert self.process.wait(5) == status
+        assert {process_name(pid) for pid in self._processes} <= {*ENDED}
+        assert not self._usb.parent.exists()
 
-    def test_exit(self) -> None:
-        panel, texts = self.start("--size", "480x272", "--language", "1"), Texts(1)
-        panel.tab(texts(SETTING))
-        with Viewer(socket.create_connection(self.address, 5)) as viewer:
-            viewer.touch(*centre(panel.button(texts("Exit"))))
-            self.assertTrue(viewer.wait_end())
-            self.assertEqual(viewer.size, (480, 272))
-        self.assert_gone(0)
 
-    def test_link_and_interruption(self) -> None:
-        panel = self.start()
-        panel.touch_in(APN, "internet")
-        panel.put_keys_away()  # They cover the buttons.
-        for button, shown in (("Connect", "connected"), ("Disconnect", "disconnected")):
-            panel.press(button)
-            self.wait_link(panel, shown)
-        self.preview.send_signal(signal.SIGINT)
-        self.assert_gone(128 + signal.SIGINT)
+@contextmanager
+def preview(*options: str) -> Iterator[Preview]:
+    environment = {**os.environ, "DISPLAY": "", "WAYLAND_DISPLAY": "", "PYTHONPATH": str(SIMULATOR)}
+    with subprocess.Popen([sys.executable, "-B", "-m", "privateroot.preview", *options],
+                          env=environment, stdout=subprocess.PIPE, text=True) as process:
+        try:
+            yield Preview(process)
+        finally:
+            process.terminate()  # It removes its directory then.
 
-    def wait_link(self, panel: Panel, text: str) -> None:
-        """Request link checks, not first 15 s after Connect, until the text is shown."""
-        def shown(screen: Screen) -> bool:
-            os.kill(self.program, signal.SIGUSR1)
-            return screen.value(LINK_STATUS)["text"] == text and not screen.busy_bars()
-        panel.wait(shown, 5, f"the link {text}")
+
+def test_exit() -> None:
+    texts = Texts(1)
+    with preview("--size", "480x272", "--language", "1") as shown:
+        shown.panel.tab(texts(SETTING))
+        with Viewer(socket.create_connection(shown.address, 5)) as viewer:
+            viewer.touch(*centre(shown.panel.button(texts("Exit"))))
+            assert viewer.wait_end()
+            assert viewer.size == (480, 272)
+        shown.expect_gone(0)
+
+
+def test_link_and_interruption() -> None:
+    with preview() as shown:
+        shown.panel.touch_in(APN, "internet")
+        shown.panel.put_keys_away()  # It covers the buttons.
+        for button, text in (("Connect", "connected"), ("Disconnect", "disconnected")):
+            def checked(screen: Screen, text: str = text) -> bool:
+                os.kill(shown.program, signal.SIGUSR1)  # no wait for the check after 15 s
+                return screen.value(LINK_STATUS)["text"] == text and not screen.busy_bars()
+            shown.panel.press(button)
+            shown.panel.wait(checked, 5, f"the link {text}")
+        shown.process.send_signal(signal.SIGINT)
+        shown.expect_gone(128 + signal.SIGINT)

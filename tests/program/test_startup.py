@@ -2,192 +2,200 @@
 
 import os
 import time
+from collections.abc import Callable
 from pathlib import Path
 from signal import SIGKILL, SIGTERM, SIGUSR1
 
-from modem import Modem
-from picture import Picture
+import pytest
+
 from panel.facts import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
                          UNDETECTED)
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import leave, wait_link
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
-from programtest import ProgramTest
+from program.modem import Modem
+from program.picture import Picture
+from program.programtest import clocks, expect_lasted, expect_period
+from program.conftest import Roots
 
 # Panels without a profile have no style sheet of their own, and so no padding.
 BUTTONS = BUTTON_HEIGHTS | {(1024, 600): range(16, 22), (600, 1024): range(18, 26)}
 BLACK = (0, 0, 0)
 HIDDEN_ECHO = 2  # of a line edit for passwords
+SEEN, FAILED = ["usb balanced", "ls /dev"], ["usb failed", "ls /dev"]
+# Bus, link, and the search for the dongle as the start-up and its check make it.
+BUSES = {
+    "link down": (DONGLE, False, SEEN),
+    "link up": (DONGLE, True, SEEN),
+    "two dongles": (DONGLE + DONGLE, False, SEEN),
+    "among others": ("device 1d6b 2\ndevice 12d1 1003\n" + DONGLE, False, SEEN),
+    "no USB library": ("init -99\n", False, FAILED),
+    "no device list": ("list -11\n", False, SEEN),
+}
 
 
-class StartUp(ProgramTest):
-    def test_order_and_first_check(self) -> None:
-        seen, failed = ["usb balanced", "ls /dev"], ["usb failed", "ls /dev"]
-        table = (
-            # name, bus, link, the look for the dongle, as the start-up and its check make it
-            ("link down", DONGLE, False, seen),
-            ("link up", DONGLE, True, seen),
-            ("two dongles", DONGLE + DONGLE, False, seen),
-            ("among others", "device 1d6b 2\ndevice 12d1 1003\n" + DONGLE, False, seen),
-            ("no USB library", "init -99\n", False, failed),
-            ("no device list", "list -11\n", False, seen),
-        )
-        for name, usb, link, looks in table:
-            with self.subTest(name):
-                root = self.root(usb=usb)
-                root.set_link(link)
-                root.start()
-                route = ["route add default ppp0"] if link else []
-                self.assertEqual([str(call) for call in root.calls()],
-                                 [*looks, "ifconfig", *looks, *route])
-                wait_link(root, link)
-                value = root.panel.value(DONGLE_STATUS)
-                self.assertEqual((value["text"], value["style"]), ("detected", GREEN))
-                self.assertFalse(root.panel.screen().has_dialog())
-                self.assertEqual(root.errors(), [])
-                leave(root)
-
-    def test_no_display(self) -> None:
-        """An error message and an exit status of its own, no abort."""
-        for platform in ("linuxfb:fb=/dev/none", "none"):
-            launch = LAUNCH.replace("program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}")
-            root = self.root(launch=launch).start(shown=False)
-            self.assertEqual(root.wait_exit(), 69)
-            self.assertIn("corvanta: no display", "\n".join(root.errors()))
-
-    def test_second_copy(self) -> None:
-        """It refuses to start beside the first, and starts once that has been killed."""
-        root = self.root(mounts=("--tmpfs", "/run"), launch=(
-            "(until [ -e /testrun/go ]; do sleep 0.1; done; program 2>/testrun/second; "
-            f"echo $? >/testrun/refused) & {LAUNCH}; {LAUNCH}"))
-        root.start()
-        root.write("/testrun/go", "")
-        root.wait_until(lambda: root.content("/testrun/refused"), 5, "the second has ended")
-        self.assertEqual(root.read("/testrun/refused"), b"75\n")
-        self.assertEqual(root.read("/testrun/second"),
-                         b"corvanta: another instance is already running\n")
-        root.signal(SIGKILL)
-        root.wait_calls("ifconfig", 2)
-
-    def test_dongle_dialog(self) -> None:
-        """Until a dongle that differs in neither number is found, by polls three seconds apart."""
-        root = self.root(usb="device 12d1 1003\ndevice 05c6 1001\ndevice 1001 12d1\n", nodes=())
-        root.start(shown=False)
-        root.wait_calls("usb", 1)
-        begin = time.monotonic()
-        root.wait(lambda screen: screen.has_dialog(), 5, "the dialog")
-        dialog = root.panel.dialog()
-        self.assertEqual((dialog["text"], dialog["buttons"], dialog["rect"]),
-                         (UNDETECTED, ["Close"], [0, 0, 800, 480]))
-        root.panel.press("Close")
-        root.panel.key("Esc")
-        # The check is served while the dialog waits.
-        root.signal(SIGUSR1)
-        root.wait_calls("ifconfig", 1)
-        screen = root.panel.screen()
-        self.assertTrue(screen.has_dialog(), "Close and Escape must leave the dialog")
-        self.assertFalse(screen.main_window()["visible"])
-        value = screen.value(DONGLE_STATUS)
-        self.assertEqual((value["text"], value["style"]), ("undetected", RED))
-        root.wait_calls("usb", 3)  # start-up, the signal's check, then the first poll
-        self.assert_lasted(time.monotonic() - begin, 3.0, 0.5)
-        root.set_usb(DONGLE)
-        root.wait_calls("usb", 4)
-        self.assert_lasted(time.monotonic() - begin, 6.0, 0.5)
-        root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
-        root.wait_calls("ls", 1)
-        root.add_node("ttyUSB0")
-        root.wait_shown(2)
-        leave(root)
-
-    def test_node_wait_is_served(self) -> None:
-        root = self.root(nodes=("ttyS0", "tty", "USB0")).start(shown=False)
-        root.wait_calls("ls", 1)
-        self.assertEqual(Picture(root).colours(), {BLACK}, "the panel is black meanwhile")
-        root.signal(SIGUSR1)
-        check = root.wait_calls("ifconfig", 1, 0.7)
-        self.assertFalse(root.panel.screen().main_window()["visible"])
-        root.wait_calls("ls", 4, 5)
-        looks = root.calls("ls")
-        # The check looks for the node, too.
-        looks.remove(min(looks, key=lambda look: abs(look.time - check.time)))
-        self.assert_period(looks, 1.0)
-        root.add_node("ttyUSB3")
-        root.wait_shown(1.5)
-        self.assertNotEqual(Picture(root).colours(), {BLACK})
-        leave(root)
-
-    def test_no_shell(self) -> None:
-        """Nothing can be asked: the start-up waits, without spinning, and still answers."""
-        root = self.stored_root(missing=["sh"]).start(shown=False)
-        root.panel.wait(lambda screen: screen.main_window(), 5, "the start-up")
-        used = processor_ticks(root.pid)
-        time.sleep(1.5)
-        self.assertLess(processor_ticks(root.pid) - used, 0.3 * os.sysconf("SC_CLK_TCK"))
-        self.assertFalse(root.panel.screen().main_window()["visible"])
-        root.host("/testrun/bin/sh").symlink_to("/usr/bin/sh")
-        root.wait_shown(2)
-        leave(root)
-
-    def test_no_socket_pair(self) -> None:
-        fail = "program /usr/bin/strace -D -o /dev/null -e inject=socketpair:error=EMFILE"
-        root = self.root(launch=LAUNCH.replace("program", fail)).start(shown=False)
-        self.assertEqual(root.wait_exit(), 128 + 6)
-        self.assertEqual(root.errors()[0], "Couldn't create USR socketpair")
-        root.wait_until(lambda: not root.processes(), 2, "no process left")
-
-    def test_told_to_end_at_once(self) -> None:
-        """However early SIGTERM comes, the exit is clean; no waiting dialog is left."""
-        early = self.root(usb="", preload=["stopearly"]).start(shown=False)
-        self.assertEqual(early.wait_exit(), 0)
-        root = self.root(usb="").start(shown=False)
-        maps = Path(f"/proc/{root.pid}/maps")
-        wait_until(lambda: "libqvnc" in maps.read_text(), 5, "the application being made")
-        root.signal(SIGTERM)
-        self.assertEqual(root.wait_exit(), 0)
-
-    def test_descriptors_close_on_exec(self) -> None:
-        """With every descriptor open that there is: those of a waiting signal query, too."""
-        modem = Modem()
-        self.addCleanup(modem.close)
-        root = self.root(nodes=())
-        root.add_node("ttyUSB0", modem.path)
-        root.start().panel.invoke("Makeup", "checkSignalStrength", 1)
-        root.wait(lambda _: modem.path in root.descriptors().values(), 2, "the modem asked")
-        for number in root.descriptors():
-            if number > 2 and (flags := root.descriptor_flags(number)) is not None:
-                self.assertTrue(flags & os.O_CLOEXEC, f"{number} of {root.descriptors()}")
-        leave(root)
+@pytest.mark.parametrize("usb, link, looks", BUSES.values(), ids=BUSES)
+def test_order_and_first_check(roots: Roots, usb: str, link: bool, looks: list[str]) -> None:
+    root = roots.new(usb=usb)
+    root.set_link(link)
+    root.start()
+    route = ["route add default ppp0"] if link else []
+    assert [str(call) for call in root.calls()] == [*looks, "ifconfig", *looks, *route]
+    wait_link(root, link)
+    value = root.panel.value(DONGLE_STATUS)
+    assert (value["text"], value["style"]) == ("detected", GREEN)
+    assert not root.panel.screen().has_dialog()
+    assert root.errors() == []
+    leave(root)
 
 
-class Panels(ProgramTest):
-    def test_style_sheets(self) -> None:
-        for size, button_heights in BUTTONS.items():
-            with self.subTest(size):
-                root = self.root(size=size).start()
-                screen = root.panel.screen()
-                self.assertEqual(screen.main_window()["rect"], [0, 0, *size])
-                self.assertEqual(screen.cut_off(), [])
-                self.assertEqual(screen.field(PASSWORD)["echo"], HIDDEN_ECHO)
-                button = root.panel.button("Exit")
-                self.assertIn(button["hint"][1], button_heights, "the panel's style sheet")
-                # The sheet that all panels share: a black edge around a light face.
-                x, y, _, height = button["rect"]
-                face = Picture(root).part([x, y + height // 2, 4, 1])
-                self.assertEqual(tuple(face[:3]), BLACK)
-                self.assertGreater(min(face[-3:]), 0xd0)
-                leave(root)
+@pytest.mark.parametrize("platform", ("linuxfb:fb=/dev/none", "none"))
+def test_no_display(roots: Roots, platform: str) -> None:
+    """An error message and an exit status of its own instead of an abort."""
+    launch = LAUNCH.replace("program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}")
+    root = roots.new(launch=launch).start(shown=False)
+    assert root.wait_exit() == 69
+    assert "corvanta: no display" in "\n".join(root.errors())
 
-    def test_escape_drops_the_focus_of_a_line_edit(self) -> None:
-        root = self.root().start()
-        root.panel.fill(APN, "web")
-        root.panel.key("Esc")
-        root.wait(lambda screen: not screen.field(APN)["focus"], 2, "the focus dropped")
-        self.assertEqual(root.panel.field(APN)["text"], "web")
-        root.panel.click(root.panel.field(AUTH))
-        root.wait(lambda screen: screen.row("CHAP"), 2, "the list open")
-        root.panel.key("Esc")
-        root.wait(lambda screen: not any(w["items"] for w in screen.all("QComboBoxListView")), 2,
-                  "the list closed by the key that reached it")
-        leave(root)
+
+def test_second_instance(roots: Roots) -> None:
+    """It refuses to start beside the first, and starts once that has been killed."""
+    root = roots.new(mounts=("--tmpfs", "/run"), launch=(
+        "(until [ -e /testrun/go ]; do sleep 0.1; done; program 2>/testrun/second; "
+        f"echo $? >/testrun/refused) & {LAUNCH}; {LAUNCH}"))
+    root.start()
+    root.write("/testrun/go", "")
+    root.wait_until(lambda: root.content("/testrun/refused"), 5, "the second has exited")
+    assert root.read("/testrun/refused") == b"75\n"
+    assert root.read("/testrun/second") == b"corvanta: another instance is already running\n"
+    root.signal(SIGKILL)
+    root.wait_calls("ifconfig", 2)
+
+
+@clocks()
+def test_dongle_dialog(roots: Roots) -> None:
+    """Until a dongle that differs in neither number is found, by polls three seconds apart."""
+    root = roots.new(usb="device 12d1 1003\ndevice 05c6 1001\ndevice 1001 12d1\n", nodes=())
+    root.start(shown=False)
+    root.wait_calls("usb", 1)
+    begin = time.monotonic()
+    root.wait(lambda screen: screen.has_dialog(), 5, "the dialog")
+    dialog = root.panel.dialog()
+    assert (dialog["text"], dialog["buttons"], dialog["rect"]) == (
+        UNDETECTED, ["Close"], [0, 0, 800, 480])
+    root.panel.press("Close")
+    root.panel.key("Esc")
+    # The check is served while the dialog waits.
+    root.signal(SIGUSR1)
+    root.wait_calls("ifconfig", 1)
+    screen = root.panel.screen()
+    assert screen.has_dialog(), "Close and Escape must leave the dialog"
+    assert not screen.main_window()["visible"]
+    value = screen.value(DONGLE_STATUS)
+    assert (value["text"], value["style"]) == ("undetected", RED)
+    root.wait_calls("usb", 3)  # start-up, the signal's check, then the first poll
+    expect_lasted(time.monotonic() - begin, 3.0, 0.5)
+    root.set_usb(DONGLE)
+    root.wait_calls("usb", 4)
+    expect_lasted(time.monotonic() - begin, 6.0, 0.5)
+    root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
+    root.wait_calls("ls", 1)
+    root.add_node("ttyUSB0")
+    root.wait_shown(2)
+    leave(root)
+
+
+@clocks("to 1971")
+def test_node_wait_is_served(roots: Roots) -> None:
+    root = roots.new(nodes=("ttyS0", "tty", "USB0")).start(shown=False)
+    root.wait_calls("ls", 1)
+    assert Picture(root).colours() == {BLACK}, "the panel is black meanwhile"
+    root.signal(SIGUSR1)
+    check = root.wait_calls("ifconfig", 1, 0.7)
+    assert not root.panel.screen().main_window()["visible"]
+    root.wait_calls("ls", 4, 5)
+    looks = root.calls("ls")
+    # The check looks for the node, too.
+    looks.remove(min(looks, key=lambda look: abs(look.time - check.time)))
+    expect_period(looks, 1.0)
+    root.add_node("ttyUSB3")
+    root.wait_shown(1.5)
+    assert Picture(root).colours() != {BLACK}
+    leave(root)
+
+
+def test_no_shell(roots: Roots) -> None:
+    """Without a shell the start-up waits, without spinning, and still answers."""
+    root = roots.stored(missing=["sh"]).start(shown=False)
+    root.panel.wait(lambda screen: screen.main_window(), 5, "the start-up")
+    used = processor_ticks(root.pid)
+    time.sleep(1.5)
+    assert processor_ticks(root.pid) - used < 0.3 * os.sysconf("SC_CLK_TCK")
+    assert not root.panel.screen().main_window()["visible"]
+    root.host("/testrun/bin/sh").symlink_to("/usr/bin/sh")
+    root.wait_shown(2)
+    leave(root)
+
+
+def test_no_socket_pair(roots: Roots) -> None:
+    fail = "program /usr/bin/strace -D -o /dev/null -e inject=socketpair:error=EMFILE"
+    root = roots.new(launch=LAUNCH.replace("program", fail)).start(shown=False)
+    assert root.wait_exit() == 128 + 6
+    assert root.errors()[0] == "Couldn't create USR socketpair"
+    root.wait_until(lambda: not root.processes(), 2, "no process left")
+
+
+def test_terminated_at_once(roots: Roots) -> None:
+    """However early SIGTERM comes, the exit is clean; no waiting dialog is left."""
+    early = roots.new(usb="", preload=["stopearly"]).start(shown=False)
+    assert early.wait_exit() == 0
+    root = roots.new(usb="").start(shown=False)
+    maps = Path(f"/proc/{root.pid}/maps")
+    wait_until(lambda: "libqvnc" in maps.read_text(), 5, "the application being made")
+    root.signal(SIGTERM)
+    assert root.wait_exit() == 0
+
+
+def test_descriptors_close_on_exec(roots: Roots, modems: Callable[..., Modem]) -> None:
+    """With every descriptor open that there is: those of a waiting signal query, too."""
+    root = roots.new(nodes=())
+    modem = modems()
+    root.add_node("ttyUSB0", modem.path)
+    root.start().panel.invoke("Makeup", "checkSignalStrength", 1)
+    root.wait(lambda _: modem.path in root.descriptors().values(), 2, "the modem asked")
+    for number in root.descriptors():
+        if number > 2 and (flags := root.descriptor_flags(number)) is not None:
+            assert flags & os.O_CLOEXEC, f"{number} of {root.descriptors()}"
+    leave(root)
+
+
+@pytest.mark.parametrize("size", BUTTONS, ids=str)
+def test_style_sheets(roots: Roots, size: tuple[int, int]) -> None:
+    root = roots.new(size=size).start()
+    screen = root.panel.screen()
+    assert screen.main_window()["rect"] == [0, 0, *size]
+    assert screen.cut_off() == []
+    assert screen.field(PASSWORD)["echo"] == HIDDEN_ECHO
+    button = root.panel.button("Exit")
+    assert button["hint"][1] in BUTTONS[size], "the panel's style sheet"
+    # The style sheet that all panels share: a black edge around a light face.
+    x, y, _, height = button["rect"]
+    face = Picture(root).part([x, y + height // 2, 4, 1])
+    assert tuple(face[:3]) == BLACK
+    assert min(face[-3:]) > 0xd0
+    leave(root)
+
+
+def test_escape_drops_the_focus_of_a_line_edit(roots: Roots) -> None:
+    root = roots.new().start()
+    root.panel.fill(APN, "web")
+    root.panel.key("Esc")
+    root.wait(lambda screen: not screen.field(APN)["focus"], 2, "the focus dropped")
+    assert root.panel.field(APN)["text"] == "web"
+    root.panel.click(root.panel.field(AUTH))
+    root.wait(lambda screen: screen.row("CHAP"), 2, "the list open")
+    root.panel.key("Esc")
+    root.wait(lambda screen: not any(w["items"] for w in screen.all("QComboBoxListView")), 2,
+              "the list closed by the key that reached it")
+    leave(root)

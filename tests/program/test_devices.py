@@ -1,15 +1,13 @@
-"""Fails system calls for the chip's device and the modem's port."""
-
-from __future__ import annotations
+"""System calls for the F-RAM chip's device and the modem's port fail."""
 
 from functools import partial
 
-from faults.rows import Group, Row
-from faults.trace import Call, Fault, launch, thrown
-from faults.unseen import untouched_run
-from privateroot.operating import (alive, expect, leave, query_signal, signal_value,
-                                   stored_root)
+import pytest
+
+from privateroot.operating import (alive, expect, leave, query_signal, signal_value, stored_root)
 from privateroot.process import PrivateRoot
+from program.injection import Call, Fault, expect_injected, launch, untouched_run
+from program.programtest import row
 
 CHIP = "/dev/spidev1.0"
 PORT = "/dev/ttyUSB0"
@@ -29,9 +27,15 @@ QUERY_CALLS = {
     Call("read", 1): (REPLY, SILENCE),
     Call("close", 1): (REPLY, REPLY),
 }
+once, interrupted = (partial(Fault, deed=f"error={error}") for error in ("EIO", "EINTR"))
+lasting = partial(once, lasting=True)
 
 
-def throw_chip_call(fault: Fault, inspected: bool) -> None:
+@pytest.mark.parametrize("fault, inspected", [
+    *(row(f"chip: {make(call)}", make(call), True, everyday=make is interrupted)
+      for call in CHIP_CALLS for make in (once, lasting, interrupted)),
+    *(row(f"chip: {lasting(call)}, no inspector", lasting(call), False) for call in CHIP_CALLS)])
+def test_chip(fault: Fault, inspected: bool) -> None:
     """Check that the program starts in the language of a board without a chip."""
     with stored_root(launch=launch(fault, (CHIP,)), inspected=inspected) as root:
         root.add_chip(CHINESE)
@@ -42,7 +46,7 @@ def throw_chip_call(fault: Fault, inspected: bool) -> None:
             leave(root)
         else:
             untouched_run(root)
-        thrown(root)
+        expect_injected(root)
 
 
 def query(root: PrivateRoot, text: str) -> None:
@@ -52,34 +56,19 @@ def query(root: PrivateRoot, text: str) -> None:
     expect(found == text, f"the signal is {found!r}, not {text!r}")
 
 
-def throw_port_call(fault: Fault) -> None:
+@pytest.mark.parametrize("fault", [
+    row(f"signal query: {make(call)}", make(call), everyday=make is once and call.name == "write")
+    for call in QUERY_CALLS for make in (once, lasting, interrupted)])
+def test_port(fault: Fault) -> None:
     """Run a query with a fault and a query after it."""
-    once, ever = QUERY_CALLS[fault.call]
+    at_once, ever = QUERY_CALLS[fault.call]
     with stored_root(launch=launch(fault, (PORT,))) as root:
         root.write(PORT, "." * len(QUERY) + REPLY)
         root.start()
-        query(root, ever if fault.lasting and fault.call.name == "read" else once)
-        thrown(root)
+        query(root, ever if fault.lasting and fault.call.name == "read" else at_once)
+        expect_injected(root)
         if fault.call.name != "close":
             root.wait_until(lambda: PORT not in root.descriptors().values(), 2, "the port closed")
         query(root, ever if fault.lasting else REPLY)
         alive(root)
         leave(root)
-
-
-def rows() -> list[Row]:
-    once, interrupted = (partial(Fault, deed=f"error={error}") for error in ("EIO", "EINTR"))
-    lasting = partial(once, lasting=True)
-    return [
-        *(Row(f"chip: {make(call)}", partial(throw_chip_call, make(call), True),
-              chosen=make is interrupted)
-          for call in CHIP_CALLS for make in (once, lasting, interrupted)),
-        *(Row(f"chip: {lasting(call)}, no inspector", partial(
-            throw_chip_call, lasting(call), False)) for call in CHIP_CALLS),
-        *(Row(f"signal query: {make(call)}", partial(throw_port_call, make(call)),
-              chosen=make is once and call.name == "write")
-          for call in QUERY_CALLS for make in (once, lasting, interrupted)),
-    ]
-
-
-GROUPS = [Group("devices", "F-RAM chip and modem port fail", rows)]

@@ -1,21 +1,21 @@
-"""Faults of the program's files: unexpected types, contents, owners and file systems."""
-
-from __future__ import annotations
+"""The program's files have unexpected types, contents, owners and file systems."""
 
 import os
 from collections.abc import Callable
-from functools import partial
 from pathlib import Path
 
-from faults.panel import (DEFAULTS, EDITED, expect_stored, generated, repairable, shown, stored,
-                          type_and_connect)
-from faults.rows import Group, Row
-from faults.trace import TRACE, Call, Fault, launch, thrown
-from faults.unseen import connect_and_leave, unseen_root
+import pytest
+
 from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
 from privateroot.operating import AUTO, alive, expect, leave, started, stored_root
+from program.injection import (TRACE, Call, Fault, connect_and_leave, expect_injected, launch,
+                               unseen_root)
+from program.programtest import (DEFAULTS, EDITED, expect_stored, generated, repairable, row, shown,
+                                 stored, type_and_connect)
 
 LARGE = 100_000_000  # bytes
+OTHERS_ID = 1000  # user id that does not exist in the private root
+EARLIER = {PARAMETERS: STORED, CHAT_SCRIPT: b"earlier\n", PEER_FILE: b"earlier\n"}
 Make = Callable[[Path], object]
 
 
@@ -33,12 +33,6 @@ def linked(path: Path) -> None:
     path.symlink_to("real")
 
 
-# Content of the parameter file, and the values that the screen shows and the next save writes.
-CONTENTS: dict[str, tuple[Make, bytes]] = {
-    "100 MB": (large, STORED),
-    "a link": (linked, STORED),
-    "a dangling link to what can be made": (link("made"), DEFAULTS),
-}
 # Types that cannot be read or written. The program must not replace them.
 KINDS: dict[str, Make] = {
     "a directory": Path.mkdir,
@@ -50,7 +44,11 @@ KINDS: dict[str, Make] = {
 }
 
 
-def throw_content(make: Make, visible: bytes) -> None:
+# A parameter file, and the values that the screen shows and the next save writes.
+@pytest.mark.parametrize("make, visible", (
+    row("parameters: 100 MB", large, STORED), row("parameters: a link", linked, STORED),
+    row("parameters: a dangling link to what can be made", link("made"), DEFAULTS, everyday=True)))
+def test_content(make: Make, visible: bytes) -> None:
     with stored_root() as root:
         path = root.host(PARAMETERS)
         path.unlink()
@@ -63,7 +61,11 @@ def throw_content(make: Make, visible: bytes) -> None:
         repairable(root, stored(root))
 
 
-def throw_kind(placed: str, make: Make, at_start: bool) -> None:
+@pytest.mark.parametrize("placed, make, at_start", [
+    row(f"{path}: {name}{'' if at_start else ' from Connect on'}", path, make, at_start,
+        everyday=at_start == (name == "a loop of links") and path in (PARAMETERS, PEER_FILE))
+    for path in FILES for name, make in KINDS.items() for at_start in (True, False)])
+def test_kind(placed: str, make: Make, at_start: bool) -> None:
     """Check that the program shows the file's defaults, writes all other files and starts pppd. If
     the parameters cannot be read again, it keeps the earlier ones.
     @param at_start true to place it before the start, false before Connect"""
@@ -93,7 +95,10 @@ def throw_kind(placed: str, make: Make, at_start: bool) -> None:
         expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode), "its kind stays")
 
 
-def throw_read_only(directory: str, values: bytes, written: bool) -> None:
+@pytest.mark.parametrize("directory, values, written", (
+    row("parameters on a read-only file system", "/quenfold", STORED, True),
+    row("scripts on a read-only file system", "/etc/ppp", EDITED, False, everyday=True)))
+def test_read_only(directory: str, values: bytes, written: bool) -> None:
     """Check that pppd is started and the files in other directories get these values."""
     with started(mounts=["--remount-ro", directory]) as root:
         type_and_connect(root)
@@ -104,11 +109,10 @@ def throw_read_only(directory: str, values: bytes, written: bool) -> None:
             expect(root.read(path) == (content if written else None), f"{path} is as it was")
 
 
-OTHERS_ID = 1000  # user id that does not exist in the private root
-EARLIER = {PARAMETERS: STORED, CHAT_SCRIPT: b"earlier\n", PEER_FILE: b"earlier\n"}
-
-
-def throw_owner(path: str, taken: bool) -> None:
+@pytest.mark.parametrize("path, taken", [
+    row(f"{path}: of another owner, {'taken over' if taken else 'for good'}", path, taken,
+        everyday=path == CHAT_SCRIPT) for path in EARLIER for taken in (False, True)])
+def test_owner(path: str, taken: bool) -> None:
     """Run the program with the user id of another user, who owns none of the files.
     @param taken true when fchown is faked to succeed, false when the private root refuses it"""
     fault = Fault(Call("getuid,geteuid", 1), f"retval={OTHERS_ID}", lasting=True)
@@ -120,7 +124,7 @@ def throw_owner(path: str, taken: bool) -> None:
         root.host(path).chmod(0o644)
         type_and_connect(root.start())
         alive(root)
-        thrown(root)
+        expect_injected(root)
         trace = root.content(TRACE).decode()
         expect(f"<{path}>, {OTHERS_ID}, " in trace, f"its owner is changed: {trace}")
         content = {PARAMETERS: EDITED, **generated(EDITED)}[path]
@@ -129,7 +133,9 @@ def throw_owner(path: str, taken: bool) -> None:
         leave(root)
 
 
-def throw_unseen(blocked: str) -> None:
+@pytest.mark.torture
+@pytest.mark.parametrize("blocked", EARLIER)
+def test_directory_unseen(blocked: str) -> None:
     """Put a directory in a file's place, without the inspector, and check the stored values."""
     with unseen_root() as root:
         root.host(blocked).unlink(missing_ok=True)
@@ -138,26 +144,3 @@ def throw_unseen(blocked: str) -> None:
         if blocked != PARAMETERS:
             expect_stored(root, EDITED)
         expect(root.host(blocked).is_dir(), "the directory stays")
-
-
-def rows() -> list[Row]:
-    return [
-        *(Row(f"parameters: {name}", partial(throw_content, make, visible), chosen="made" in name)
-          for name, (make, visible) in CONTENTS.items()),
-        *(Row(f"{path}: {name}{'' if at_start else ' from Connect on'}",
-              partial(throw_kind, path, make, at_start),
-              chosen=at_start == (name == "a loop of links") and path in (PARAMETERS, PEER_FILE))
-          for path in FILES for name, make in KINDS.items() for at_start in (True, False)),
-        Row("parameters on a read-only file system", partial(
-            throw_read_only, "/quenfold", STORED, True)),
-        Row("scripts on a read-only file system", partial(
-            throw_read_only, "/etc/ppp", EDITED, False), chosen=True),
-        *(Row(f"{path}: of another owner, {'taken over' if taken else 'for good'}",
-              partial(throw_owner, path, taken), chosen=path == CHAT_SCRIPT)
-          for path in EARLIER for taken in (False, True)),
-        *(Row(f"{path}: a directory, no inspector", partial(throw_unseen, path))
-          for path in EARLIER),
-    ]
-
-
-GROUPS = [Group("files", "unexpected file types and contents", rows)]

@@ -1,34 +1,30 @@
-"""Compares memory, descriptors and files before and after long use.
-
-A preloaded clock runs 600 times as fast, which shortens the 15 s of an attempt.
-"""
-
-from __future__ import annotations
+"""Memory, descriptors and files before and after long use, with a clock that runs fast."""
 
 import time
 from collections.abc import Callable
 from dataclasses import dataclass
 from pathlib import Path
 from signal import SIGUSR1
-from typing import Any
 
-from faults.panel import at_rest
-from faults.rows import Group, Row
-from faults.unseen import terminate
-from panel.facts import DONGLE_STATUS, FAILED, PIN
-from privateroot.files import DONGLE, LAUNCH
-from privateroot.operating import FAKETIME, expect, leave, stored_root, wait_link
+import pytest
+
+from panel.facts import DONGLE_STATUS, PIN
+from privateroot.files import DONGLE
+from privateroot.operating import expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
+from program.injection import terminate
+from program.programtest import FAST, at_rest, fail, row
 
-FAST: dict[str, Any] = {
-    "launch": LAUNCH.replace("program", 'program /usr/bin/env FAKETIME="+0 x600"'),
-    "preload": [FAKETIME]}
 COUNTING = "/testfakes/countingsh"
 CHECKS = 50  # at once: fewer than the program's socket can queue
 WARM_UP = 100  # maximum number of times before the first memory measurement
 SETTLED_KIB = 128  # permitted variation of the heap
 SECONDS = 20  # timeout of each wait
+# Memory of a closed notice and of a busy bar, measured over 300 of each. Of it, 63 and 18 KiB are
+# in use (malloc_stats), 10 KiB by Qt for each widget under a style sheet; the rest is heap
+# fragmentation.
+NOTICE_KIB, BAR_KIB = 72, 21
 
 
 def check(root: PrivateRoot) -> None:
@@ -40,16 +36,6 @@ def check(root: PrivateRoot) -> None:
         while is_pending(root.pid, SIGUSR1):
             time.sleep(0.001)
     root.wait_until(lambda: log.read_text().count("ifconfig") == CHECKS, SECONDS, "the checks")
-
-
-def fail(root: PrivateRoot) -> None:
-    """Make a failed attempt and close its notice."""
-    root.panel.press("Connect")
-    root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
-    expect(root.panel.dialog()["text"] == FAILED, "it tells that it failed")
-    root.panel.press("OK")
-    root.wait(lambda screen: not screen.has_dialog() and screen.button("Connect")["enabled"],
-              SECONDS, "the notice closed")
 
 
 def dial(root: PrivateRoot) -> None:
@@ -68,22 +54,6 @@ def replug(root: PrivateRoot) -> None:
         root.signal(SIGUSR1)
         text = "detected" if plugged else "undetected"
         root.wait(lambda screen: screen.value(DONGLE_STATUS)["text"] == text, SECONDS, text)
-
-
-def throw_unseen() -> None:
-    """Start without the dongle, plug it in, pull it and plug it in again."""
-    with stored_root(usb="", nodes=(), inspected=False) as root:
-        root.start(shown=False)
-        root.wait_calls("usb", 1, SECONDS)
-        root.set_usb(DONGLE)
-        root.wait_calls("ls", 1, SECONDS)
-        root.add_node("ttyUSB0")
-        for checks, bus in enumerate(("", DONGLE), 1):
-            root.wait_calls("ifconfig", checks, SECONDS)
-            root.set_usb(bus)
-            root.signal(SIGUSR1)
-        root.wait_calls("ifconfig", 3)
-        terminate(root)
 
 
 def raise_keys(root: PrivateRoot) -> None:
@@ -114,9 +84,9 @@ class Growth:
     most: float
     objects: float = 0
     times: int = 1
-    figure: str = ""
 
-    def throw(self) -> None:
+    def measure(self) -> str:
+        """Run the program and check its growth. @return the figures"""
         many = self.times > 1
         with stored_root(**FAST, keys=True, inspected=not many) as root:
             root.unwrap("ls")
@@ -131,33 +101,48 @@ class Growth:
                 self.once(root)
             after, descriptors_after, files_after = state(root)
             grown, done = max(after - memory, 0), self.count * self.times
-            self.figure = (f"{grown} KiB, {grown / done:.1f} KiB each"
-                           + (f"; objects kept by design: {self.objects} KiB each, measured over "
-                              "300" if self.objects else ""))
+            figure = f"{grown} KiB, {grown / done:.1f} KiB each" + (
+                f"; objects kept by design: {self.objects} KiB each, measured over 300"
+                if self.objects else "")
             expect(grown <= (self.most + self.objects) * self.count + SETTLED_KIB,
-                   f"grown by {self.figure}")
+                   f"grown by {figure}")
             expect(descriptors_after == descriptors, f"descriptors: {descriptors_after}")
             expect(files_after == files, f"files: {files_after ^ files}")
             terminate(root) if many else leave(root)
+            return figure
 
 
-CHOSEN = ("20 failed attempts", "20 times link up and down")
-# Memory of a closed notice and of a busy bar, measured over 300 of each. Of it, 63 and 18 KiB are
-# in use (malloc_stats), 10 KiB by Qt for each widget under a style sheet; the rest is heap
-# fragmentation.
-NOTICE_KIB, BAR_KIB = 72, 21
 TABLE = {
     "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),
     "10,000 link checks, no inspector": Growth(check, 10_000 // CHECKS, 0, times=CHECKS),
-    "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),
     "keyboard shown 100 times": Growth(raise_keys, 100, 0.5),
+    "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),
     "20 times link up and down": Growth(dial, 20, 8, BAR_KIB),
 }
-GROUPS = [
-    Group("dongle", "plugged, unplugged, replaced by another device", lambda: [
-        Row("it comes late and is pulled, no inspector", throw_unseen),
-        Row("20 cycles", Growth(replug, 20, 2).throw, chosen=True)]),
-    Group("growth", "memory growth over time", lambda: [
-        Row(name, growth.throw, chosen=name in CHOSEN) for name, growth in TABLE.items()],
-        figures=lambda: [f"{name}: {growth.figure}" for name, growth in TABLE.items()
-                         if growth.figure])]
+
+
+@pytest.mark.parametrize("name", [row(name, name, everyday=name.startswith("20"))
+                                  for name in TABLE])
+def test_growth(record_property: Callable[[str, object], None], name: str) -> None:
+    record_property(name, TABLE[name].measure())
+
+
+def test_dongle_20_cycles() -> None:
+    Growth(replug, 20, 2).measure()
+
+
+@pytest.mark.torture
+def test_dongle_late_and_pulled_unseen() -> None:
+    """Start without the dongle, plug it in, pull it and plug it in again."""
+    with stored_root(usb="", nodes=(), inspected=False) as root:
+        root.start(shown=False)
+        root.wait_calls("usb", 1, SECONDS)
+        root.set_usb(DONGLE)
+        root.wait_calls("ls", 1, SECONDS)
+        root.add_node("ttyUSB0")
+        for checks, bus in enumerate(("", DONGLE), 1):
+            root.wait_calls("ifconfig", checks, SECONDS)
+            root.set_usb(bus)
+            root.signal(SIGUSR1)
+        root.wait_calls("ifconfig", 3)
+        terminate(root)

@@ -1,26 +1,23 @@
-"""Faults of the board's programs: missing, failing, killed, slow, much output, reading input."""
+"""The board's programs are missing, fail, are killed, are slow, print much or read input."""
 
-from __future__ import annotations
-
-from functools import partial
 from pathlib import Path
 from signal import SIGUSR1
 
-from faults.panel import EDITED, TYPED, generated, stored
-from faults.rows import Group, Row
-from faults.unseen import connecting, leave_unseen, unseen_root
+import pytest
+
 from panel.facts import APN
 from privateroot.files import STAND_IN, STAND_INS
 from privateroot.operating import (DIALLING, SECONDS, alive, check_link, expect, leave, link_shown,
                                    ping, started, wait_link)
 from privateroot.process import PrivateRoot
+from program.injection import connecting, leave_unseen, unseen_root
+from program.programtest import EDITED, LATE, PRINTS_LATE, TYPED, generated, row, stored
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
 TOOLS = ("grep", "sh")
 MUCH = 100_000_000  # bytes
 PANEL_KIB = 4096  # permitted growth of the program's peak memory
-LATE = "/testrun/late"  # written by a command that has printed after its shell's exit
-MISSING, PRINTS, PRINTS_LATE = "is missing", "prints 100 MB", "prints when its shell has ended"
+MISSING, PRINTS, LATER = "is missing", "prints 100 MB", "prints when its shell has ended"
 USUAL = {  # answers, in shell; the other programs have none
     "ls": 'exec /usr/bin/ls "$@"\n',
     "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
@@ -34,9 +31,10 @@ DEEDS = {
     f"{PRINTS} of errors": (f"/usr/bin/head -c {MUCH} /dev/zero >&2\n", True),
     "reads its input": ("/usr/bin/cat >/dev/null\n", True),
     "takes two seconds": ("/usr/bin/sleep 2\n", True),
-    PRINTS_LATE: (f"(/usr/bin/sleep 0.2; echo late; echo late >&2; echo survived >>{LATE}) &\n",
-                  True),
+    LATER: (PRINTS_LATE, True),
 }
+EVERYDAY = (("route", PRINTS), ("ifconfig", "is killed"), ("killall", "fails"),
+            ("route", MISSING), ("pppd", LATER))
 KEPT = 1 << 16  # bytes of each output of the ping test
 LINE = "64 bytes from 168.95.1.1: icmp_seq=1 ttl=55 time=21.7 ms\n"
 
@@ -91,7 +89,10 @@ def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
         root.wait_until(lambda: root.content(path) == content, SECONDS, f"{path} of it")
 
 
-def throw(name: str, deed: str) -> None:
+@pytest.mark.parametrize("name, deed", [
+    row(f"{name} {deed}", name, deed, everyday=(name, deed) in EVERYDAY)
+    for name in (*NAMES, *TOOLS) for deed in (DEEDS if name in NAMES else (MISSING,))])
+def test_command(name: str, deed: str) -> None:
     """Check that the program shows the link and dials as far as the faulty command permits, does
     not grow, and works as before once the command is mended."""
     silent = not DEEDS[deed][1]
@@ -108,8 +109,8 @@ def throw(name: str, deed: str) -> None:
             check_link(root, False)
         root.set_link(False)
         connect(root, name, deed, silent and name in ("ls", *TOOLS))
-        if deed == PRINTS_LATE:
-            root.wait_until(lambda: root.read(LATE), SECONDS, "what it prints does not kill it")
+        if deed == LATER:
+            root.wait_until(lambda: root.read(LATE), SECONDS, "it is not killed by its output")
         expect(deed == MISSING or len(root.calls(name)) > calls, f"{name} was called")
         mend(root, name)
         check_link(root, True)
@@ -117,7 +118,7 @@ def throw(name: str, deed: str) -> None:
         leave(root)
 
 
-def throw_ping() -> None:
+def test_ping_prints_much() -> None:
     """Check that the text box has the start of the output and the next ping test works."""
     with started() as root:
         alive(root)
@@ -132,7 +133,7 @@ def throw_ping() -> None:
         leave(root)
 
 
-def throw_unseen_output() -> None:
+def test_route_prints_much_unseen() -> None:
     with unseen_root() as root, connecting(root) as viewer:
         root.wait_calls("pppd", 1, SECONDS)
         before = peak_kib(root)
@@ -145,13 +146,3 @@ def throw_unseen_output() -> None:
         root.wait_calls("ifconfig", checks + 1, SECONDS)  # after the exit of route
         expect_peak(root, before)
         leave_unseen(root, viewer)
-
-
-CHOSEN = (("route", PRINTS), ("ifconfig", "is killed"), ("killall", "fails"),
-          ("route", MISSING), ("pppd", PRINTS_LATE))
-GROUPS = [Group("commands", "external commands fail or misbehave", lambda: [
-    *(Row(f"{name} {deed}", partial(throw, name, deed), chosen=(name, deed) in CHOSEN)
-      for name in NAMES for deed in DEEDS),
-    *(Row(f"{name} {MISSING}", partial(throw, name, MISSING)) for name in TOOLS),
-    Row(f"ping {PRINTS}", throw_ping, chosen=True),
-    Row(f"route {PRINTS}, no inspector", throw_unseen_output, chosen=True)])]

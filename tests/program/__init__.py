@@ -1,0 +1,1 @@
+"""End-to-end tests of the program on the host, in a private root."""

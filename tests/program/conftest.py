@@ -1,0 +1,77 @@
+"""Fixtures of the program tests: private roots and modems, closed after the test."""
+
+import itertools
+import threading
+from collections.abc import Callable, Iterator
+from contextlib import ExitStack
+from typing import Any
+
+import pytest
+
+from privateroot.operating import STEPPED, step_clock, stored_root
+from privateroot.process import PrivateRoot
+from program.modem import Modem
+
+STEP_SECONDS = 0.7
+
+
+class Roots:
+    """Makes private roots.
+
+    @param stack closes them
+    @param clock moment, in the format of faketime, to which the program's clock steps forth and
+        back; "" for a clock that does not step
+    """
+
+    def __init__(self, stack: ExitStack, clock: str) -> None:
+        self._stack = stack
+        self._clock = clock
+
+    def new(self, make: Callable[..., PrivateRoot] = PrivateRoot, **how: Any) -> PrivateRoot:
+        root = self._stack.enter_context(make(**(STEPPED if self._clock else {}), **how))
+        self._stack.callback(expect_no_report, root)
+        if self._clock:
+            over = threading.Event()
+            stepper = threading.Thread(target=step, args=(root, self._clock, over))
+            stepper.start()
+            self._stack.callback(stepper.join)
+            self._stack.callback(over.set)
+        return root
+
+    def stored(self, **how: Any) -> PrivateRoot:
+        """Make a root with stored parameters."""
+        return self.new(stored_root, **how)
+
+    def started(self, **how: Any) -> PrivateRoot:
+        """Start the program with stored parameters."""
+        return self.stored(**how).start()
+
+
+def step(root: PrivateRoot, clock: str, over: threading.Event) -> None:
+    for moment in itertools.cycle(("+0", clock)):
+        step_clock(root, moment)
+        if over.wait(STEP_SECONDS):
+            return
+
+
+def expect_no_report(root: PrivateRoot) -> None:
+    """Check that no sanitizer has reported anything."""
+    assert not [line for line in root.errors() if "Sanitizer" in line or "runtime error" in line]
+
+
+@pytest.fixture
+def clock() -> str:
+    return ""
+
+
+@pytest.fixture
+def roots(clock: str) -> Iterator[Roots]:
+    with ExitStack() as stack:
+        yield Roots(stack, clock)
+
+
+@pytest.fixture
+def modems() -> Iterator[Callable[..., Modem]]:
+    """Makes modems; the arguments are those of Modem."""
+    with ExitStack() as stack:
+        yield lambda *arguments: stack.enter_context(Modem(*arguments))

@@ -1,0 +1,227 @@
+"""Runs the fault-injection groups of the test suite in parallel, and reports each outcome."""
+
+from __future__ import annotations
+
+import argparse
+import os
+import sys
+import time
+from collections import Counter
+from collections.abc import Iterator
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import NamedTuple
+
+import pytest
+
+TESTS = Path(__file__).resolve().parent
+PAGE = TESTS.parent / "docs/measured/torture.md"
+HEAD = """\
+# Results of ./torture
+
+Written by `./torture --write-docs`. Do not edit this page: [reliability.md](../reliability.md)
+describes the behaviour in words.
+
+| group | passed | known limitation | failed |
+|---|---|---|---|"""
+TOTAL = "Total"  # first word of the line on all groups
+PASSED, LIMITED, FAILED = OUTCOMES = ("passed", "known limitation", "failed")
+# Names under which a test records a known limitation that it has shown, and a line for the page.
+LIMITATION, FIGURE = "limitation", "figure"
+
+
+class Group(NamedTuple):
+    """Rows of one kind: the tests whose node IDs begin with one of these words.
+
+    @ivar within text that the node IDs also contain
+    @ivar marked true for only those that ./test skips
+    """
+
+    title: str
+    tests: tuple[str, ...]
+    within: str = ""
+    marked: bool = False
+
+
+GROUPS = {
+    "calls": Group("system calls for the program's own files fail", (
+        "program/test_calls.py::test_own_files", "program/test_calls.py::test_start_unseen",
+        "program/test_calls.py::test_connect_unseen")),
+    "processes": Group("commands cannot be started",
+                       ("program/test_calls.py::test_start_of_a_command",)),
+    "saves": Group("terminated or killed at each system call of a save",
+                   ("program/test_saves.py::",)),
+    "launch": Group("state inherited from the parent process", ("program/test_launch.py::",)),
+    "commands": Group("external commands fail or misbehave", ("program/test_commands.py::",)),
+    "files": Group("unexpected file types and contents", ("program/test_files.py::",)),
+    "values": Group("unusual parameter values", ("program/test_params.py::test_value[",)),
+    "devices": Group("F-RAM chip and modem port fail", ("program/test_devices.py::",)),
+    "clock": Group("the clock steps during a wait", tuple(
+        f"program/test_{subject}.py::" for subject in ("supervision", "connect", "modem",
+                                                       "startup")), "[clock "),
+    "dongle": Group("plugged, unplugged, replaced by another device",
+                    ("program/test_growth.py::test_dongle",)),
+    "growth": Group("memory growth over time", ("program/test_growth.py::test_growth",)),
+    "board": Group("modem, network and dongle, on the simulated board",
+                   ("board/test_dialling.py::",), marked=True),
+    "power": Group("power cut during a save, on ext4 of the simulated board",
+                   ("board/test_powercuts.py::",)),
+}
+
+
+def group_of(test: str) -> str:
+    """Return the group of a test by its node ID; "" if it belongs to none."""
+    return next((name for name, group in GROUPS.items()
+                 if test.startswith(group.tests) and group.within in test), "")
+
+
+def pytest_addoption(parser: pytest.Parser) -> None:
+    parser.addoption("--only", default="")
+    parser.addoption("--group", action="append")
+
+
+def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item]) -> None:
+    """Leave only the rows of the groups that contain the text, the long ones of growth first."""
+    wanted, only = config.getoption("--group"), config.getoption("--only")
+
+    def is_wanted(item: pytest.Item) -> bool:
+        group = group_of(item.nodeid)
+        return group in wanted and only in item.nodeid and (
+            not GROUPS[group].marked or item.get_closest_marker("torture") is not None)
+
+    items[:] = sorted(filter(is_wanted, items),
+                      key=lambda item: group_of(item.nodeid) != "growth")
+
+
+@dataclass
+class Row:
+    """A test that has run.
+
+    @ivar properties what it has recorded: known limitations, figures and other observations
+    @ivar why cause of the failure; empty when it has not failed
+    """
+
+    properties: list[tuple[str, object]] = field(default_factory=list)
+    why: str = ""
+
+    @property
+    def outcome(self) -> str:
+        return FAILED if self.why else LIMITED if LIMITATION in dict(self.properties) else PASSED
+
+
+class Results:
+    """Collects the rows of each group, and prints those that fail. @ivar show true to print all"""
+
+    def __init__(self, groups: list[str], show: bool) -> None:
+        self.rows: dict[str, dict[str, Row]] = {group: {} for group in groups}
+        self.show = show
+
+    def pytest_runtest_logreport(self, report: pytest.TestReport) -> None:
+        group = group_of(report.nodeid)
+        row = self.rows[group].setdefault(report.nodeid, Row())
+        if not report.passed:
+            crash = getattr(report.longrepr, "reprcrash", None)
+            row.why += f"{report.when}: {crash.message if crash else report.longreprtext}\n"
+        if report.when == "teardown":
+            row.properties = report.user_properties
+            if row.why or self.show:
+                name = report.nodeid.partition("::")[2]
+                print(f"  {row.outcome}: {group}: {name}", *row.why.splitlines(), sep="\n      ",
+                      flush=True)
+
+    def pytest_collectreport(self, report: pytest.CollectReport) -> None:
+        if report.failed:
+            print(report.longreprtext, flush=True)
+
+    def counts(self, *groups: str) -> dict[str, int]:
+        counts = Counter(row.outcome for group in groups for row in self.rows[group].values())
+        return {outcome: counts[outcome] for outcome in OUTCOMES}
+
+    def summary(self, *groups: str) -> str:
+        return ", ".join(f"{count} {outcome}" for outcome, count in self.counts(*groups).items())
+
+    def figures(self, group: str) -> Iterator[str]:
+        """Yield a line for each name of what the rows of a group have recorded."""
+        found: dict[str, list[object]] = {}
+        for row in self.rows[group].values():
+            for name, value in row.properties:
+                found.setdefault(name, []).append(value)
+        for name, values in found.items():
+            numbers = [value for value in values if isinstance(value, float)]
+            if name == FIGURE:
+                yield from map(str, values)
+            elif name == LIMITATION:
+                yield from (f"{LIMITED}: {text}" for text in sorted(set(map(str, values))))
+            elif numbers:
+                yield f"{name}: {min(numbers):.1f} to {max(numbers):.1f} ({len(numbers)} times)"
+            elif len(values) == 1:
+                yield f"{name}: {values[0]}"
+            else:
+                counted = ", ".join(f"{count} {value}" for value, count in sorted(
+                    Counter(map(str, values)).items()))
+                yield f"{name}, {len(values)} times: {counted}"
+
+
+def write_docs(results: Results, total: str) -> None:
+    """Write the page. The lines of groups that were not run are kept.
+    @param total line on all groups, written when all were run"""
+    lines = PAGE.read_text().splitlines()
+    for group in filter(results.rows.get, results.rows):
+        entry, note = f"| {group}: ", f"- {group}, "
+        cells = " | ".join(map(str, results.counts(group).values()))
+        lines = [line for line in lines if not line.startswith((entry, note))]
+        lines.append(f"{entry}{GROUPS[group].title} | {cells} |")
+        lines += [note + figure for figure in results.figures(group)]
+    if all(map(results.rows.get, GROUPS)):
+        lines = [*(line for line in lines if not line.startswith(TOTAL)), total]
+    table = [line for group in GROUPS for line in lines if line.startswith(f"| {group}: ")]
+    totals = [line for line in lines if line.startswith(TOTAL)]
+    notes = sorted(line for line in lines if line.startswith("- "))
+    PAGE.write_text("\n".join([HEAD, *table, "", *totals, "", *notes, ""]))
+
+
+def arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(
+        prog="./torture", description="Injects faults into the shipped program and reports the "
+        "outcome. The exit status is 1 when a fault has failed, 2 when there is no such fault.",
+        epilog="groups: " + ", ".join(f"{name} ({group.title})" for name, group in GROUPS.items()))
+    parser.add_argument("groups", nargs="*", metavar="GROUP", help="inject only these groups")
+    parser.add_argument("--rows", action="store_true",
+                        help="print a line for each fault, not only for each group")
+    parser.add_argument("--only", metavar="TEXT", default="",
+                        help="inject only faults whose name contains TEXT")
+    parser.add_argument("--write-docs", action="store_true", help=f"write the results into {PAGE}")
+    found = parser.parse_args()
+    if unknown := set(found.groups) - set(GROUPS):
+        parser.error(f"unknown group: {', '.join(sorted(unknown))}")
+    if found.write_docs and found.only:
+        parser.error("--write-docs needs complete groups: omit --only")
+    return found
+
+
+def main() -> int:
+    begin, wanted = time.monotonic(), arguments()
+    groups = wanted.groups or list(GROUPS)
+    files = {f"{TESTS}/{test.partition('::')[0]}" for group in groups
+             for test in GROUPS[group].tests}
+    results = Results(groups, wanted.rows)
+    cores = os.cpu_count() or 1
+    pytest.main(["-o", "addopts=", "-p", "torture", "-p", "no:terminal", "-p", "no:cacheprovider",
+                 "--strict-markers", "-n", str(2 * cores + 1),  # most of a row is waiting
+                 "--only", wanted.only, *(f"--group={group}" for group in groups), *sorted(files)],
+                plugins=[results])
+    for group in filter(results.rows.get, groups):
+        print(f"{group}: {results.summary(group)}", *results.figures(group), sep="\n  ")
+    seconds, total = time.monotonic() - begin, sum(map(len, results.rows.values()))
+    if not total:
+        print("torture: no fault matches the arguments (./torture --help lists the groups)",
+              file=sys.stderr)
+        return 2
+    print(f"{total} faults: {results.summary(*groups)} ({seconds:.0f} s)")
+    if wanted.write_docs:
+        write_docs(results, f"{TOTAL}: {total} faults in {seconds:.0f} s on {cores} cores.")
+    return 1 if results.counts(*groups)[FAILED] else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
