@@ -1,14 +1,11 @@
 """Runs the fault-injection groups of the test suite in parallel, and reports each outcome."""
 
-from __future__ import annotations
-
 import argparse
 import os
 import sys
 import time
 from collections import Counter
 from collections.abc import Iterator
-from dataclasses import dataclass, field
 from pathlib import Path
 from typing import NamedTuple
 
@@ -55,12 +52,13 @@ GROUPS = {
     "commands": Group("external commands fail or misbehave", ("program/test_commands.py::",)),
     "files": Group("unexpected file types and contents", ("program/test_files.py::",)),
     "values": Group("unusual parameter values", ("program/test_params.py::test_value[",)),
-    "devices": Group("F-RAM chip and modem port fail", ("program/test_devices.py::",)),
+    "devices": Group("F-RAM chip and modem port fail", (
+        "program/test_modem.py::test_chip[", "program/test_modem.py::test_port[")),
     "clock": Group("the clock steps during a wait", tuple(
-        f"program/test_{subject}.py::" for subject in ("supervision", "connect", "modem",
-                                                       "startup")), "[clock "),
-    "dongle": Group("plugged, unplugged, replaced by another device",
-                    ("program/test_growth.py::test_dongle",)),
+        f"program/test_{subject}.py::" for subject in (
+            "supervision", "connect", "modem", "startup")), within="[clock "),
+    "dongle": Group("plugged, unplugged, replaced by another device", (
+        "program/test_growth.py::test_dongle", "program/test_growth.py::test_growth[dongle")),
     "growth": Group("memory growth over time", ("program/test_growth.py::test_growth",)),
     "board": Group("modem, network and dongle, on the simulated board",
                    ("board/test_dialling.py::",), marked=True),
@@ -93,60 +91,53 @@ def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item
                       key=lambda item: group_of(item.nodeid) != "growth")
 
 
-@dataclass
-class Row:
-    """A test that has run.
+class Results:
+    """Collects the outcome of each row, and prints those that fail.
 
-    @ivar properties what it has recorded: known limitations, figures and other observations
-    @ivar why cause of the failure; empty when it has not failed
+    @ivar show true to print all
+    @ivar outcomes by group and node ID
+    @ivar recorded values that the rows of a group have recorded, by name
     """
 
-    properties: list[tuple[str, object]] = field(default_factory=list)
-    why: str = ""
-
-    @property
-    def outcome(self) -> str:
-        return FAILED if self.why else LIMITED if LIMITATION in dict(self.properties) else PASSED
-
-
-class Results:
-    """Collects the rows of each group, and prints those that fail. @ivar show true to print all"""
-
     def __init__(self, groups: list[str], show: bool) -> None:
-        self.rows: dict[str, dict[str, Row]] = {group: {} for group in groups}
         self.show = show
+        self.outcomes: dict[str, dict[str, str]] = {group: {} for group in groups}
+        self.recorded: dict[str, dict[str, list[object]]] = {group: {} for group in groups}
 
     def pytest_runtest_logreport(self, report: pytest.TestReport) -> None:
         group = group_of(report.nodeid)
-        row = self.rows[group].setdefault(report.nodeid, Row())
+        outcomes = self.outcomes[group]
         if not report.passed:
             crash = getattr(report.longrepr, "reprcrash", None)
-            row.why += f"{report.when}: {crash.message if crash else report.longreprtext}\n"
+            outcomes[report.nodeid] = FAILED
+            self.tell(report.nodeid, f"{crash.message if crash else report.longreprtext}")
         if report.when == "teardown":
-            row.properties = report.user_properties
-            if row.why or self.show:
-                name = report.nodeid.partition("::")[2]
-                print(f"  {row.outcome}: {group}: {name}", *row.why.splitlines(), sep="\n      ",
-                      flush=True)
+            for name, value in report.user_properties:
+                self.recorded[group].setdefault(name, []).append(value)
+            limited = LIMITATION in dict(report.user_properties)
+            outcomes.setdefault(report.nodeid, LIMITED if limited else PASSED)
+            if self.show and outcomes[report.nodeid] != FAILED:
+                self.tell(report.nodeid)
+
+    def tell(self, test: str, why: str = "") -> None:
+        group, row = group_of(test), test.partition("::")[2]
+        print(f"  {self.outcomes[group][test]}: {group}: {row}", *why.splitlines(),
+              sep="\n      ", flush=True)
 
     def pytest_collectreport(self, report: pytest.CollectReport) -> None:
         if report.failed:
             print(report.longreprtext, flush=True)
 
-    def counts(self, *groups: str) -> dict[str, int]:
-        counts = Counter(row.outcome for group in groups for row in self.rows[group].values())
-        return {outcome: counts[outcome] for outcome in OUTCOMES}
+    def counts(self, *groups: str) -> Counter[str]:
+        counted = Counter(outcome for group in groups for outcome in self.outcomes[group].values())
+        return Counter({outcome: counted[outcome] for outcome in OUTCOMES})
 
     def summary(self, *groups: str) -> str:
         return ", ".join(f"{count} {outcome}" for outcome, count in self.counts(*groups).items())
 
     def figures(self, group: str) -> Iterator[str]:
-        """Yield a line for each name of what the rows of a group have recorded."""
-        found: dict[str, list[object]] = {}
-        for row in self.rows[group].values():
-            for name, value in row.properties:
-                found.setdefault(name, []).append(value)
-        for name, values in found.items():
+        """Yield lines on what the rows of a group have recorded."""
+        for name, values in self.recorded[group].items():
             numbers = [value for value in values if isinstance(value, float)]
             if name == FIGURE:
                 yield from map(str, values)
@@ -154,25 +145,23 @@ class Results:
                 yield from (f"{LIMITED}: {text}" for text in sorted(set(map(str, values))))
             elif numbers:
                 yield f"{name}: {min(numbers):.1f} to {max(numbers):.1f} ({len(numbers)} times)"
-            elif len(values) == 1:
-                yield f"{name}: {values[0]}"
             else:
-                counted = ", ".join(f"{count} {value}" for value, count in sorted(
-                    Counter(map(str, values)).items()))
-                yield f"{name}, {len(values)} times: {counted}"
+                counted = sorted(Counter(map(str, values)).items())
+                yield f"{len(values)} times {name}: " + ", ".join(
+                    f"{count} {value}" for value, count in counted)
 
 
 def write_docs(results: Results, total: str) -> None:
     """Write the page. The lines of groups that were not run are kept.
     @param total line on all groups, written when all were run"""
     lines = PAGE.read_text().splitlines()
-    for group in filter(results.rows.get, results.rows):
+    for group in filter(results.outcomes.get, results.outcomes):
         entry, note = f"| {group}: ", f"- {group}, "
         cells = " | ".join(map(str, results.counts(group).values()))
         lines = [line for line in lines if not line.startswith((entry, note))]
         lines.append(f"{entry}{GROUPS[group].title} | {cells} |")
         lines += [note + figure for figure in results.figures(group)]
-    if all(map(results.rows.get, GROUPS)):
+    if all(map(results.outcomes.get, GROUPS)):
         lines = [*(line for line in lines if not line.startswith(TOTAL)), total]
     table = [line for group in GROUPS for line in lines if line.startswith(f"| {group}: ")]
     totals = [line for line in lines if line.startswith(TOTAL)]
@@ -190,7 +179,8 @@ def arguments() -> argparse.Namespace:
                         help="print a line for each fault, not only for each group")
     parser.add_argument("--only", metavar="TEXT", default="",
                         help="inject only faults whose name contains TEXT")
-    parser.add_argument("--write-docs", action="store_true", help=f"write the results into {PAGE}")
+    parser.add_argument("--write-docs", action="store_true",
+                        help=f"write the results into {PAGE.relative_to(TESTS.parent)}")
     found = parser.parse_args()
     if unknown := set(found.groups) - set(GROUPS):
         parser.error(f"unknown group: {', '.join(sorted(unknown))}")
@@ -200,19 +190,19 @@ def arguments() -> argparse.Namespace:
 
 
 def main() -> int:
-    begin, wanted = time.monotonic(), arguments()
+    begin, wanted, cores = time.monotonic(), arguments(), os.cpu_count() or 1
     groups = wanted.groups or list(GROUPS)
     files = {f"{TESTS}/{test.partition('::')[0]}" for group in groups
              for test in GROUPS[group].tests}
     results = Results(groups, wanted.rows)
-    cores = os.cpu_count() or 1
-    pytest.main(["-o", "addopts=", "-p", "torture", "-p", "no:terminal", "-p", "no:cacheprovider",
-                 "--strict-markers", "-n", str(2 * cores + 1),  # most of a row is waiting
-                 "--only", wanted.only, *(f"--group={group}" for group in groups), *sorted(files)],
-                plugins=[results])
-    for group in filter(results.rows.get, groups):
+    status = pytest.main([
+        "-o", "addopts=", "-p", "torture", "-p", "no:terminal", "-p", "no:cacheprovider",
+        "--strict-markers", "-n", str(2 * cores + 1),  # most of a row is waiting
+        "--only", wanted.only, *(f"--group={group}" for group in groups), *sorted(files)],
+        plugins=[results])
+    for group in filter(results.outcomes.get, groups):
         print(f"{group}: {results.summary(group)}", *results.figures(group), sep="\n  ")
-    seconds, total = time.monotonic() - begin, sum(map(len, results.rows.values()))
+    seconds, total = time.monotonic() - begin, results.counts(*groups).total()
     if not total:
         print("torture: no fault matches the arguments (./torture --help lists the groups)",
               file=sys.stderr)
@@ -220,7 +210,7 @@ def main() -> int:
     print(f"{total} faults: {results.summary(*groups)} ({seconds:.0f} s)")
     if wanted.write_docs:
         write_docs(results, f"{TOTAL}: {total} faults in {seconds:.0f} s on {cores} cores.")
-    return 1 if results.counts(*groups)[FAILED] else 0
+    return 1 if status else 0
 
 
 if __name__ == "__main__":

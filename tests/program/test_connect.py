@@ -15,8 +15,8 @@ from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
 from privateroot.waiting import wait_until
-from program.picture import Picture
-from program.programtest import FAST, clocks, expect_file, expect_period, fail, generated, stored
+from program.programtest import (FAST, Picture, clocks, expect_file, expect_period, fail, generated,
+                                 stored)
 from program.conftest import Roots
 
 # Keeps the contents of the files at the time of the call.

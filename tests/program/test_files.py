@@ -10,10 +10,9 @@ from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE,
 from privateroot.operating import AUTO, alive, expect, leave, started, stored_root
 from program.injection import (TRACE, Call, Fault, connect_and_leave, expect_injected, launch,
                                unseen_root)
-from program.programtest import (DEFAULTS, EDITED, expect_stored, generated, repairable, row, shown,
-                                 stored, type_and_connect)
+from program.programtest import (DEFAULTS, EDITED, expect_stored, generated, row, shown,
+                                 type_and_connect)
 
-LARGE = 100_000_000  # bytes
 OTHERS_ID = 1000  # user id that does not exist in the private root
 EARLIER = {PARAMETERS: STORED, CHAT_SCRIPT: b"earlier\n", PEER_FILE: b"earlier\n"}
 Make = Callable[[Path], object]
@@ -21,16 +20,6 @@ Make = Callable[[Path], object]
 
 def link(target: str) -> Make:
     return lambda path: path.symlink_to(target)
-
-
-def large(path: Path) -> None:
-    path.write_bytes(STORED)
-    os.truncate(path, LARGE)
-
-
-def linked(path: Path) -> None:
-    path.with_name("real").write_bytes(STORED)
-    path.symlink_to("real")
 
 
 # Types that cannot be read or written. The program must not replace them.
@@ -42,23 +31,6 @@ KINDS: dict[str, Make] = {
     "an endless device": link("/dev/zero"),
     "a loop of links": lambda path: path.symlink_to(path.name),
 }
-
-
-# A parameter file, and the values that the screen shows and the next save writes.
-@pytest.mark.parametrize("make, visible", (
-    row("parameters: 100 MB", large, STORED), row("parameters: a link", linked, STORED),
-    row("parameters: a dangling link to what can be made", link("made"), DEFAULTS, everyday=True)))
-def test_content(make: Make, visible: bytes) -> None:
-    with stored_root() as root:
-        path = root.host(PARAMETERS)
-        path.unlink()
-        make(path)
-        alive(root.start())
-        expect(shown(root) == visible, f"{shown(root)!r} is on the screen")
-        leave(root)
-        expect_stored(root, visible)
-        expect(path.stat().st_size < 1 << 20, "the rest is cut off")
-        repairable(root, stored(root))
 
 
 @pytest.mark.parametrize("placed, make, at_start", [

@@ -2,7 +2,6 @@
 
 import time
 from collections.abc import Callable
-from dataclasses import dataclass
 from pathlib import Path
 from signal import SIGUSR1
 
@@ -69,66 +68,40 @@ def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
     return private_kib(root.pid), root.descriptors(), files
 
 
-@dataclass
-class Growth:
-    """An action to repeat, and the permitted growth.
-
-    @ivar most permitted growth of private memory per repetition, in KiB
-    @ivar objects additional KiB for the objects that stay by design, on amd64
-    @ivar times number of actions per repetition; if more than one, commands are logged but not run,
-        and the inspector is not loaded
-    """
-
-    once: Callable[[PrivateRoot], None]
-    count: int
-    most: float
-    objects: float = 0
-    times: int = 1
-
-    def measure(self) -> str:
-        """Run the program and check its growth. @return the figures"""
-        many = self.times > 1
-        with stored_root(**FAST, keys=True, inspected=not many) as root:
-            root.unwrap("ls")
-            if many:
-                root.unwrap("sh", COUNTING)
-            root.start(shown=not many)
-            root.wait_calls("ifconfig", 1, SECONDS)
-            for _ in range(min(self.count // 4, WARM_UP // self.times) + 2):
-                self.once(root)
-            memory, descriptors, files = state(root)
-            for _ in range(self.count):
-                self.once(root)
-            after, descriptors_after, files_after = state(root)
-            grown, done = max(after - memory, 0), self.count * self.times
-            figure = f"{grown} KiB, {grown / done:.1f} KiB each" + (
-                f"; objects kept by design: {self.objects} KiB each, measured over 300"
-                if self.objects else "")
-            expect(grown <= (self.most + self.objects) * self.count + SETTLED_KIB,
-                   f"grown by {figure}")
-            expect(descriptors_after == descriptors, f"descriptors: {descriptors_after}")
-            expect(files_after == files, f"files: {files_after ^ files}")
-            terminate(root) if many else leave(root)
-            return figure
-
-
-TABLE = {
-    "300 failed attempts": Growth(fail, 300, 8, NOTICE_KIB + BAR_KIB),
-    "10,000 link checks, no inspector": Growth(check, 10_000 // CHECKS, 0, times=CHECKS),
-    "keyboard shown 100 times": Growth(raise_keys, 100, 0.5),
-    "20 failed attempts": Growth(fail, 20, 8, NOTICE_KIB + BAR_KIB),
-    "20 times link up and down": Growth(dial, 20, 8, BAR_KIB),
-}
-
-
-@pytest.mark.parametrize("name", [row(name, name, everyday=name.startswith("20"))
-                                  for name in TABLE])
-def test_growth(record_property: Callable[[str, object], None], name: str) -> None:
-    record_property(name, TABLE[name].measure())
-
-
-def test_dongle_20_cycles() -> None:
-    Growth(replug, 20, 2).measure()
+# Action, number of repetitions, KiB of private memory that each may leave, KiB of the objects that
+# stay by design on amd64, and number of actions in one. If more than one, commands are logged but
+# not run, and the inspector is not loaded.
+@pytest.mark.parametrize("once, count, most, objects, times", (
+    row("300 failed attempts", fail, 300, 8, NOTICE_KIB + BAR_KIB, 1),
+    row("10,000 link checks, no inspector", check, 10_000 // CHECKS, 0, 0, CHECKS),
+    row("keyboard shown 100 times", raise_keys, 100, 0.5, 0, 1),
+    row("20 failed attempts", fail, 20, 8, NOTICE_KIB + BAR_KIB, 1, everyday=True),
+    row("20 times link up and down", dial, 20, 8, BAR_KIB, 1, everyday=True),
+    row("dongle, 20 cycles", replug, 20, 2, 0, 1, everyday=True)))
+def test_growth(record_property: Callable[[str, object], None], request: pytest.FixtureRequest,
+                once: Callable[[PrivateRoot], None], count: int, most: float, objects: float,
+                times: int) -> None:
+    many = times > 1
+    with stored_root(**FAST, keys=True, inspected=not many) as root:
+        root.unwrap("ls")
+        if many:
+            root.unwrap("sh", COUNTING)
+        root.start(shown=not many)
+        root.wait_calls("ifconfig", 1, SECONDS)
+        for _ in range(min(count // 4, WARM_UP // times) + 2):
+            once(root)
+        memory, descriptors, files = state(root)
+        for _ in range(count):
+            once(root)
+        after, descriptors_after, files_after = state(root)
+        grown = max(after - memory, 0)
+        figure = f"{grown} KiB, {grown / count / times:.1f} KiB each" + (
+            f"; objects kept by design: {objects} KiB each, measured over 300" if objects else "")
+        record_property("figure", f"{request.node.callspec.id}: {figure}")
+        expect(grown <= (most + objects) * count + SETTLED_KIB, f"grown by {figure}")
+        expect(descriptors_after == descriptors, f"descriptors: {descriptors_after}")
+        expect(files_after == files, f"files: {files_after ^ files}")
+        terminate(root) if many else leave(root)
 
 
 @pytest.mark.torture

@@ -15,8 +15,7 @@ from privateroot.operating import leave, wait_link
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
 from program.modem import Modem
-from program.picture import Picture
-from program.programtest import clocks, expect_lasted, expect_period
+from program.programtest import Picture, clocks, expect_lasted, expect_period
 from program.conftest import Roots
 
 # Panels without a profile have no style sheet of their own, and so no padding.
