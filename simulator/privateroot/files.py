@@ -30,15 +30,13 @@ class RootFiles:
 
     @param usb devices on the bus, in the format of fakes/fakeusb.c
     @param nodes names in /dev beside the usual ones
-    @param missing programs that the board lacks
     @param setup shell commands run inside before the program
     @param launch the shell command that runs it: "program", then the wrapper command that starts
         it, if any, then redirections
     """
 
     def __init__(self, *, usb: str = DONGLE, nodes: Iterable[str] = ("ttyUSB0",),
-                 missing: Iterable[str] = (), setup: str = "",
-                 launch: str = LAUNCH) -> None:
+                 setup: str = "", launch: str = LAUNCH) -> None:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
         for folder in ("testrun/answers", "testrun/answering", "testrun/bin", "quenfold/configs",
@@ -49,17 +47,17 @@ class RootFiles:
         self.run.joinpath("setup").write_text(setup)
         self.run.joinpath("launch").write_text(launch + "\n")
         self.base.joinpath("etc/passwd").write_text("root:x:0:0::/tmp:/bin/sh\n")
-        self._fill_path(set(missing))
+        self._fill_path()
         self.set_usb(usb)
         self.set_link(False)
         for name in (*DEVICES, *nodes):
             self.add_node(name)
 
-    def _fill_path(self, missing: set[str]) -> None:
-        for name in set(STAND_INS) - missing:
+    def _fill_path(self) -> None:
+        for name in STAND_INS:
             self.run.joinpath("bin", name).symlink_to(STAND_IN)
             self.run.joinpath("answering", name).symlink_to("/testroot/answer")
-        for name in set(TOOLS) - missing:
+        for name in TOOLS:
             self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
 
     def host(self, path: str) -> Path:

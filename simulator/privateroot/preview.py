@@ -7,10 +7,10 @@ from __future__ import annotations
 
 import argparse
 import os
-import re
 import select
 import shutil
 import signal
+import socket
 import subprocess
 import sys
 from contextlib import ExitStack
@@ -20,7 +20,6 @@ from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, VNC_PORT
-from privateroot.waiting import RootError, wait_until
 
 INTERFACES = "/testrun/interfaces"
 VIEWER = "vncviewer"
@@ -57,38 +56,31 @@ def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
     return root
 
 
-def start(stack: ExitStack, *command: str) -> subprocess.Popen[bytes]:
-    """Start a program that is terminated with the stack, or with this process in any case."""
+def start(stack: ExitStack, *command: str, keep: int = 0) -> None:
+    """Start a program that is terminated with the stack, or with this process in any case.
+    @param keep descriptor that it inherits"""
     process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command],
-                               stderr=subprocess.DEVNULL)
+                               stderr=subprocess.DEVNULL, pass_fds=[keep])
     stack.callback(process.wait)
     stack.callback(process.terminate)
-    return process
 
 
-def lead_out(stack: ExitStack, root: PrivateRoot, port: int) -> str | None:
-    """Forward a port of the host's loopback interface to the program; 0 is any free port.
-    @return address and port, or None if the port is in use"""
-    log = root.run / f"socat-{port}"
-    socat = start(stack, "socat", "-d", "-d", "-lf", str(log),
-                  f"TCP-LISTEN:{port},bind=127.0.0.1,fork", f"UNIX-CONNECT:{root.run}/{SOCKET}")
-    found: list[str] = []
-
-    def listens() -> bool:
-        text = log.read_text() if log.exists() else ""
-        found.extend(re.findall(r"listening on AF=2 ([\d.:]+)\n", text))
-        return bool(found) or socat.poll() is not None
-
-    wait_until(listens, 5, "socat listening")
-    return found[0] if found else None
+def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
+    """Forward a port of the host's loopback interface to the program: the program's own port number
+    if it is free. @return address and port"""
+    try:
+        server = socket.create_server(("127.0.0.1", VNC_PORT))
+    except OSError:
+        server = socket.create_server(("127.0.0.1", 0))
+    with server:
+        start(stack, "socat", f"ACCEPT-FD:{server.fileno()},fork",
+              f"UNIX-CONNECT:{root.run}/{SOCKET}", keep=server.fileno())
+        return "{}:{}".format(*server.getsockname())
 
 
 def show(stack: ExitStack, root: PrivateRoot) -> None:
     """Print the screen's address, and open a viewer if the host has a display."""
-    # Prefer the program's own port number.
-    address = lead_out(stack, root, VNC_PORT) or lead_out(stack, root, 0)
-    if address is None:
-        raise RootError("no port for VNC")
+    address = lead_out(stack, root)
     print(f"VNC: {address}\nProcess: {root.pid}\n"
           f"Dongle: {root.run}/usb (empty it to pull the dongle)\n"
           f"Parameters: {root.host(PARAMETERS)}\nCtrl-C or Exit ends it.", flush=True)

@@ -36,25 +36,20 @@ class PrivateRoot(RootRecord):
     @param size the panel's width and height in pixels
     @param preload further libraries: one of the directory fakes by its name, any other by its path
     @param mounts further arguments for bwrap, after all others
-    @param locale value of LC_ALL
     @param inspected true to load the inspector, which touches and dumps of the screen need
-    @param chip true to load the stand-in of the chip, if the chip's device node exists
     @param keys true for the on-screen keyboard; without it a touched field does not move
     @param files arguments of RootFiles
     """
 
     def __init__(self, *, size: tuple[int, int] = (800, 480), preload: Iterable[str] = (),
-                 mounts: Iterable[str] = (), locale: str = "C.UTF-8", keys: bool = False,
-                 inspected: bool = True, chip: bool = True,
+                 mounts: Iterable[str] = (), keys: bool = False, inspected: bool = True,
                  **files: Any) -> None:
         super().__init__(**files)
         self.size = size
         self._mounts = list(mounts)
         self._preload = ["fakeusb", *preload]
-        self._locale = locale
         self._keys = keys
         self._inspected = inspected
-        self._chip = chip
         self._bwrap: subprocess.Popen[bytes] | None = None
         self._init = 0
         self.pid = 0
@@ -93,17 +88,15 @@ class PrivateRoot(RootRecord):
 
     def _environment(self) -> dict[str, str]:
         width, height = self.size
-        chip = self._chip and self.host(f"/dev/{CHIP}").exists()
-        preload = self._preload + (["fakechip"] if chip else [])
+        preload = self._preload + ["fakechip"] * self.host(f"/dev/{CHIP}").exists()
         return {
-            "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": self._locale,
+            "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": "C.UTF-8",
             "PATH": os.environ["PATH"],
             "QT_QPA_PLATFORM": f"vnc:size={width}x{height}",
             "QT_QPA_GENERIC_PLUGINS": "inspector" if self._inspected else "",
             "QT_PLUGIN_PATH": "/testplugins", "QT_NO_XDG_DESKTOP_PORTAL": "1",
             **({} if self._keys else WITHOUT_KEYS),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
-            "CORVANTA_FAKE_USB": "/testrun/usb", "CORVANTA_CALL_LOG": "/testrun/calls",
             "CORVANTA_PRELOAD": ":".join(
                 name if "/" in name else f"/testfakes/lib{name}.so" for name in preload),
             "ASAN_OPTIONS": "verify_asan_link_order=0",

@@ -8,14 +8,13 @@ from signal import SIGUSR1
 import pytest
 
 from panel.facts import DONGLE_STATUS, PIN
-from privateroot.files import DONGLE
+from privateroot.files import DONGLE, STAND_IN
 from privateroot.operating import expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
 from program.injection import terminate
 from program.programtest import FAST, at_rest, fail, row
 
-COUNTING = "/testfakes/countingsh"
 CHECKS = 50  # at once: fewer than the program's socket can queue
 WARM_UP = 100  # maximum number of times before the first memory measurement
 SETTLED_KIB = 128  # permitted variation of the heap
@@ -85,7 +84,7 @@ def test_growth(record_property: Callable[[str, object], None], request: pytest.
     with stored_root(**FAST, keys=True, inspected=not many) as root:
         root.unwrap("ls")
         if many:
-            root.unwrap("sh", COUNTING)
+            root.unwrap("sh", STAND_IN)
         root.start(shown=not many)
         root.wait_calls("ifconfig", 1, SECONDS)
         for _ in range(min(count // 4, WARM_UP // times) + 2):

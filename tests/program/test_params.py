@@ -7,6 +7,7 @@ import pytest
 
 from panel.facts import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, PASSWORD,
                          STORED, stored_parameters)
+from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, alive, connect, leave
 from privateroot.process import PrivateRoot
 from program.programtest import DEFAULTS, generated, row, shown, type_counts
@@ -78,7 +79,8 @@ def edit_everything(root: PrivateRoot, texts: Sequence[str], counts: str) -> Non
 
 @pytest.mark.parametrize("content, saved", PARAMETER_FILES.values(), ids=PARAMETER_FILES)
 def test_parameter_file(roots: Roots, content: bytes | None, saved: str) -> None:
-    root = roots.new(locale="C")  # which decides no encoding
+    """The locale does not decide the encoding."""
+    root = roots.new(launch=LAUNCH.replace("program", "program /usr/bin/env LC_ALL=C"))
     if content is not None:
         root.write(PARAMETERS, content)
         root.host(PARAMETERS).chmod(0o644)

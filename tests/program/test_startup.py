@@ -126,13 +126,16 @@ def test_node_wait_is_served(roots: Roots) -> None:
 
 def test_no_shell(roots: Roots) -> None:
     """Without a shell the start-up waits, without spinning, and still answers."""
-    root = roots.stored(missing=["sh"]).start(shown=False)
+    root = roots.stored()
+    shell = root.host("/testrun/bin/sh")
+    shell.unlink()
+    root.start(shown=False)
     root.panel.wait(lambda screen: screen.main_window(), 5, "the start-up")
     used = processor_ticks(root.pid)
     time.sleep(1.5)
     assert processor_ticks(root.pid) - used < 0.3 * os.sysconf("SC_CLK_TCK")
     assert not root.panel.screen().main_window()["visible"]
-    root.host("/testrun/bin/sh").symlink_to("/usr/bin/sh")
+    shell.symlink_to("/usr/bin/sh")
     root.wait_shown(2)
     leave(root)
 

@@ -1,11 +1,9 @@
-/* Stand-in for libusb: answers from a small file instead of the bus.
+/* Stand-in for libusb: answers from the file /testrun/usb instead of the bus.
  *
- * CORVANTA_FAKE_USB names the file. Every libusb_init reads it again, so that a test can plug and
- * pull the dongle in between. One word and its numbers per line:
- *   init CODE             libusb_init returns CODE (negative)
- *   list CODE             libusb_get_device_list returns CODE (negative)
- *   device VENDOR PRODUCT one device on the bus, hexadecimal
- * Every libusb_exit appends a line to the log of calls (CORVANTA_CALL_LOG): "usb balanced", or
+ * Every libusb_init reads it again, so that a test can plug and pull the dongle in between. One
+ * word and its numbers per line: init CODE             libusb_init returns CODE (negative) list
+ * CODE             libusb_get_device_list returns CODE (negative) device VENDOR PRODUCT one device
+ * on the bus, hexadecimal Every libusb_exit appends a line to the log of calls: "usb balanced", or
  * "usb leak" when a list had not been freed. A failed libusb_init appends "usb failed".
  */
 #define _GNU_SOURCE
@@ -39,8 +37,7 @@ __attribute__((constructor)) static void keepToThisProcess(void)
 static void readControlFile(void)
 {
     char line[128];
-    const char *path = getenv("CORVANTA_FAKE_USB");
-    FILE *file = path != NULL ? fopen(path, "re") : NULL;
+    FILE *file = fopen("/testrun/usb", "re");
     deviceCount = initCode = listCode = 0;
     if (file == NULL)
         return;
@@ -62,18 +59,13 @@ static void readControlFile(void)
 
 static void logCall(const char *what)
 {
-    char line[64];
     struct timespec now;
-    const char *path = getenv("CORVANTA_CALL_LOG");
-    int fd = path != NULL ? open(path, O_WRONLY | O_APPEND | O_CLOEXEC) : -1;
-    if (fd == -1)
-        return;
     clock_gettime(CLOCK_REALTIME, &now);
-    int length = snprintf(line, sizeof line, "%lld.%09ld usb %s\n", (long long)now.tv_sec,
-                          now.tv_nsec, what);
-    if (write(fd, line, (size_t)length) == -1)
+    int log = open("/testrun/calls", O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (log != -1 &&
+        dprintf(log, "%lld.%09ld usb %s\n", (long long)now.tv_sec, now.tv_nsec, what) < 0)
         abort();
-    close(fd);
+    close(log);
 }
 
 int LIBUSB_CALL libusb_init(libusb_context **context)
