@@ -1,1 +1,0 @@
-"""Tables of the faults to inject into the program, and the command that injects them."""
