@@ -1,14 +1,16 @@
-"""The base of all tests on the simulated board, and of the rows that `./torture` runs there."""
+"""The board of the board tests: a simulated board with the steps and waits that they share."""
 
 import time
 import unittest
-from collections.abc import Callable, Mapping
-from itertools import count
+from collections.abc import Callable, Iterator, Mapping
+from contextlib import ExitStack, contextmanager
 from typing import Any
 
+import pytest
+
 from host.paths import ROOT
-from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_STATUS, FAILED, FILES, GREEN,
-                         LINK_STATUS, MISC, OLD_LOG, PARAMETERS, PPP_LOG, RED, SETTING, SIZES,
+from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, FAILED, FILES, GREEN,
+                         LINK_STATUS, LOGS, MISC, OLD_LOG, PARAMETERS, PPP_LOG, RED, SETTING, SIZES,
                          SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED, WITHOUT_KEYS)
 from panel.screen import Screen
 from virtualboard.board import Board
@@ -16,105 +18,68 @@ from virtualboard.dongle import MODEM_LOG
 
 EXPECTED = ROOT / "tests/expected"
 CLEAR_SECONDS = 60
-LOOK_SECONDS = 0.2  # between two looks at the board
+INSTALL_SECONDS = 120
+PACKAGE = "/app/corvanta.deb"
 SETTINGS = "/etc/default/corvanta"
 UP, DOWN = ("connected", GREEN), ("disconnected", RED)  # text and style sheet of the link
-THERE, AWAY = ("detected", GREEN), ("undetected", RED)  # the same of the dongle
+DETECTED, AWAY = ("detected", GREEN), ("undetected", RED)  # the same of the dongle
 NO_LINK = "[ ! -e /sys/class/net/ppp0 ]"
-NUMBERS = count(1)
-IDLE: dict[tuple[int, int], list[Board]] = {size: [] for size in SIZES}
+END_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done"
 
 
-def turn_off_boards() -> None:
-    """Save the logs of all boards that no test uses, and turn these boards off."""
-    for boards in IDLE.values():
-        while boards:
-            boards.pop().__exit__(None, None, None)
+class OperatedBoard(Board):
+    """A board that tests use one after the other.
 
-
-class BoardTest(unittest.TestCase):
-    """A test on a board that earlier tests may have used.
-
-    A board starts from a saved machine state, and is reset after each test.
+    @ivar cleanups callbacks to run after the present test
+    @ivar used true once a test has used the board
+    @ivar reusable false once no further test can use it
     """
 
-    size = (480, 272)
-    reusable = True  # false once no further test can use the board
-
-    @classmethod
-    def setUpClass(cls) -> None:
-        unittest.addModuleCleanup(turn_off_boards)
-
-    def setUp(self) -> None:
-        try:
-            self.board = IDLE[self.size].pop()
-        except IndexError:
-            self.board = Board(self.size, f"test-{type(self).__name__.lower()}-{next(NUMBERS)}")
-            self.board.start()
-        self.addCleanup(self.give_back)
-        self.panel = self.board.panel
-        self.already_logged = 0
-        self.already_logged = len(self.modem_log())
-
-    def give_back(self) -> None:
-        """Reset the board for the next test, or turn off one that is not reusable."""
-        try:
-            if self.reusable:
-                self.clear()
-                IDLE[self.size].append(self.board)
-        finally:
-            if self.board not in IDLE[self.size]:
-                self.board.__exit__(None, None, None)
+    def __init__(self, size: tuple[int, int], run: str, **how: Any) -> None:
+        super().__init__(size, run, **how)
+        self.cleanups = ExitStack()
+        self.used, self.reusable = False, True
+        self._logged_before = 0
 
     def clear(self) -> None:
-        """Reset a board to the state in which nothing was ever dialled."""
-        self.board.program.stop()
-        self.sh("killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done; "
-                f"rm -f {' '.join(FILES)} {{{PPP_LOG},{CHAT_LOG}}}{{,{OLD_LOG}}}", CLEAR_SECONDS)
-        self.board.dongle.unplug()
-        self.board.dongle.tell_modem()
+        """Reset the board to the state in which nothing was ever dialled."""
+        self.program.stop()
+        self.sh(f"{END_PPPD}; rm -f {' '.join(FILES)} {{{','.join(LOGS)}}}{{,{OLD_LOG}}}; "
+                f"install -m 600 /dev/null {PPP_LOG}; install -m 600 /dev/null {CHAT_LOG}",
+                CLEAR_SECONDS)
+        self.dongle.unplug()
+        self.dongle.tell_modem()
+        self._logged_before = 0
+        self._logged_before = len(self.modem_log())
 
-    def start(self, modem: Mapping[str, str] | None = None, parameters: bytes = STORED) -> None:
-        """Plug in the dongle and start the program with stored parameters."""
-        self.board.dongle.tell_modem(modem)
-        self.board.dongle.plug()
-        self.board.guest.write(PARAMETERS, parameters)
+    def provide(self, modem: Mapping[str, str] | None = None, parameters: bytes = STORED) -> None:
+        """Plug in the dongle, start the program with stored parameters, and change a value that
+        neither generated file contains. The next touch of Connect writes both files."""
+        self.dongle.tell_modem(modem)
+        self.dongle.plug()
+        self.guest.write(PARAMETERS, parameters)
         self.start_program()
-
-    def start_program(self, environment: Mapping[str, str] = WITHOUT_KEYS) -> None:
-        self.board.program.start(environment)
-        self.await_window()
-
-    def start_edited(self, modem: Mapping[str, str] | None = None,
-                     parameters: bytes = STORED) -> None:
-        """Start the program and change a value that neither generated file contains.
-
-        The next touch of Connect writes both files.
-        """
-        self.start(modem, parameters)
         self.panel.open_tab(MISC)
         self.panel.fill(COUNTS, "7")
         self.panel.open_tab(SETTING)
 
-    def connect(self, modem: Mapping[str, str] | None = None, parameters: bytes = STORED) -> None:
-        """Start the program and wait for its first link."""
-        self.start_edited(modem, parameters)
-        self.panel.press("Connect")
-        self.wait_up()
+    def start_program(self, environment: Mapping[str, str] = WITHOUT_KEYS) -> None:
+        self.program.start(environment)
+        self.await_window()
 
     def leave(self) -> None:
         """Touch Exit and wait for exit status 0."""
         self.panel.press("Exit")
-        self.assertEqual(self.board.program.wait_end(SOON_SECONDS), 0)
+        assert self.program.wait_end(SOON_SECONDS) == 0
 
     def sh(self, commands: str, seconds: float = SOON_SECONDS) -> str:
         """Run shell commands on the board, which must succeed. @return their output"""
-        return self.board.guest.sh(commands, seconds)
+        return self.guest.sh(commands, seconds)
 
     def wait(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
         self.panel.wait(holds, seconds, what)
 
-    def wait_board(self, condition: str, seconds: float = SOON_SECONDS) -> None:
+    def wait_for(self, condition: str, seconds: float = SOON_SECONDS) -> None:
         """Wait for a shell condition on the board, where a start of a program takes long."""
         self.sh(f"exec {{never}}<> <(:); until {condition}; do read -rt 0.1 -u $never || :; done",
                 seconds)
@@ -136,22 +101,23 @@ class BoardTest(unittest.TestCase):
         value = self.panel.value(LINK_STATUS)
         return value["text"], value["style"]
 
-    def wait_status(self, label: str, value: tuple[str, str], seconds: float) -> None:
+    def wait_status(self, label: str, value: tuple[str, str],
+                    seconds: float = SOON_SECONDS) -> None:
         self.panel.open_tab(STATUS)
         self.wait(f"{label} {value}", seconds, lambda screen: (
             screen.value(label)["text"], screen.value(label)["style"]) == value)
 
     def wait_up(self, seconds: float = CHECK_SECONDS) -> None:
-        """Wait for the link on the status page, and for the check of the last Connect."""
+        """Wait until the panel shows the link, which may be before the check of Connect."""
         self.wait_status(LINK_STATUS, UP, seconds)
-        self.board.program.await_check()
+
+    def wait_checked(self) -> None:
+        """Wait for the link, and for the check of Connect, which a later end of the link fails."""
+        self.wait_up()
+        self.program.await_check()
 
     def wait_down(self, seconds: float = CHECK_SECONDS) -> None:
         self.wait_status(LINK_STATUS, DOWN, seconds)
-        self.board.program.await_check()
-
-    def wait_dongle(self, there: bool) -> None:
-        self.wait_status(DONGLE_STATUS, THERE if there else AWAY, SOON_SECONDS)
 
     def wait_notice(self) -> None:
         self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
@@ -163,26 +129,82 @@ class BoardTest(unittest.TestCase):
         self.wait("Connect enabled", SOON_SECONDS, lambda screen: not screen.has_dialog()
                   and screen.button("Connect")["enabled"])
 
-    def check_link(self) -> None:
-        """Send SIGUSR1, as the pppd hooks do."""
-        self.sh(f"kill -USR1 {self.board.program.pid()}")
-
     def uptime(self) -> float:
         """@return seconds of the board's clock, which a busy host slows down"""
-        return float(self.board.guest.read("/proc/uptime").split()[0])
+        return float(self.guest.read("/proc/uptime").split()[0])
 
     def modem_log(self) -> str:
         """@return the modem's log of this test"""
-        return self.board.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text[self.already_logged:]
+        return self.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text[self._logged_before:]
 
     def heard(self) -> list[str]:
         """@return the commands that the modem has received in this test"""
         return [line.split(" heard ", 1)[1] for line in self.modem_log().splitlines()
                 if " heard " in line]
 
-    def assert_soon(self, holds: Callable[[], bool], what: str,
-                    seconds: float = SOON_SECONDS) -> None:
-        deadline = time.monotonic() + seconds
-        while not holds():
-            self.assertLess(time.monotonic(), deadline, what)
-            time.sleep(LOOK_SECONDS)
+    def is_black(self) -> bool:
+        """Return true when all pixels are black; the fourth byte of each may be its opacity."""
+        pixels = self.guest.read("/dev/fb0")
+        return not any(pixels[byte::4].strip(b"\0") for byte in range(3))
+
+    def wait_picture(self, wanted: bytes, what: str) -> None:
+        """Wait until a screenshot of the panel is the wanted PNG file."""
+        deadline = time.monotonic() + START_SECONDS
+        while self.records.picture("seen.png").read_bytes() != wanted:
+            assert time.monotonic() < deadline, what
+            time.sleep(1)
+
+
+IDLE: dict[tuple[int, int], list[OperatedBoard]] = {size: [] for size in SIZES}
+
+
+@contextmanager
+def borrowed(size: tuple[int, int], name: str) -> Iterator[OperatedBoard]:
+    """Provide a board for a test: one that another test has used, or one from a saved state.
+
+    @param name name of the run, if the board is a new one
+    """
+    if IDLE[size]:
+        board = IDLE[size].pop()
+    else:
+        board = OperatedBoard(size, name)
+        board.start()
+    try:
+        if board.used:
+            board.clear()
+        board.used = True
+        yield board
+        board.cleanups.close()
+        if board.reusable:
+            IDLE[size].append(board)
+    finally:
+        if board not in IDLE[size]:
+            board.__exit__(None, None, None)
+
+
+def turn_off_boards() -> None:
+    """Save the logs of all boards that no test uses, and turn these boards off."""
+    for boards in IDLE.values():
+        while boards:
+            boards.pop().__exit__(None, None, None)
+
+
+class BoardTest(unittest.TestCase):
+    """A test case on a board, with the board's methods.
+
+    @cvar size panel size in pixels
+    @cvar reusable false when no other test can use the board afterwards
+    """
+
+    size = SIZES[0]
+    reusable = True
+
+    @pytest.fixture(autouse=True)
+    def use_board(self) -> Iterator[None]:
+        with borrowed(self.size, self._testMethodName) as self.board:
+            self.panel = self.board.panel
+            yield
+            self.board.reusable = self.reusable
+
+    def __getattr__(self, name: str) -> Any:
+        return getattr(vars(self).get("board"), name)

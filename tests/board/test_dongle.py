@@ -1,70 +1,60 @@
-#!/usr/bin/python3
 """The dongle on the simulated board: missing, late, another one, unplugged at bad moments."""
 
-import unittest
+import time
 
-from boardtest import NO_LINK, BoardTest
-from panel.facts import CHECK_SECONDS, DONGLE_PRODUCT, SETTING, SOON_SECONDS, START_SECONDS
-
-
-class Dongle(BoardTest):
-    def test_another_dongle_is_not_used(self) -> None:
-        self.board.dongle.plug(product=DONGLE_PRODUCT + 1)
-        self.board.program.start()
-        self.wait_undetected()
-        self.panel.press("Close")  # the dialog stays, because there is no window below it
-        self.wait_undetected()
-        self.board.dongle.plug()
-        self.await_window()
-
-    def test_black_until_the_serial_node_is_there(self) -> None:
-        self.board.dongle.plug(ports=0)
-        self.board.program.start()
-        self.wait("the program up", START_SECONDS, lambda screen: screen.windows)
-        width, height = self.size
-
-        def black() -> bool:
-            pixels = self.board.guest.read("/dev/fb0")[:width * height * 4]
-            return {pixels[at:at + 3] for at in range(0, len(pixels), 4)} == {b"\0\0\0"}
-
-        self.assert_soon(black, "the panel is black")
-        self.assertFalse(self.panel.screen().main_window()["visible"])
-        self.board.dongle.plug()
-        self.await_window()
-
-    def test_unplugged_while_dialling(self) -> None:
-        self.start_edited({"answer": "slow"})
-        self.panel.press("Connect")
-        self.wait_board("pgrep -x chat")
-        self.board.dongle.unplug()
-        self.wait_failed()
-        self.wait_dongle(False)
-        self.board.dongle.tell_modem()
-        self.panel.open_tab(SETTING)
-        self.panel.press("Connect")  # without a dialog after an earlier one
-        self.wait("the busy bar", SOON_SECONDS, lambda screen: screen.busy_bars())
-        self.board.dongle.plug()
-        self.wait_up()
-        self.wait_dongle(True)
-
-    def test_lost_while_connected(self) -> None:
-        """The dongle is unplugged and plugged in again, then the network drops the call."""
-        self.connect()
-        self.board.dongle.unplug()
-        self.wait_board(NO_LINK, CHECK_SECONDS)
-        self.wait_down(SOON_SECONDS)
-        self.wait_dongle(False)
-        self.panel.press("Connect")
-        self.wait_undetected()
-        self.board.dongle.tell_modem({"drop_after_s": "20"})
-        self.board.dongle.plug()
-        self.wait("the dialog gone", SOON_SECONDS, lambda screen: not screen.has_dialog())
-        self.wait_up()
-        self.board.dongle.tell_modem({"dial": "busy"})  # for pppd, which redials
-        self.wait_board(NO_LINK, CHECK_SECONDS)
-        self.wait_down(SOON_SECONDS)
-        self.wait_dongle(True)
+from boardtest import AWAY, DETECTED, NO_LINK, OperatedBoard
+from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, SETTING, SOON_SECONDS,
+                         START_SECONDS)
 
 
-if __name__ == "__main__":
-    unittest.main()
+def test_black_until_the_right_dongle_has_its_port(board: OperatedBoard) -> None:
+    """Another dongle does not count as detected, and the right one is not used without a port."""
+    board.dongle.plug(product=DONGLE_PRODUCT + 1)
+    board.program.start()
+    board.wait_undetected()
+    board.panel.press("Close")  # the dialog is kept, because there is no window below it
+    board.wait_undetected()
+    board.dongle.plug(ports=0)
+    deadline = time.monotonic() + START_SECONDS
+    while not board.is_black():
+        assert time.monotonic() < deadline, "the panel is black"
+    assert not board.panel.screen().main_window()["visible"]
+    board.dongle.plug()
+    board.await_window()
+
+
+def test_unplugged_while_dialling(board: OperatedBoard) -> None:
+    board.provide({"answer": "slow"})
+    board.panel.press("Connect")
+    board.wait_for("pgrep -x chat")
+    board.dongle.unplug()
+    board.wait_failed()
+    board.wait_status(DONGLE_STATUS, AWAY)
+    board.dongle.tell_modem()
+    board.panel.open_tab(SETTING)
+    board.panel.press("Connect")  # without a dialog after an earlier one
+    board.wait("the busy bar", SOON_SECONDS, lambda screen: screen.busy_bars())
+    board.dongle.plug()
+    board.wait_up()
+    board.wait_status(DONGLE_STATUS, DETECTED)
+
+
+def test_lost_while_connected(board: OperatedBoard) -> None:
+    """The dongle is unplugged and plugged in again, then the network drops the call."""
+    board.provide()
+    board.panel.press("Connect")
+    board.wait_checked()
+    board.dongle.unplug()
+    board.wait_for(NO_LINK, CHECK_SECONDS)
+    board.wait_down(SOON_SECONDS)
+    board.wait_status(DONGLE_STATUS, AWAY)
+    board.panel.press("Connect")
+    board.wait_undetected()
+    board.dongle.tell_modem({"drop_after_s": "20"})
+    board.dongle.plug()
+    board.wait("the dialog gone", SOON_SECONDS, lambda screen: not screen.has_dialog())
+    board.wait_checked()
+    board.dongle.tell_modem({"dial": "busy"})  # for pppd, which redials
+    board.wait_for(NO_LINK, CHECK_SECONDS)
+    board.wait_down(SOON_SECONDS)
+    board.wait_status(DONGLE_STATUS, DETECTED)

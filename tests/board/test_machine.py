@@ -1,0 +1,66 @@
+"""The machine below the board tests: touches reach their pixels, a board exits with its owner."""
+
+import os
+import select
+import signal
+import struct
+import subprocess
+import sys
+
+import pytest
+
+from boardtest import OperatedBoard
+from host.paths import SIMULATOR
+from panel.facts import SOON_SECONDS
+
+EVENT = struct.Struct("<IIHHi")  # input_event of a 32-bit kernel: seconds, microseconds, ...
+SYN, KEY, ABS = 0, 1, 3
+TOUCH, X, Y = 0x14A, 0x35, 0x36
+PLACES = [(479, 271), (0, 0), (240, 136), (240, 136)]
+RECORDED = "/run/touches"
+OWNER = """
+import signal
+from virtualboard.board import Board
+from virtualboard.process import Process
+with Board(run="test-owned") as board:
+    print(Process.of(board.folder).pid, flush=True)
+    signal.pause()
+"""
+
+
+def touched(events: bytes) -> list[tuple[int, int]]:
+    """@return the pixel of each report in which a finger is down"""
+    pixels, position, down = [], {X: -1, Y: -1}, False
+    for _, _, kind, code, value in EVENT.iter_unpack(events):
+        if kind == ABS and code in position:
+            position[code] = value
+        elif kind == KEY and code == TOUCH:
+            down = bool(value)
+        elif kind == SYN and down:
+            pixels.append((position[X], position[Y]))
+    return pixels
+
+
+def test_touches_arrive_at_their_pixels(board: OperatedBoard) -> None:
+    # The kernel reports a coordinate only when it changes; all are 0 before the first touch.
+    board.sh("node=/dev/input/$(grep -A5 'panel touchscreen' /proc/bus/input/devices "
+             f"| grep -o 'event[0-9]*'); setsid cat $node >{RECORDED} & "
+             "until readlink /proc/$!/fd/* | grep -q $node; do sleep 0.02; done; "
+             "echo $! >/run/toucher")
+    board.cleanups.callback(board.sh, "kill $(</run/toucher)")
+    for place in PLACES:
+        board.fingers.touch(*place)
+    lifted = "01 00 4a 01 00"
+    board.wait_for(f"[ $(od -An -v -w16 -tx1 {RECORDED} | grep -c '{lifted}') = {len(PLACES)} ]")
+    assert touched(board.guest.read(RECORDED)) == PLACES
+
+
+@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGINT], ids=["killed", "interrupted"])
+def test_board_exits_with_its_owner(number: signal.Signals) -> None:
+    with subprocess.Popen([sys.executable, "-B", "-c", OWNER], stdout=subprocess.PIPE,
+                          env=os.environ | {"PYTHONPATH": str(SIMULATOR)}) as owner:
+        assert owner.stdout
+        machine = os.pidfd_open(int(owner.stdout.readline()))
+        owner.send_signal(number)
+        assert select.select([machine], [], [], SOON_SECONDS)[0]
+        os.close(machine)
