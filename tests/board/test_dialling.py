@@ -81,12 +81,13 @@ def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
     for path in FILES:  # Connect changes the owner of another user's files
         board.sh(f"touch {path}; chown 1000:1000 {path}; chmod 644 {path}")
     board.panel.press("Connect")
-    board.wait_checked()
+    board.wait_up()
     check_dialled(board)
     network = board.guest.read(NETWORK_LOG).decode()
     assert re.search(r'rcvd \[CHAP Response .* name = "guest"\]\nsent \[CHAP Success', network)
     assert "default dev ppp0" in board.sh("ip route")
     board.sh(f"ping -c 2 -i 0.3 -W 5 {NETWORK_NAME}", 60)
+    board.program.await_check()
     board.panel.invoke("Makeup", "pinResponse")
     board.wait("the ping", SOON_SECONDS, lambda screen: any(
         "3 received, 0% packet loss" in box["text"] for box in screen.orphans("QTextEdit")))
