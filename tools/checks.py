@@ -14,6 +14,29 @@ ROOT = Path(__file__).resolve().parents[1]
 BUILD = "build/native"
 SHEBANG = re.compile(rb"#!\S*?(?:/env )?(\w+)\s")
 
+# Layering: each component and the components that it may use in addition to itself. Other
+# directories, such as tests, may use everything.
+LAYERS = {
+    "core": "",
+    "io": "core",
+    "platform": "core io",
+    "device": "core io",
+    "usb": "core io platform device",
+    "app": "core io platform device usb",
+    "app/doctor": "core io",
+    "app/guard": "core io",
+    "app/provision": "core io",
+    "simulator/programs": "core io device",
+    "simulator/host": "",
+    "simulator/image": "simulator/host",
+    "simulator/panel": "simulator/host",
+    "simulator/machine": "simulator/host simulator/image simulator/panel",
+    "simulator/privateroot": "simulator/host simulator/image simulator/panel simulator/machine",
+    "simulator/virtualboard": "simulator/host simulator/image simulator/panel simulator/machine",
+}
+INCLUDE = re.compile(r'^\s*#include "([^"]+)"', re.MULTILINE)
+IMPORT = re.compile(r"^\s*(?:from|import) (\w+)", re.MULTILINE)
+
 
 class CheckFailed(Exception):
     """Raised when a tool has findings or could not run; the message gives the details."""
@@ -29,18 +52,16 @@ def output(*command: str) -> str:
 
 def files(changed: bool) -> list[str]:
     """Return the files to check, relative to the repository root."""
-    names = output("git", "ls-files", "--cached", "--others", "--exclude-standard").split("\n")
-    if changed:
-        names = (output("git", "diff", "--name-only", "HEAD") + output(
-            "git", "ls-files", "--others", "--exclude-standard")).split("\n")
-    return sorted({name for name in names if (ROOT / name).is_file() and name})
+    tracked = ("git", "diff", "--name-only", "HEAD") if changed else ("git", "ls-files")
+    names = output(*tracked) + output("git", "ls-files", "--others", "--exclude-standard")
+    return sorted(name for name in set(names.splitlines()) if (ROOT / name).is_file())
 
 
 def interpreter(name: str) -> str:
     """Return the interpreter in the first line of a script; empty for other files."""
     with open(ROOT / name, "rb") as file:
         found = SHEBANG.match(file.read(64))
-    return found[1].decode().rsplit("/", 1)[-1] if found else ""
+    return found[1].decode() if found else ""
 
 
 def with_ending(*endings: str) -> Callable[[str], bool]:
@@ -62,9 +83,39 @@ def on_all_files(*command: str) -> Callable[[list[str]], None]:
     return run
 
 
+def component_of(path: str) -> str:
+    """Return the component that a file belongs to; empty if it is not in LAYERS."""
+    return max((name for name in LAYERS if path.startswith(name + "/")), key=len, default="")
+
+
+def layers(names: list[str]) -> None:
+    """Check which components each file uses."""
+    found = []
+    for name in names:
+        own, text = component_of(name), (ROOT / name).read_text(encoding="utf-8")
+        used = [path for path in INCLUDE.findall(text) if not path.endswith(".moc")]
+        if name.endswith(".py"):
+            used = [f"simulator/{package}/" for package in IMPORT.findall(text)]
+        for path in used:
+            if path.endswith(".h") and not (ROOT / path).is_file():
+                found.append(f'{name}: "{path}" is not a path relative to the repository root')
+            component = component_of(path)
+            if own and component not in (own, *LAYERS[own].split()) and (
+                    component or path.endswith(".h")):
+                found.append(f"{name}: must not use {path}")
+    if found:
+        raise CheckFailed("\n".join(found))
+
+
 def translations(_: list[str]) -> None:
     """Check that the translation files contain every source string."""
     output("tools/update-translations", "--check")
+
+
+def build(_: list[str]) -> None:
+    """Build everything; the preset treats warnings as errors."""
+    output("cmake", "--preset", "dev")
+    output("cmake", "--build", "--preset", "dev")
 
 
 def clang_tidy(name: str) -> str:
@@ -75,11 +126,7 @@ def clang_tidy(name: str) -> str:
 
 
 def run_clang_tidy(names: list[str]) -> None:
-    """Run clang-tidy, which needs a compilation database and the output of moc."""
-    output("cmake", "--preset", "dev")
-    targets = re.findall(r"^(?:.*/)?(\w+_autogen): phony", output(
-        "ninja", "-C", BUILD, "-t", "targets", "all"), re.MULTILINE)
-    output("ninja", "-C", BUILD, *sorted(set(targets)))
+    """Run clang-tidy, which needs the compilation database and moc's output of build()."""
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         found = "".join(pool.map(clang_tidy, names))
     if found:
@@ -94,9 +141,9 @@ TOOLS: tuple[tuple[str, Callable[[str], bool], Callable[[list[str]], None]], ...
     ("flake8", is_python, on_all_files("flake8")),
     ("mypy", is_python, on_all_files("mypy", "--no-error-summary", "--scripts-are-modules")),
     ("shellcheck", is_shell, on_all_files("shellcheck", "-x")),
-    ("layers", with_ending(".cpp", ".h", ".py"),
-     on_all_files("/usr/bin/python3", "tools/checklayers.py")),
+    ("layers", with_ending(".cpp", ".h", ".py"), layers),
     ("translations", with_ending(".ts"), translations),
+    ("build", with_ending(".cpp", ".h", ".c"), build),
     ("clang-tidy", with_ending(".cpp", ".c"), run_clang_tidy),
 )
 
