@@ -3,6 +3,8 @@
 import os
 from pathlib import Path
 
+from host.architecture import ARCH
+
 ROOT = Path(__file__).resolve().parents[2]
 SIMULATOR = ROOT / "simulator"
 IMAGE_DATA = SIMULATOR / "image/data"
@@ -11,13 +13,13 @@ GUEST = SIMULATOR / "image/guest"
 TRANSLATIONS = ROOT / "resources/translations"
 
 BUILD = ROOT / "build"
-BOARD = BUILD / "board"
+BOARD = BUILD / ARCH.board
 SYSROOT = BOARD / "sysroot"
 SYSROOT_NAME = BOARD / "sysroot.name"  # holds the path that the cross build uses
 MACHINE = BOARD / "machine"
 APP_DISK = BOARD / "app.ext4"
 RUNS = BUILD / "runs"
-ARM = BUILD / "arm"
+ARM = BUILD / ARCH.preset
 
 
 def cache() -> Path:

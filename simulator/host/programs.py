@@ -6,6 +6,7 @@ import subprocess
 from collections.abc import Mapping, Sequence
 from pathlib import Path
 
+from host.architecture import ARCH
 from host.errors import BoardError
 from host.files import read_list
 from host.paths import HOST_PACKAGES
@@ -16,9 +17,10 @@ SEARCH_PATH = os.environ.get("PATH", "") + ":/usr/local/sbin:/usr/sbin:/sbin"
 
 def require_packages() -> None:
     """Check the host's programs. @raise BoardError with the command that installs missing ones"""
-    pairs = [line.split() for line in read_list(HOST_PACKAGES)]
-    missing = [package for package, program in pairs
-               if not shutil.which(program, path=SEARCH_PATH)]
+    lines = (line.split() for line in read_list(HOST_PACKAGES))
+    missing = [package for package, program, *only in lines
+               if ARCH.name in (only or [ARCH.name])
+               and not shutil.which(program, path=SEARCH_PATH)]
     if missing:
         raise BoardError("programs are missing on this host; install them as root: "
                          "apt-get install --no-install-recommends " + " ".join(missing))

@@ -5,6 +5,7 @@ import tempfile
 from collections.abc import Mapping
 from pathlib import Path
 
+from host.architecture import ARCH
 from host.files import fingerprint, locked, whole
 from host.paths import APP_DISK, ARM, BOARD
 from image import ext4
@@ -14,7 +15,7 @@ SIZE = "64M"
 PACKAGE = "corvanta.deb"  # its path on the disk
 # Files of the cross build, as globs, and their paths on the disk.
 CONTENTS = {
-    "corvanta_*_armhf.deb": PACKAGE,
+    f"corvanta_*_{ARCH.name}.deb": PACKAGE,
     "simulator/programs/modem/modemsim": "modemsim",
     "simulator/programs/chip/chipsim": "chipsim",
     "simulator/programs/chip/chipcheck": "chipcheck",

@@ -1,8 +1,8 @@
 """
-Fetches Debian's armhf packages for the board, with apt and a private apt root in the cache.
+Fetches the board's Debian packages, with apt and a private apt root in the cache.
 
-Only the mirror and the proxies come from the host's apt configuration. Adding armhf to it would
-need root and fail on mirrors without an armhf security suite.
+Only the mirror and the proxies come from the host's apt configuration. Adding the
+board's architecture to it would need root and fail on mirrors whose security suite lacks it.
 """
 
 import hashlib
@@ -13,6 +13,7 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from host import programs
+from host.architecture import ARCH
 from host.errors import BoardError
 from host.files import fingerprint, locked, read_list, remove, whole
 from host.paths import cache
@@ -34,9 +35,10 @@ def suite() -> str:
 
 
 def package_list(file: Path) -> list[str]:
-    """Return the package names of a list; a name followed by suites is for these suites only."""
+    """Return the package names of a list; words after a name are the suites or the architectures
+    that have it."""
     lines = [line.split() for line in read_list(file)]
-    return [name for name, *suites in lines if not suites or suite() in suites]
+    return [name for name, *only in lines if not only or {suite(), ARCH.name} & set(only)]
 
 
 @dataclass(frozen=True)
@@ -120,7 +122,7 @@ class Package:
 
 def manifest(wanted: list[str]) -> Path:
     """Return the cache file with the resolved package files of a list of packages."""
-    return cache() / f"manifest-{fingerprint([suite(), *wanted])[:16]}.txt"
+    return cache() / f"manifest-{fingerprint([suite(), ARCH.name, *wanted])[:16]}.txt"
 
 
 class Archive:
@@ -128,7 +130,7 @@ class Archive:
 
     def __init__(self) -> None:
         self.folder = cache() / "packages"
-        self.root = cache() / "apt"
+        self.root = cache() / f"apt-{ARCH.name}"
 
     def fetch(self, wanted: list[str]) -> list[Path]:
         """
@@ -188,13 +190,13 @@ class Archive:
         (self.folder / "partial").mkdir(parents=True, exist_ok=True)
         (self.root / "dpkg/status").write_text("")
         (self.root / "sources.list").write_text(
-            f"deb [arch=armhf signed-by={mirror.keyring}] {mirror.uri} {suite()} {COMPONENT}\n")
+            f"deb [arch={ARCH.name} signed-by={mirror.keyring}] {mirror.uri} {suite()} {COMPONENT}\n")
         config = self.root / "apt.conf"
         config.write_text(f"""{acquire_settings()}
 Acquire::Languages "none";
 Acquire::Retries "3";
-APT::Architecture "armhf";
-APT::Architectures {{ "armhf"; }};
+APT::Architecture "{ARCH.name}";
+APT::Architectures {{ "{ARCH.name}"; }};
 APT::Install-Recommends "false";
 APT::Sandbox::User "";
 Dir::Cache "{self.root}";

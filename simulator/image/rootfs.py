@@ -4,6 +4,7 @@ import re
 from pathlib import Path
 
 from host import programs
+from host.architecture import ARCH
 from host.files import read_list, remove
 from host.paths import GUEST, IMAGE_DATA, ROOT, SIMULATOR
 from image import database, ext4
@@ -150,6 +151,6 @@ def _add_programs(root: Path, sysroot: Path) -> None:
     network_pppd.write_bytes((root / "usr/sbin/pppd").read_bytes())
     network_pppd.chmod(0o755)
     for name, source in PROGRAMS.items():
-        programs.run(["arm-linux-gnueabihf-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
+        programs.run([f"{ARCH.triplet}-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
                       "-I", ROOT, "-o", root / "usr/sbin" / name, SIMULATOR / source],
                      f"compiling the board's {name}")

@@ -1,4 +1,4 @@
-"""Makes the armhf sysroot that the cross build compiles and links against."""
+"""Makes the sysroot that the cross build compiles and links against."""
 
 from pathlib import Path
 
