@@ -22,7 +22,7 @@ OWNER = """
 import signal
 from virtualboard.board import Board
 from virtualboard.process import Process
-with Board(run="test-owned") as board:
+with Board((480, 272), "test-owned") as board:
     print(Process.of(board.folder).pid, flush=True)
     signal.pause()
 """
