@@ -22,6 +22,7 @@ OWNER = """
 import signal
 from virtualboard.board import Board
 from virtualboard.process import Process
+signal.signal(signal.SIGINT, signal.default_int_handler)  # a shell's background job ignores it
 with Board((480, 272), "test-owned") as board:
     print(Process.of(board.folder).pid, flush=True)
     signal.pause()
