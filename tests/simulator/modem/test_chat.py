@@ -11,8 +11,9 @@ from pathlib import Path
 
 import pytest
 
-BUILD = Path(os.environ["CORVANTA_BUILD"])
-EXPECTED = Path(__file__).resolve().parents[2] / "expected"
+ROOT = Path(__file__).resolve().parents[3]
+BUILD = Path(os.environ.get("CORVANTA_BUILD", ROOT / "build/native"))
+EXPECTED = ROOT / "tests/expected"
 SECONDS = 30  # for what must happen, on a busy machine too
 # chat's exit status: 0 done, 3 timeout, 4 and up the abort string that came, counted from 0.
 DONE, TIMEOUT, BUSY, NO_CARRIER, ERROR = 0, 3, 4, 5, 11
