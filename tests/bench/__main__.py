@@ -1,52 +1,135 @@
 """Measures start-up time, memory and CPU time of the program, and compares them with baselines."""
 
 import argparse
+import datetime
+import os
+import platform
+import re
+import statistics
 import sys
 import traceback
+from collections.abc import Callable
+from functools import partial
+from pathlib import Path
+from typing import NamedTuple
 
-from bench.rows import GROUPS, HEAD, PAGE, line, machine, page
+from bench import measures
+from bench.measures import IDLE_STATES, Pairs
+from panel.facts import SIZES
 
-NAMES = [row.name for _, rows in GROUPS for row in rows]
+PAGE = Path(__file__).resolve().parents[2] / "docs/measured/bench.md"
+OPENING = """\
+# Figures of ./bench
+
+Written by `./bench --write-docs`. Do not edit this page: [performance.md](../performance.md)
+explains the figures.
+"""
+HEAD = ("| measurement | program | compared with | reference | ratio or difference | limit "
+        "| result |\n|---|---|---|---|---|---|---|\n")
+FLOOR, REFERENCE, UNTOUCHED = "baseline program", "C reference", "before a touch"
+
+
+class Row(NamedTuple):
+    """A measurement and its limit."""
+
+    what: str  # measurement with its unit
+    limit: float | None = None
+    reference: str = ""  # if empty, the limit applies to the figure itself
+    difference: bool = False  # true when the limit applies to the difference, not to the ratio
+
+
+Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measurement and its rows
+
+TABLES: dict[str, list[Group]] = {"Compared with the baseline": [
+    (measures.start_instructions, [
+        Row("start to first idle, million instructions", 0.97, FLOOR),
+        Row("start with corvanta-fonts.conf, million instructions", None, "without it")]),
+    (measures.starts, [
+        Row("start to first frame, ms", 1.03, FLOOR),
+        Row("start to first frame, CPU time, ms", 1.05, FLOOR),
+        Row("resident memory, idle, MiB", 1.03, FLOOR),
+        Row("private anonymous memory, idle, MiB", 1.06, FLOOR),
+        Row("shared libraries", 0, FLOOR, True)]),
+    # The text cursor blinks while the keyboard is shown: two wakeups a second.
+    (measures.idle, [Row(f"wakeups in 60 s: {state}", 122 if state == "keyboard shown" else 0)
+                     for state in IDLE_STATES]),
+    (measures.actions, [
+        Row("link check, status page hidden, CPU time, ms", 1.05, REFERENCE),
+        Row("link check, status page shown, CPU time, ms", 1.05, REFERENCE),
+        Row("Connect touched to pppd started, CPU time, ms", 1.2, REFERENCE)]),
+], "On the simulated board": [
+    (partial(measures.keyboard_on_board, (width, height)), [
+        Row(f"{width}x{height}, field touched: {figure}", None, UNTOUCHED, True)
+        for figure in ("CPU time since the start, ms", "resident memory, MiB",
+                       "private memory, MiB")])
+    for width, height in SIZES
+]}
+
+
+def shown(value: float) -> str:
+    return f"{value:.0f}" if value >= 1000 or value == int(value) else f"{value:.3g}"
+
+
+def line(row: Row, pairs: Pairs) -> str:
+    """Return a line of the table, with the median of the rounds' ratios or differences, because a
+    slow round affects both of its figures."""
+    program, reference = (statistics.median(column) for column in zip(*pairs))
+    compared, judged = "", program
+    if row.reference:
+        judged = statistics.median(ours - theirs if row.difference else ours / theirs
+                                   for ours, theirs in pairs)
+        compared = f"{judged:+.3g}" if row.difference else f"{judged:.3f}"
+    cells = [row.what, shown(program), row.reference, shown(reference) if row.reference else "",
+             compared, "", ""]
+    if row.limit is not None:
+        cells[5:] = f"{row.limit:g}", "met" if judged <= row.limit else "**missed**"
+    return f"| {' | '.join(cells)} |\n"
+
+
+def machine() -> str:
+    """Return the date, the Debian release, the CPUs and the load."""
+    model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
+    return (f"{datetime.date.today()}, {platform.freedesktop_os_release()['PRETTY_NAME']}, "
+            f"{os.cpu_count()} x {model[1] if model else 'unknown'}, load {os.getloadavg()[0]:.1f}")
 
 
 def arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(prog="./bench", description=__doc__,
-                                     epilog="Rows: " + ", ".join(NAMES))
-    parser.add_argument("rows", nargs="*", metavar="ROW", default=[""],
-                        help="measure only these; the beginning of a name selects every row "
-                        "that starts with it")
-    parser.add_argument("--rounds", type=int, default=45,
-                        help="number of rounds for measurements in turn (default: 45)")
-    parser.add_argument("--quick", action="store_const", dest="rounds", const=5,
-                        help="measure few rounds, for a rough look")
+    parser = argparse.ArgumentParser(prog="./bench", description=__doc__)
+    parser.add_argument("words", nargs="*", metavar="WORDS",
+                        help="measure only rows that contain these words, such as \"wakeups\", "
+                        "with the rows measured together with them")
+    parser.add_argument("--quick", action="store_true",
+                        help="measure 5 rounds instead of 45: quick, but not reliable")
     parser.add_argument("--write-docs", action="store_true",
-                        help="also write the figures into docs/measured/bench.md")
+                        help="also write docs/measured/bench.md; not with WORDS")
     options = parser.parse_args()
-    if not any(name.startswith(tuple(options.rows)) for name in NAMES):
-        parser.error("no such row; rows are " + ", ".join(NAMES))
+    if options.words and options.write_docs:
+        parser.error("--write-docs needs all rows")
     return options
 
 
 def main() -> int:
-    options, when, status = arguments(), machine(), 0
-    measured = []
-    print(HEAD, flush=True)
-    for measure, rows in GROUPS:
-        wanted = [row for row in rows if row.name.startswith(tuple(options.rows))]
-        if not wanted:
-            continue
-        try:
-            figures = dict(zip(rows, measure(options.rounds)))
-        except Exception:  # Measure the following rows after any error.
-            traceback.print_exc()
-            status = 1
-            continue
-        lines = [line(row, figures[row]) for row in wanted]
-        print(*lines, sep="\n", flush=True)
-        measured += lines
-    if options.write_docs:
-        PAGE.write_text(page(PAGE.read_text(), measured, when))
-    return status
+    options = arguments()
+    page, failed = f"{OPENING}\nLast run: {machine()}.\n", False
+    for title, groups in TABLES.items():
+        page += f"\n## {title}\n\n{HEAD}"
+        print(HEAD, end="", flush=True)
+        for measure, rows in groups:
+            if options.words and not any(
+                    word in row.what for word in options.words for row in rows):
+                continue
+            try:
+                figures = measure(5 if options.quick else 45)
+            except Exception:  # Measure the following rows after any error.
+                traceback.print_exc()
+                failed = True
+                continue
+            lines = "".join(line(row, pairs) for row, pairs in zip(rows, figures))
+            print(lines, end="", flush=True)
+            page += lines
+    if options.write_docs and not failed:
+        PAGE.write_text(page)
+    return int(failed)
 
 
 if __name__ == "__main__":

@@ -21,7 +21,6 @@ PROGRAM, FLOOR = "app/corvanta", "tests/bench/floor"  # paths in BUILD
 WIDTH, HEIGHT = 800, 480
 PANEL_KIB = WIDTH * HEIGHT * 4 // 1024
 FIELD, HIDE = FIELDS[0], "Hide"
-MODEM = "ttyUSB0"
 LIMIT_SECONDS = 60
 EXIT_SECONDS = 600  # for a program under valgrind
 QUIET_SECONDS = 0.1  # a process without activity for this time is idle
@@ -44,21 +43,19 @@ class BenchRoot(PrivateRoot):
     @param words shell words before the program: variables, and a command that runs it
     @param argument argument of the program
     @param inspected true to load the inspector, for finding widgets but not for measurements
-    @param dongle true when the dongle is on the bus, with its device node
     """
 
     def __init__(self, program: str = PROGRAM, words: str = "", argument: str = "",
-                 inspected: bool = False, dongle: bool = True) -> None:
+                 inspected: bool = False) -> None:
         run = f"PATH=/testrun/bin LD_PRELOAD=/testbench/libpreload.so {words} /app/corvanta"
         launch = LAUNCH.replace("program", f"{run} {argument}")
         super().__init__(setup="/usr/bin/fc-cache", keys=True, inspected=inspected,
-                         nodes=(MODEM,) if dongle else (),
                          launch=f"/usr/bin/date +%s%N >/testrun/started\n{launch}")
+        built = BUILD / "tests/bench"
         for outside, inside in ((BUILD / program, "/app/corvanta"), (self.base / "sys", "/sys"),
-                                (BUILD / "tests/bench", "/testbench"),
-                                (BUILD / "tests/bench/fonts", "/usr/share/fonts"),
-                                (BUILD / "tests/bench/fontconfig", "/etc/fonts"),
-                                (BUILD / "tests/bench/fontcache", "/var/cache/fontconfig")):
+                                (built, "/testbench"), (built / "fonts", "/usr/share/fonts"),
+                                (built / "fontconfig", "/etc/fonts"),
+                                (built / "fontcache", "/var/cache/fontconfig")):
             self._mounts += ["--bind", str(outside), inside]
         self.write(PARAMETERS, stored_parameters(user="user", password="secret", pin="1234"))
         self.write(AUTO_CONNECT, STORED_AUTO)
@@ -69,8 +66,7 @@ class BenchRoot(PrivateRoot):
         self._finger = os.open(self.host("/dev/touch"), os.O_RDWR)
         self.host("/dev/bus/usb/001").mkdir(parents=True)
         self._add_device("usb1", 1, 0x1D6B, 0x0002)
-        if dongle:
-            self._add_device("1-1", 2, DONGLE_VENDOR, DONGLE_PRODUCT)
+        self._add_device("1-1", 2, DONGLE_VENDOR, DONGLE_PRODUCT)
 
     def close(self) -> None:
         os.close(self._finger)
@@ -135,11 +131,6 @@ class BenchRoot(PrivateRoot):
                        ((3, 0x39, -1), (0, 0, 0))):
             os.write(self._finger, b"".join(struct.pack("=qqHHi", 0, 0, *event)
                                             for event in events))
-
-    def pixel(self, name: str) -> bytes:
-        """Return the pixel in the middle of an item of places()."""
-        x, y = places()[name]
-        return self.content("/dev/fb0")[(y * WIDTH + x) * 4:][:4]
 
     def memory(self) -> tuple[float, float]:
         """Return resident memory without the panel, and private anonymous memory, in MiB."""

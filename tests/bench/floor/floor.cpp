@@ -1,7 +1,7 @@
 // The references of ./bench. Without an argument, the baseline: only the program's widgets, style
-// sheets in the same order, start-up probes and the files that Exit writes. With "check" or
-// "connect", the C reference: only the commands, file accesses and bus enumerations of a link
-// check, or of a connection attempt with changed parameters until the start of pppd.
+// sheets in the same order and start-up probes. With "check" or "connect", the C reference: only
+// the commands, file accesses and bus enumerations of a link check, or of a connection attempt with
+// changed parameters until the start of pppd.
 #include <QtWidgets>
 #include <fcntl.h>
 #include <libusb.h>
@@ -83,79 +83,73 @@ int measure(void (*work)())
     return 0;
 }
 
-/** All widgets of the program, also those that are on no page. */
-class Screen : public QWidget
+QGridLayout *addPage(QTabWidget &tabs, const char *title)
 {
-public:
-    Screen()
-    {
-        setWindowFlags(Qt::FramelessWindowHint);
-        auto *tabs = new QTabWidget(this);
-        addPages(tabs);
-        auto *buttons = new QHBoxLayout;
-        for (QPushButton *button : {&m_connect, &m_disconnect, &m_exit})
-            buttons->addWidget(button);
-        connect(&m_exit, &QPushButton::clicked, this, &Screen::leave);
-        auto *layout = new QVBoxLayout(this);
-        layout->addWidget(tabs);
-        layout->addLayout(buttons);
-        resize(screen()->size());
-        qApp->setStyleSheet(QString::fromUtf8(contentOf(":/styles/global.qss")));
-        setStyleSheet(QString::fromUtf8(contentOf(":/styles/profile7.qss"))); // 800x480
-        showParameters();
-        probe();
-    }
+    auto *page = new QGridLayout(new QWidget);
+    tabs.addTab(page->parentWidget(), title);
+    return page;
+}
 
-private:
-    static QGridLayout *newPage(int stretchColumn)
-    {
-        auto *grid = new QGridLayout(new QWidget);
-        if (stretchColumn > 0) {
-            grid->setRowStretch(2, 1);
-            grid->setColumnStretch(stretchColumn, 1);
-            grid->setContentsMargins(10, 20, 0, 0);
-            grid->setVerticalSpacing(15);
-        }
-        return grid;
-    }
+void spread(QGridLayout *page, int stretchColumn)
+{
+    page->setRowStretch(2, 1);
+    page->setColumnStretch(stretchColumn, 1);
+    page->setContentsMargins(10, 20, 0, 0);
+    page->setVerticalSpacing(15);
+}
 
-    void addPages(QTabWidget *tabs)
+void addRow(QGridLayout *page, int row, const char *text, QWidget &widget, int columns = 1)
+{
+    page->addWidget(new QLabel(text), row, 0);
+    page->addWidget(&widget, row, 1, 1, columns);
+}
+
+/** All widgets of the program, also those that are on no page. */
+struct Screen : QWidget {
+    QLineEdit edits[5], counts;
+    QComboBox method;
+    QLabel dongle, link, signalLabel{"Signal Strength:"}, signal;
+    QRadioButton yes{"YES"}, no{"NO"};
+    QPushButton connect{"Connect"}, disconnect{"Disconnect"}, exit{"Exit"}, ping{"Ping hinet"};
+    QProgressBar signalBar;
+    QTextEdit pingOutput;
+    QTabWidget tabs{this};
+
+    void arrange()
     {
         const char *const texts[] = {"APN NAME:", "Dial Num:", "USER:", "PASSWORD:", "PinCode:"};
-        QGridLayout *setting = newPage(0);
-        for (int row = 0; row < 5; ++row) {
-            setting->addWidget(new QLabel(texts[row]), row, 0);
-            setting->addWidget(&m_edits[row], row, 1);
-        }
-        m_edits[3].setEchoMode(QLineEdit::Password);
-        setting->addWidget(new QLabel("APN Auth Methods:"), 5, 0);
-        setting->addWidget(&m_method, 5, 1);
-        m_method.addItems({"AUTO", "PAP", "CHAP"});
-        tabs->addTab(setting->parentWidget(), "3G/4G Setting");
-        QGridLayout *status = newPage(2);
-        status->addWidget(new QLabel("Dongle Status:"), 0, 0);
-        status->addWidget(&m_dongle, 0, 1);
-        status->addWidget(new QLabel("PPP Status:"), 1, 0);
-        status->addWidget(&m_link, 1, 1);
-        tabs->addTab(status->parentWidget(), "3G/4G Status");
-        QGridLayout *misc = newPage(3);
-        misc->addWidget(new QLabel("Auto Connect:"), 0, 0);
-        misc->addWidget(&m_yes, 0, 1);
-        misc->addWidget(&m_no, 0, 2);
-        misc->addWidget(new QLabel("Counts:"), 1, 0);
-        misc->addWidget(&m_counts, 1, 1, 1, 2);
-        tabs->addTab(misc->parentWidget(), "Misc Setting");
+        QGridLayout *setting = addPage(tabs, "3G/4G Setting");
+        for (int row = 0; row < 5; ++row)
+            addRow(setting, row, texts[row], edits[row]);
+        edits[3].setEchoMode(QLineEdit::Password);
+        addRow(setting, 5, "APN Auth Methods:", method);
+        method.addItems({"AUTO", "PAP", "CHAP"});
+        QGridLayout *status = addPage(tabs, "3G/4G Status");
+        spread(status, 2);
+        addRow(status, 0, "Dongle Status:", dongle);
+        addRow(status, 1, "PPP Status:", link);
+        QGridLayout *misc = addPage(tabs, "Misc Setting");
+        spread(misc, 3);
+        addRow(misc, 0, "Auto Connect:", yes);
+        misc->addWidget(&no, 0, 2);
+        addRow(misc, 1, "Counts:", counts, 2);
+        auto *buttons = new QHBoxLayout;
+        for (QPushButton *button : {&connect, &disconnect, &exit})
+            buttons->addWidget(button);
+        auto *layout = new QVBoxLayout(this);
+        layout->addWidget(&tabs);
+        layout->addLayout(buttons);
     }
 
-    void showParameters()
+    void showValues()
     {
         const QByteArrayList dialUp = contentOf("/quenfold/configs/3gparam").split('\n');
         for (int i = 0; i < 5; ++i)
-            m_edits[i].setText(QString::fromUtf8(dialUp.value(i)));
-        m_method.setCurrentIndex(dialUp.value(5).toInt());
+            edits[i].setText(QString::fromUtf8(dialUp.value(i)));
+        method.setCurrentIndex(dialUp.value(5).toInt());
         const QByteArrayList autoConnect = contentOf("/quenfold/configs/autoparam").split('\n');
-        (autoConnect.value(0).toInt() == 0 ? m_yes : m_no).setChecked(true);
-        m_counts.setText(QString::fromUtf8(autoConnect.value(1)));
+        (autoConnect.value(0).toInt() == 0 ? yes : no).setChecked(true);
+        counts.setText(QString::fromUtf8(autoConnect.value(1)));
     }
 
     void probe()
@@ -164,41 +158,15 @@ private:
         QCoreApplication::processEvents();
         isNodePresent();
         const bool up = succeeds("ifconfig | grep ppp");
-        m_connect.setEnabled(!up);
-        m_disconnect.setEnabled(up);
+        connect.setEnabled(!up);
+        disconnect.setEnabled(up);
         if (isDonglePresent() && isNodePresent()) {
-            m_dongle.setText("detected");
-            m_dongle.setStyleSheet("color:green;");
+            dongle.setText("detected");
+            dongle.setStyleSheet("color:green;");
         }
-        m_link.setText(up ? "connected" : "disconnected");
-        m_link.setStyleSheet(up ? "color:green;" : "color:red;");
+        link.setText(up ? "connected" : "disconnected");
+        link.setStyleSheet(up ? "color:green;" : "color:red;");
     }
-
-    void leave()
-    {
-        ::rename("/etc/ppp/ppp.log", "/etc/ppp/ppp.log.old");
-        ::rename("/etc/ppp/chat.log", "/etc/ppp/chat.log.old");
-        QByteArray dialUp;
-        for (const QLineEdit &edit : m_edits)
-            dialUp += edit.text().toUtf8() + '\n';
-        replaceFile("/quenfold/configs/3gparam",
-                    dialUp + QByteArray::number(m_method.currentIndex()));
-        replaceFile("/quenfold/configs/autoparam",
-                    (m_yes.isChecked() ? "0\n" : "1\n") + m_counts.text().toUtf8());
-        close();
-    }
-
-    QLineEdit m_edits[5];
-    QComboBox m_method;
-    QLabel m_dongle, m_link;
-    QRadioButton m_yes{"YES"}, m_no{"NO"};
-    QLineEdit m_counts;
-    QPushButton m_connect{"Connect"}, m_disconnect{"Disconnect"}, m_exit{"Exit"};
-    // On no page.
-    QLabel m_signalLabel{"Signal Strength:"}, m_signal;
-    QProgressBar m_signalBar;
-    QPushButton m_ping{"Ping hinet"};
-    QTextEdit m_pingOutput;
 };
 
 } // namespace
@@ -210,6 +178,13 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     ::open("/dev/spidev1.0", O_RDWR | O_CLOEXEC); // Fails, because there is no chip.
     Screen screen;
+    screen.setWindowFlags(Qt::FramelessWindowHint);
+    screen.arrange();
+    screen.resize(screen.screen()->size());
+    app.setStyleSheet(QString::fromUtf8(contentOf(":/styles/global.qss")));
+    screen.setStyleSheet(QString::fromUtf8(contentOf(":/styles/profile7.qss"))); // 800x480
+    screen.showValues();
+    screen.probe();
     screen.show();
     return QApplication::exec();
 }
