@@ -1,5 +1,5 @@
-// One parameter file between a load and a save: what must not be replaced by values that nobody
-// typed, and what was typed and must be stored.
+// A parameter file between a load and a save: defaults that the operator did not type must not
+// replace it.
 #include "app/storedfile.h"
 
 #include <QtTest>
@@ -13,23 +13,18 @@ private slots:
     void save();
 };
 
-namespace
-{
+enum Place { Nothing, File, Directory }; // what is at the path
 
-enum Place { Nothing, File, Folder }; // in a file's place
-
-void lay(const QString &path, Place place)
+static void lay(const QString &path, int place)
 {
     QFile::remove(path);
     QDir().rmdir(path);
     QFile file(path);
-    if (place == Folder)
+    if (place == Directory)
         QDir().mkdir(path);
     else if (place == File && file.open(QIODevice::WriteOnly))
         file.write("0\n3\n");
 }
-
-} // namespace
 
 void StoredFileTest::save_data()
 {
@@ -37,8 +32,8 @@ void StoredFileTest::save_data()
     QTest::addColumn<int>("atSave");
     QTest::addColumn<bool>("edited");
     QTest::addColumn<bool>("stored"); // the defaults, which the screen shows, were written
-    QTest::newRow("unreadable") << int(Folder) << int(File) << false << false;
-    QTest::newRow("unreadable, edited") << int(Folder) << int(File) << true << true;
+    QTest::newRow("unreadable") << int(Directory) << int(File) << false << false;
+    QTest::newRow("unreadable, edited") << int(Directory) << int(File) << true << true;
     QTest::newRow("mounted late") << int(Nothing) << int(File) << false << false;
     QTest::newRow("mounted late, edited") << int(Nothing) << int(File) << true << true;
     QTest::newRow("missing") << int(Nothing) << int(Nothing) << false << true;
@@ -51,17 +46,17 @@ void StoredFileTest::save()
     QFETCH(int, atSave);
     QFETCH(bool, edited);
     QFETCH(bool, stored);
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("f");
+    const QTemporaryDir directory;
+    const QString path = directory.filePath("f");
     StoredFile file(qPrintable(path), {"1", "5"});
     QStringList list;
-    lay(path, Place(atLoad));
+    lay(path, atLoad);
     file.load(list);
     QCOMPARE(list, atLoad == File ? QStringList({"0", "3"}) : QStringList({"1", "5"}));
-    QCOMPARE(file.isUnknown(), atLoad == Folder);
+    QCOMPARE(file.isUnknown(), atLoad == Directory);
     if (edited)
         file.noteEdit();
-    lay(path, Place(atSave));
+    lay(path, atSave);
     file.save({"1", "5"});
     QFile saved(path);
     QVERIFY(saved.open(QIODevice::ReadOnly));

@@ -1,4 +1,4 @@
-// Chat script and peer file with values that could disturb their lines, and how pppd reads such
+// Chat script and peer file with values that could break their lines, and how pppd reads such
 // values. The end-to-end tests compare whole files byte for byte.
 #include "core/chatscript.h"
 #include "core/peerfile.h"
@@ -23,18 +23,16 @@ void GeneratedFilesTest::chatValues_data()
     QTest::addColumn<QStringList>("params");
     QTest::addColumn<QStringList>("tail"); // everything after the eleven fixed lines
 
-    const QStringList information{"'OK' 'ATI'", "'OK' 'AT+COPS?'"};
-    QTest::newRow("blank PIN, blanks around values")
+    const QStringList reset{"'' 'ATZ'", "'OK' 'ATI'", "'OK' 'AT+COPS?'"};
+    QTest::newRow("blank PIN, spaces around values")
         << QStringList{" net ", "\t*99# ", "", "", " \v ", "0"}
-        << (QStringList{"'' 'ATZ'"} + information +
-            QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"net\"'", "'OK' '\"ATD*99#\"'"});
+        << (reset + QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"net\"'", "'OK' '\"ATD*99#\"'"});
     QTest::newRow("empty values, short list")
         << QStringList{}
-        << (QStringList{"'' 'ATZ'"} + information +
-            QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"\"'", "'OK' '\"ATD\"'"});
+        << (reset + QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"\"'", "'OK' '\"ATD\"'"});
     QTest::newRow("quotes and place markers unchanged")
         << QStringList{"a'b\"%1", "%2", "", "", "%1\\", "0"}
-        << (QStringList{"'' 'AT+CPIN=\"%1\\\"'", "'ERROR-AT-OK' 'ATZ'"} + information +
+        << (QStringList{"'' 'AT+CPIN=\"%1\\\"'", "'ERROR-AT-OK' 'ATZ'"} + reset.mid(1) +
             QStringList{"'OK' 'AT+CGDCONT=1,\"IP\",\"a'b\"%1\"'", "'OK' '\"ATD%2\"'"});
 }
 
@@ -51,42 +49,38 @@ void GeneratedFilesTest::peerValuesStandAsTheyAre()
     QCOMPARE(peerFileLines({}, "192.0.2.1").mid(9, 2), (QStringList{"user ", "password "}));
 }
 
-/** Words of a file with the value and "next" on a line each. pppd 2.4.9 names the same words in its
- *  message "unrecognized option". */
+/** Words of a file with the value and "next" on a line each, as pppd 2.4.9 names them in its
+ * message "unrecognized option". */
 void GeneratedFilesTest::pppdReadsWords_data()
 {
     QTest::addColumn<QByteArray>("value");
-    QTest::addColumn<QList<QByteArray>>("words");
-    QTest::addColumn<bool>("oneWord");
+    QTest::addColumn<QByteArrayList>("words");
 
-    struct Row {
-        QByteArray value;
-        QList<QByteArray> words;
+    using Row = QByteArrayList; // a value and its words
+    const auto row = [](const Row &columns) {
+        QTest::newRow(columns[0].left(40)) << columns[0] << columns.mid(1);
     };
-    const QByteArray longest(1023, 'x');
-    for (const Row &row :
-         {Row{"x", {"x"}}, Row{"\"x y\"", {"x y"}}, Row{"'x'y", {"xy"}}, Row{"it\"'\"s", {"it's"}},
-          Row{"a\\ b", {"a b"}}, Row{"a#b", {"a"}}, Row{"\"\"", {""}}, Row{"x'y z'w", {"xy zw"}},
-          Row{"\"a\\\"b\"", {"a\"b"}}, Row{"\\#a", {"#a"}}, Row{"\"a b\"#c", {"a b"}},
-          Row{"a\\x41b", {"aAb"}}, Row{"a\\101b", {"aAb"}}, Row{"a\\sb\\n", {"a b\n"}},
-          Row{"  x  ", {"x"}}, Row{longest + "xx", {longest}}})
-        QTest::newRow(row.value.left(40)) << row.value << row.words << true;
-    for (const Row &row : {Row{"x y", {"x", "y"}}, Row{"'x'y z", {"xy", "z"}}, Row{"#ab", {}}})
-        QTest::newRow(row.value) << row.value << row.words << false;
-    QTest::newRow("joined") << QByteArray("ends\\") << QList<QByteArray>{"endsnext"} << false;
-    QTest::newRow("open") << QByteArray("a\"b") << QList<QByteArray>{"ab\nnext\n"} << false;
-    QTest::newRow("empty") << QByteArray() << QList<QByteArray>{} << true;
+    for (const Row &one :
+         {Row{"x", "x"}, Row{"\"x y\"", "x y"}, Row{"'x'y", "xy"}, Row{"it\"'\"s", "it's"},
+          Row{"a\\ b", "a b"}, Row{"a#b", "a"}, Row{"\"\"", ""}, Row{"x'y z'w", "xy zw"},
+          Row{"\"a\\\"b\"", "a\"b"}, Row{"\\#a", "#a"}, Row{"\"a b\"#c", "a b"},
+          Row{"a\\x41b", "aAb"}, Row{"a\\101b", "aAb"}, Row{"a\\sb\\n", "a b\n"}, Row{"  x  ", "x"},
+          Row{QByteArray(1025, 'x'), QByteArray(1023, 'x')}})
+        row(one);
+    for (const Row &other : {Row{"x y", "x", "y"}, Row{"'x'y z", "xy", "z"}, Row{"#ab"}, Row{""},
+                             Row{"ends\\", "endsnext"}, Row{"a\"b", "ab\nnext\n"}})
+        row(other);
 }
 
 void GeneratedFilesTest::pppdReadsWords()
 {
     QFETCH(QByteArray, value);
-    QFETCH(QList<QByteArray>, words);
+    QFETCH(QByteArrayList, words);
     const PppdWords read = splitPppdWords(value + "\nnext\n");
     const bool reachesNext = words.value(0).contains("next");
-    QCOMPARE(read.words, reachesNext ? words : words + QList<QByteArray>{"next"});
+    QCOMPARE(read.words, reachesNext ? words : words + QByteArrayList{"next"});
     QCOMPARE(read.hasOpenQuote, value == "a\"b");
-    QTEST(isOnePppdWord(value), "oneWord");
+    QCOMPARE(isOnePppdWord(value), value.isEmpty() || (words.size() == 1 && !reachesNext));
 }
 
 QTEST_GUILESS_MAIN(GeneratedFilesTest)

@@ -1,11 +1,11 @@
-// F-RAM driver and parameter block on a stand-in for the kernel's spidev, at byte level. What the
-// driver prints is compared on the simulated board.
+// F-RAM driver and parameter block on a stand-in for the kernel's spidev, at byte level.
 #include "device/fm25v02.h"
 #include "device/fram.h"
 
 #include <QtTest>
-#include <cstdarg>
+#include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <linux/spi/spidev.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -25,90 +25,60 @@ struct Bus {
     bool onlyPlainFields = true;
 } bus;
 
-QByteArray answer(const QByteArray &sent, int length)
-{
-    if (sent[0] != 0x03)
-        return QByteArray(length, '\0');
-    return bus.memory.mid((uchar(sent[1]) << 8) | uchar(sent[2]), length);
-}
-
-int message(const spi_ioc_transfer *records, int count)
+/** Answer one chip-select cycle. @return number of bytes transferred */
+int transfer(const spi_ioc_transfer *records, size_t count)
 {
     int total = 0;
     QByteArray sent;
     QString cycle;
-    for (int i = 0; i < count; ++i) {
-        const spi_ioc_transfer &record = records[i];
-        const int length = static_cast<int>(record.len);
-        bus.onlyPlainFields = bus.onlyPlainFields && record.speed_hz == 0 &&
-                              record.delay_usecs == 0 && record.bits_per_word == 0 &&
-                              record.cs_change == 0 && (record.tx_buf == 0 || record.rx_buf == 0);
-        if (record.tx_buf != 0) {
-            sent.append(reinterpret_cast<const char *>(record.tx_buf), length);
+    for (const spi_ioc_transfer *record = records; record < records + count; ++record) {
+        spi_ioc_transfer plain{};
+        plain.tx_buf = record->tx_buf;
+        plain.rx_buf = record->rx_buf;
+        plain.len = record->len;
+        bus.onlyPlainFields = bus.onlyPlainFields && (plain.tx_buf == 0) != (plain.rx_buf == 0) &&
+                              std::memcmp(&plain, record, sizeof plain) == 0;
+        if (plain.tx_buf != 0) {
+            sent.append(reinterpret_cast<const char *>(plain.tx_buf), int(plain.len));
             cycle += QString::fromLatin1(sent.toHex());
         } else {
-            const QByteArray bytes = answer(sent, length);
-            std::memcpy(reinterpret_cast<char *>(record.rx_buf), bytes.constData(), bytes.size());
-            cycle += QStringLiteral(" r%1").arg(record.len);
+            const int address = sent[0] == 0x03 ? (uchar(sent[1]) << 8) | uchar(sent[2]) : 0;
+            const QByteArray bytes = bus.memory.mid(address, int(plain.len));
+            std::memcpy(reinterpret_cast<char *>(plain.rx_buf), bytes.constData(), bytes.size());
+            cycle += QStringLiteral(" r%1").arg(plain.len);
         }
-        total += length;
+        total += int(plain.len);
     }
     bus.cycles << cycle;
     return total;
 }
 
-int query(unsigned long request, void *value)
-{
-    if (request == SPI_IOC_RD_MODE)
-        *static_cast<uint8_t *>(value) = 3;
-    else if (request == SPI_IOC_WR_MODE)
-        bus.writtenMode = *static_cast<uint8_t *>(value);
-    else if (request == SPI_IOC_RD_BITS_PER_WORD)
-        *static_cast<uint8_t *>(value) = 8;
-    else if (request == SPI_IOC_RD_MAX_SPEED_HZ)
-        *static_cast<uint32_t *>(value) = 10000999;
-    else
-        return -1;
-    return 0;
-}
-
 } // namespace
 
-// The linker gives these the driver's calls.
-extern "C" int __real_open64(const char *path, int flags, ...);
-extern "C" int __real_stat64(const char *path, struct stat *info);
-extern "C" int __real_ioctl(int fd, unsigned long request, ...);
-
-extern "C" int __wrap_open64(const char *path, int flags, ...)
+// System calls of the driver, redirected by the linker's --wrap.
+extern "C" int __wrap_open64(const char *path, int flags)
 {
-    if (qstrcmp(path, "/dev/spidev1.0") != 0)
-        return __real_open64(path, flags, 0600);
     bus.openFlags = flags;
-    return ChipFd;
+    return qstrcmp(path, "/dev/spidev1.0") == 0 ? ChipFd : -1;
 }
 
-extern "C" int __wrap_stat64(const char *path, struct stat *info)
+extern "C" int __wrap_stat64(const char *path, struct stat *)
 {
-    if (qstrcmp(path, "/quenfold/configs/initedFram") != 0)
-        return __real_stat64(path, info);
-    return bus.marker ? 0 : -1;
+    return bus.marker && qstrcmp(path, "/quenfold/configs/initedFram") == 0 ? 0 : -1;
 }
 
-extern "C" int __wrap_ioctl(int fd, unsigned long request, ...)
+extern "C" int __wrap_ioctl(int fd, unsigned long request, void *value)
 {
-    va_list arguments;
-    va_start(arguments, request);
-    void *argument = va_arg(arguments, void *);
-    va_end(arguments);
-    if (fd != ChipFd)
-        return __real_ioctl(fd, request, argument);
-    if (request == SPI_IOC_MESSAGE(1) || request == SPI_IOC_MESSAGE(2)) {
-        if (bus.transfersFail)
-            return -1;
-        return message(static_cast<spi_ioc_transfer *>(argument),
-                       request == SPI_IOC_MESSAGE(1) ? 1 : 2);
-    }
-    return query(request, argument);
+    if (fd != ChipFd || bus.transfersFail)
+        return -1;
+    if (request == SPI_IOC_MESSAGE(1) || request == SPI_IOC_MESSAGE(2))
+        return transfer(static_cast<spi_ioc_transfer *>(value),
+                        _IOC_SIZE(request) / sizeof(spi_ioc_transfer));
+    if (request == SPI_IOC_RD_MODE)
+        *static_cast<uint8_t *>(value) = 3;
+    if (request == SPI_IOC_WR_MODE)
+        bus.writtenMode = *static_cast<uint8_t *>(value);
+    return 0;
 }
 
 class Fm25v02Test : public QObject
@@ -135,9 +105,10 @@ void Fm25v02Test::init()
     bus.cycles.clear();
 }
 
+using Call = std::function<int()>;
+
 void Fm25v02Test::frames_data()
 {
-    using Call = std::function<int()>;
     QTest::addColumn<Call>("call");
     QTest::addColumn<QStringList>("cycles");
     QTest::addColumn<int>("result");
@@ -163,7 +134,7 @@ void Fm25v02Test::frames_data()
 
 void Fm25v02Test::frames()
 {
-    QFETCH(std::function<int()>, call);
+    QFETCH(Call, call);
     QTEST(call(), "result");
     QTEST(bus.cycles, "cycles");
     QVERIFY(bus.onlyPlainFields);
@@ -186,9 +157,10 @@ void Fm25v02Test::firstInstanceReadsTheBlockOnce()
     QCOMPARE(bus.cycles.size(), 2);
 }
 
+using Fault = std::function<void()>;
+
 void Fm25v02Test::blockFaults_data()
 {
-    using Fault = std::function<void()>;
     QTest::addColumn<Fault>("fault");
     QTest::addColumn<QStringList>("cycles");
     QTest::addColumn<int>("language");
@@ -199,13 +171,14 @@ void Fm25v02Test::blockFaults_data()
     row("little-endian", read, 256, [] { bus.memory[0x19] = 1; });
     row("Traditional Chinese", read, 1, [] { bus.memory[0x18] = 1; });
     row("all FF", read, 65535, [] { bus.memory.fill('\xFF'); });
+    row("short transfer", read, 1, [] { bus.memory[0x18] = 1, bus.memory.resize(0x19); });
     row("no marker", {}, 0, [] { bus.memory[0x18] = 1, bus.marker = false; });
     row("transfer fails", {}, 0, [] { bus.memory[0x18] = 1, bus.transfersFail = true; });
 }
 
 void Fm25v02Test::blockFaults()
 {
-    QFETCH(std::function<void()>, fault);
+    QFETCH(Fault, fault);
     Fram *fram = Fram::getInstance();
     bus.cycles.clear();
     fault();

@@ -1,6 +1,5 @@
-// Files of lines: links, huge files, power cuts, and storage that knows no modes or cannot be read.
-// tests/program/test_params.py has what else may stand in a file's place, who may read it
-// afterwards, and storage that fails half-way.
+// Files of lines: links, huge files, power cuts, and storage without modes or with read errors.
+// The end-to-end tests have other file types, access rights, and storage that fails half-way.
 #include "core/paramlist.h"
 #include "io/linefile.h"
 
@@ -12,13 +11,13 @@
 namespace
 {
 
-/** What a disk may hold after a power cut: any data and any size of those since the last sync. */
+/** Contents of a file after a power cut: any data with any size since the last sync. */
 struct Disk {
     QByteArray data; ///< of the one block, zeros behind the end of the file
     qsizetype size = 0;
-    QByteArrayList datas;
-    QList<qsizetype> sizes;
-    QSet<QByteArray> contents; ///< all that a cut could have left so far
+    QByteArrayList datas;      ///< since the last sync
+    QList<qsizetype> sizes;    ///< since the last sync
+    QSet<QByteArray> contents; ///< after a power cut at any time so far
 
     void begin(const QByteArray &content)
     {
@@ -46,8 +45,8 @@ struct Disk {
 };
 
 Disk disk;
-int readError = 0;  ///< errno of every read; 0: none fails
-int chmodError = 0; ///< errno of every change of a mode
+int readError = 0;  ///< errno of every read; 0 if reads succeed
+int chmodError = 0; ///< errno of every change of a mode; 0 if they succeed
 
 void put(const QString &path, const QByteArray &bytes)
 {
@@ -58,7 +57,7 @@ void put(const QString &path, const QByteArray &bytes)
 
 } // namespace
 
-// The system calls of the program, as the linker's --wrap has them.
+// System calls of the program, redirected by the linker's --wrap.
 extern "C" {
 ssize_t __real_pread64(int fd, void *buffer, size_t count, off_t offset);
 ssize_t __wrap_pread64(int fd, void *buffer, size_t count, off_t offset)
@@ -104,20 +103,18 @@ class LineFileTest : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { m_folder.reset(new QTemporaryDir); }
-    void cleanup() { readError = chmodError = 0; }
+    void init() { m_directory.reset(new QTemporaryDir); }
     void powerCutLeavesOldOrNewValues_data();
     void powerCutLeavesOldOrNewValues();
-    void savesWhatTheOperatorTyped_data();
-    void savesWhatTheOperatorTyped();
+    void savesDespiteErrors();
     void followsALinkToARegularFile();
     void readsAtMostAMebibyte();
-    void tellsFailuresWhenAsked();
+    void logsFailuresIfEnabled();
 
 private:
-    QString path(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
+    QString path(const char *name) const { return m_directory->filePath(QLatin1String(name)); }
 
-    QScopedPointer<QTemporaryDir> m_folder;
+    QScopedPointer<QTemporaryDir> m_directory;
 };
 
 void LineFileTest::powerCutLeavesOldOrNewValues_data()
@@ -156,24 +153,18 @@ void LineFileTest::powerCutLeavesOldOrNewValues()
     }
 }
 
-void LineFileTest::savesWhatTheOperatorTyped_data()
-{
-    QTest::addColumn<int>("failingRead");
-    QTest::addColumn<int>("failingChmod");
-    QTest::newRow("unreadable content") << EIO << 0;
-    QTest::newRow("file system without modes") << 0 << EPERM;
-}
-
-void LineFileTest::savesWhatTheOperatorTyped()
+void LineFileTest::savesDespiteErrors()
 {
     put(path("f"), "a longer value\n");
-    QFETCH(int, failingRead);
-    QFETCH(int, failingChmod);
-    readError = failingRead;
-    chmodError = failingChmod;
+    chmodError = EPERM; // a file system without modes
     QVERIFY(linefile::write(path("f"), {"typed"}));
-    readError = 0;
+    chmodError = 0;
     QCOMPARE(linefile::read(path("f")).bytes, QByteArray("typed\n"));
+    readError = EIO;
+    QCOMPARE(linefile::read(path("f")).state, linefile::ReadResult::Unreadable);
+    QVERIFY(linefile::write(path("f"), {"more"}));
+    readError = 0;
+    QCOMPARE(linefile::read(path("f")).bytes, QByteArray("more\n"));
 }
 
 void LineFileTest::followsALinkToARegularFile()
@@ -191,14 +182,14 @@ void LineFileTest::readsAtMostAMebibyte()
     QCOMPARE(linefile::read(path("f")).bytes.size(), 1024 * 1024);
 }
 
-void LineFileTest::tellsFailuresWhenAsked()
+void LineFileTest::logsFailuresIfEnabled()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
-    QVERIFY(!linefile::write(m_folder->path(), {"x"}));
+    QVERIFY(!linefile::write(m_directory->path(), {"x"}));
     QLoggingCategory::setFilterRules(QStringLiteral("corvanta.files.warning=true"));
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^open .*: Is a directory$")));
-    QVERIFY(!linefile::write(m_folder->path(), {"x"}));
+    QVERIFY(!linefile::write(m_directory->path(), {"x"}));
 }
 
 QTEST_GUILESS_MAIN(LineFileTest)

@@ -1,4 +1,4 @@
-// What a command line gives back.
+// Status and output of command lines.
 #include "io/shellcommand.h"
 
 #include <QLoggingCategory>
@@ -14,7 +14,7 @@ private slots:
     void results_data();
     void results();
     void keepsTheBeginningOfMuch();
-    void saysWhyWhenAsked();
+    void logsErrorsIfEnabled();
     void outlivesTheReaderOfErrors();
 };
 
@@ -51,20 +51,28 @@ void ShellCommandTest::keepsTheBeginningOfMuch()
     QVERIFY(result.standardOutput.startsWith("out\nout\n"));
 }
 
-void ShellCommandTest::saysWhyWhenAsked()
+/** Run a command with another file as the standard error of this process. @return exit status */
+static int runWithErrorsTo(int file, const QString &line, bool logged = true)
 {
-    QTemporaryFile said;
-    QVERIFY(said.open());
     const int before = dup(STDERR_FILENO);
-    dup2(said.handle(), STDERR_FILENO);
-    runShell("echo silent >&2");
-    QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
-    runShell("echo output; echo why >&2");
+    dup2(file, STDERR_FILENO);
+    if (logged)
+        QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
+    const int status = runShell(line);
     QLoggingCategory::setFilterRules(QString());
     dup2(before, STDERR_FILENO);
     close(before);
-    said.seek(0);
-    QCOMPARE(said.readAll(), QByteArray("why\n"));
+    return status;
+}
+
+void ShellCommandTest::logsErrorsIfEnabled()
+{
+    QTemporaryFile log;
+    QVERIFY(log.open());
+    runWithErrorsTo(log.handle(), "echo silent >&2", false);
+    runWithErrorsTo(log.handle(), "echo output; echo why >&2");
+    log.seek(0);
+    QCOMPARE(log.readAll(), QByteArray("why\n"));
 }
 
 void ShellCommandTest::outlivesTheReaderOfErrors()
@@ -72,15 +80,8 @@ void ShellCommandTest::outlivesTheReaderOfErrors()
     int ends[2];
     QCOMPARE(pipe(ends), 0);
     close(ends[0]);
-    const int before = dup(STDERR_FILENO);
-    dup2(ends[1], STDERR_FILENO);
-    QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
-    const int status = runShell("sh -c 'echo why >&2; exit 7'");
-    QLoggingCategory::setFilterRules(QString());
-    dup2(before, STDERR_FILENO);
-    close(before);
+    QCOMPARE(runWithErrorsTo(ends[1], "sh -c 'echo why >&2; exit 7'"), 7);
     close(ends[1]);
-    QCOMPARE(status, 7);
 }
 
 QTEST_GUILESS_MAIN(ShellCommandTest)
