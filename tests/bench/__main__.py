@@ -105,6 +105,9 @@ def arguments() -> argparse.Namespace:
     options = parser.parse_args()
     if options.words and options.write_docs:
         parser.error("--write-docs needs all rows")
+    names = "\n".join(row.what for groups in TABLES.values() for _, rows in groups for row in rows)
+    if unknown := [word for word in options.words if word not in names]:
+        parser.error(f"no row contains {unknown[0]}; the rows are:\n{names}")
     return options
 
 
