@@ -19,7 +19,7 @@ struct Entry {
 };
 
 constexpr Entry WindowEntries[] = {
-    {"title", "windowTitle"}, {"title", "title"},    {"rect", "geometry"}, {"visible", "visible"},
+    {"title", "windowTitle"}, {"title", "title"},    {"visible", "visible"},
     {"modal", "modal"},       {"modal", "modality"}, {"keys", "keys"},
 };
 constexpr Entry WidgetEntries[] = {
@@ -119,9 +119,11 @@ void appendTree(QJsonArray &list, const QWidget *widget, int window)
     }
 }
 
-void appendWindow(QJsonArray &list, const QObject *window)
+/** @param window a QWidget or QWindow */
+template <typename Window> void appendWindow(QJsonArray &list, const Window *window)
 {
-    QJsonObject json{{"class", window->metaObject()->className()}};
+    QJsonObject json{{"class", window->metaObject()->className()},
+                     {"rect", toJson(window->geometry())}};
     addEntries(json, window, WindowEntries);
     list.append(json);
 }
