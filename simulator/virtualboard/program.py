@@ -22,11 +22,6 @@ CHECK_AGE = 16  # seconds that pppd has run at the end of the check
 SIGNALLED = 128  # plus a signal's number: exit status of a program that the signal has killed
 
 
-def _quoted(value: str) -> str:
-    """Return a value quoted for the service's EnvironmentFile."""
-    return '"' + "".join(f"\\{c}" if c in '"\\`$' else c for c in value) + '"'
-
-
 def _status(record: bytes) -> int:
     """Return the exit status from the service's record, such as "killed TERM"."""
     how, what = record.decode().split()
@@ -43,14 +38,14 @@ class Program:
         """
         Start the program and wait until it runs; it may not have a window yet.
 
-        @param environment  variables to add to the program's environment
+        @param environment  variables to add to the program's environment; values without quotes
         @raise BoardError when it runs already or is not installed
         """
         if self.running():
             raise BoardError("the program already runs")
         if self._guest.run(f"test -x {PROGRAM}").status:
             raise BoardError("the program is not installed: run tools/build-board")
-        lines = "".join(f"{key}={_quoted(value)}\n" for key, value in (environment or {}).items())
+        lines = "".join(f"{key}={value}\n" for key, value in (environment or {}).items())
         self._guest.write(ENVIRONMENT, lines.encode())
         # Reset systemd's start limit, which would count the starts of earlier tests.
         self._guest.sh(f"systemctl reset-failed {UNIT} 2>/dev/null; systemctl start {UNIT}",
