@@ -10,7 +10,7 @@ from host.signals import INTERRUPTED, exit_on_signals
 from image import appdisk, sysroot
 from machine.qemu import VNC_BASE
 from panel.facts import LANGUAGE, LANGUAGES, SIZES
-from panel.screen import NotShown, PanelError, centre
+from panel.screen import NotShown, PanelError, Screen, centre
 from virtualboard import states
 from virtualboard.board import Board
 from virtualboard.chip import FAULTS
@@ -68,6 +68,12 @@ def do_boot(chosen: Options) -> None:
     say(f"board {chosen.run} runs; logs and screenshots: {board.folder}")
 
 
+def _screen(board: Board) -> Screen:
+    if not board.program.running():
+        raise BoardError("the program does not run: start it with simulator/board panel start")
+    return board.panel.screen()
+
+
 def do_touch(board: Board, chosen: Options) -> None:
     if all(word.isdecimal() for word in chosen.where) and len(chosen.where) == 2:
         x, y = map(int, chosen.where)
@@ -79,7 +85,7 @@ def do_touch(board: Board, chosen: Options) -> None:
 
 def _find(board: Board, text: str) -> tuple[int, int]:
     """Return the middle of the button, list row, tab, labelled field or key with this text."""
-    screen = board.panel.screen()
+    screen = _screen(board)
     for look in (screen.button, screen.row, screen.tab, screen.field, screen.key):
         try:
             return centre(look(text))
@@ -101,7 +107,7 @@ def do_panel(board: Board, chosen: Options) -> None:
     elif chosen.action == "stop":
         say(f"exit status {board.program.stop()}")
     else:
-        say(board.panel.screen().short())
+        say(_screen(board).short())
 
 
 def do_logs(board: Board, _: Options) -> None:

@@ -60,7 +60,7 @@ class Program:
         """Return the program's load address. @raise BoardError when it does not run"""
         pid = self.pid()
         if pid is None:
-            raise BoardError("the program does not run: simulator/board panel start")
+            raise BoardError("the program does not run: start it with simulator/board panel start")
         maps = self._guest.read(f"/proc/{pid}/maps").decode()
         first = next(line for line in maps.splitlines() if line.endswith(PROGRAM))
         return int(first.partition("-")[0], 16)
