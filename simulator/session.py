@@ -16,10 +16,11 @@ from host.paths import HOST_PACKAGES, ROOT
 from host.signals import INTERRUPTED, exit_on_signals
 from machine.qemu import VNC_BASE
 from panel.catalogue import Texts
-from panel.facts import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIAL, DONGLE_STATUS,
-                         FAILED, GREEN, LANGUAGE, LANGUAGES, LINK_STATUS, MISC, OLD_LOG, PARAMETERS,
-                         PASSWORD, PIN, PPP_LOG, RED, SETTING, SIZES, SOON_SECONDS, START_SECONDS,
-                         STATUS, UNDETECTED, USER, stored_parameters)
+from panel.constants import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIAL,
+                             DONGLE_STATUS, FAILED, LANGUAGE, LANGUAGES, LINK_DOWN, LINK_STATUS,
+                             LINK_UP, MISC, OLD_LOG, PARAMETERS, PASSWORD, PIN, PPP_LOG, SETTING,
+                             SIZES, SOON_SECONDS, START_SECONDS, STATUS, UNDETECTED, USER,
+                             stored_parameters)
 from panel.screen import PanelError, Screen
 from virtualboard import cli
 from virtualboard.board import Board
@@ -79,11 +80,11 @@ class Session:
         path = self.board.photograph(f"{len(self.pictures) + 1:02}-{name}.png")
         self.pictures.append(path)
 
-    def await_link(self, text: str, style: str) -> None:
+    def await_link(self, shown: tuple[str, str]) -> None:
         def holds(screen: Screen) -> bool:
             value = screen.value(self.text(LINK_STATUS))
-            return value["text"] == self.text(text) and value["style"] == style
-        self.panel.wait(holds, CHECK_SECONDS, f"{text!r} in {style}")
+            return (value["text"], value["style"]) == (self.text(shown[0]), shown[1])
+        self.panel.wait(holds, CHECK_SECONDS, f"{shown}")
 
     # Steps -----------------------------------------------------------------------------------
 
@@ -131,7 +132,7 @@ class Session:
     def see_connected(self) -> None:
         """the link is up: "connected" in green, Disconnect enabled, the setting page disabled"""
         self.panel.open_tab(self.text(STATUS))
-        self.await_link("connected", GREEN)
+        self.await_link(LINK_UP)
         screen = self.panel.screen()
         expect(screen.value(self.text(DONGLE_STATUS))["text"] == self.text("detected"),
                "the dongle is detected")
@@ -160,7 +161,7 @@ class Session:
         self.board.program.await_check()
         self.panel.open_tab(self.text(STATUS))
         self.panel.press(self.text("Disconnect"))
-        self.await_link("disconnected", RED)
+        self.await_link(LINK_DOWN)
         expect(self.panel.button(self.text("Connect"))["enabled"], "Connect is enabled")
         expect(self.board.guest.run("pgrep -x pppd").status != 0, "no pppd is left")
         self.picture("disconnected")

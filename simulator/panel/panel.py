@@ -10,7 +10,7 @@ from typing import Any, TypeVar
 from urllib.parse import quote
 
 from host.sockets import connect
-from panel.facts import DOUBLE_TOUCH_SECONDS
+from panel.constants import DOUBLE_TOUCH_SECONDS
 from panel.patience import patient
 from panel.screen import NotShown, PanelError, Screen, Widget, centre
 

@@ -8,7 +8,7 @@ import tempfile
 from collections.abc import Iterable
 from pathlib import Path
 
-from panel.facts import CHIP_MARKER, DONGLE_PRODUCT, DONGLE_VENDOR, LANGUAGE
+from panel.constants import CHIP_MARKER, DONGLE_PRODUCT, DONGLE_VENDOR, LANGUAGE
 
 DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
 LINK_DOWN = "lo: flags=73\n"

@@ -7,8 +7,8 @@ from contextlib import contextmanager
 from signal import SIGUSR1
 from typing import Any
 
-from panel.facts import (APN, AUTO_CONNECT, GREEN, LINK_STATUS, PARAMETERS, RED, SETTING, STATUS,
-                         STORED)
+from panel.constants import (APN, AUTO_CONNECT, LINK_DOWN, LINK_STATUS, LINK_UP, PARAMETERS,
+                             SETTING, STATUS, STORED)
 from panel.screen import Screen, Widget
 from privateroot.files import LAUNCH
 from privateroot.process import PrivateRoot
@@ -64,8 +64,7 @@ def link_shown(screen: Screen, up: bool) -> bool:
     return (screen.button("Connect")["enabled"] is not up
             and screen.button("Disconnect")["enabled"] is up
             and screen.field(APN)["enabled"] is not up
-            and (value["text"], value["style"])
-            == (("connected", GREEN) if up else ("disconnected", RED)))
+            and (value["text"], value["style"]) == (LINK_UP if up else LINK_DOWN))
 
 
 def wait_link(root: PrivateRoot, up: bool) -> None:

@@ -15,8 +15,8 @@ import subprocess
 import sys
 from contextlib import ExitStack
 
-from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES,
-                         stored_parameters)
+from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES,
+                             stored_parameters)
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, VNC_PORT

@@ -15,7 +15,7 @@ from pathlib import Path
 from signal import Signals
 from typing import Any, Self
 
-from panel.facts import WITHOUT_KEYS
+from panel.constants import WITHOUT_KEYS
 from panel.panel import Panel, unix_request
 from panel.screen import Screen
 from privateroot.files import CHIP, DEVICES

@@ -3,7 +3,7 @@
 import shlex
 from collections.abc import Mapping
 
-from panel.facts import CHIP_MARKER
+from panel.constants import CHIP_MARKER
 from virtualboard.guest import Guest
 
 NODE = "/dev/spidev1.0"

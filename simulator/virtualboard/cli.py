@@ -9,7 +9,7 @@ from host.errors import BoardError
 from host.signals import INTERRUPTED, exit_on_signals
 from image import appdisk, sysroot
 from machine.qemu import VNC_BASE
-from panel.facts import LANGUAGE, LANGUAGES, SIZES
+from panel.constants import LANGUAGE, LANGUAGES, SIZES
 from panel.screen import NotShown, PanelError, Screen, centre
 from virtualboard import states
 from virtualboard.board import Board

@@ -2,7 +2,7 @@
 
 from collections.abc import Mapping
 
-from panel.facts import DONGLE_PRODUCT
+from panel.constants import DONGLE_PRODUCT
 from virtualboard.guest import Guest
 
 PORTS = 3

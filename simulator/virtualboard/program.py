@@ -6,7 +6,7 @@ from collections.abc import Mapping
 from typing import Any
 
 from host.errors import BoardError
-from panel.facts import CHECK_SECONDS
+from panel.constants import CHECK_SECONDS
 from virtualboard.guest import SECONDS, Guest
 
 UNIT = "corvanta.service"

@@ -4,7 +4,8 @@ from pathlib import Path
 
 from machine import qemu
 from machine.connections import Connections
-from panel import facts
+from panel.constants import LOGS as PPP_LOGS
+from panel.constants import OLD_LOG
 from virtualboard import chip, dongle, program
 from virtualboard.guest import Guest
 
@@ -12,8 +13,8 @@ KERNEL_LOG, PROCESSES = "/run/dmesg.log", "/run/processes.log"
 # Files of the board to copy to the host, each under its own name.
 PROGRAM_LOG = "/run/program/program.log"  # the service's messages in the journal
 LOGS = (PROGRAM_LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dongle.NETWORK_LOG,
-        dongle.SCENARIO, *facts.LOGS, *(log + facts.OLD_LOG for log in facts.LOGS), chip.LOG,
-        KERNEL_LOG, PROCESSES)
+        dongle.SCENARIO, *PPP_LOGS, *(log + OLD_LOG for log in PPP_LOGS), chip.LOG, KERNEL_LOG,
+        PROCESSES)
 
 
 class Records:

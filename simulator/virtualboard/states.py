@@ -10,7 +10,7 @@ from host.paths import BOARD, IMAGE_DATA, MACHINE, cache
 from image import rootfs, sysroot
 from image.debian import Archive, package_list
 from machine import qemu
-from panel.facts import SIZES
+from panel.constants import SIZES
 from virtualboard.board import FORGET, Board, state_file
 
 KEPT_IN_CACHE = 2

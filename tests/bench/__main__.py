@@ -15,7 +15,7 @@ from typing import NamedTuple
 
 from bench import measures
 from bench.measures import IDLE_STATES, Pairs
-from panel.facts import SIZES
+from panel.constants import SIZES
 
 PAGE = Path(__file__).resolve().parents[2] / "docs/measured/bench.md"
 OPENING = """\

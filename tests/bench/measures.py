@@ -13,7 +13,7 @@ from signal import SIGUSR1
 
 from bench.root import FIELD, FLOOR, HIDE, LIMIT_SECONDS, PROGRAM, BenchRoot
 from host.paths import HOST_PACKAGES
-from panel.facts import DOUBLE_TOUCH_SECONDS, MISC, SETTING, START_SECONDS, STATUS
+from panel.constants import DOUBLE_TOUCH_SECONDS, MISC, SETTING, START_SECONDS, STATUS
 from panel.screen import centre
 from privateroot.procfs import wakeups
 from virtualboard.board import Board

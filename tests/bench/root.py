@@ -10,8 +10,8 @@ from collections.abc import Callable
 from functools import cache
 from typing import NamedTuple
 
-from panel.facts import (AUTO_CONNECT, DONGLE_PRODUCT, DONGLE_VENDOR, FIELDS, MISC, PARAMETERS,
-                         SETTING, STATUS, STORED_AUTO, stored_parameters)
+from panel.constants import (AUTO_CONNECT, DONGLE_PRODUCT, DONGLE_VENDOR, FIELDS, MISC, PARAMETERS,
+                             SETTING, STATUS, STORED_AUTO, stored_parameters)
 from panel.screen import centre
 from privateroot.files import LAUNCH
 from privateroot.process import BUILD, PrivateRoot

@@ -9,9 +9,10 @@ from typing import Any
 import pytest
 
 from host.paths import ROOT
-from panel.facts import (CHAT_LOG, CHECK_SECONDS, COUNTS, FAILED, FILES, GREEN,
-                         LINK_STATUS, LOGS, MISC, OLD_LOG, PARAMETERS, PPP_LOG, RED, SETTING, SIZES,
-                         SOON_SECONDS, START_SECONDS, STATUS, STORED, UNDETECTED, WITHOUT_KEYS)
+from panel.constants import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_DETECTED, DONGLE_UNDETECTED,
+                             FAILED, FILES, LINK_DOWN, LINK_STATUS, LINK_UP, LOGS, MISC, OLD_LOG,
+                             PARAMETERS, PPP_LOG, SETTING, SIZES, SOON_SECONDS, START_SECONDS,
+                             STATUS, STORED, UNDETECTED, WITHOUT_KEYS)
 from panel.screen import Screen
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
@@ -21,8 +22,7 @@ CLEAR_SECONDS = 60
 INSTALL_SECONDS = 120
 PACKAGE = "/app/corvanta.deb"
 SETTINGS = "/etc/default/corvanta"
-UP, DOWN = ("connected", GREEN), ("disconnected", RED)  # text and style sheet of the link
-DETECTED, AWAY = ("detected", GREEN), ("undetected", RED)  # the same of the dongle
+UP, DOWN, DETECTED, AWAY = LINK_UP, LINK_DOWN, DONGLE_DETECTED, DONGLE_UNDETECTED
 NO_LINK = "[ ! -e /sys/class/net/ppp0 ]"
 END_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done"
 

@@ -6,7 +6,7 @@ from collections.abc import Iterator
 import pytest
 
 from boardtest import OperatedBoard, borrowed, turn_off_boards
-from panel.facts import SIZES
+from panel.constants import SIZES
 
 
 @pytest.fixture

@@ -4,7 +4,7 @@ from dataclasses import dataclass, field
 from typing import Any
 
 from boardtest import EXPECTED, OperatedBoard
-from panel.facts import LANGUAGE
+from panel.constants import LANGUAGE
 from virtualboard.chip import SLOW_MS
 
 ERRORS = "/run/chip/check.err"

@@ -7,8 +7,8 @@ from dataclasses import dataclass, field
 import pytest
 
 from boardtest import DOWN, EXPECTED, NO_LINK, UP, OperatedBoard
-from panel.facts import (CHAT_SCRIPT, CHECK_SECONDS, FILES, LOGS, PEER_FILE, PIN, PPP_LOG, SETTING,
-                         SOON_SECONDS, STATUS, USER, stored_parameters)
+from panel.constants import (CHAT_SCRIPT, CHECK_SECONDS, FILES, LOGS, PEER_FILE, PIN, PPP_LOG,
+                             SETTING, SOON_SECONDS, STATUS, USER, stored_parameters)
 from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG, NETWORK_NAME
 
 # Seconds on the board from the touch of Connect to the notice: the program waits for 15 s after it

@@ -3,8 +3,8 @@
 import time
 
 from boardtest import AWAY, DETECTED, NO_LINK, OperatedBoard
-from panel.facts import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, SETTING, SOON_SECONDS,
-                         START_SECONDS)
+from panel.constants import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, SETTING, SOON_SECONDS,
+                             START_SECONDS)
 
 
 def test_black_until_the_right_dongle_has_its_port(board: OperatedBoard) -> None:

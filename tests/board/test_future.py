@@ -6,8 +6,8 @@ import time
 
 from boardtest import END_PPPD, OperatedBoard
 from host.paths import ARM
-from panel.facts import (APN, AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUNTS, LOGS, OLD_LOG,
-                         PARAMETERS, PEER_FILE, PPP_LOG, STORED, STORED_AUTO, USER)
+from panel.constants import (APN, AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUNTS, LOGS, OLD_LOG,
+                             PARAMETERS, PEER_FILE, PPP_LOG, STORED, STORED_AUTO, USER)
 
 HUGE = 3 << 30  # bytes
 # Functions of the C library that handle neither large files nor late times on 32-bit boards.

@@ -1,7 +1,7 @@
 """The link next to the panel's service: the link survives the panel, and the panel follows it."""
 
 from boardtest import DOWN, INSTALL_SECONDS, PACKAGE, UP, OperatedBoard
-from panel.facts import CHECK_SECONDS, PPP_LOG, STATUS
+from panel.constants import CHECK_SECONDS, PPP_LOG, STATUS
 from virtualboard.dongle import NETWORK_ADDRESS
 from virtualboard.program import UNIT
 

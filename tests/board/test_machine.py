@@ -11,7 +11,7 @@ import pytest
 
 from boardtest import OperatedBoard
 from host.paths import SIMULATOR
-from panel.facts import SOON_SECONDS
+from panel.constants import SOON_SECONDS
 
 EVENT = struct.Struct("<IIHHi")  # input_event of a 32-bit kernel: seconds, microseconds, ...
 SYN, KEY, ABS = 0, 1, 3

@@ -9,8 +9,9 @@ from shlex import quote
 
 from boardtest import EXPECTED, INSTALL_SECONDS, PACKAGE, SETTINGS, OperatedBoard
 from host.paths import ARM, ROOT
-from panel.facts import (CHAT_LOG, CHAT_SCRIPT, CHIP_MARKER, FILES, LOGS, OLD_LOG, PARAMETERS,
-                         PEER_FILE, PPP_LOG, SIZES, START_SECONDS, UNDETECTED, stored_parameters)
+from panel.constants import (CHAT_LOG, CHAT_SCRIPT, CHIP_MARKER, FILES, LOGS, OLD_LOG, PARAMETERS,
+                             PEER_FILE, PPP_LOG, SIZES, START_SECONDS, UNDETECTED,
+                             stored_parameters)
 from virtualboard.board import Board
 from virtualboard.program import UNIT
 

@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 
 from machine.qemu import SPARE_BYTES, SPARE_LOG
-from panel.facts import PARAMETERS, SIZES
+from panel.constants import PARAMETERS, SIZES
 from virtualboard.board import Board
 
 CUTS = 500  # about as many are tested, evenly spread over all possible ones

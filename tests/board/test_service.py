@@ -3,7 +3,7 @@
 import re
 
 from boardtest import OperatedBoard
-from panel.facts import CHECK_SECONDS, USER, WITHOUT_KEYS
+from panel.constants import CHECK_SECONDS, USER, WITHOUT_KEYS
 from virtualboard.program import UNIT
 
 LIMIT = 5  # failures, after which systemd does not restart the panel

@@ -8,7 +8,7 @@ from pathlib import Path
 
 from boardtest import BoardTest
 from host.paths import ROOT
-from panel.facts import AUTO_CONNECT, COUNTS, FAILED, MISC, PARAMETERS, SOON_SECONDS
+from panel.constants import AUTO_CONNECT, COUNTS, FAILED, MISC, PARAMETERS, SOON_SECONDS
 from panel.screen import centre
 from virtualboard.board import Board
 

@@ -15,8 +15,7 @@ from signal import SIGTERM, SIGUSR1
 from typing import Any, NamedTuple
 
 from host.sockets import connect
-from panel.facts import (APN, AUTO_CONNECT, CHAT_LOG, FILES, OLD_LOG, PARAMETERS, PPP_LOG,
-                         STORED)
+from panel.constants import APN, AUTO_CONNECT, CHAT_LOG, FILES, OLD_LOG, PARAMETERS, PPP_LOG, STORED
 from panel.screen import centre
 from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, SECONDS, alive, expect, leave, started, stored_root

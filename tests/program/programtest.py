@@ -7,8 +7,8 @@ from typing import Any
 
 import pytest
 
-from panel.facts import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, MISC,
-                         PARAMETERS, PEER_FILE, SETTING, STORED)
+from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, MISC,
+                             PARAMETERS, PEER_FILE, SETTING, STORED)
 from panel.patience import patient
 from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, FAKETIME, SECONDS, connect, expect, leave

@@ -7,7 +7,7 @@ from typing import Any
 
 import pytest
 
-from panel.facts import APN, AUTO_CONNECT, COUNTS, FILES, PARAMETERS, STORED
+from panel.constants import APN, AUTO_CONNECT, COUNTS, FILES, PARAMETERS, STORED
 from privateroot.operating import AUTO, SECONDS, alive, expect, leave, stored_root
 from privateroot.process import PrivateRoot
 from program.injection import (EARLIER, INJECTED, TRACE, Call, Fault, connect_and_leave, connecting,

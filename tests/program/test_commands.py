@@ -5,7 +5,7 @@ from signal import SIGUSR1
 
 import pytest
 
-from panel.facts import APN
+from panel.constants import APN
 from privateroot.files import STAND_IN, STAND_INS
 from privateroot.operating import (DIALLING, SECONDS, check_link, expect, leave, link_shown,
                                    started, wait_link)

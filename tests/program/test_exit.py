@@ -8,8 +8,8 @@ from signal import SIGTERM, SIGUSR1
 
 import pytest
 
-from panel.facts import (APN, CHAT_LOG, CHAT_SCRIPT, OLD_LOG, PARAMETERS, PEER_FILE, PPP_LOG,
-                         STATUS, STORED)
+from panel.constants import (APN, CHAT_LOG, CHAT_SCRIPT, OLD_LOG, PARAMETERS, PEER_FILE, PPP_LOG,
+                             STATUS, STORED)
 from privateroot.files import STAND_IN
 from privateroot.operating import check_link, connect, ended, leave
 from program.modem import Modem

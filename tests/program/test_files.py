@@ -6,7 +6,7 @@ from pathlib import Path
 
 import pytest
 
-from panel.facts import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
+from panel.constants import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
 from privateroot.operating import AUTO, alive, expect, leave, started, stored_root
 from program.injection import (TRACE, Call, Fault, connect_and_leave, expect_injected, launch,
                                unseen_root)

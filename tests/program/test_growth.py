@@ -7,7 +7,7 @@ from signal import SIGUSR1
 
 import pytest
 
-from panel.facts import DONGLE_STATUS, PIN
+from panel.constants import DONGLE_STATUS, PIN
 from privateroot.files import DONGLE, STAND_IN
 from privateroot.operating import expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot

@@ -8,8 +8,8 @@ from signal import SIGUSR1
 import pytest
 
 from host.sockets import connect
-from panel.facts import (APN, DIAL, DOUBLE_TOUCH_SECONDS, FAILED, FIELDS, MISC, PARAMETERS, PIN,
-                         SETTING, SIZES, USER)
+from panel.constants import (APN, DIAL, DOUBLE_TOUCH_SECONDS, FAILED, FIELDS, MISC, PARAMETERS,
+                             PIN, SETTING, SIZES, USER)
 from panel.screen import Screen
 from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot

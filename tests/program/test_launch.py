@@ -11,7 +11,7 @@ from signal import SIGUSR1, Signals
 
 import pytest
 
-from panel.facts import STORED
+from panel.constants import STORED
 from privateroot.files import LAUNCH
 from privateroot.operating import alive, ended, expect, leave, started, stored_root
 from program.injection import (Fault, connect_and_leave, connecting, expect_injected, launch,

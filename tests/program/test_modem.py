@@ -6,7 +6,7 @@ from functools import partial
 
 import pytest
 
-from panel.facts import MISC
+from panel.constants import MISC
 from privateroot.operating import (alive, call, expect, leave, ping, query_signal, signal_value,
                                    stored_root)
 from privateroot.process import PrivateRoot

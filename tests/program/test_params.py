@@ -5,8 +5,8 @@ from collections.abc import Sequence
 
 import pytest
 
-from panel.facts import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, PASSWORD,
-                         STORED, stored_parameters)
+from panel.constants import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, PASSWORD,
+                             STORED, stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, alive, connect, leave
 from privateroot.process import PrivateRoot

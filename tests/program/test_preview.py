@@ -10,7 +10,7 @@ from contextlib import contextmanager
 from pathlib import Path
 
 from panel.catalogue import Texts
-from panel.facts import LINK_STATUS, SETTING
+from panel.constants import LINK_STATUS, SETTING
 from panel.panel import Panel, unix_request
 from panel.screen import centre
 from privateroot.procfs import ENDED, descendants, process_name

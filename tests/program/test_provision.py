@@ -4,8 +4,8 @@ from shlex import join, quote
 
 import pytest
 
-from panel.facts import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE, STORED,
-                         stored_parameters)
+from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE,
+                             STORED, stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import leave
 from privateroot.process import BUILD, PrivateRoot

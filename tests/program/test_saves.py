@@ -7,7 +7,7 @@ from typing import Any
 
 import pytest
 
-from panel.facts import APN, AUTO_CONNECT, FILES, PARAMETERS, STORED_AUTO, stored_parameters
+from panel.constants import APN, AUTO_CONNECT, FILES, PARAMETERS, STORED_AUTO, stored_parameters
 from privateroot.operating import AUTO, SECONDS, alive, expect
 from privateroot.process import PrivateRoot
 from program.injection import (STORES, TRACE, Call, Fault, connecting, first_of_each, launch, lay,

@@ -8,8 +8,8 @@ from signal import SIGKILL, SIGTERM, SIGUSR1
 
 import pytest
 
-from panel.facts import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
-                         UNDETECTED)
+from panel.constants import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
+                             UNDETECTED)
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import leave, wait_link
 from privateroot.procfs import processor_ticks

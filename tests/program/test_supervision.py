@@ -4,7 +4,7 @@ import time
 
 import pytest
 
-from panel.facts import APN, DONGLE_STATUS, FAILED, GREEN, LINK_STATUS, RED
+from panel.constants import APN, DONGLE_STATUS, FAILED, GREEN, LINK_STATUS, RED
 from privateroot.files import DONGLE
 from privateroot.operating import (STEPPED, check_link, connect, leave, step_clock,
                                    wait_link)

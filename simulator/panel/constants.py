@@ -1,4 +1,4 @@
-"""Facts about the program for tools and tests: its texts, files, stored values and time limits."""
+"""Constants of the program for tools and tests: texts, files, stored values and timeouts."""
 
 import re
 
@@ -23,6 +23,9 @@ DONGLE_STATUS, LINK_STATUS = "Dongle Status:", "PPP Status:"
 UNDETECTED = "Undetected dongle,Please plugin and wait a moment!"
 FAILED = "Connect Fail! Please Check the Parameter And Try Again!"
 GREEN, RED = "color:green;", "color:red;"  # style sheets of the status values
+# Text and style sheet of the link's value and of the dongle's.
+LINK_UP, LINK_DOWN = ("connected", GREEN), ("disconnected", RED)
+DONGLE_DETECTED, DONGLE_UNDETECTED = ("detected", GREEN), ("undetected", RED)
 
 # Files of the board.
 PARAMETERS = "/quenfold/configs/3gparam"
