@@ -20,7 +20,9 @@ from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, S
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, VNC_PORT
+from privateroot.waiting import wait_until
 
+HOST = "127.0.0.1"
 INTERFACES = "/testrun/interfaces"
 VIEWER = "vncviewer"
 COMMANDS = {
@@ -56,26 +58,36 @@ def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
     return root
 
 
-def start(stack: ExitStack, *command: str, keep: int = 0) -> None:
-    """Start a program that is terminated with the stack, or with this process in any case.
-    @param keep descriptor that it inherits"""
+def start(stack: ExitStack, *command: str) -> None:
+    """Start a program that is terminated with the stack, or with this process in any case."""
     process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command],
-                               stderr=subprocess.DEVNULL, pass_fds=[keep])
+                               stderr=subprocess.DEVNULL)
     stack.callback(process.wait)
     stack.callback(process.terminate)
 
 
-def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
-    """Forward a port of the host's loopback interface to the program: the program's own port number
-    if it is free. @return address and port"""
+def free_port() -> int:
+    """Return the program's own port number, or another one if that is in use."""
     try:
-        server = socket.create_server(("127.0.0.1", VNC_PORT))
+        with socket.create_server((HOST, VNC_PORT)):
+            return VNC_PORT
     except OSError:
-        server = socket.create_server(("127.0.0.1", 0))
-    with server:
-        start(stack, "socat", f"ACCEPT-FD:{server.fileno()},fork",
-              f"UNIX-CONNECT:{root.run}/{SOCKET}", keep=server.fileno())
-        return "{}:{}".format(*server.getsockname())
+        with socket.create_server((HOST, 0)) as server:
+            return int(server.getsockname()[1])
+
+
+def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
+    """Forward a port of the host's loopback interface to the program. @return address and port"""
+    port = free_port()
+    start(stack, "socat", f"TCP-LISTEN:{port},bind={HOST},reuseaddr,fork",
+          f"UNIX-CONNECT:{root.run}/{SOCKET}")
+
+    def listens() -> bool:
+        with socket.socket() as probe:
+            return probe.connect_ex((HOST, port)) == 0
+
+    wait_until(listens, 5, "socat listening")
+    return f"{HOST}:{port}"
 
 
 def show(stack: ExitStack, root: PrivateRoot) -> None:

@@ -4,19 +4,21 @@ import itertools
 import threading
 from collections.abc import Callable, Iterator
 from contextlib import ExitStack
+from signal import SIGTERM
 from typing import Any
 
 import pytest
 
-from privateroot.operating import STEPPED, step_clock, stored_root
+from privateroot.operating import STEPPED, ended, step_clock, stored_root
 from privateroot.process import PrivateRoot
+from privateroot.procfs import process_name
 from program.modem import Modem
 
 STEP_SECONDS = 0.7
 
 
 class Roots:
-    """Makes private roots.
+    """Makes private roots. At the end, the program must exit cleanly on SIGTERM.
 
     @param stack closes them
     @param clock moment, in the format of faketime, to which the program's clock steps forth and
@@ -30,6 +32,7 @@ class Roots:
     def new(self, make: Callable[..., PrivateRoot] = PrivateRoot, **how: Any) -> PrivateRoot:
         root = self._stack.enter_context(make(**(STEPPED if self._clock else {}), **how))
         self._stack.callback(expect_no_report, root)
+        self._stack.callback(end, root)
         if self._clock:
             over = threading.Event()
             stepper = threading.Thread(target=step, args=(root, self._clock, over))
@@ -54,6 +57,13 @@ def step(root: PrivateRoot, clock: str, over: threading.Event) -> None:
             return
 
 
+def end(root: PrivateRoot) -> None:
+    """Check that a program that still runs exits cleanly on SIGTERM."""
+    if root.exit_status() is None and process_name(root.pid) == "corvanta":
+        root.signal(SIGTERM)
+        ended(root)
+
+
 def expect_no_report(root: PrivateRoot) -> None:
     """Check that no sanitizer has reported anything."""
     assert not [line for line in root.errors() if "Sanitizer" in line or "runtime error" in line]
@@ -68,6 +78,12 @@ def clock() -> str:
 def roots(clock: str) -> Iterator[Roots]:
     with ExitStack() as stack:
         yield Roots(stack, clock)
+
+
+@pytest.fixture
+def root(roots: Roots) -> PrivateRoot:
+    """Start the program with stored parameters."""
+    return roots.started()
 
 
 @pytest.fixture

@@ -7,9 +7,9 @@ from pathlib import Path
 
 import pytest
 
-from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL, FIELDS, FILES,
-                             LOGS, MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS,
-                             STORED, STORED_AUTO, UNDETECTED, USER, stored_parameters)
+from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL, FIELDS, FILES, LOGS,
+                         MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS,
+                         STORED_AUTO, UNDETECTED, USER, stored_parameters)
 from panel.panel import Panel
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
@@ -70,16 +70,22 @@ def test_edits(roots: Roots) -> None:
         assert [root.host(path).stat().st_mtime_ns for path in FILES] == stamps, f"after {name}"
     assert root.read(PARAMETERS) == b"0000\n" * len(FIELDS) + b"1\n"
     assert root.read(AUTO_CONNECT) == b"0\n0000\n"
-    leave(root)
 
 
-def test_order_and_what_pppd_finds(roots: Roots) -> None:
-    root = roots.stored()
+def test_order_and_written_files(roots: Roots) -> None:
+    """All files are replaced, after pppd is terminated and before it starts again, by what was
+    typed, without spaces around it, for root only."""
+    root = roots.new()
+    for path in FILES:
+        root.write(path, "old\n" * 505)
+        root.host(path).chmod(0o664)
     for name in ("killall", "pppd"):
         root.answer(name, SNAPSHOT.format(name=name))
     root.start()
-    root.panel.fill(APN, "web.example")
-    root.panel.fill(PIN, "1234")
+    for label, text in {APN: "web.example", DIAL: " *99***1# ", USER: "guest",
+                        PASSWORD: "pass word", PIN: " 1234 "}.items():
+        root.panel.fill(label, text)
+    root.panel.choose(AUTH, "CHAP")
     before = len(root.calls())
     root.panel.press("Connect")
     root.wait_until(lambda: root.read("/testrun/at-pppd/complete"), 5, "pppd's answer")
@@ -88,11 +94,16 @@ def test_order_and_what_pppd_finds(roots: Roots) -> None:
     assert not screen.button("Connect")["enabled"]
     assert not screen.field(APN)["enabled"]
     assert [bar["rect"] for bar in screen.busy_bars()] == [[200, 200, 400, 40]]
-    assert root.read("/testrun/at-killall/3gparam") == STORED
-    assert root.read("/testrun/at-killall/chat") is None
+    expect_file(root, PEER_FILE, "peer-chap")
+    expect_file(root, CHAT_SCRIPT, "chat-with-pin")
+    assert root.read(PARAMETERS) == stored_parameters(
+        "web.example", "*99***1#", "guest", "pass word", "1234", "2")
+    assert root.read(AUTO_CONNECT) == b"0\nold\n"
+    assert [root.mode(path) for path in FILES] == ["600"] * 4
     for path in FILES:
-        assert root.read(f'/testrun/at-pppd/{path.rpartition("/")[2]}') == root.read(path)
-    assert b"1234" in root.content(CHAT_SCRIPT)
+        name = path.rpartition("/")[2]
+        assert root.content(f"/testrun/at-killall/{name}").startswith(b"old\n")
+        assert root.read(f"/testrun/at-pppd/{name}") == root.read(path)
 
 
 @pytest.mark.parametrize("lay, mode", (
@@ -109,27 +120,6 @@ def test_private_logs(roots: Roots, lay: Callable[[Path], object], mode: int) ->
     assert root.mode(f"{LOGS[0]}.shared") == "644"
 
 
-def test_written_files(roots: Roots) -> None:
-    """Everything is replaced by what was typed, without spaces around it, for root only."""
-    root = roots.new()
-    for path in FILES:
-        root.write(path, "old\n" * 505)
-        root.host(path).chmod(0o664)
-    root.start()
-    for label, text in {APN: "web.example", DIAL: " *99***1# ", USER: "guest",
-                        PASSWORD: "pass word", PIN: " 1234 "}.items():
-        root.panel.fill(label, text)
-    root.panel.choose(AUTH, "CHAP")
-    connect(root)
-    expect_file(root, PEER_FILE, "peer-chap")
-    expect_file(root, CHAT_SCRIPT, "chat-with-pin")
-    assert root.read(PARAMETERS) == stored_parameters(
-        "web.example", "*99***1#", "guest", "pass word", "1234", "2")
-    assert root.read(AUTO_CONNECT) == b"0\nold\n"
-    assert [root.mode(path) for path in FILES] == ["600"] * 4
-    leave(root)
-
-
 def test_two_quick_presses(roots: Roots) -> None:
     root = roots.stored()
     root.answer("killall", "/usr/bin/sleep 0.3")
@@ -142,9 +132,8 @@ def test_two_quick_presses(roots: Roots) -> None:
     assert len(root.calls("pppd")) == 1
 
 
-def waiting(roots: Roots, node: bool, usb: str = DONGLE) -> PrivateRoot:
+def wait_for_dongle(root: PrivateRoot, node: bool, usb: str = DONGLE) -> None:
     """Touch Connect while the device node or the dongle is missing."""
-    root = roots.started()
     if not node:
         root.remove_node("ttyUSB0")
     root.set_usb(usb)
@@ -154,12 +143,11 @@ def waiting(roots: Roots, node: bool, usb: str = DONGLE) -> PrivateRoot:
         root.wait_calls("ls", polls + 1)
     else:
         root.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, 2, "the dialog")
-    return root
 
 
 @clocks("to 1971")
-def test_served_with_a_moving_bar(roots: Roots) -> None:
-    root = waiting(roots, node=False)
+def test_served_with_a_moving_bar(root: PrivateRoot) -> None:
+    wait_for_dongle(root, node=False)
     bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
     pictures = set()
 
@@ -175,11 +163,10 @@ def test_served_with_a_moving_bar(roots: Roots) -> None:
     assert root.commands()[1:] == [], "nothing is dialled yet"
     root.add_node("ttyUSB0")
     root.wait_calls("pppd", 1, 1.5)
-    leave(root)
 
 
-def test_second_press_dials_no_second_time(roots: Roots) -> None:
-    root = waiting(roots, node=False)
+def test_second_press_dials_no_second_time(root: PrivateRoot) -> None:
+    wait_for_dongle(root, node=False)
     for _ in range(2):
         check_link(root, False)
         root.panel.press("Connect")
@@ -189,14 +176,13 @@ def test_second_press_dials_no_second_time(roots: Roots) -> None:
     # Another attempt would find the node within a second.
     wait_until(lambda: time.time() > dialled.time + 1.6, 3, "the time")
     assert [str(call) for call in root.calls("pppd", "killall")] == DIALLING
-    leave(root)
 
 
 @pytest.mark.parametrize("close", (lambda panel: panel.press("Close"),
                                    lambda panel: panel.key("Esc")), ids=("Close", "Esc"))
-def test_dongle_dialog_closed(roots: Roots, close: Act) -> None:
+def test_dongle_dialog_closed(root: PrivateRoot, close: Act) -> None:
     """Closing the dialog aborts the attempt. The dialog does not appear a second time."""
-    root = waiting(roots, node=False, usb="")
+    wait_for_dongle(root, node=False, usb="")
     close(root.panel)
     root.wait(lambda screen: not screen.has_dialog(), 2, "the dialog closed")
     check_link(root, False)
@@ -213,24 +199,23 @@ def test_dongle_dialog_closed(roots: Roots, close: Act) -> None:
     assert root.calls("pppd") == []
 
 
-def test_closed_with_a_node(roots: Roots) -> None:
-    root = waiting(roots, node=True, usb="")
+def test_closed_with_a_node(root: PrivateRoot) -> None:
+    wait_for_dongle(root, node=True, usb="")
     root.panel.press("Close")
     root.wait_calls("pppd", 1)
-    leave(root)
 
 
 @clocks()
-def test_dongle_dialog_closes_itself(roots: Roots) -> None:
+@pytest.mark.parametrize("node", (True, False), ids=("node", "no node"))
+def test_dongle_dialog_closes_itself(root: PrivateRoot, node: bool) -> None:
     """Then it waits for the node; Exit ends that wait, too."""
-    for node in (True, False):
-        root = waiting(roots, node=node, usb="")
-        root.set_usb(DONGLE)
-        root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
-        if node:
-            root.wait_calls("pppd", 1)
-        else:
-            root.wait(lambda screen: screen.busy_bars(), 2, "the wait for the node")
-            root.set_usb("")
-        leave(root)
-        assert len(root.calls("pppd")) == node
+    wait_for_dongle(root, node=node, usb="")
+    root.set_usb(DONGLE)
+    root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")
+    if node:
+        root.wait_calls("pppd", 1)
+    else:
+        root.wait(lambda screen: screen.busy_bars(), 2, "the wait for the node")
+        root.set_usb("")
+    leave(root)
+    assert len(root.calls("pppd")) == node

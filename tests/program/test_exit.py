@@ -8,8 +8,7 @@ from signal import SIGTERM, SIGUSR1
 
 import pytest
 
-from panel.constants import (APN, CHAT_LOG, CHAT_SCRIPT, OLD_LOG, PARAMETERS, PEER_FILE, PPP_LOG,
-                             STATUS, STORED)
+from panel.constants import CHAT_LOG, OLD_LOG, PPP_LOG, STATUS
 from privateroot.files import STAND_IN
 from privateroot.operating import check_link, connect, ended, leave
 from program.modem import Modem
@@ -41,17 +40,6 @@ def test_logs(roots: Roots, current: bool, old: bool) -> None:
     for log, (has_current, _) in logs.items():
         assert root.read(log) is None
         assert root.content(log + OLD_LOG) == (f"current {log}".encode() if has_current else b"")
-
-
-def test_edits_without_connecting(roots: Roots) -> None:
-    root = roots.stored()
-    root.write(CHAT_SCRIPT, "old")
-    root.start().panel.fill(APN, "other")
-    leave(root)
-    assert root.read(PARAMETERS) == STORED.replace(b"internet", b"other")
-    assert root.read(CHAT_SCRIPT) == b"old"
-    assert root.read(PEER_FILE) is None
-    assert root.commands() == ["ifconfig"]
 
 
 def test_pppd_stays(roots: Roots) -> None:
@@ -98,9 +86,8 @@ def flood(root: PrivateRoot) -> None:
     root.write("/testrun/go-on", "")
 
 
-def test_flood(roots: Roots) -> None:
+def test_flood(root: PrivateRoot) -> None:
     """The handler drops what the socket cannot hold; all else is served, and so is a touch."""
-    root = roots.started()
     flood(root)
     root.unwrap("sh", STAND_IN)  # which answers at once
     root.panel.open_tab(STATUS, 5)
@@ -109,17 +96,15 @@ def test_flood(roots: Roots) -> None:
     assert len(root.calls("ifconfig")) <= PENDING + 10
 
 
-def test_exit_with_checks_pending(roots: Roots) -> None:
-    root = roots.started()
+def test_exit_with_checks_pending(root: PrivateRoot) -> None:
     button = root.panel.button("Exit")
     flood(root)
     root.panel.click(button)
     ended(root)
 
 
-def test_while_ending(roots: Roots) -> None:
+def test_while_ending(root: PrivateRoot) -> None:
     """The handler outlives the controller; late signals have no visible effect."""
-    root = roots.started()
     root.panel.press("Exit")
     with suppress(ProcessLookupError):
         for _ in range(20000):

@@ -19,7 +19,14 @@ from program.conftest import Roots
 ASCII = "".join(map(chr, range(0x20, 0x7f)))
 
 
-def with_keys(roots: Roots, size: tuple[int, int] = (480, 272)) -> PrivateRoot:
+@pytest.fixture
+def size() -> tuple[int, int]:
+    return SIZES[0]
+
+
+@pytest.fixture
+def keyed(roots: Roots, size: tuple[int, int]) -> PrivateRoot:
+    """Start the program with the on-screen keyboard."""
     return roots.started(size=size, keys=True)
 
 
@@ -32,25 +39,23 @@ def wait_gone(root: PrivateRoot) -> None:
     root.wait(lambda screen: not screen.keys, 10, "the keys gone")
 
 
-def test_every_character(roots: Roots) -> None:
-    root = with_keys(roots)
-    root.panel.touch_in(APN, ASCII)
-    root.panel.put_keys_away()
-    root.panel.touch_in(DIAL, "aT*99***1#")  # a hint of digits refuses nothing
+def test_every_character(keyed: PrivateRoot) -> None:
+    keyed.panel.touch_in(APN, ASCII)
+    keyed.panel.put_keys_away()
+    keyed.panel.touch_in(DIAL, "aT*99***1#")  # a hint of digits refuses nothing
 
 
 @pytest.mark.parametrize("size", SIZES, ids=str)
-def test_the_field_stays_in_sight(roots: Roots, size: tuple[int, int]) -> None:
-    root = with_keys(roots, size)
+def test_the_field_stays_in_sight(keyed: PrivateRoot) -> None:
     for label in FIELDS:
-        screen = root.panel.raise_keys(label)
+        screen = keyed.panel.raise_keys(label)
         _, y, _, height = screen.field(label)["rect"]
         top = min(key["rect"][1] for key in screen.keys)
         assert 0 <= y <= top - height, label
         _, lifted, *_ = screen.main_window()["rect"]
         assert lifted in (0, top - height - 4 - y + lifted), f"{label}: no further"
-        root.panel.put_keys_away()
-        expect_hidden(root.panel.screen())
+        keyed.panel.put_keys_away()
+        expect_hidden(keyed.panel.screen())
 
 
 HIDE: dict[str, Callable[[PrivateRoot], object]] = {
@@ -63,76 +68,71 @@ HIDE: dict[str, Callable[[PrivateRoot], object]] = {
 }
 
 
-def test_ways_to_hide(roots: Roots) -> None:
+def test_ways_to_hide(keyed: PrivateRoot) -> None:
     """One after the other. What leaves or locks the page is undone."""
-    root = with_keys(roots)
-    assert root.panel.screen().keys == []  # the focus alone does not show it
+    assert keyed.panel.screen().keys == []  # the focus alone does not show it
     for name, hide in HIDE.items():
-        root.panel.raise_keys(APN if name == "another page" else PIN)
-        hide(root)
-        wait_gone(root)
-        expect_hidden(root.panel.screen())
+        keyed.panel.raise_keys(APN if name == "another page" else PIN)
+        hide(keyed)
+        wait_gone(keyed)
+        expect_hidden(keyed.panel.screen())
         time.sleep(DOUBLE_TOUCH_SECONDS)
         if name == "another page":
-            root.panel.open_tab(SETTING)
+            keyed.panel.open_tab(SETTING)
         elif name == "link check":
-            check_link(root, False)
-    assert root.errors() == []
+            check_link(keyed, False)
+    assert keyed.errors() == []
 
 
-def test_never_over_a_dialog(roots: Roots) -> None:
-    root = with_keys(roots)
-    root.panel.raise_keys(PIN)
-    root.panel.invoke("Makeup", "checkPPPMsg")
-    screen = root.panel.wait(lambda now: now if now.has_dialog() else None, 5, "the notice")
+def test_never_over_a_dialog(keyed: PrivateRoot) -> None:
+    keyed.panel.raise_keys(PIN)
+    keyed.panel.invoke("Makeup", "checkPPPMsg")
+    screen = keyed.panel.wait(lambda now: now if now.has_dialog() else None, 5, "the notice")
     expect_hidden(screen)
     assert screen.dialog()["text"] == FAILED
     x, y, width, height = screen.dialog()["rect"]
     assert abs(x + width / 2 - 240) <= 1 and abs(y + height / 2 - 136) <= 1
     time.sleep(0.5)
-    root.panel.press("OK")
-    root.panel.wait(lambda now: not now.has_dialog(), 5, "the notice gone")
-    assert root.panel.screen().keys == []  # until a field is touched again
-    root.panel.raise_keys(PIN)
+    keyed.panel.press("OK")
+    keyed.panel.wait(lambda now: not now.has_dialog(), 5, "the notice gone")
+    assert keyed.panel.screen().keys == []  # until a field is touched again
+    keyed.panel.raise_keys(PIN)
 
 
-def test_second_touch(roots: Roots) -> None:
+def test_second_touch(keyed: PrivateRoot) -> None:
     """Exit is under Enter, a key under a field: the second of two touches meets neither."""
-    root = with_keys(roots)
-    exit_button = root.panel.button("Exit")
-    root.panel.click(root.panel.raise_keys(PIN).key("Enter"))
-    root.panel.click(exit_button)
-    wait_gone(root)
+    exit_button = keyed.panel.button("Exit")
+    keyed.panel.click(keyed.panel.raise_keys(PIN).key("Enter"))
+    keyed.panel.click(exit_button)
+    wait_gone(keyed)
     time.sleep(0.5)
-    assert root.exit_status() is None, "Exit was not meant"
-    pin = root.panel.field(PIN)
-    root.panel.click(pin)
-    root.panel.click(pin)
-    root.panel.wait(lambda screen: screen.keys, 5, "the keys")
-    assert root.panel.field(PIN)["text"] == ""
+    assert keyed.exit_status() is None, "Exit was not meant"
+    pin = keyed.panel.field(PIN)
+    keyed.panel.click(pin)
+    keyed.panel.click(pin)
+    keyed.panel.wait(lambda screen: screen.keys, 5, "the keys")
+    assert keyed.panel.field(PIN)["text"] == ""
 
 
-def test_touches_while_the_screen_stands_still(roots: Roots) -> None:
+def test_touches_while_the_screen_stands_still(keyed: PrivateRoot) -> None:
     """Keys touched while a check blocks the program have no effect on what comes after it."""
-    root = with_keys(roots)
-    enter = root.panel.raise_keys(PIN).key("Enter")
-    root.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
-    root.set_link(True)
-    root.signal(SIGUSR1)
-    root.wait_calls("ifconfig", 2)
+    enter = keyed.panel.raise_keys(PIN).key("Enter")
+    keyed.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
+    keyed.set_link(True)
+    keyed.signal(SIGUSR1)
+    keyed.wait_calls("ifconfig", 2)
     for _ in range(3):
-        root.panel.click(enter)
-    wait_gone(root)
+        keyed.panel.click(enter)
+    wait_gone(keyed)
     time.sleep(0.5)
-    assert root.exit_status() is None, "Exit was not meant"
+    assert keyed.exit_status() is None, "Exit was not meant"
 
 
-def test_exit_with_the_keys_up(roots: Roots) -> None:
-    root = with_keys(roots)
-    root.panel.touch_in(PIN, "0471")
-    root.panel.invoke("Makeup", "mClose")
-    ended(root)
-    assert root.content(PARAMETERS).splitlines()[FIELDS.index(PIN)] == b"0471"
+def test_exit_with_the_keys_up(keyed: PrivateRoot) -> None:
+    keyed.panel.touch_in(PIN, "0471")
+    keyed.panel.invoke("Makeup", "mClose")
+    ended(keyed)
+    assert keyed.content(PARAMETERS).splitlines()[FIELDS.index(PIN)] == b"0471"
 
 
 def test_field_touched_twice(roots: Roots) -> None:
@@ -148,9 +148,8 @@ def test_field_touched_twice(roots: Roots) -> None:
         root.wait(lambda screen: len(screen.field(USER)["text"]) == 9, 5, "x typed")
 
 
-def test_another_input_method(roots: Roots) -> None:
+def test_another_input_method(root: PrivateRoot) -> None:
     """The one that the environment names is used; what it loads is up to Qt."""
-    root = roots.started()
     root.panel.fill(PIN, "0471")
     expect_hidden(root.panel.screen())
     assert "Quick" not in Path(f"/proc/{root.pid}/maps").read_text()

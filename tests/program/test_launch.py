@@ -1,10 +1,7 @@
 """State inherited from the launching process: closed descriptors, ignored and blocked signals,
 output pipes without a reader or with one that does not read."""
 
-import os
-import threading
 import time
-from contextlib import suppress
 from itertools import combinations
 from pathlib import Path
 from signal import SIGUSR1, Signals
@@ -14,6 +11,7 @@ import pytest
 from panel.constants import STORED
 from privateroot.files import LAUNCH
 from privateroot.operating import alive, ended, expect, leave, started, stored_root
+from program.conftest import Roots
 from program.injection import (Fault, connect_and_leave, connecting, expect_injected, launch,
                                leave_unseen, phases, unseen_root, untouched_run)
 from program.programtest import EDITED, LATE, PRINTS_LATE, expect_stored, row, type_and_connect
@@ -29,6 +27,8 @@ STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
 GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
         "exec 9>/testrun/gone; kill $reader; wait $reader\n")
+SIGNALLING = ("until [ -e /testrun/quiet ]; do /usr/bin/pkill -USR1 -x corvanta; "
+              "/usr/bin/sleep 0.01; done &\n")
 READERS = {
     "standard error is not read": ("program </dev/null >/testrun/stdout 2>/testrun/stalled",
                                    STALLED),
@@ -114,26 +114,13 @@ def test_late_output_unseen(command: str, setup: str) -> None:
             leave_unseen(root, viewer)
 
 
-def test_signals_from_exec() -> None:
-    """Send SIGUSR1 every 10 ms from exec on, under the shipped launcher."""
-    with stored_root(launch=LAUNCH.replace("program", "program /testrun/launcher")) as root:
-        root.write("/testrun/launcher", LAUNCHER.read_bytes())
-        root.host("/testrun/launcher").chmod(0o755)
-        over = threading.Event()
-
-        def send() -> None:
-            with suppress(ProcessLookupError):
-                while not over.wait(0.01):
-                    if root.pid:
-                        os.kill(root.pid, SIGUSR1)
-
-        sender = threading.Thread(target=send)
-        sender.start()
-        try:
-            root.start()
-        finally:
-            over.set()
-            sender.join()
-        time.sleep(1)
-        alive(root)
-        leave(root)
+def test_signals_from_exec(roots: Roots) -> None:
+    """Send SIGUSR1 about every 10 ms from exec on, under the shipped launcher."""
+    root = roots.stored(launch=LAUNCH.replace("program", "program /testrun/launcher"),
+                        setup=SIGNALLING)
+    root.write("/testrun/launcher", LAUNCHER.read_bytes())
+    root.host("/testrun/launcher").chmod(0o755)
+    root.start()
+    root.write("/testrun/quiet", "")
+    time.sleep(1)
+    alive(root)

@@ -69,7 +69,6 @@ def test_replies(roots: Roots, modems: Modems, chunks: list[str], pause: float, 
     assert bar(root) == value
     assert modem.heard == QUERY
     assert modem.path not in root.descriptors().values()
-    leave(root)
 
 
 @clocks()
@@ -93,7 +92,6 @@ def test_silence(roots: Roots, modems: Modems) -> None:
     assert (signal_value(root)["text"], bar(root)) == (SILENCE, 54)
     assert silent.heard == QUERY * 3
     assert silent.path not in root.descriptors().values()
-    leave(root)
 
 
 def test_not_asked(roots: Roots) -> None:
@@ -108,7 +106,6 @@ def test_not_asked(roots: Roots) -> None:
     assert query_signal(root) == 1
     assert len(root.calls("ls")) == before + 1
     assert signal_value(root)["text"] == ""
-    leave(root)
 
 
 def test_dongle_pulled_while_asked(roots: Roots, modems: Modems) -> None:
@@ -122,7 +119,6 @@ def test_dongle_pulled_while_asked(roots: Roots, modems: Modems) -> None:
 
     assert query_signal(root, pull) == -1
     assert signal_value(root)["text"] == SILENCE
-    leave(root)
 
 
 def test_ping(roots: Roots) -> None:
@@ -134,7 +130,6 @@ def test_ping(roots: Roots) -> None:
     root.answer("ping", "printf 'seen\\0unseen'; exit 1")
     assert ping(root) == first + "\noo\nseen\n"
     assert [call.arguments for call in root.calls("ping")] == ["-c 3 168.95.1.1"] * 2
-    leave(root)
 
 
 @pytest.mark.parametrize("fault, inspected", [

@@ -5,8 +5,8 @@ from collections.abc import Sequence
 
 import pytest
 
-from panel.constants import (AUTH, AUTO_CONNECT, COUNTS, FIELDS, MISC, PARAMETERS, PASSWORD,
-                             STORED, stored_parameters)
+from panel.constants import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
+                         PASSWORD, PEER_FILE, STORED, stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, alive, connect, leave
 from privateroot.process import PrivateRoot
@@ -160,12 +160,15 @@ def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
 
 def test_edits_are_saved_trimmed_in_place(roots: Roots) -> None:
     root = roots.stored()
+    root.write(CHAT_SCRIPT, "old")
     before = root.host(PARAMETERS).stat().st_ino
     edit_everything(root.start(), (" web ", "*99***1#", "\u00fcser", "p w", "0000"), "\u00a012 ")
     leave(root)
     assert root.content(PARAMETERS).decode() == "web\n*99***1#\n\u00fcser\np w\n0000\n2\n"
     assert root.content(AUTO_CONNECT).decode() == "1\n\u00a012\n"
     assert root.host(PARAMETERS).stat().st_ino == before, "rewritten in place"
+    assert (root.read(CHAT_SCRIPT), root.read(PEER_FILE)) == (b"old", None), "only Connect does"
+    assert root.commands() == ["ifconfig"]
 
 
 @pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)

@@ -7,7 +7,6 @@ import pytest
 from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE,
                              STORED, stored_parameters)
 from privateroot.files import LAUNCH
-from privateroot.operating import leave
 from privateroot.process import BUILD, PrivateRoot
 from program.programtest import expect_file
 from program.conftest import Roots
@@ -56,7 +55,6 @@ def test_every_value(roots: Roots, setup: str) -> None:
     expect_file(root, PEER_FILE, "peer-pap")
     assert [root.mode(file) for file in FILES] == ["600"] * 4
     assert tuple(root.panel.field(label)["text"] for label in FIELDS) == VALUES
-    leave(root)
 
 
 @pytest.mark.parametrize("stored, kept", (
@@ -181,4 +179,3 @@ def test_with_a_panel(roots: Roots) -> None:
     root.wait_until(root.host("/testrun/done").exists, 5, "it has run")
     assert "status 0\n" in said(root)
     assert "Restart it" in said(root)
-    leave(root)

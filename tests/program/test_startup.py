@@ -11,7 +11,7 @@ import pytest
 from panel.constants import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
                              UNDETECTED)
 from privateroot.files import DONGLE, LAUNCH
-from privateroot.operating import leave, wait_link
+from privateroot.operating import wait_link
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
 from program.modem import Modem
@@ -46,7 +46,6 @@ def test_order_and_first_check(roots: Roots, usb: str, link: bool, looks: list[s
     assert (value["text"], value["style"]) == ("detected", GREEN)
     assert not root.panel.screen().has_dialog()
     assert root.errors() == []
-    leave(root)
 
 
 @pytest.mark.parametrize("platform", ("linuxfb:fb=/dev/none", "none"))
@@ -102,7 +101,6 @@ def test_dongle_dialog(roots: Roots) -> None:
     root.wait_calls("ls", 1)
     root.add_node("ttyUSB0")
     root.wait_shown(2)
-    leave(root)
 
 
 @clocks("to 1971")
@@ -121,7 +119,6 @@ def test_node_wait_is_served(roots: Roots) -> None:
     root.add_node("ttyUSB3")
     root.wait_shown(1.5)
     assert Picture(root).colours() != {BLACK}
-    leave(root)
 
 
 def test_no_shell(roots: Roots) -> None:
@@ -137,7 +134,6 @@ def test_no_shell(roots: Roots) -> None:
     assert not root.panel.screen().main_window()["visible"]
     shell.symlink_to("/usr/bin/sh")
     root.wait_shown(2)
-    leave(root)
 
 
 def test_no_socket_pair(roots: Roots) -> None:
@@ -169,7 +165,6 @@ def test_descriptors_close_on_exec(roots: Roots, modems: Callable[..., Modem]) -
     for number in root.descriptors():
         if number > 2 and (flags := root.descriptor_flags(number)) is not None:
             assert flags & os.O_CLOEXEC, f"{number} of {root.descriptors()}"
-    leave(root)
 
 
 @pytest.mark.parametrize("size", BUTTONS, ids=str)
@@ -186,7 +181,6 @@ def test_style_sheets(roots: Roots, size: tuple[int, int]) -> None:
     face = Picture(root).part([x, y + height // 2, 4, 1])
     assert tuple(face[:3]) == BLACK
     assert min(face[-3:]) > 0xd0
-    leave(root)
 
 
 def test_escape_drops_the_focus_of_a_line_edit(roots: Roots) -> None:
@@ -200,4 +194,3 @@ def test_escape_drops_the_focus_of_a_line_edit(roots: Roots) -> None:
     root.panel.key("Esc")
     root.wait(lambda screen: not any(w["items"] for w in screen.all("QComboBoxListView")), 2,
               "the list closed by the key that reached it")
-    leave(root)

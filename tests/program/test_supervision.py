@@ -81,7 +81,6 @@ def expect_failed(root: PrivateRoot) -> None:
     screen = root.panel.screen()
     assert not screen.has_dialog()
     assert len(screen.busy_bars()) == 1
-    leave(root)
 
 
 def expect_disconnect(root: PrivateRoot) -> None:
@@ -100,7 +99,6 @@ def expect_disconnect(root: PrivateRoot) -> None:
         check = root.wait_calls("ifconfig", checks + 1)
         expect_lasted(check.time - stop.time, DISCONNECT_CHECK, LATE)
         wait_link(root, up)
-    leave(root)
 
 
 def expect_two_notices(root: PrivateRoot) -> None:
@@ -110,7 +108,6 @@ def expect_two_notices(root: PrivateRoot) -> None:
                                      for window in screen.windows) == left, 20, f"{left} left")
         if left:
             root.panel.press("OK")
-    leave(root)
 
 
 def test_each_check_shows_what_is(roots: Roots) -> None:
@@ -137,7 +134,6 @@ def test_each_check_shows_what_is(roots: Roots) -> None:
                   == (text, colour), 2, f"step {number}: {text} in {colour}")
     assert len(root.calls("route")) == sum(step[2] for step in steps)
     assert len(root.calls("ifconfig")) == 1 + len(steps), "a check for each signal"
-    leave(root)
 
 
 def test_any_ppp_interface_counts(roots: Roots) -> None:
@@ -148,7 +144,6 @@ def test_any_ppp_interface_counts(roots: Roots) -> None:
         root.answer("ifconfig", f"echo '{text}'")
         check_link(root, up)
     assert {call.arguments for call in root.calls("route")} == {"add default ppp0"}
-    leave(root)
 
 
 @pytest.mark.parametrize("moment", [row(f"clock {name}", moment) for name, moment in STEPS.items()])
