@@ -51,7 +51,7 @@ GROUPS = {
     "launch": Group("state inherited from the parent process", ("program/test_launch.py::",)),
     "commands": Group("external commands fail or misbehave", ("program/test_commands.py::",)),
     "files": Group("unexpected file types and contents", ("program/test_files.py::",)),
-    "values": Group("unusual parameter values", ("program/test_params.py::test_value[",)),
+    "values": Group("unusual parameter values", ("program/test_params.py::test_unusual[",)),
     "devices": Group("F-RAM chip and modem port fail", (
         "program/test_modem.py::test_chip[", "program/test_modem.py::test_port[")),
     "clock": Group("the clock steps during a wait", tuple(

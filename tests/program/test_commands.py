@@ -7,8 +7,7 @@ import pytest
 
 from panel.constants import APN
 from privateroot.files import STAND_IN, STAND_INS
-from privateroot.operating import (DIALLING, SECONDS, check_link, expect, leave, link_shown,
-                                   started, wait_link)
+from privateroot.operating import DIALLING, SECONDS, check_link, expect, link_shown, wait_link
 from privateroot.process import PrivateRoot
 from program.injection import connecting, leave_unseen, unseen_root
 from program.programtest import EDITED, LATE, PRINTS_LATE, TYPED, generated, row, stored
@@ -90,30 +89,28 @@ def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
 @pytest.mark.parametrize("name, deed", [
     row(f"{name} {deed}", name, deed, everyday=(name, deed) in EVERYDAY)
     for name in (*NAMES, *TOOLS) for deed in (DEEDS if name in NAMES else (MISSING,))])
-def test_command(name: str, deed: str) -> None:
+def test_command(root: PrivateRoot, name: str, deed: str) -> None:
     """Check that the program shows the link and dials as far as the faulty command permits, does
     not grow, and works as before once the command is mended."""
     silent = not DEEDS[deed][1]
     shown = not (silent and name in ("ifconfig", *TOOLS))
-    with started() as root:
-        if not shown:
-            check_link(root, True)
-        before, calls = peak_kib(root), len(root.calls(name))
-        spoil(root, name, deed)
-        check_link(root, True, shown)
-        if name == "killall":
-            disconnect(root, silent)
-        if link_shown(root.panel.screen(), True):
-            check_link(root, False)
-        root.set_link(False)
-        connect(root, name, deed, silent and name in ("ls", *TOOLS))
-        if deed == LATER:
-            root.wait_until(lambda: root.read(LATE), SECONDS, "it is not killed by its output")
-        expect(deed == MISSING or len(root.calls(name)) > calls, f"{name} was called")
-        mend(root, name)
+    if not shown:
         check_link(root, True)
-        expect_peak(root, before)
-        leave(root)
+    before, calls = peak_kib(root), len(root.calls(name))
+    spoil(root, name, deed)
+    check_link(root, True, shown)
+    if name == "killall":
+        disconnect(root, silent)
+    if link_shown(root.panel.screen(), True):
+        check_link(root, False)
+    root.set_link(False)
+    connect(root, name, deed, silent and name in ("ls", *TOOLS))
+    if deed == LATER:
+        root.wait_until(lambda: root.read(LATE), SECONDS, "it is not killed by its output")
+    expect(deed == MISSING or len(root.calls(name)) > calls, f"{name} was called")
+    mend(root, name)
+    check_link(root, True)
+    expect_peak(root, before)
 
 
 def test_route_prints_much_unseen() -> None:

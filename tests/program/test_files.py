@@ -7,7 +7,8 @@ from pathlib import Path
 import pytest
 
 from panel.constants import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
-from privateroot.operating import AUTO, alive, expect, leave, started, stored_root
+from privateroot.operating import AUTO, alive, expect, leave
+from program.conftest import Roots
 from program.injection import (TRACE, Call, Fault, connect_and_leave, expect_injected, launch,
                                unseen_root)
 from program.programtest import (DEFAULTS, EDITED, expect_stored, generated, row, shown,
@@ -37,72 +38,71 @@ KINDS: dict[str, Make] = {
     row(f"{path}: {name}{'' if at_start else ' from Connect on'}", path, make, at_start,
         everyday=at_start == (name == "a loop of links") and path in (PARAMETERS, PEER_FILE))
     for path in FILES for name, make in KINDS.items() for at_start in (True, False)])
-def test_kind(placed: str, make: Make, at_start: bool) -> None:
+def test_kind(roots: Roots, placed: str, make: Make, at_start: bool) -> None:
     """Check that the program shows the file's defaults, writes all other files and starts pppd. If
     the parameters cannot be read again, it keeps the earlier ones.
     @param at_start true to place it before the start, false before Connect"""
-    with stored_root() as root:
-        path = root.host(placed)
-        if not at_start:
-            root.start()
-        path.unlink(missing_ok=True)
-        make(path)
-        before = path.lstat()
-        if at_start:
-            seen = shown(root.start())
-            expect(seen == (DEFAULTS if placed == PARAMETERS else STORED), f"{seen!r} is shown")
-        wanted = {AUTO_CONNECT: AUTO}
-        if placed != PARAMETERS or not at_start:  # else an edit would be an edit of defaults
-            type_and_connect(root)
-            values = STORED if placed == PARAMETERS else EDITED
-            wanted |= {PARAMETERS: values, **generated(values)}
-        wanted.pop(placed, None)
-        alive(root)
-        for other, content in wanted.items():
-            expect(root.content(other) == content, f"{other} holds {root.content(other)!r}")
-        leave(root)
-        for other, content in wanted.items():
-            expect(root.content(other) == content, f"Exit leaves {root.content(other)!r}")
-        after = path.lstat()
-        expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode), "its kind stays")
+    root = roots.stored()
+    path = root.host(placed)
+    if not at_start:
+        root.start()
+    path.unlink(missing_ok=True)
+    make(path)
+    before = path.lstat()
+    if at_start:
+        seen = shown(root.start())
+        expect(seen == (DEFAULTS if placed == PARAMETERS else STORED), f"{seen!r} is shown")
+    wanted = {AUTO_CONNECT: AUTO}
+    if placed != PARAMETERS or not at_start:  # else an edit would be an edit of defaults
+        type_and_connect(root)
+        values = STORED if placed == PARAMETERS else EDITED
+        wanted |= {PARAMETERS: values, **generated(values)}
+    wanted.pop(placed, None)
+    alive(root)
+    for other, content in wanted.items():
+        expect(root.content(other) == content, f"{other} holds {root.content(other)!r}")
+    leave(root)
+    for other, content in wanted.items():
+        expect(root.content(other) == content, f"Exit leaves {root.content(other)!r}")
+    after = path.lstat()
+    expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode), "its kind stays")
 
 
 @pytest.mark.parametrize("directory, values, written", (
     row("parameters on a read-only file system", "/quenfold", STORED, True),
     row("scripts on a read-only file system", "/etc/ppp", EDITED, False, everyday=True)))
-def test_read_only(directory: str, values: bytes, written: bool) -> None:
+def test_read_only(roots: Roots, directory: str, values: bytes, written: bool) -> None:
     """Check that pppd is started and the files in other directories get these values."""
-    with started(mounts=["--remount-ro", directory]) as root:
-        type_and_connect(root)
-        alive(root)
-        leave(root)
-        expect_stored(root, values)
-        for path, content in generated(values).items():
-            expect(root.read(path) == (content if written else None), f"{path} is as it was")
+    root = roots.started(mounts=["--remount-ro", directory])
+    type_and_connect(root)
+    alive(root)
+    leave(root)
+    expect_stored(root, values)
+    for path, content in generated(values).items():
+        expect(root.read(path) == (content if written else None), f"{path} is as it was")
 
 
 @pytest.mark.parametrize("path, taken", [
     row(f"{path}: of another owner, {'taken over' if taken else 'for good'}", path, taken,
         everyday=path == CHAT_SCRIPT) for path in EARLIER for taken in (False, True)])
-def test_owner(path: str, taken: bool) -> None:
+def test_owner(roots: Roots, path: str, taken: bool) -> None:
     """Run the program with the user id of another user, who owns none of the files.
     @param taken true when fchown is faked to succeed, false when the private root refuses it"""
     fault = Fault(Call("getuid,geteuid", 1), f"retval={OTHERS_ID}", lasting=True)
     how = launch(fault, (), "getuid,geteuid,fchown")
     if taken:
         how = how.replace(" -D ", " -D -e inject=fchown:retval=0 ", 1)
-    with stored_root(launch=how) as root:
-        root.write(path, EARLIER[path])
-        root.host(path).chmod(0o644)
-        type_and_connect(root.start())
-        alive(root)
-        expect_injected(root)
-        trace = root.content(TRACE).decode()
-        expect(f"<{path}>, {OTHERS_ID}, " in trace, f"its owner is changed: {trace}")
-        content = {PARAMETERS: EDITED, **generated(EDITED)}[path]
-        expect(root.content(path) == content, f"its content: {root.content(path)!r}")
-        expect(root.mode(path) == "600", f"its mode: {root.mode(path)}")
-        leave(root)
+    root = roots.stored(launch=how)
+    root.write(path, EARLIER[path])
+    root.host(path).chmod(0o644)
+    type_and_connect(root.start())
+    alive(root)
+    expect_injected(root)
+    trace = root.content(TRACE).decode()
+    expect(f"<{path}>, {OTHERS_ID}, " in trace, f"its owner is changed: {trace}")
+    content = {PARAMETERS: EDITED, **generated(EDITED)}[path]
+    expect(root.content(path) == content, f"its content: {root.content(path)!r}")
+    expect(root.mode(path) == "600", f"its mode: {root.mode(path)}")
 
 
 @pytest.mark.torture

@@ -10,7 +10,7 @@ import pytest
 
 from panel.constants import STORED
 from privateroot.files import LAUNCH
-from privateroot.operating import alive, ended, expect, leave, started, stored_root
+from privateroot.operating import alive, ended, expect, leave, stored_root
 from program.conftest import Roots
 from program.injection import (Fault, connect_and_leave, connecting, expect_injected, launch,
                                leave_unseen, phases, unseen_root, untouched_run)
@@ -56,23 +56,24 @@ def closing(*numbers: int) -> str:
     *(row(name, *reader, (), "", everyday="error" in name) for name, reader in READERS.items()),
     row("32 descriptors", LAUNCH, "ulimit -n 32\n", (), ""),
     row("little environment", LAUNCH, "unset HOME XDG_RUNTIME_DIR LC_ALL\n", (), "")])
-def test_launch(command: str, setup: str, closed: tuple[int, ...], signal: str) -> None:
+def test_launch(roots: Roots, command: str, setup: str, closed: tuple[int, ...],
+                signal: str) -> None:
     """Check that the program starts, serves a link check, dials and exits, and that closed
     descriptors lead to /dev/null."""
-    with started(launch=command, setup=setup) as root:
-        for number in closed:
-            found = root.descriptors().get(number)
-            expect(found == "/dev/null", f"descriptor {number} is {found}")
+    root = roots.started(launch=command, setup=setup)
+    for number in closed:
+        found = root.descriptors().get(number)
+        expect(found == "/dev/null", f"descriptor {number} is {found}")
+    alive(root)
+    type_and_connect(root)
+    expect_stored(root, EDITED)
+    if signal:
+        root.signal(Signals[f"SIG{signal}"])
+    if signal in STOPS:
+        ended(root)
+    else:
         alive(root)
-        type_and_connect(root)
-        expect_stored(root, EDITED)
-        if signal:
-            root.signal(Signals[f"SIG{signal}"])
-        if signal in STOPS:
-            ended(root)
-        else:
-            alive(root)
-            leave(root)
+        leave(root)
 
 
 # Without the inspector, whose activity hides the effect of a signal on the program.

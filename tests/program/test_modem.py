@@ -160,16 +160,15 @@ def query(root: PrivateRoot, text: str) -> None:
 @pytest.mark.parametrize("fault", [
     row(f"signal query: {make(call)}", make(call), everyday=make is once and call.name == "write")
     for call in QUERY_CALLS for make in (once, lasting, interrupted)])
-def test_port(fault: Fault) -> None:
+def test_port(roots: Roots, fault: Fault) -> None:
     """Run a query with a fault and a query after it."""
     at_once, ever = QUERY_CALLS[fault.call]
-    with stored_root(launch=launch(fault, (PORT,))) as root:
-        root.write(PORT, "." * len(QUERY) + REPLY)
-        root.start()
-        query(root, ever if fault.lasting and fault.call.name == "read" else at_once)
-        expect_injected(root)
-        if fault.call.name != "close":
-            root.wait_until(lambda: PORT not in root.descriptors().values(), 2, "the port closed")
-        query(root, ever if fault.lasting else REPLY)
-        alive(root)
-        leave(root)
+    root = roots.stored(launch=launch(fault, (PORT,)))
+    root.write(PORT, "." * len(QUERY) + REPLY)
+    root.start()
+    query(root, ever if fault.lasting and fault.call.name == "read" else at_once)
+    expect_injected(root)
+    if fault.call.name != "close":
+        root.wait_until(lambda: PORT not in root.descriptors().values(), 2, "the port closed")
+    query(root, ever if fault.lasting else REPLY)
+    alive(root)

@@ -158,7 +158,7 @@ def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
     assert left == ((None, None) if full_at_first else (parameters, auto))
 
 
-def test_edits_are_saved_trimmed_in_place(roots: Roots) -> None:
+def test_saved_trimmed_in_place(roots: Roots) -> None:
     root = roots.stored()
     root.write(CHAT_SCRIPT, "old")
     before = root.host(PARAMETERS).stat().st_ino
@@ -173,7 +173,7 @@ def test_edits_are_saved_trimmed_in_place(roots: Roots) -> None:
 
 @pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)
                                   for name, text in VALUES.items()])
-def test_value(roots: Roots, text: str) -> None:
+def test_unusual(roots: Roots, text: str) -> None:
     """Store the value in each field, after the field's number, and check the parameter file and the
     generated files after an edit of another field."""
     value = text.encode(errors="surrogatepass")
