@@ -7,9 +7,9 @@ from pathlib import Path
 
 import pytest
 
-from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL, FIELDS, FILES, LOGS,
-                         MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS,
-                         STORED_AUTO, UNDETECTED, USER, stored_parameters)
+from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL, FIELDS, FILES,
+                             LOGS, MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS,
+                             STORED_AUTO, UNDETECTED, USER, stored_parameters)
 from panel.panel import Panel
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave

@@ -6,7 +6,7 @@ from collections.abc import Sequence
 import pytest
 
 from panel.constants import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
-                         PASSWORD, PEER_FILE, STORED, stored_parameters)
+                             PASSWORD, PEER_FILE, STORED, stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import AUTO, alive, connect, leave
 from privateroot.process import PrivateRoot
