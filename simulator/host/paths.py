@@ -14,8 +14,7 @@ TRANSLATIONS = ROOT / "resources/translations"
 
 BUILD = ROOT / "build"
 BOARD = BUILD / ARCH.board
-SYSROOT = BOARD / "sysroot"
-SYSROOT_NAME = BOARD / "sysroot.name"  # holds the path that the cross build uses
+SYSROOT_NAME = BOARD / "sysroot.name"  # has the path of the sysroot
 MACHINE = BOARD / "machine"
 APP_DISK = BOARD / "app.ext4"
 RUNS = BUILD / "runs"
@@ -23,7 +22,7 @@ ARM = BUILD / ARCH.preset
 
 
 def cache() -> Path:
-    """Return the directory of the downloads, which all build directories share."""
+    """Return the directory of the unpacked packages, which all build directories share."""
     named = os.environ.get("CORVANTA_CACHE")
     if named:
         return Path(named).absolute()

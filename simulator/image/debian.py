@@ -1,26 +1,32 @@
 """
-Fetches the board's Debian packages, with apt and a private apt root in the cache.
+Unpacks the board's Debian packages, with mmdebstrap, into directories of the cache.
 
-Only the mirror and the proxies come from the host's apt configuration. Adding the
+Only the mirror and the settings for downloads come from the host's apt configuration. Adding the
 board's architecture to it would need root and fail on mirrors whose security suite lacks it.
 """
 
-import hashlib
 import os
 import platform
 import re
-from dataclasses import dataclass
+import tempfile
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from host import programs
 from host.architecture import ARCH
 from host.errors import BoardError
 from host.files import fingerprint, locked, read_list, remove, whole
-from host.paths import cache
+from host.paths import IMAGE_DATA, cache
 
 SUITES = ("bookworm", "trixie")  # Debian 12 and 13
 COMPONENT = "main"
-KEYRING = Path("/usr/share/keyrings/debian-archive-keyring.gpg")
+ARCHIVES = "var/cache/apt/archives"
+# Globs of files that mmdebstrap makes for apt, or copies from the host.
+LEFT_BEHIND = ("dev/*", "etc/apt", "etc/fstab", "etc/hostname", "etc/resolv.conf", "tmp/*",
+               "var/cache/apt", "var/lib/apt", "var/lib/dpkg/arch", "var/log/apt")
+PRUNED = IMAGE_DATA / "prune.txt"
+# Debian 12 has merged these directories, but packages still ship files under both names.
+MERGE_USR = 'cd "$1" && mkdir -p usr/bin usr/sbin usr/lib && ln -s usr/bin usr/sbin usr/lib .'
 
 
 def suite() -> str:
@@ -34,65 +40,25 @@ def suite() -> str:
     return name
 
 
-def package_list(file: Path) -> list[str]:
+def _wanted(kind: str) -> list[str]:
     """Return the package names of a list; words after a name are the suites or the architectures
     that have it."""
-    lines = [line.split() for line in read_list(file)]
+    lines = [line.split() for line in read_list(IMAGE_DATA / f"{kind}-packages.txt")]
     return [name for name, *only in lines if not only or {suite(), ARCH.name} & set(only)]
 
 
-@dataclass(frozen=True)
-class Mirror:
-    """A mirror of the suite, and the keyring that verifies its index."""
-
-    uri: str
-    keyring: Path = KEYRING
-
-
-def mirrors_of_list(text: str) -> list[Mirror]:
-    """Return the mirrors of the suite from text in one-line format (sources.list)."""
-    found = []
-    for line in text.splitlines():
-        match = re.match(r"\s*deb\s+(?:\[([^]]*)\]\s+)?(\S+)\s+(\S+)\s+([^#]*)", line)
-        if match and match[3] == suite() and COMPONENT in match[4].split():
-            signed = re.search(r"signed-by=(/[^\s,]+)", match[1] or "", re.IGNORECASE)
-            found.append(Mirror(match[2], Path(signed[1]) if signed else KEYRING))
-    return found
-
-
-def mirrors_of_stanzas(text: str) -> list[Mirror]:
-    """Return the mirrors of the suite from text in deb822 format (*.sources)."""
-    found = []
-    text = "\n".join(line for line in text.splitlines() if not line.startswith("#"))
-    for stanza in re.split(r"\n\s*\n", text):
-        # A line that starts with a space or tab continues the field.
-        fields = {name.lower(): value.split() for name, value in
-                  re.findall(r"^([\w-]+):((?:.*)(?:\n[ \t].*)*)", stanza, re.MULTILINE)}
-        if (fields.get("enabled", ["yes"])[0].lower() in ("no", "false")
-                or "deb" not in fields.get("types", [])
-                or suite() not in fields.get("suites", [])
-                or COMPONENT not in fields.get("components", [])):
-            continue
-        signed = (fields.get("signed-by") or [""])[0]
-        keyring = Path(signed) if signed.startswith("/") else KEYRING
-        found += [Mirror(uri, keyring) for uri in fields.get("uris", [])]
-    return found
-
-
-def find_mirror(etc: Path = Path("/etc/apt")) -> Mirror:
+def find_mirror() -> str:
     """Return the mirror in CORVANTA_MIRROR, or else the host's own mirror for its release."""
-    named = os.environ.get("CORVANTA_MIRROR")
-    if named:
-        return Mirror(named)
-    found: list[Mirror] = []
-    for file in [etc / "sources.list", *sorted((etc / "sources.list.d").glob("*"))]:
-        if file.is_file() and file.suffix in (".list", ".sources"):
-            parse = mirrors_of_stanzas if file.suffix == ".sources" else mirrors_of_list
-            found += parse(file.read_text(encoding="utf-8", errors="replace"))
+    if named := os.environ.get("CORVANTA_MIRROR"):
+        return named
+    found = programs.run(
+        ["apt-get", "indextargets", "--no-release-info", "--format=$(REPO_URI)",
+         "Created-By: Packages", f"Release: {suite()}", f"Component: {COMPONENT}"],
+        "reading the host's apt sources")
     if not found:
         raise BoardError(f"no mirror of Debian's {suite()} {COMPONENT} is in this host's apt "
-                         f"sources ({etc}); name one: CORVANTA_MIRROR=http://.../debian")
-    return found[0]
+                         "sources; name one: CORVANTA_MIRROR=http://.../debian")
+    return found.decode().split()[0]
 
 
 def acquire_settings() -> str:
@@ -103,111 +69,97 @@ def acquire_settings() -> str:
     return "\n".join(lines)
 
 
-@dataclass(frozen=True)
-class Package:
-    """One line of a manifest: a package file as the mirror's signed index describes it."""
+def directory(kind: str) -> Path:
+    """
+    Return the directory of unpacked(kind), which need not exist.
 
-    algorithm: str
-    digest: str
-    size: int
-    name: str
+    Its name changes with the list of packages and with the way in which they are unpacked.
 
-    def intact_in(self, folder: Path) -> bool:
-        file = folder / self.name
-        if not file.is_file() or file.stat().st_size != self.size:
-            return False
-        with open(file, "rb") as data:
-            return hashlib.file_digest(data, self.algorithm).hexdigest() == self.digest
+    @param kind  the list, as in image/data/KIND-packages.txt
+    """
+    key = fingerprint([suite(), *_wanted(kind), PRUNED, Path(__file__)])
+    return cache() / f"{kind}-{ARCH.name}-{key[:16]}"
 
 
-def manifest(wanted: list[str]) -> Path:
-    """Return the cache file with the resolved package files of a list of packages."""
-    return cache() / f"manifest-{fingerprint([suite(), ARCH.name, *wanted])[:16]}.txt"
+def unpacked(kind: str, for_host: bool = False) -> Path:
+    """
+    Return a directory with the packages of a list and with all that they depend on.
+
+    They are recorded in its dpkg database; their maintainer scripts do not run.
+
+    @param kind  as in directory()
+    @param for_host  true when programs of the host use the directory where it is: its links become
+           relative, and the database has its files' paths on the host
+    @raise BoardError when the download fails
+    """
+    tree = directory(kind)
+    with locked(tree.with_name(f"{kind}-{ARCH.name}.lock")):
+        if not tree.is_dir():
+            with whole(tree) as unfinished:
+                _unpack(_wanted(kind), unfinished)
+                _record_all(unfinished, str(tree) if for_host else "")
+                for pattern in (*LEFT_BEHIND, *read_list(PRUNED)):
+                    for path in unfinished.glob(pattern):
+                        remove(path)
+                if for_host:
+                    _make_links_relative(unfinished)
+    return tree
 
 
-class Archive:
-    """Package files in the cache, with a manifest of the resolved files for each package list."""
+def _unpack(wanted: list[str], into: Path) -> None:
+    mirror = find_mirror()
+    with tempfile.NamedTemporaryFile("w", suffix=".conf") as config:
+        config.write(f'{acquire_settings()}\nAcquire::Retries "3";\n')
+        config.flush()
+        # Extracting runs no program of the board, so neither root nor an emulator is needed.
+        programs.run(["mmdebstrap", "--quiet", "--mode=chrootless", "--variant=extract",
+                      f"--architectures={ARCH.name}", f"--aptopt={config.name}",
+                      f"--include={','.join(wanted)}", f"--setup-hook={MERGE_USR}",
+                      "--skip=cleanup,check/chrootless", suite(), into,
+                      f"deb {mirror} {suite()} {COMPONENT}"],
+                     f"fetching Debian packages from {mirror} (network, proxy or mirror at fault?)")
 
-    def __init__(self) -> None:
-        self.folder = cache() / "packages"
-        self.root = cache() / f"apt-{ARCH.name}"
 
-    def fetch(self, wanted: list[str]) -> list[Path]:
-        """
-        Fetch these packages and their dependencies, unless they are in the cache.
+def _make_links_relative(tree: Path) -> None:
+    """Make absolute links relative, so that the linker does not leave the directory."""
+    for link in tree.rglob("*"):
+        if link.is_symlink() and link.readlink().is_absolute():
+            up = "../" * (len(link.relative_to(tree).parts) - 1)
+            target = up + str(link.readlink()).lstrip("/")
+            link.unlink()
+            link.symlink_to(target)
 
-        @return their package files, verified
-        @raise BoardError when the download fails
-        """
-        with locked(cache() / "packages.lock"):
-            packages = self._known(wanted)
-            if packages is None or not all(p.intact_in(self.folder) for p in packages):
-                packages = self._download(wanted)
-        return [self.folder / p.name for p in packages]
 
-    def _known(self, wanted: list[str]) -> list[Package] | None:
-        try:
-            lines = manifest(wanted).read_text(encoding="utf-8").splitlines()
-            fields = [line.split() for line in lines]
-            return [Package(kind, digest, int(size), name)
-                    for kind, digest, size, name in fields] or None
-        except (OSError, ValueError):
-            return None
+def _record_all(root: Path, prefix: str) -> None:
+    """Record packages as installed in the dpkg database of the directory that has their files."""
+    packages = sorted((root / ARCHIVES).glob("*.deb"))
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        stanzas = pool.map(lambda package: _record(package, root, prefix), packages)
+        (root / "var/lib/dpkg/status").write_text("\n".join(stanzas), encoding="utf-8")
+    (root / "var/lib/dpkg/info/format").write_text("1\n")
 
-    def _download(self, wanted: list[str]) -> list[Package]:
-        mirror = find_mirror()
-        if not mirror.keyring.is_file():
-            raise BoardError(f"{mirror.keyring} is missing; install the package "
-                             "debian-archive-keyring")
-        env = {"APT_CONFIG": str(self._apt_root(mirror))}
-        install = ["apt-get", "-y", "install"]
-        hint = f"fetching Debian packages from {mirror.uri} (network, proxy or mirror at fault?)"
-        programs.run(["apt-get", "update", "-o", "APT::Update::Error-Mode=any"], hint, env=env)
-        # apt omits files that its archives directory has, so name a directory without any.
-        uris = programs.run(
-            [*install, "-qq", "-o", f"Dir::Cache::archives={self.root}/none", "--print-uris",
-             *wanted], hint, env=env).decode()
-        packages = [Package(kind.removesuffix("Sum").lower(), digest, int(size), name)
-                    for name, size, kind, digest in
-                    re.findall(r"^'[^']+' (\S+) (\d+) (\w+):([0-9a-f]+)$", uris, re.MULTILINE)]
-        # apt accepts a file of the right size without checking its digest.
-        for package in packages:
-            if not package.intact_in(self.folder):
-                remove(self.folder / package.name)
-        programs.run([*install, "-q", "--download-only", *wanted], hint, env=env)
-        broken = [p.name for p in packages if not p.intact_in(self.folder)]
-        if broken or not packages:
-            raise BoardError(f"{hint}: damaged or missing: {', '.join(broken) or 'all of them'}")
-        with whole(manifest(wanted)) as unfinished:
-            unfinished.write_text("".join(
-                f"{p.algorithm} {p.digest} {p.size} {p.name}\n" for p in packages))
-        return packages
 
-    def _apt_root(self, mirror: Mirror) -> Path:
-        """Write an apt configuration without the host's packages. @return its file"""
-        for folder in ("lists/partial", "etc/apt.conf.d", "etc/preferences.d", "log", "dpkg"):
-            (self.root / folder).mkdir(parents=True, exist_ok=True)
-        (self.folder / "partial").mkdir(parents=True, exist_ok=True)
-        (self.root / "dpkg/status").write_text("")
-        (self.root / "sources.list").write_text(
-            f"deb [arch={ARCH.name} signed-by={mirror.keyring}] {mirror.uri} {suite()} {COMPONENT}\n")
-        config = self.root / "apt.conf"
-        config.write_text(f"""{acquire_settings()}
-Acquire::Languages "none";
-Acquire::Retries "3";
-APT::Architecture "{ARCH.name}";
-APT::Architectures {{ "{ARCH.name}"; }};
-APT::Install-Recommends "false";
-APT::Sandbox::User "";
-Dir::Cache "{self.root}";
-Dir::Cache::archives "{self.folder}";
-Dir::Etc "{self.root}/etc";
-Dir::Etc::sourcelist "{self.root}/sources.list";
-Dir::Etc::trusted "/etc/apt/trusted.gpg";
-Dir::Etc::trustedparts "/etc/apt/trusted.gpg.d";
-Dir::Log "{self.root}/log";
-Dir::State "{self.root}";
-Dir::State::lists "{self.root}/lists";
-Dir::State::status "{self.root}/dpkg/status";
-""", encoding="utf-8")
-        return config
+def _record(package: Path, root: Path, prefix: str) -> str:
+    """Write a package's files of the database. @return its stanza of the status file"""
+    def ask(*question: str | Path) -> str:
+        return programs.run(["dpkg-deb", *question], f"reading {package.name}").decode()
+
+    info = root / "var/lib/dpkg/info"
+    with tempfile.TemporaryDirectory() as extracted:
+        ask("--control", package, extracted)
+        control = Path(extracted, "control").read_text(encoding="utf-8").rstrip() + "\n"
+        fields = dict(re.findall(r"^(\S+): (.*)$", control, re.MULTILINE))
+        name = fields["Package"]
+        if fields.get("Multi-Arch") == "same":
+            name += f":{fields['Architecture']}"
+        for kind in ("shlibs", "symbols"):  # dpkg-shlibdeps reads them
+            if (kept := Path(extracted, kind)).is_file():
+                (info / f"{name}.{kind}").write_bytes(kept.read_bytes())
+    # Paths from the sixth column on, with /bin, /sbin and /lib moved below /usr.
+    paths = re.findall(r"^(?:\S+ +){5}\.(/.*?)/?(?: -> .*| link to .*)?$",
+                       ask("--contents", package), re.MULTILINE)
+    (info / f"{name}.list").write_text("/.\n" + "".join(
+        prefix + re.sub(r"^/(bin|sbin|lib)/", r"/usr/\1/", path) + "\n"
+        for path in paths if path != "/"),
+        encoding="utf-8")
+    return control.replace("\n", "\nStatus: install ok installed\n", 1)

@@ -5,10 +5,10 @@ from collections.abc import Callable
 from pathlib import Path
 
 from host import programs
+from host.architecture import ARCH
 from host.files import MARK, fingerprint, is_current, locked, mark_current, whole
-from host.paths import BOARD, IMAGE_DATA, MACHINE, cache
+from host.paths import BOARD, MACHINE, cache
 from image import rootfs, sysroot
-from image.debian import Archive, package_list
 from machine import qemu
 from panel.constants import SIZES
 from virtualboard.board import FORGET, Board, state_file
@@ -36,11 +36,7 @@ def ensure(say: Say) -> Path:
     @param say  called with progress messages
     """
     programs.require_packages()
-    board = Archive().fetch(package_list(IMAGE_DATA / "board-packages.txt"))
-    initramfs = Archive().fetch(package_list(IMAGE_DATA / "initramfs-packages.txt"))
-    version = programs.run(["qemu-system-arm", "--version"], "asking QEMU for its version").decode()
-    key = fingerprint([version, Path(__file__), Path(qemu.__file__), *rootfs.inputs(),
-                       *(package.name for package in (*board, *initramfs))])
+    key = _fingerprint()
     with locked(BOARD / "machine.lock"):
         if is_current(MACHINE, key):
             return MACHINE
@@ -49,19 +45,25 @@ def ensure(say: Say) -> Path:
             _copy(saved, MACHINE)
             say("copied the image from the cache")
             return MACHINE
-        _build(board, initramfs, key, say)
+        _build(key, say)
         with locked(cache() / "machine.lock"):
             _copy(MACHINE, saved)
             _forget_old()
     return MACHINE
 
 
-def _build(board: list[Path], initramfs: list[Path], key: str, say: Say) -> None:
+def _fingerprint() -> str:
+    here = Path(__file__)
+    version = programs.run([ARCH.qemu[0], "--version"], "asking QEMU for its version").decode()
+    return fingerprint([version, here, Path(qemu.__file__), *ARCH.qemu, *rootfs.inputs()])
+
+
+def _build(key: str, say: Say) -> None:
     root = sysroot.ensure()
     with whole(MACHINE) as unfinished:
         unfinished.mkdir()
         say("building the disk image")
-        rootfs.build(board, initramfs, root, unfinished)
+        rootfs.build(root, unfinished)
         _save_states(unfinished, say)
         mark_current(unfinished, key)
 

@@ -1,124 +1,80 @@
-"""Where Debian's packages come from, and what is done about downloads that go wrong."""
+"""Where Debian's packages come from, and failed downloads."""
 
-import hashlib
 import os
+import subprocess
 import tempfile
 import unittest
-from collections.abc import Callable
 from pathlib import Path
 from unittest import mock
 
 from host import programs
 from host.errors import BoardError
 from image import debian
-from image.debian import Archive, Mirror
 
 SUITE = debian.suite()
-ONE_LINE = [
-    ("options", f"deb [arch=amd64 signed-by=/k.gpg] http://a/debian {SUITE} main contrib",
-     [Mirror("http://a/debian", Path("/k.gpg"))]),
-    ("source packages", f"deb-src http://a/debian {SUITE} main", []),
-    ("commented out", f"# deb http://a/debian {SUITE} main", []),
-    ("security suite", f"deb http://a/security {SUITE}-security main", []),
-    ("other component", f"deb http://a/debian {SUITE} contrib # main", []),
-]
-STANZAS = [
-    ("comment between fields, folded field", "Types: deb deb-src\n# old\nURIs:\n http://a/debian\n"
-     f" http://b/debian\nSuites: {SUITE} {SUITE}-updates\nComponents: main\nSigned-By: /k.gpg",
-     [Mirror("http://a/debian", Path("/k.gpg")), Mirror("http://b/debian", Path("/k.gpg"))]),
-    ("disabled", f"Enabled: no\nTypes: deb\nURIs: http://a/debian\nSuites: {SUITE}\n"
-     "Components: main", []),
-    ("second stanza, key inside", f"Types: deb\nURIs: http://a/s\nSuites: {SUITE}-security\n"
-     f"Components: main\n\nTypes: deb\nURIs: http://a/debian\nSuites: {SUITE}\nComponents: main\n"
-     "Signed-By:\n -----BEGIN PGP PUBLIC KEY BLOCK-----\n .\n x", [Mirror("http://a/debian")]),
-]
-
-# Stands in for apt: its mirror is the folder $MIRROR, its index the lines of $MIRROR/index.
-APT = """#!/bin/bash
-case "$*" in
-*--print-uris*) cat "$MIRROR/index" ;;
-*--download-only*)
-    [[ -e $MIRROR/down ]] && { echo "E: the mirror is down" >&2; exit 100; }
-    for file in "$MIRROR"/*.deb; do cp -n "$file" "$ARCHIVES"; done ;;
-esac
+SOURCES = {
+    "one.list": f"deb-src http://src/debian {SUITE} main\n"
+                f"# deb http://comment/debian {SUITE} main\n"
+                f"deb http://security/debian {SUITE}-security main\n"
+                f"deb http://contrib/debian {SUITE} contrib\n"
+                f"deb [arch=amd64] http://list/debian {SUITE} contrib main",
+    "two.sources": f"Enabled: no\nTypes: deb\nURIs: http://disabled\nSuites: {SUITE}\n"
+                   "Components: main\n\n"
+                   f"Types: deb deb-src\nURIs:\n http://stanza/debian\nSuites: {SUITE}-updates "
+                   f"{SUITE}\nComponents: main"}
+# Stands in for mmdebstrap: makes a package, or fails like apt.
+MMDEBSTRAP = """#!/bin/bash
+[[ ! -e $MIRROR/down ]] || { echo "E: the mirror is down" >&2; exit 25; }
+root=${*: -2:1}
+mkdir -p "$root"/{DEBIAN,usr/bin,usr/share/doc,var/lib/dpkg/info,var/cache/apt/archives}
+printf 'Package: a\\nVersion: 1\\nArchitecture: all\\nMaintainer: b\\nDescription: c\\n' \
+    >"$root/DEBIAN/control"
+touch "$root/usr/bin/a"
+dpkg-deb --build "$root" "$MIRROR/a.deb" >&2
+rm -r "$root/DEBIAN"
+cp "$MIRROR/a.deb" "$root/var/cache/apt/archives"
 """
 
 
-class FindingTheMirror(unittest.TestCase):
-    def test_both_formats(self) -> None:
-        for parse, table in ((debian.mirrors_of_list, ONE_LINE),
-                             (debian.mirrors_of_stanzas, STANZAS)):
-            for name, text, expected in table:
-                with self.subTest(name):
-                    self.assertEqual(parse(text), expected)
-
-    @mock.patch.dict(os.environ)
-    def test_looks_into_every_file(self) -> None:
-        os.environ.pop("CORVANTA_MIRROR", None)
-        with tempfile.TemporaryDirectory() as etc:
-            parts = Path(etc, "sources.list.d")
-            parts.mkdir()
-            (parts / "debian.sources.bak").write_text(STANZAS[-1][1])
-            with self.assertRaisesRegex(BoardError, "CORVANTA_MIRROR="):
-                debian.find_mirror(Path(etc))
-            (parts / "debian.sources").write_text(STANZAS[-1][1])
-            self.assertEqual(debian.find_mirror(Path(etc)).uri, "http://a/debian")
-
-
-class Downloading(unittest.TestCase):
+class Debian(unittest.TestCase):
     def setUp(self) -> None:
-        folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
-        self.mirror, self.cache, stand_ins = folder / "m", folder / "cache", folder / "bin"
-        self.mirror.mkdir()
-        stand_ins.mkdir()
-        (stand_ins / "apt-get").write_text(APT)
-        (stand_ins / "apt-get").chmod(0o755)
-        self.archives = self.cache / "packages"
-        self.enterContext(mock.patch.dict(os.environ, CORVANTA_CACHE=str(self.cache),
-                                          MIRROR=str(self.mirror), ARCHIVES=str(self.archives)))
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.enterContext(mock.patch.dict(os.environ, CORVANTA_CACHE=str(self.folder / "cache"),
+                                          MIRROR=str(self.folder), CORVANTA_MIRROR="http://mirror"))
+
+    def test_mirror_is_the_one_of_the_host(self) -> None:
+        parts = self.folder / "sources.list.d"
+        parts.mkdir()
+        config = self.folder / "apt.conf"
+        config.write_text(f'Dir::Etc "{self.folder}/"; Dir::State "{self.folder}/";')
+        os.environ["APT_CONFIG"] = str(config)
+        self.assertEqual(debian.find_mirror(), "http://mirror")
+        del os.environ["CORVANTA_MIRROR"]
+        with self.assertRaisesRegex(BoardError, "CORVANTA_MIRROR="):
+            debian.find_mirror()
+        for name, expected in (("two.sources", "http://stanza/debian/"),
+                               ("one.list", "http://list/debian/")):
+            (parts / name).write_text(SOURCES[name] + "\n")
+            self.assertEqual(debian.find_mirror(), expected)
+
+    def test_packages_are_fetched_once(self) -> None:
+        stand_in = self.folder / "mmdebstrap"
+        stand_in.write_text(MMDEBSTRAP)
+        stand_in.chmod(0o755)
         self.enterContext(mock.patch.object(
-            programs, "SEARCH_PATH", f"{stand_ins}:{programs.SEARCH_PATH}"))
-        self.enterContext(mock.patch.object(
-            debian, "find_mirror", lambda: Mirror("http://mirror", Path(__file__))))
-        index = ""
-        for name, data in (("a_1.deb", b"aaa"), ("b_1%3a2.deb", b"bbbb")):
-            (self.mirror / name).write_bytes(data)
-            digest = hashlib.md5(data).hexdigest()
-            index += f"'http://mirror/{name}' {name} {len(data)} MD5Sum:{digest}\n"
-        (self.mirror / "index").write_text(index)
-
-    def fetch(self) -> dict[str, bytes]:
-        return {file.name: file.read_bytes() for file in Archive().fetch(["a", "b"])}
-
-    def test_second_time_asks_nobody(self) -> None:
-        first = self.fetch()
-        self.assertEqual(first, {"a_1.deb": b"aaa", "b_1%3a2.deb": b"bbbb"})
-        (self.mirror / "down").touch()
-        self.assertEqual(self.fetch(), first)
-
-    def test_damage_in_the_cache_is_repaired(self) -> None:
-        self.fetch()
-        manifest, = self.cache.glob("manifest-*")
-        file = self.archives / "a_1.deb"
-        damages: dict[str, Callable[[], object]] = {
-            "same size": lambda: file.write_bytes(b"aXa"),
-            "cut short": lambda: file.write_bytes(b"a"),
-            "gone": file.unlink,
-            "empty manifest": lambda: manifest.write_text(""),
-            "other manifest": lambda: manifest.write_text("md5 d no-size n\n")}
-        for name, damage in damages.items():
-            with self.subTest(name):
-                damage()
-                self.assertEqual(self.fetch(), {"a_1.deb": b"aaa", "b_1%3a2.deb": b"bbbb"})
-
-    def test_failures_say_where_and_what(self) -> None:
-        (self.mirror / "a_1.deb").write_bytes(b"aXa")
-        with self.assertRaisesRegex(BoardError, r"http://mirror.*damaged or missing: a_1\.deb"):
-            self.fetch()
-        (self.mirror / "down").touch()
+            programs, "SEARCH_PATH", f"{self.folder}:{programs.SEARCH_PATH}"))
+        (self.folder / "down").touch()
         with self.assertRaisesRegex(BoardError, r"(?s)http://mirror.*the mirror is down"):
-            self.fetch()
-        self.assertEqual(list(self.cache.glob("manifest-*")), [])
+            debian.unpacked("board")
+        (self.folder / "down").unlink()
+        tree = debian.unpacked("board")
+        (self.folder / "down").touch()
+        self.assertEqual(debian.unpacked("board"), tree)
+        self.assertEqual(sorted(str(file.relative_to(tree)) for file in tree.rglob("*")
+                                if file.is_file() and "dpkg" not in file.parts), ["usr/bin/a"])
+        found = subprocess.run(["dpkg", f"--root={tree}", "--listfiles", "a"], check=True,
+                               capture_output=True, text=True)
+        self.assertIn("/usr/bin/a\n", found.stdout)
 
 
 if __name__ == "__main__":
