@@ -1,4 +1,4 @@
-"""The emulated machine: a 32-bit ARM board with panel, touch screen, keyboard and three disks."""
+"""The emulated machine: an ARM board with panel, touch screen, keyboard and three disks."""
 
 import os
 import shlex
@@ -6,6 +6,7 @@ import subprocess
 from pathlib import Path
 
 from host import programs
+from host.architecture import ARCH
 from host.files import remove
 from image.rootfs import INITRAMFS, KERNEL, ROOT_IMAGE
 
@@ -29,14 +30,14 @@ KERNEL_OPTIONS = ("console=ttyAMA0", "quiet", "loglevel=4", "net.ifnames=0", COA
 
 def devices(size: tuple[int, int], machine: Path, app_disk: Path) -> list[str]:
     """
-    Return QEMU's options for the machine's devices.
+    Return the emulator and its options for the machine's devices.
 
     A saved state fits exactly these devices; start() adds the options that differ between runs.
     """
     width, height = size
     return [
-        "-M", "virt,highmem=off,gic-version=2", "-cpu", "cortex-a15",
-        "-accel", "tcg,thread=single,tb-size=256", "-smp", "1", "-m", "256", "-nodefaults",
+        *ARCH.qemu, "-accel", "tcg,thread=single,tb-size=256", "-smp", "1", "-m", "256",
+        "-nodefaults",
         # The board's clock counts its instructions. On a busy host it slows down with the board, so
         # that the board can do the same work within the 15 s of a dial-up on every host.
         "-icount", "shift=3,sleep=on,align=off",
@@ -82,9 +83,9 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
     for name in (QMP_SOCKET, AGENT_SOCKET):
         remove(folder / name)
     (folder / SPARE_LOG).touch()
-    argv = ["qemu-system-arm", "-blockdev", _spare_disk(spare),
-            *devices(size, machine, app_disk), "-no-reboot", "-display", "none", "-serial",
-            f"file:{SERIAL_LOG}", "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
+    argv = [*devices(size, machine, app_disk), "-blockdev", _spare_disk(spare), "-no-reboot",
+            "-display", "none", "-serial", f"file:{SERIAL_LOG}",
+            "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
     if state is not None:
         argv += ["-incoming", "exec:cat " + shlex.quote(str(state))]
     # VNC's refresh timer runs QEMU's main loop every 3 s, even without a viewer. This limits the
