@@ -6,7 +6,7 @@ from pathlib import Path
 from host import programs
 from host.architecture import ARCH
 from host.files import read_list, remove
-from host.paths import GUEST, IMAGE_DATA, ROOT, SIMULATOR
+from host.paths import GUEST, IMAGE_DATA, SIMULATOR
 from image import debian, ext4
 
 IMAGE_SIZE = "400M"
@@ -30,7 +30,7 @@ LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash"
          # Masked: the board has no message bus, and no operator at a console.
          **{f"etc/systemd/system/{unit}.service": "/dev/null" for unit in
             ("systemd-logind", "getty-static", "serial-getty@ttyAMA0")}}
-# Programs of the image; they are running in the saved machine states.
+# Programs of the image, of a file each; they are running in the saved machine states.
 PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
 EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
 
@@ -39,16 +39,7 @@ def inputs() -> list[str | Path]:
     """Return all that the image is made of, for a fingerprint."""
     here = Path(__file__)
     return [here, here.with_name("ext4.py"), IMAGE_DATA, GUEST, debian.directory("board").name,
-            *(file for source in PROGRAMS.values() for file in _with_includes(SIMULATOR / source))]
-
-
-def _with_includes(source: Path) -> list[Path]:
-    """Return a C++ file and the project's headers that it includes, directly or indirectly."""
-    found = [source]
-    for file in found:
-        names = re.findall(r'^#include "(.+)"', file.read_text(encoding="utf-8"), re.MULTILINE)
-        found += [header for header in (ROOT / name for name in names) if header not in found]
-    return found
+            *(SIMULATOR / source for source in PROGRAMS.values())]
 
 
 def build(sysroot: Path, into: Path) -> None:
@@ -125,5 +116,5 @@ def _configure(root: Path, sysroot: Path) -> None:
     programs.run(["cp", root / "usr/sbin/pppd", root / "usr/sbin/netpppd"], "copying pppd")
     for name, source in PROGRAMS.items():
         programs.run([f"{ARCH.triplet}-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
-                      "-I", ROOT, "-o", root / "usr/sbin" / name, SIMULATOR / source],
+                      "-o", root / "usr/sbin" / name, SIMULATOR / source],
                      f"compiling the board's {name}")

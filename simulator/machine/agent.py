@@ -1,8 +1,8 @@
 """Client of the board's agent, which runs commands and reads and writes files on the board."""
 
+import re
 import secrets
 import time
-from collections.abc import Callable
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -42,8 +42,6 @@ class Agent:
             self._socket = connect(path, CONNECT_SECONDS)
         except OSError as error:
             raise BoardError(f"the board does not answer: {error.strerror}") from error
-        self._received = b""
-        self._deadline = 0.0
 
     def close(self) -> None:
         self._socket.close()
@@ -57,40 +55,31 @@ class Agent:
         """
         identity = secrets.token_hex(8)
         started = time.monotonic()
-        self._deadline = started + seconds + GRACE_SECONDS
-        self._socket.settimeout(seconds + GRACE_SECONDS)
+        request = f"{identity} {verb} {seconds:g} {len(body)}\n".encode() + body
         try:
-            self._socket.sendall(f"{identity} {verb} {seconds:g} {len(body)}\n".encode() + body)
-            # A reply to an earlier, interrupted process of the host may come first.
-            self._until(lambda: identity.encode() + b" " in self._received)
-            self._received = self._received[self._received.index(identity.encode()):]
-            self._until(lambda: b"\n" in self._received)
-            header, _, self._received = self._received.partition(b"\n")
-            _, status, length = header.split()
-            self._until(lambda: len(self._received) >= int(length))
+            self._socket.settimeout(seconds + GRACE_SECONDS)
+            self._socket.sendall(request)
+            status, output = self._receive(identity, started + seconds + GRACE_SECONDS)
         except TimeoutError as error:
-            raise BoardError(_silence(verb, seconds)) from error
+            raise BoardError(f"the board has not answered within {seconds:g} s; it may still run "
+                             "an earlier command") from error
         except OSError as error:
-            raise BoardError(f"the board has ended: {error.strerror}") from error
-        output, self._received = self._received[:int(length)], self._received[int(length):]
+            raise BoardError(f"the board has stopped: {error.strerror}") from error
         # A command may exit with this status by itself, but then before the timeout: the board's
         # clock never runs faster than the host's.
-        late = (verb == "run" and int(status) == TOOK_TOO_LONG
+        late = (verb == "run" and status == TOOK_TOO_LONG
                 and time.monotonic() - started >= seconds)
-        return Result(int(status), output, late)
+        return Result(status, output, late)
 
-    def _until(self, arrived: Callable[[], bool]) -> None:
-        while not arrived():
-            self._socket.settimeout(max(self._deadline - time.monotonic(), 0.001))
-            data = self._socket.recv(65536)
+    def _receive(self, identity: str, deadline: float) -> tuple[int, bytes]:
+        """Wait for a reply; one to an interrupted request of another process may come first."""
+        received = b""
+        while True:
+            header = re.search(rf"{identity} (\d+) (\d+)\n".encode(), received)
+            if header and len(received) - header.end() >= int(header[2]):
+                return int(header[1]), received[header.end():]
+            self._socket.settimeout(max(deadline - time.monotonic(), 0.001))
+            data = self._socket.recv(1 << 20)
             if not data:
-                raise BoardError("the board has ended")
-            self._received += data
-
-
-def _silence(verb: str, seconds: float) -> str:
-    """Return the error message for a reply that did not arrive in time."""
-    if verb == "run":
-        return (f"the command takes longer than {seconds:g} s, or an earlier one still runs; "
-                "the board lives on")
-    return "the board does not answer; it may still be at an earlier command"
+                raise BoardError("the board has stopped")
+            received += data
