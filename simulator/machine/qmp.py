@@ -17,17 +17,6 @@ LOOK_SECONDS = 0.5  # between two checks for a failed start of QEMU
 AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 
 
-def position(pixel: int, pixels: int) -> int:
-    """
-    Return the pointer's coordinate, 0 to AXIS_MAXIMUM, for a touch of a pixel.
-
-    @raise ValueError when the panel has no such pixel
-    """
-    if not 0 <= pixel < pixels:
-        raise ValueError(f"there is no pixel {pixel} on a side of {pixels} pixels")
-    return (pixel * AXIS_MAXIMUM + (pixels - 1) // 2) // (pixels - 1)
-
-
 class Refusal(BoardError):
     """QEMU answered a command with an error."""
 
@@ -80,10 +69,17 @@ class Qmp:
                 return reply["return"]
 
     def point(self, x: int, y: int, size: tuple[int, int]) -> None:
-        """Move the pointer to a pixel of a panel of that size."""
-        events = [{"type": "abs", "data": {"axis": axis, "value": position(pixel, pixels)}}
-                  for axis, pixel, pixels in (("x", x, size[0]), ("y", y, size[1]))]
-        self.command("input-send-event", events=events)
+        """
+        Move the pointer to a pixel of a panel of that size.
+
+        @raise ValueError when the panel has no such pixel
+        """
+        if not (0 <= x < size[0] and 0 <= y < size[1]):
+            raise ValueError(f"a panel of {size[0]}x{size[1]} has no pixel {x}, {y}")
+        self.command("input-send-event", events=[
+            {"type": "abs", "data": {"axis": axis, "value": round(
+                pixel * AXIS_MAXIMUM / (pixels - 1))}}
+            for axis, pixel, pixels in (("x", x, size[0]), ("y", y, size[1]))])
 
     def button(self, down: bool) -> None:
         self.command("input-send-event",
