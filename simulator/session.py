@@ -3,6 +3,7 @@
 
 import argparse
 import contextlib
+import os
 import subprocess
 import sys
 import time
@@ -11,6 +12,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 from typing import Any
 
+from host.architecture import ARCH, ARCHITECTURES, VARIABLE
 from host.errors import BoardError
 from host.paths import HOST_PACKAGES, ROOT
 from host.signals import INTERRUPTED, exit_on_signals
@@ -303,6 +305,8 @@ def build() -> int:
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="run", description=__doc__)
+    parser.add_argument("--arch", choices=ARCHITECTURES, default=ARCH.name,
+                        help=f"architecture of the board (default: {ARCH.name})")
     cli.add_size(parser)
     cli.add_language(parser)
     parser.add_argument("--interactive", action="store_true",
@@ -315,6 +319,9 @@ def arguments() -> argparse.Namespace:
 def main() -> int:
     chosen = arguments()
     exit_on_signals()
+    if chosen.arch != ARCH.name:  # modules read it when they are loaded
+        os.execve(sys.executable, [sys.executable, "-B", *sys.argv],
+                  {**os.environ, VARIABLE: chosen.arch})
     try:
         if status := build():
             return status
