@@ -35,7 +35,12 @@ int runShell(const QString &commandLine)
     if (log().isWarningEnabled()) {
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         // Ignore SIGPIPE: pppd may outlive both the program and the reader of its standard error.
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+        process.setUnixProcessParameters(QProcess::UnixProcessFlag::IgnoreSigPipe);
+        return run(process, commandLine);
+#else
         return run(process, QStringLiteral("trap '' PIPE; ") + commandLine);
+#endif
     }
     process.setStandardErrorFile(QProcess::nullDevice());
     return run(process, commandLine);
