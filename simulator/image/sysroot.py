@@ -4,8 +4,8 @@ from pathlib import Path
 
 from host import programs
 from host.errors import BoardError
-from host.files import whole
-from host.paths import SYSROOT_NAME
+from host.files import remove, whole
+from host.paths import ARM, SYSROOT_NAME
 from image import debian
 
 
@@ -19,6 +19,8 @@ def ensure() -> Path:
     sysroot = debian.unpacked("sysroot", for_host=True)
     if " " in str(sysroot):
         raise BoardError(f"a space is in {sysroot}; set CORVANTA_CACHE to a path without one")
-    with whole(SYSROOT_NAME) as unfinished:
-        unfinished.write_text(str(sysroot), encoding="utf-8")
+    if not (SYSROOT_NAME.is_file() and SYSROOT_NAME.read_text("utf-8") == str(sysroot)):
+        remove(ARM / "CMakeCache.txt")  # it has paths in the previous sysroot
+        with whole(SYSROOT_NAME) as unfinished:
+            unfinished.write_text(str(sysroot), encoding="utf-8")
     return sysroot
