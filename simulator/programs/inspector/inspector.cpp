@@ -128,7 +128,7 @@ template <typename Action> QJsonObject Inspector::later(Action action)
 
 QJsonObject Inspector::answer(const QStringList &words)
 {
-    const QString request = words.first();
+    const QString &request = words.first();
     const QString argument = words.value(1);
     if (request == "dump") {
         QJsonObject dump = dumpScreen();
