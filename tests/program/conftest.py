@@ -61,7 +61,7 @@ def end(root: PrivateRoot) -> None:
     """Check that a program that still runs exits cleanly on SIGTERM."""
     if root.exit_status() is None and process_name(root.pid) == "corvanta":
         root.signal(SIGTERM)
-        ended(root, [name for name in root.processes() if name == "socat"])  # of a Viewer
+        ended(root)
 
 
 def expect_no_report(root: PrivateRoot) -> None:
