@@ -1,4 +1,4 @@
-// USB IDs of the supported dongle. packaging/70-corvanta.rules repeats them.
+// USB IDs of the supported dongle. debian/corvanta.udev repeats them.
 #pragma once
 
 inline constexpr unsigned DongleVendor = 0x12d1;

@@ -57,14 +57,13 @@ def instructions(program: str, variables: str = "") -> float:
 
 
 def start_instructions(rounds: int) -> list[Pairs]:
-    """Compare with the baseline, and with the program's own font configuration."""
-    own = "FONTCONFIG_FILE=/etc/fonts/conf.d/corvanta-fonts.conf"
-    plain, with_own = [], []
+    """Compare with the baseline, and with the board's font configuration."""
+    plain, with_board = [], []
     for _ in range(max(1, rounds // 15)):
         ours = instructions(PROGRAM)
         plain.append((ours, instructions(FLOOR)))
-        with_own.append((instructions(PROGRAM, own), ours))
-    return [plain, with_own]
+        with_board.append((ours, instructions(PROGRAM, "FONTCONFIG_SYSROOT=/")))
+    return [plain, with_board]
 
 
 def reference(work: str) -> float:

@@ -47,7 +47,8 @@ class BenchRoot(PrivateRoot):
 
     def __init__(self, program: str = PROGRAM, words: str = "", argument: str = "",
                  inspected: bool = False) -> None:
-        run = f"PATH=/testrun/bin LD_PRELOAD=/testbench/libpreload.so {words} /app/corvanta"
+        fonts = "FONTCONFIG_SYSROOT=/testbench/fontroot" if program == PROGRAM else ""
+        run = f"PATH=/testrun/bin LD_PRELOAD=/testbench/libpreload.so {fonts} {words} /app/corvanta"
         launch = LAUNCH.replace("program", f"{run} {argument}")
         super().__init__(setup="/usr/bin/fc-cache", keys=True, inspected=inspected,
                          launch=f"/usr/bin/date +%s%N >/testrun/started\n{launch}")

@@ -94,7 +94,7 @@ class OperatedBoard(Board):
                   lambda screen: screen.dialog()["text"] == UNDETECTED)
 
     def choose_after_exit(self, choice: str) -> None:
-        self.sh(f"sed -i 's/^CORVANTA_AFTER_EXIT=.*/CORVANTA_AFTER_EXIT={choice}/' {SETTINGS}")
+        self.sh(f"echo CORVANTA_AFTER_EXIT={choice} >{SETTINGS}")
 
     def link(self) -> tuple[str, str]:
         """@return text and style sheet of the link's status, without a wait"""

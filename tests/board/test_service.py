@@ -144,8 +144,8 @@ def test_second_instance(board: OperatedBoard) -> None:
     board.start_program()
     shown = board.photograph("service.png").read_bytes()
     board.program.stop()
-    board.sh("set -a; . /etc/default/corvanta; HOME=/root XDG_RUNTIME_DIR=/run setsid "
-             "/usr/libexec/corvanta/launch </dev/null >/run/launched 2>&1 &")
+    board.sh(f"env $(systemctl show --property=Environment --value {UNIT}) XDG_RUNTIME_DIR=/run "
+             "setsid /usr/libexec/corvanta/launch </dev/null >/run/launched 2>&1 &")
     board.cleanups.callback(
         board.sh, "killall corvanta; until ! pgrep -x corvanta; do sleep 0.1; done")
     board.wait_picture(shown, "the launched panel")

@@ -16,7 +16,7 @@ from program.injection import (Fault, connect_and_leave, connecting, expect_inje
                                leave_unseen, phases, unseen_root, untouched_run)
 from program.programtest import EDITED, LATE, PRINTS_LATE, expect_stored, row, type_and_connect
 
-LAUNCHER = Path(__file__).resolve().parents[2] / "packaging/launch"
+LAUNCHER = Path(__file__).resolve().parents[2] / "debian/libexec/launch"
 ENV = "program /usr/bin/env"
 TELLING = f"{ENV} 'QT_LOGGING_RULES=corvanta.*.warning=true'"  # logs failed writes, command output
 STOPS = ("TERM", "INT", "HUP")

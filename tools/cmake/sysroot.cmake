@@ -1,0 +1,16 @@
+# Toolchain file of the cross build against a sysroot (CMAKE_SYSROOT): debian/rules sets the rest.
+set(CMAKE_SYSTEM_NAME Linux)
+
+# Silence GCC's note about the ABI change in GCC 7.1: everything is built with one compiler.
+set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi")
+
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# moc, rcc and uic run on the host: use those of the host's Qt.
+set(QT_HOST_PATH /usr)
+file(GLOB QT_HOST_PATH_CMAKE_DIR /usr/lib/*-linux-gnu*/cmake/Qt6HostInfo)
+list(GET QT_HOST_PATH_CMAKE_DIR 0 QT_HOST_PATH_CMAKE_DIR)
+get_filename_component(QT_HOST_PATH_CMAKE_DIR "${QT_HOST_PATH_CMAKE_DIR}" DIRECTORY)
