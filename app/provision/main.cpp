@@ -1,13 +1,12 @@
 // corvanta-provision: sets, shows and checks the parameters without a panel.
-#include "app/provision/dialcheck.h"
 #include "app/provision/settings.h"
-#include "app/provision/storedvalues.h"
 #include "core/boardpaths.h"
-#include "core/lineencoding.h"
+#include "core/dialcheck.h"
 #include "io/linefile.h"
 #include "io/parameterlock.h"
 #include "io/processsetup.h"
 #include "io/singleinstance.h"
+#include "io/storedvalues.h"
 
 #include <QFile>
 #include <QLoggingCategory>
@@ -129,14 +128,11 @@ int store(const QList<Setting> &list, bool asIs)
 void printAgreement(const ScreenValues &values)
 {
     for (const auto &file : storedvalues::generatedFiles(values)) {
-        const linefile::ReadResult content = linefile::read(QLatin1String(file.path));
-        const bool agrees = content.state == linefile::ReadResult::Complete &&
-                            content.bytes == lineencoding::encodeLines(file.lines);
+        const storedvalues::Agreement found = storedvalues::compare(file);
         std::printf("%s %s\n", file.path,
-                    agrees ? "agrees with the parameters"
-                    : content.state == linefile::ReadResult::Missing
-                        ? "does not exist"
-                        : "differs from the parameters");
+                    found == storedvalues::Agreement::Agrees    ? "agrees with the parameters"
+                    : found == storedvalues::Agreement::Missing ? "does not exist"
+                                                                : "differs from the parameters");
     }
 }
 
@@ -151,23 +147,13 @@ int show()
     return EX_OK;
 }
 
-bool hasEntries(const char *secretsFile)
-{
-    const QList<QByteArray> lines = linefile::read(QLatin1String(secretsFile)).bytes.split('\n');
-    return std::any_of(lines.begin(), lines.end(), [](const QByteArray &line) {
-        const QByteArray text = line.trimmed();
-        return !text.isEmpty() && !text.startsWith('#');
-    });
-}
-
 /** @return an exit status */
 int check()
 {
     ScreenValues values;
     if (const int status = load(values); status != EX_OK)
         return status;
-    const auto findings = dialcheck::check(
-        values.dialUp, {hasEntries("/etc/ppp/pap-secrets"), hasEntries("/etc/ppp/chap-secrets")});
+    const auto findings = dialcheck::check(values.dialUp, storedvalues::networkSecrets());
     for (const dialcheck::Finding &finding : findings)
         std::printf("%s.\n", qPrintable(finding.text));
     const bool dials = std::all_of(findings.begin(), findings.end(),

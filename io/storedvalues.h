@@ -1,7 +1,7 @@
-// The parameter files and the files generated from them, as corvanta-provision reads and writes
-// them: the same bytes as the panel's.
+// The parameter files and the files generated from them: the same bytes as the panel's.
 #pragma once
 
+#include "core/dialcheck.h"
 #include "core/paramlist.h"
 
 #include <QList>
@@ -29,5 +29,14 @@ QList<File> parameterFiles(const paramlist::ScreenValues &values);
 
 /** Return the files that pppd and chat read, in the order in which the panel writes them. */
 QList<File> generatedFiles(const paramlist::ScreenValues &values);
+
+/** Whether the file on the board has the lines of a File. */
+enum class Agreement { Agrees, Missing, Differs };
+
+/** Compare a file on the board with its lines. One that cannot be read differs. */
+[[nodiscard]] Agreement compare(const File &file);
+
+/** Return which of pppd's secrets files have entries. */
+[[nodiscard]] dialcheck::NetworkSecrets networkSecrets();
 
 } // namespace storedvalues

@@ -1,4 +1,4 @@
-#include "app/provision/dialcheck.h"
+#include "core/dialcheck.h"
 
 #include "core/pppdwords.h"
 

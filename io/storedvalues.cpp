@@ -1,10 +1,12 @@
-#include "app/provision/storedvalues.h"
+#include "io/storedvalues.h"
 
 #include "core/boardpaths.h"
 #include "core/chatscript.h"
+#include "core/lineencoding.h"
 #include "core/peerfile.h"
 #include "io/linefile.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace storedvalues
@@ -22,6 +24,15 @@ QString read(const char *path, const QStringList &defaults, QStringList &list)
     list = content.state == linefile::ReadResult::Complete ? paramlist::parseLines(content.bytes)
                                                            : defaults;
     return {};
+}
+
+bool hasEntries(const char *secretsFile)
+{
+    const QList<QByteArray> lines = linefile::read(QLatin1String(secretsFile)).bytes.split('\n');
+    return std::any_of(lines.begin(), lines.end(), [](const QByteArray &line) {
+        const QByteArray text = line.trimmed();
+        return !text.isEmpty() && !text.startsWith('#');
+    });
 }
 
 } // namespace
@@ -57,6 +68,21 @@ QList<File> generatedFiles(const paramlist::ScreenValues &values)
     const QStringList dialUp = paramlist::dialUpLines(values.dialUp);
     return {{boardpaths::PeerFile, peerFileLines(dialUp, QStringLiteral(CORVANTA_DNS_ADDRESS))},
             {boardpaths::ChatScript, chatScriptLines(dialUp)}};
+}
+
+Agreement compare(const File &file)
+{
+    const linefile::ReadResult content = linefile::read(QLatin1String(file.path));
+    if (content.state == linefile::ReadResult::Missing)
+        return Agreement::Missing;
+    const bool agrees = content.state == linefile::ReadResult::Complete &&
+                        content.bytes == lineencoding::encodeLines(file.lines);
+    return agrees ? Agreement::Agrees : Agreement::Differs;
+}
+
+dialcheck::NetworkSecrets networkSecrets()
+{
+    return {hasEntries("/etc/ppp/pap-secrets"), hasEntries("/etc/ppp/chap-secrets")};
 }
 
 } // namespace storedvalues
