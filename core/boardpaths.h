@@ -15,6 +15,10 @@ inline constexpr char InstanceLock[] = "/run/corvanta.lock";
 // Lock for reading and writing the parameters
 inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 
+// Process ID of the pppd that has sent the PIN. Not in /run/corvanta, which systemd deletes when
+// the panel stops.
+inline constexpr char PinMemory[] = "/run/corvanta-pin";
+
 // Dial-up
 inline constexpr char ModemPort[] = "/dev/ttyUSB0";
 inline constexpr char ChatScript[] = "/etc/ppp/chat/chat";

@@ -15,8 +15,6 @@
 namespace
 {
 
-// Not in /run/corvanta, which systemd deletes when the panel stops.
-constexpr char Memory[] = "/run/corvanta-pin";
 // The panel checks the link 15 s after pppd was started; chat needs most of those 15 s.
 constexpr std::chrono::milliseconds AskTime{3000};
 
@@ -38,14 +36,14 @@ int apply(guard::Verdict verdict, const std::string &pppd)
         return refuse(
             "The SIM refused this PIN once. It is not sent again until Connect is pressed.");
     case guard::Verdict::DialAndRemember:
-        if (!guard::remember(Memory, pppd)) {
+        if (!guard::remember(boardpaths::PinMemory, pppd)) {
             // The next dial could not see that the PIN was sent.
-            return refuse(std::string("The PIN is not sent, as ") + Memory +
+            return refuse(std::string("The PIN is not sent, as ") + boardpaths::PinMemory +
                           " cannot be written: " + std::strerror(errno) + '.');
         }
         break;
     case guard::Verdict::DialAndForget:
-        guard::forget(Memory);
+        guard::forget(boardpaths::PinMemory);
         break;
     case guard::Verdict::Dial:
         break;
@@ -67,6 +65,6 @@ int main()
     if (guard::wasEnded())
         return 1;
     return apply(guard::decide(state, guard::sendsPin(boardpaths::ChatScript),
-                               guard::isRemembered(Memory, pppd)),
+                               guard::isRemembered(boardpaths::PinMemory, pppd)),
                  pppd);
 }
