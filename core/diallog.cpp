@@ -1,0 +1,83 @@
+#include "core/diallog.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+namespace
+{
+
+struct Message {
+    const char *part;   ///< of a line of the log
+    const char *cause;  ///< null if it is no failure
+    const char *remedy; ///< null if it is no failure
+};
+
+// docs/troubleshooting.md has the same table.
+constexpr Message Messages[] = {
+    {"local  IP address", nullptr, nullptr},
+    {"Terminating on signal", nullptr, nullptr},
+    {"Connect: ppp", "the call was dialled, and the network has not answered",
+     "check APN, dial number and reception"},
+    {"timeout sending Config-Requests", "the network has not accepted the call (NO CARRIER, BUSY)",
+     "check APN, dial number and reception"},
+    {"No auth is possible", "the network requires a user name and a password", "enter both"},
+    {"peer refused to authenticate", "the network does not authenticate itself to the board",
+     "select the method AUTO"},
+    {"required to authenticate itself", "the method PAP or CHAP has no secret for the network",
+     "select the method AUTO"},
+    {"authentication failed", "the network rejects the user name or the password",
+     "correct user name and password"},
+    {"refused this PIN once", "the SIM rejects the stored PIN",
+     "correct the PIN, then touch Connect"},
+    {"asks for the PUK", "the SIM is blocked and asks for its PUK",
+     "enter the PUK in another device, such as a phone"},
+    {"belongs to another USB device", "/dev/ttyUSB0 belongs to another USB device",
+     "unplug that device"},
+    {"Failed to open /dev/", "pppd could not open the dongle's port", "plug the dongle in"},
+    {"is locked by pid", "another process has locked the dongle's port",
+     "put nolock into /etc/ppp/options.ttyUSB0"},
+    {"Couldn't allocate PPP unit", "the kernel has no PPP driver", "install its module"},
+};
+
+/** @param status exit status of chat (chat(8), TERMINATION CODES) */
+DialFailure chatFailure(int status)
+{
+    // The abort strings, in the order of the chat script.
+    static const QStringList aborts{"BUSY",         "NO CARRIER", "VOICE",   "NO DIALTONE",
+                                    "NO DIAL TONE", "NO ANSWER",  "DELAYED", "ERROR"};
+    constexpr int Timeout = 3;
+    if (status == Timeout)
+        return {
+            "the modem has not answered chat in time",
+            "plug the dongle in again, and look for a single quote in APN, dial number and PIN"};
+    if (const QString answer = aborts.value(status - Timeout - 1); !answer.isEmpty())
+        return {"the modem has answered " + answer + " to chat",
+                "check PIN, SIM, APN and reception; journalctl -t chat has the refused command"};
+    return {QString("chat has failed with status %1").arg(status),
+            "plug the dongle in again; journalctl -t chat has the commands"};
+}
+
+std::optional<DialFailure> failureOf(const Message &message)
+{
+    if (message.cause == nullptr)
+        return std::nullopt;
+    return DialFailure{message.cause, message.remedy};
+}
+
+} // namespace
+
+std::optional<DialFailure> lastDialFailure(const QByteArray &log)
+{
+    static const QRegularExpression chatEnd("chat .*status = 0x([0-9a-f]+)");
+    const QList<QByteArray> lines = log.split('\n');
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        for (const Message &message : Messages) {
+            if (line->contains(message.part))
+                return failureOf(message);
+        }
+        const auto match = chatEnd.match(QString::fromLatin1(*line));
+        if (const int status = match.captured(1).toInt(nullptr, 16); status != 0)
+            return chatFailure(status);
+    }
+    return std::nullopt;
+}
