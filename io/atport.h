@@ -4,6 +4,7 @@
 #include "io/filedescriptor.h"
 
 #include <QByteArray>
+#include <chrono>
 
 class AtPort
 {
@@ -21,6 +22,10 @@ public:
 
     /** Read once. @return up to 128 bytes; empty when no data is available or read(2) fails */
     [[nodiscard]] QByteArray readChunk();
+
+    /** Send a command and wait for OK or an error. Earlier input is dropped. @return the answer;
+     *  empty when it is not complete in time */
+    [[nodiscard]] QByteArray ask(const QByteArray &command, std::chrono::milliseconds timeout);
 
     /** Close the device. @return the result of close(2) */
     int close() { return m_port.close(); }

@@ -24,6 +24,7 @@ namespace
 Q_LOGGING_CATEGORY(log, "corvanta.files", QtFatalMsg)
 
 constexpr qsizetype MaxBytes = 1 << 20;
+constexpr off_t MaxEndBytes = 1 << 16;
 constexpr int MaxRetries = 100;
 constexpr mode_t OwnerOnly = S_IRUSR | S_IWUSR;
 constexpr mode_t OthersAccess = S_IRWXG | S_IRWXO;
@@ -78,14 +79,14 @@ FileDescriptor openRegular(const QByteArray &path, int flags)
     return file;
 }
 
-/** Read a file from the start, at most MaxBytes. @return std::nullopt when a read fails */
-std::optional<QByteArray> readAll(int fd)
+/** Read a file, at most MaxBytes. @return std::nullopt when a read fails */
+std::optional<QByteArray> readAll(int fd, off_t start = 0)
 {
     QByteArray content;
     char buffer[4096];
     while (content.size() < MaxBytes) {
         const ssize_t count = retryOnEintr(
-            [fd, &buffer, &content] { return ::pread(fd, buffer, sizeof buffer, content.size()); });
+            [&] { return ::pread(fd, buffer, sizeof buffer, start + content.size()); });
         if (count == -1)
             return std::nullopt;
         if (count == 0)
@@ -210,17 +211,31 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
     return false;
 }
 
-} // namespace
-
-ReadResult read(const QString &path)
+/** @param start gives the offset at which to start in the open file */
+ReadResult readFrom(const QString &path, off_t (*start)(int fd))
 {
     const QByteArray name = QFile::encodeName(path);
     const FileDescriptor file = openRegular(name, O_RDONLY);
-    if (const auto bytes = file.isOpen() ? readAll(file.get()) : std::nullopt)
+    if (const auto bytes = file.isOpen() ? readAll(file.get(), start(file.get())) : std::nullopt)
         return {ReadResult::Complete, *bytes, 0};
     const int error = errno;
     logFailure("read", name, error);
     return {error == ENOENT ? ReadResult::Missing : ReadResult::Unreadable, {}, error};
+}
+
+} // namespace
+
+ReadResult read(const QString &path)
+{
+    return readFrom(path, [](int) -> off_t { return 0; });
+}
+
+ReadResult readEnd(const QString &path)
+{
+    return readFrom(path, [](int fd) -> off_t {
+        struct stat info;
+        return statOf(fd, &info) == -1 ? 0 : std::max<off_t>(info.st_size - MaxEndBytes, 0);
+    });
 }
 
 bool write(const QString &path, const QStringList &lines)

@@ -24,6 +24,9 @@ struct ReadResult {
 /** Read a regular file, at most its first MiB. Does not block on FIFOs or devices. */
 [[nodiscard]] ReadResult read(const QString &path);
 
+/** Read the last 64 KiB of a regular file, as read() does. */
+[[nodiscard]] ReadResult readEnd(const QString &path);
+
 /**
  * Rewrite a file in place, as UTF-8 with a line feed after each line, and fsync it. Create a
  * missing file, but not a missing directory. The file gets mode 0600, because the lines contain

@@ -1,9 +1,11 @@
-// Runs external commands through the shell. Their standard error is forwarded only if the logging
-// category "corvanta.commands" is enabled; it is off by default.
+// Runs external commands, most of them through the shell. Their standard error is forwarded only if
+// the logging category "corvanta.commands" is enabled; it is off by default.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
+#include <chrono>
 
 /** Result of a command; each output is truncated to MaxOutputBytes. */
 struct ShellResult {
@@ -25,3 +27,11 @@ int runShell(const QString &commandLine);
 /** Like runShell(), but capture the first MaxOutputBytes of standard output and of standard error.
  */
 [[nodiscard]] ShellResult runShellForOutput(const QString &commandLine);
+
+/**
+ * Run a program without a shell and capture the first MaxOutputBytes of each
+ * output. It is killed when the timeout expires.
+ * @return status -1 also when the program is missing or was killed
+ */
+[[nodiscard]] ShellResult runProgram(const QString &program, const QStringList &arguments,
+                                     std::chrono::milliseconds timeout);
