@@ -82,13 +82,15 @@ private:
         if (name == "D")
             return dial(withoutLastQuote(argument));
         if (name == "I")
-            return information("Corvanta dongle simulator");
+            return information("Corvanta dongle simulator\r\nIMEI: 490154203237518");
         if (name == "+CPIN")
             return pin(argument);
         if (name == "+CGDCONT")
             return setContext(argument);
         if (name == "+CSQ")
             return information("+CSQ: " + m_scenario.at("csq"));
+        if ((name == "+CREG" || name == "+CGREG") && argument == "?")
+            return information(name + ": 0," + registration());
         if (name == "+COPS" && simState() == "READY")
             return information("+COPS: 0,0,\"Testnet\",2");
         return result(name == "Z");
@@ -102,6 +104,15 @@ private:
         if (m_tries == 0)
             return "SIM PUK";
         return m_scenario.at("sim.pin").empty() || m_verified ? "READY" : "SIM PIN";
+    }
+
+    /** @return the state of the registration (3GPP TS 27.007, 7.2) */
+    std::string registration() const
+    {
+        const std::string &state = m_scenario.at("registration");
+        if (state == "denied" || state == "roaming")
+            return state == "denied" ? "3" : "5";
+        return state == "searching" || simState() != "READY" ? "2" : "1";
     }
 
     Reply pin(const std::string &argument)

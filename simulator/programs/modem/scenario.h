@@ -28,6 +28,7 @@ constexpr ScenarioKey ScenarioKeys[] = {
     {"refused", "", "TEXT", "command that is answered with ERROR: Z, I, +CPIN"},
     {"dial", "connect", "connect|no-carrier|busy|error", "result of the dial command"},
     {"dial_ms", "0", "DIGITS", "delay of that result"},
+    {"registration", "home", "home|roaming|searching|denied", "reply to +CREG? and +CGREG?"},
     {"csq", "17,99", "TEXT", "RSSI and bit error rate"},
     {"apn", "", "TEXT", "the only APN that is accepted; empty: any"},
     {"auth", "none", "none|pap|chap", "authentication that the network requires"},
