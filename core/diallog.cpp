@@ -16,10 +16,10 @@ struct Message {
 constexpr Message Messages[] = {
     {"local  IP address", nullptr, nullptr},
     {"Terminating on signal", nullptr, nullptr},
-    {"Connect: ppp", "the call was dialled, and the network has not answered",
-     "check APN, dial number and reception"},
+    {"Connect: ppp", "the number was dialled, and the network has not answered",
+     "compare APN and dial number with the operator's data; check the reception"},
     {"timeout sending Config-Requests", "the network has not accepted the call (NO CARRIER, BUSY)",
-     "check APN, dial number and reception"},
+     "compare APN and dial number with the operator's data; check the reception"},
     {"No auth is possible", "the network requires a user name and a password", "enter both"},
     {"peer refused to authenticate", "the network does not authenticate itself to the board",
      "select the method AUTO"},

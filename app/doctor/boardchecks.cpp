@@ -113,7 +113,7 @@ void checkScreen(Page &page)
                       "stop that program");
     }
     if (!QFileInfo::exists("/dev/input/touchscreen"))
-        page.warn("udev knows no touch screen", "see Touch screen in integrating.md");
+        page.warn("udev has found no touch screen", "see Touch screen in integrating.md");
     if (!QFileInfo::exists(Font))
         page.warn(QString("the font %1 is missing").arg(Font), "install fonts-wqy-microhei");
 }
@@ -131,7 +131,8 @@ void checkService(Page &page)
         QString("the panel is %1; restarts %2, last result %3, last status %4%5")
             .arg(state, matchIn(shown, "\nNRestarts=(.*)"), matchIn(shown, "\nResult=(.*)"), status,
                  status == ExitNoDisplay ? " (no display)" : "");
-    const QByteArray said = outputOf("journalctl", {"-bqn1", "-ocat", "-tcorvanta"}).trimmed();
+    const QByteArray said =
+        outputOf("journalctl", {"-b", "-q", "-n1", "-ocat", "-tcorvanta"}).trimmed();
     page.ok("last message in the journal: " + QString::fromUtf8(said));
     if (state == "active")
         page.ok(text);

@@ -112,7 +112,7 @@ bool checkUsers(Page &page)
             page.ok(text + ": the modem is not asked");
         else
             page.fail(text + " and takes the modem's answers",
-                      QString("stop it: systemctl status %1").arg(user.pid));
+                      QString("stop it; systemctl status %1 shows its service").arg(user.pid));
     }
     return users.isEmpty();
 }

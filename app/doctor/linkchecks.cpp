@@ -37,8 +37,6 @@ bool checkFile(Page &page)
                       .arg(lines)
                       .arg(int(paramlist::DialUpCount)),
                   "enter the parameters again");
-    else
-        page.ok("stored");
     const auto others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
     for (const char *file :
          {boardpaths::ParameterFile, boardpaths::PeerFile, boardpaths::ChatScript}) {
@@ -118,6 +116,7 @@ void checkParameters(Page &page)
     paramlist::ScreenValues values;
     if (!checkFile(page) || !storedvalues::load(values).isEmpty())
         return;
+    page.ok("APN " + values.dialUp.apn + ", dial number " + values.dialUp.dialNumber);
     for (const dialcheck::Finding &finding :
          dialcheck::check(values.dialUp, storedvalues::networkSecrets())) {
         if (!finding.dials)
