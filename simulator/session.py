@@ -189,6 +189,9 @@ class Session:
         self.panel.wait(lambda screen: screen.dialog()["text"] == self.text(FAILED), CHECK_SECONDS,
                         "the notice")
         self.picture("connect-failed")
+        page = self.board.folder / "doctor.txt"
+        page.write_text(self.board.guest.run("corvanta-doctor").text, encoding="utf-8")
+        print(f"page     {page.relative_to(ROOT)}", flush=True)
         self.panel.press(self.text("OK"))
         self.panel.wait(lambda screen: not screen.has_dialog()
                         and screen.field(self.text(APN))["enabled"],
