@@ -47,22 +47,22 @@ void Page::add(State state, const QString &text, const QString &remedy)
     QString line = printable(text);
     if (!remedy.isEmpty())
         line += ". To do: " + printable(remedy);
-    m_findings.append({m_group, state, line});
+    allFindings.append({currentGroup, state, line});
 }
 
 bool Page::hasFailure() const
 {
-    return std::any_of(m_findings.begin(), m_findings.end(),
+    return std::any_of(allFindings.begin(), allFindings.end(),
                        [](const Finding &finding) { return finding.state == State::Failure; });
 }
 
 QString Page::cause() const
 {
     const auto worst = std::min_element(
-        m_findings.begin(), m_findings.end(), [](const Finding &one, const Finding &other) {
+        allFindings.begin(), allFindings.end(), [](const Finding &one, const Finding &other) {
             return std::tuple(other.state, one.group) < std::tuple(one.state, other.group);
         });
-    if (worst == m_findings.end() || worst->state == State::Ok)
+    if (worst == allFindings.end() || worst->state == State::Ok)
         return "No failure was found";
     return (worst->state == State::Failure ? "Most probable cause: "
                                            : "No failure was found. Look first at this: ") +
@@ -73,7 +73,7 @@ QByteArray Page::text() const
 {
     QString page;
     const Finding *previous = nullptr;
-    for (const Finding &finding : m_findings) {
+    for (const Finding &finding : allFindings) {
         if (previous == nullptr || previous->group != finding.group)
             page += QString(nameOf(finding.group)) + '\n';
         page += QString("  %1  ").arg(nameOf(finding.state), -7) + finding.text + '\n';
@@ -85,7 +85,7 @@ QByteArray Page::text() const
 QByteArray Page::json() const
 {
     QJsonArray findings;
-    for (const Finding &finding : m_findings)
+    for (const Finding &finding : allFindings)
         findings.append(QJsonObject{{"group", nameOf(finding.group)},
                                     {"state", nameOf(finding.state)},
                                     {"text", finding.text}});

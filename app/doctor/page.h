@@ -17,7 +17,7 @@ class Page
 {
 public:
     /** Start a group: the next findings belong to it. */
-    void begin(Group group) { m_group = group; }
+    void begin(Group group) { currentGroup = group; }
 
     /** Add a finding. @param text what was found, without a full stop; @param remedy what to do */
     void add(State state, const QString &text, const QString &remedy = {});
@@ -42,8 +42,8 @@ private:
 
     [[nodiscard]] QString cause() const;
 
-    QList<Finding> m_findings;
-    Group m_group = Group::Board;
+    QList<Finding> allFindings;
+    Group currentGroup = Group::Board;
 };
 
 } // namespace doctor
