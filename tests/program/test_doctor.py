@@ -2,12 +2,12 @@
 
 import json
 import re
+import unittest
 from shlex import join
 
-from modem import Modem
-from panel.facts import CHAT_SCRIPT, PARAMETERS, PPP_LOG
-from privateroot.process import BUILD
-from programtest import ProgramTest
+from panel.constants import CHAT_SCRIPT, PARAMETERS, PPP_LOG
+from privateroot.process import BUILD, PrivateRoot
+from program.modem import Modem
 
 SAID = "/testrun/said"
 DOCTOR, PROVISION = "/app/corvanta-doctor", "/app/corvanta-provision"
@@ -93,11 +93,12 @@ SECRETS = ("hidden-pass", "hidden-user", "8642", "886912345678", "00101012345678
            "8988600000000000001F", "490154203237518")
 
 
-class Doctor(ProgramTest):
+class Doctor(unittest.TestCase):
     def said(self, commands: str, *mounts: str) -> str:
         """Run commands on the board. @return the content of SAID"""
-        root = self.root(mounts=MOUNTS + mounts, setup=BOARD + commands, launch=":")
-        return root.start(shown=False, timeout=120).content(SAID).decode()
+        with PrivateRoot(mounts=MOUNTS + mounts, setup=BOARD + commands, launch="true") as root:
+            root.start(shown=False, timeout=60).wait_exit(60)
+            return root.content(SAID).decode()
 
     def test_causes(self) -> None:
         said = self.said("".join(f"board; {made}\ndoctor\n" for _, made, _, _ in CAUSES))
