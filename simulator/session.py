@@ -18,11 +18,11 @@ from host.paths import HOST_PACKAGES, ROOT
 from host.signals import INTERRUPTED, exit_on_signals
 from machine.qemu import VNC_BASE
 from panel.catalogue import Texts
-from panel.constants import (APN, AUTO_CONNECT, CHAT_LOG, CHECK_SECONDS, COUNTS, DIAL,
-                             DONGLE_STATUS, FAILED, LANGUAGE, LANGUAGES, LINK_DOWN, LINK_STATUS,
-                             LINK_UP, MISC, OLD_LOG, PARAMETERS, PASSWORD, PIN, PPP_LOG, SETTING,
-                             SIZES, SOON_SECONDS, START_SECONDS, STATUS, UNDETECTED, USER,
-                             stored_parameters)
+from panel.constants import (APN, AUTO_CONNECT, BUTTON_GUARD_SECONDS, CHAT_LOG, CHECK_SECONDS,
+                             COUNTS, DIAL, DONGLE_STATUS, FAILED, LANGUAGE, LANGUAGES, LINK_DOWN,
+                             LINK_STATUS, LINK_UP, MISC, OLD_LOG, PARAMETERS, PASSWORD, PIN,
+                             PPP_LOG, SETTING, SIZES, SOON_SECONDS, START_SECONDS, STATUS,
+                             UNDETECTED, USER, stored_parameters)
 from panel.screen import PanelError, Screen
 from virtualboard import cli
 from virtualboard.board import Board
@@ -192,6 +192,7 @@ class Session:
         page = self.board.folder / "doctor.txt"
         page.write_text(self.board.guest.run("corvanta-doctor").text, encoding="utf-8")
         print(f"page     {page.relative_to(ROOT)}", flush=True)
+        self.board.guest.sh(f"sleep {BUTTON_GUARD_SECONDS}")
         self.panel.press(self.text("OK"))
         self.panel.wait(lambda screen: not screen.has_dialog()
                         and screen.field(self.text(APN))["enabled"],

@@ -48,6 +48,8 @@ SOON_SECONDS = 30  # for the immediate effect of a touch
 CHECK_SECONDS = 120  # for the link check 15 s after the start of pppd
 START_SECONDS = 120  # for a start of the program
 DOUBLE_TOUCH_SECONDS = 0.5  # a touch after this time does not complete a double tap
+# With the on-screen keyboard, push buttons ignore touches for this time after a change of windows.
+BUTTON_GUARD_SECONDS = 1.2
 
 
 def stored_parameters(apn: str = "internet", dial: str = "*99#", user: str = "",

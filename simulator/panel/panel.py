@@ -10,7 +10,7 @@ from typing import Any, TypeVar
 from urllib.parse import quote
 
 from host.sockets import connect
-from panel.constants import DOUBLE_TOUCH_SECONDS
+from panel.constants import BUTTON_GUARD_SECONDS, DOUBLE_TOUCH_SECONDS
 from panel.patience import patient
 from panel.screen import NotShown, PanelError, Screen, Widget, centre
 
@@ -36,6 +36,7 @@ class Panel:
         self._request = request
         self._pause = pause
         self._rest = rest
+        self._guard = 0.0  # seconds that buttons may still ignore touches
 
     def _ask(self, line: str) -> dict[str, Any]:
         reply = self._request(line)
@@ -68,6 +69,8 @@ class Panel:
 
     def press(self, text: str) -> None:
         """Touch the button with this text."""
+        self._rest(self._guard)
+        self._guard = 0.0
         self.click(self.button(text))
 
     def key(self, name: str) -> None:
@@ -112,6 +115,7 @@ class Panel:
         self.click(self.screen().key(key))
         self.wait(lambda screen: not screen.keys, timeout, "the keyboard hidden")
         self._rest(DOUBLE_TOUCH_SECONDS)
+        self._guard = BUTTON_GUARD_SECONDS - DOUBLE_TOUCH_SECONDS
 
     def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
         """Open the keyboard page that has a key. @return the screen with that key"""

@@ -13,7 +13,8 @@ from signal import SIGUSR1
 
 from bench.root import FIELD, FLOOR, HIDE, LIMIT_SECONDS, PROGRAM, BenchRoot
 from host.paths import HOST_PACKAGES
-from panel.constants import DOUBLE_TOUCH_SECONDS, MISC, SETTING, START_SECONDS, STATUS
+from panel.constants import (BUTTON_GUARD_SECONDS, DOUBLE_TOUCH_SECONDS, MISC, SETTING,
+                             START_SECONDS, STATUS)
 from panel.screen import centre
 from privateroot.procfs import wakeups
 from virtualboard.board import Board
@@ -86,6 +87,7 @@ def action_costs() -> tuple[int, ...]:
             costs.append(root.do(root.signal, SIGUSR1).cpu - before)
         root.do(root.touch, MISC)
         before = root.do(root.touch, "YES").cpu
+        time.sleep(BUTTON_GUARD_SECONDS)
         root.touch("Connect")
         dialled = root.wait_calls("pppd", 1).time * 1e9
         root.wait_until(lambda: root.waits()[-1].begin > dialled, LIMIT_SECONDS, "the event loop")

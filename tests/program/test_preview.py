@@ -5,12 +5,13 @@ import signal
 import socket
 import subprocess
 import sys
+import time
 from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
 
 from panel.catalogue import Texts
-from panel.constants import SETTING
+from panel.constants import BUTTON_GUARD_SECONDS, SETTING
 from panel.panel import Panel, unix_request
 from panel.screen import Screen, centre
 from privateroot.procfs import ENDED, descendants, process_name
@@ -55,6 +56,7 @@ def test_preview() -> None:
         shown.panel.tab(texts(SETTING))
         with Viewer(socket.create_connection(shown.address, 5)) as viewer:
             assert viewer.size == (480, 272)
+            time.sleep(BUTTON_GUARD_SECONDS)
             viewer.touch(*centre(shown.panel.button(texts("Connect"))))
 
             def is_up(screen: Screen) -> bool:
