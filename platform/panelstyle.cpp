@@ -4,8 +4,10 @@
 #include "platform/screen.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QEvent>
 #include <QFont>
+#include <QPalette>
 #include <QProgressBar>
 #include <chrono>
 
@@ -15,6 +17,16 @@ namespace
 constexpr int SmallPanelHeight = 300;
 constexpr int LargePanelHeight = 700;
 constexpr std::chrono::milliseconds FrameInterval{100}; // 10 frames per second; Qt paints up to 60.
+// Contrast of 4.7 or more on the backgrounds of the style sheets; that of Fusion is below 2.
+constexpr QRgb DisabledText = qRgb(0x58, 0x58, 0x58);
+
+/** Move a combo box's list above the box. Below it are the push buttons, where the second touch of
+ *  a double tap would press one. */
+void moveAboveBox(QWidget *list)
+{
+    const int top = list->parentWidget()->mapToGlobal(QPoint(0, 0)).y();
+    list->move(list->x(), qMax(0, top - list->height()));
+}
 
 } // namespace
 
@@ -60,12 +72,16 @@ int PanelStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
 void PanelStyle::polish(QWidget *widget)
 {
     QProxyStyle::polish(widget);
-    if (qobject_cast<QProgressBar *>(widget) != nullptr)
+    const bool isList =
+        widget->isWindow() && qobject_cast<QComboBox *>(widget->parentWidget()) != nullptr;
+    if (isList || qobject_cast<QProgressBar *>(widget) != nullptr)
         widget->installEventFilter(this);
 }
 
 bool PanelStyle::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::Show && static_cast<QWidget *>(watched)->isWindow())
+        moveAboveBox(static_cast<QWidget *>(watched));
     if (event->type() != QEvent::StyleAnimationUpdate)
         return QProxyStyle::eventFilter(watched, event);
     if (!m_lastFrame.isValid() || m_lastFrame.hasExpired(FrameInterval.count())) {
@@ -84,5 +100,9 @@ void PanelStyle::apply(QApplication &app)
     QFont font(QStringLiteral("Microsoft JhengHei"));
     font.setPixelSize(metrics.fontPixels);
     app.setFont(font);
+    QPalette palette = app.palette();
+    for (auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor(DisabledText));
+    app.setPalette(palette);
     app.installEventFilter(new DoubleTapFilter(&app));
 }

@@ -1,5 +1,5 @@
-// Application style: default font and metrics that fit the screen on small panels, touch behaviour,
-// and a frame-rate limit for busy bars.
+// Application style: default font, disabled text and metrics that fit the screen on small panels,
+// touch behaviour, and a frame-rate limit for busy bars.
 #pragma once
 
 #include <QElapsedTimer>
@@ -32,11 +32,13 @@ public:
     using QProxyStyle::polish;
     void polish(QWidget *widget) override;
 
-    /** Limit the frame rate of busy bars, so that a slow board has CPU time left for dialling. */
+    /** Limit the frame rate of busy bars, so that a slow board has CPU time left for dialling. Move
+     *  a combo box's list above its box. */
     bool eventFilter(QObject *watched, QEvent *event) override;
 
-    /** Set the application's style and default font for the size of the primary screen, and install
-     *  the double-tap filter. Call this before creating widgets. */
+    /** Set the application's style and default font for the size of the primary screen, make
+     *  disabled text readable, and install the double-tap filter. Call this before creating
+     *  widgets. */
     static void apply(QApplication &app);
 
 private:
