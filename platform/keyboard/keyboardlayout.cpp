@@ -83,15 +83,18 @@ QSize size(const QSize &panel)
     return {panel.width(), qMin(panel.width() * 5 / 16, panel.height() * 5 / 9)};
 }
 
-QList<Key> keys(Page page, const QSize &size)
+QList<Key> keys(Page page, const QSize &size, bool hasSpace)
 {
     const PageContent content = keyboardlayout::content(page);
     QList<Key> keys;
     for (int at : {0, 1}) {
         const QString characters = QString::fromLatin1(content.rows[at]);
+        // The first and the last key reach the edges of the panel.
+        const int atEdge = (WholeRow - (int(characters.size()) - 2) * Character) / 2;
         Row row(keys, at, size);
-        row.skip((WholeRow - int(characters.size()) * Character) / 2);
-        row.addCharacters(characters, Character);
+        row.addCharacters(characters.first(1), atEdge);
+        row.addCharacters(characters.sliced(1).chopped(1), Character);
+        row.addCharacters(characters.last(1), atEdge);
     }
     Row third(keys, 2, size);
     third.add(content.thirdRowStart, BesideCharacters);
@@ -101,7 +104,10 @@ QList<Key> keys(Page page, const QSize &size)
     Row last(keys, 3, size);
     last.add(content.lastRowStart, LastRowEnd);
     last.addCharacters(QString::fromLatin1(content.besideSpace), LastRowCharacter);
-    last.add({Action::Character, QStringLiteral(" "), {}, page}, Space);
+    if (hasSpace)
+        last.addCharacters(QStringLiteral(" "), Space);
+    else
+        last.skip(Space);
     last.addCharacters(QStringLiteral("."), LastRowCharacter);
     last.add({Action::Hide, QStringLiteral("Hide"), {}, page}, LastRowCharacter);
     last.add({Action::Enter, QStringLiteral("Enter"), {}, page}, LastRowEnd);
@@ -113,6 +119,11 @@ Page initialPage(Qt::InputMethodHints hints)
     constexpr Qt::InputMethodHints Numbers =
         Qt::ImhDigitsOnly | Qt::ImhFormattedNumbersOnly | Qt::ImhDialableCharactersOnly;
     return (hints & Numbers) ? Page::Digits : Page::Letters;
+}
+
+bool hasSpace(Qt::InputMethodHints hints)
+{
+    return !hints.testFlag(Qt::ImhDigitsOnly);
 }
 
 QString typedText(const Key &key, Shift shift)

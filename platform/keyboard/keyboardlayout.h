@@ -31,12 +31,17 @@ struct Key {
 /**
  * Return the keys of a page, row by row. The pages together have every printable ASCII character,
  * and every page can be reached from every other.
- * @param size keyboard size in pixels; the keys of a full row fill its width
+ * @param size keyboard size in pixels; the keys of a row fill its width
+ * @param hasSpace false to leave the place of the space bar empty
  */
-[[nodiscard]] QList<Key> keys(Page page, const QSize &size);
+[[nodiscard]] QList<Key> keys(Page page, const QSize &size, bool hasSpace = true);
 
 /** Return the first page for a field's input-method hints. The hints do not restrict input. */
 [[nodiscard]] Page initialPage(Qt::InputMethodHints hints);
+
+/** Return whether a field with these hints gets a space bar. A space between digits could be
+ *  overlooked. */
+[[nodiscard]] bool hasSpace(Qt::InputMethodHints hints);
 
 /** Return the text that a key types in a given shift state. */
 [[nodiscard]] QString typedText(const Key &key, Shift shift);

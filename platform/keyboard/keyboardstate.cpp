@@ -16,12 +16,13 @@ constexpr int RollParts = 4;
 KeyboardState::KeyboardState(const QSize &size, Milliseconds doubleTapInterval)
     : m_size(size), m_doubleTapInterval(doubleTapInterval)
 {
-    open(keyboardlayout::Page::Letters);
+    open(Qt::ImhNone);
 }
 
-void KeyboardState::open(keyboardlayout::Page page)
+void KeyboardState::open(Qt::InputMethodHints hints)
 {
-    switchPage(page);
+    m_hasSpace = keyboardlayout::hasSpace(hints);
+    switchPage(keyboardlayout::initialPage(hints));
     m_shift = Shift::Off;
 }
 
@@ -29,7 +30,7 @@ void KeyboardState::switchPage(keyboardlayout::Page page)
 {
     cancel();
     m_page = page;
-    m_keys = keyboardlayout::keys(page, m_size);
+    m_keys = keyboardlayout::keys(page, m_size, m_hasSpace);
 }
 
 KeyboardState::Result KeyboardState::press(int finger, const QPoint &at, Milliseconds when)

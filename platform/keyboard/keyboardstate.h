@@ -23,8 +23,8 @@ public:
      *  @param doubleTapInterval longest time between two touches of Shift that turn on caps lock */
     KeyboardState(const QSize &size, Milliseconds doubleTapInterval);
 
-    /** Reset the state for a new field: a given page, lower case, no key pressed. */
-    void open(keyboardlayout::Page page);
+    /** Reset the state for a field with these hints: its first page, lower case, no key pressed. */
+    void open(Qt::InputMethodHints hints);
 
     /** Handle a touch-down.
      *  @param finger ID, unique while the finger is down
@@ -53,6 +53,7 @@ private:
     Result releaseHeldKey(Milliseconds when);
 
     QSize m_size;
+    bool m_hasSpace = true; ///< true when the pages have a space bar
     Milliseconds m_doubleTapInterval;
     keyboardlayout::Page m_page = keyboardlayout::Page::Letters;
     QList<keyboardlayout::Key> m_keys;

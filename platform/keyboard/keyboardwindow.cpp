@@ -63,9 +63,10 @@ KeyboardWindow::KeyboardWindow(const QRect &panel)
 
 KeyboardWindow::~KeyboardWindow() = default;
 
-void KeyboardWindow::open(keyboardlayout::Page page)
+void KeyboardWindow::open(Qt::InputMethodHints hints)
 {
-    m_keys.open(page);
+    m_keys.open(hints);
+    paint(QRect(QPoint(0, 0), size()));
     repaintChanges();
 }
 

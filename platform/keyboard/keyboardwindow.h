@@ -28,8 +28,8 @@ public:
     explicit KeyboardWindow(const QRect &panel);
     ~KeyboardWindow() override;
 
-    /** Show a page in its initial state: lower case, no key pressed. */
-    void open(keyboardlayout::Page page);
+    /** Show the first page for a field's hints in its initial state: lower case, no key pressed. */
+    void open(Qt::InputMethodHints hints);
 
 signals:
     /** A key was typed. @param text typed text; empty for keys without a character */

@@ -15,12 +15,26 @@ namespace
 
 constexpr int FieldMargin = 4; // pixels between a field and the keyboard
 
-bool isOpeningDialog(const QObject *watched, const QEvent *event)
+/** Return the window that an event shows or hides, or null. */
+const QWidget *changedWindow(const QObject *watched, const QEvent *event)
 {
-    if (event->type() != QEvent::Show || !watched->isWidgetType())
-        return false;
+    if ((event->type() != QEvent::Show && event->type() != QEvent::Hide) ||
+        !watched->isWidgetType())
+        return nullptr;
     const auto *widget = static_cast<const QWidget *>(watched);
-    return widget->isWindow() && widget->isModal();
+    return widget->isWindow() ? widget : nullptr;
+}
+
+/** Return the next enabled line edit of the page in tab order, or null after the last one. */
+QLineEdit *nextEdit(const QLineEdit *edit)
+{
+    for (QWidget *next = edit->nextInFocusChain(); next != edit->window();
+         next = next->nextInFocusChain()) {
+        auto *found = qobject_cast<QLineEdit *>(next);
+        if (found != nullptr && found->isVisible() && found->isEnabled() && !found->isReadOnly())
+            return found;
+    }
+    return nullptr;
 }
 
 bool isTouch(const QEvent *event)
@@ -61,8 +75,10 @@ bool OnScreenKeyboard::eventFilter(QObject *watched, QEvent *event)
     if (isButton(event)) {
         if (auto *edit = qobject_cast<QLineEdit *>(watched))
             handleEditTouch(edit, static_cast<QMouseEvent *>(event));
-    } else if (isOpeningDialog(watched, event)) {
-        hideKeyboard(); // Move the parent back before the dialog is placed over it.
+    } else if (const QWidget *window = changedWindow(watched, event)) {
+        if (window->isModal() && event->type() == QEvent::Show)
+            hideKeyboard(); // Move the parent back before the dialog is placed over it.
+        m_debouncer.block(window->geometry());
     }
     return false;
 }
@@ -141,7 +157,7 @@ void OnScreenKeyboard::showKeyboard()
     const int missing = top.y() + m_edit->height() + FieldMargin - m_keys->y();
     shiftWindow(window, qMax(0, missing));
     if (m_pageOwner != m_edit)
-        m_keys->open(keyboardlayout::initialPage(m_edit->inputMethodHints()));
+        m_keys->open(m_edit->inputMethodHints());
     m_pageOwner = m_edit;
     if (m_keys->isVisible())
         return;
@@ -163,7 +179,8 @@ void OnScreenKeyboard::hideKeyboard()
     m_debouncer.block(m_keys->geometry());
 }
 
-/** Send key events as a hardware keyboard does. After Enter, ignore further keys. */
+/** Send key events as a hardware keyboard does. Enter moves to the next field; after the last one,
+ *  ignore further keys. */
 void OnScreenKeyboard::sendKey(Qt::Key key, const QString &text)
 {
     if (!isWanted())
@@ -174,8 +191,12 @@ void OnScreenKeyboard::sendKey(Qt::Key key, const QString &text)
         if (edit != nullptr)
             QCoreApplication::sendEvent(edit, &event);
     }
-    if (key == Qt::Key_Return)
-        m_keyboardRequested = false;
+    if (key != Qt::Key_Return || !isWanted())
+        return;
+    m_edit = nextEdit(edit);
+    m_keyboardRequested = m_edit != nullptr;
+    if (m_keyboardRequested)
+        m_edit->setFocus(); // Not Qt::TabFocusReason, which selects the text.
 }
 
 void OnScreenKeyboard::shiftWindow(QWidget *window, int shift)

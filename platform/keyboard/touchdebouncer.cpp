@@ -1,8 +1,18 @@
 #include "platform/keyboard/touchdebouncer.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QPointerEvent>
-#include <QStyleHints>
+#include <QPushButton>
+
+namespace
+{
+
+constexpr int ButtonInterval = 1000; // milliseconds
+constexpr int SamePlace = 20;        // pixels between the two touches of a double tap
+// A turn reads the touches, the next one delivers them. The first turn may paint a whole window.
+constexpr int Turns = 3;
+
+} // namespace
 
 TouchDebouncer::TouchDebouncer()
 {
@@ -13,18 +23,28 @@ TouchDebouncer::TouchDebouncer()
 void TouchDebouncer::block(const QRegion &area)
 {
     m_area += area;
-    m_eventsProcessed = false;
+    m_touchBefore = m_lastTouch;
+    m_turnsLeft = Turns;
     m_timer.start(0);
 }
 
 void TouchDebouncer::onTimeout()
 {
-    if (m_eventsProcessed) {
+    if (m_turnsLeft == 0)
         m_area = QRegion();
-        return;
-    }
-    m_eventsProcessed = true;
-    m_timer.start(QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    else
+        m_timer.start(--m_turnsLeft > 0 ? 0 : ButtonInterval);
+}
+
+bool TouchDebouncer::blocks(const QPoint &at) const
+{
+    if (!m_area.contains(at))
+        return false;
+    if (m_turnsLeft > 0 || qobject_cast<QPushButton *>(QApplication::widgetAt(at)) != nullptr)
+        return true;
+    const int elapsed = ButtonInterval - m_timer.remainingTime();
+    return elapsed < QApplication::doubleClickInterval() &&
+           (at - m_touchBefore).manhattanLength() <= SamePlace;
 }
 
 bool TouchDebouncer::filters(const QPointerEvent &event)
@@ -32,9 +52,11 @@ bool TouchDebouncer::filters(const QPointerEvent &event)
     bool anyBlocked = false;
     bool anyOther = false;
     for (const QEventPoint &point : event.points()) {
-        const bool pressed = point.state() == QEventPoint::Pressed;
-        if (pressed && m_area.contains(point.globalPosition().toPoint()))
-            m_blockedFingers.insert(point.id());
+        if (point.state() == QEventPoint::Pressed) {
+            m_lastTouch = point.globalPosition().toPoint();
+            if (blocks(m_lastTouch))
+                m_blockedFingers.insert(point.id());
+        }
         if (point.state() != QEventPoint::Stationary)
             (m_blockedFingers.count(point.id()) > 0 ? anyBlocked : anyOther) = true;
         if (point.state() == QEventPoint::Released)

@@ -1,11 +1,13 @@
 // Ignores touches where the screen has just changed (debounce).
 //
-// When the keyboard appears or disappears, another widget lies under the finger. The second touch
-// of a double tap, or a touch made while the program was too busy to repaint, would then hit a
-// widget that the operator did not aim at: Exit lies under the Enter key.
+// When the keyboard or another window appears, moves or disappears, another widget lies under the
+// finger. The second touch of a double tap, the next key of a typist, or a touch made while the
+// program was too busy to repaint, would then hit a widget that the operator did not aim at: Exit
+// lies under the Enter key.
 #pragma once
 
 #include <QObject>
+#include <QPoint>
 #include <QRegion>
 #include <QTimer>
 
@@ -20,8 +22,12 @@ class TouchDebouncer : public QObject
 public:
     TouchDebouncer();
 
-    /** Ignore presses in an area until the double-click interval has passed, counted from the next
-     *  time that the event loop runs. @param area in global pixels */
+    /**
+     * Ignore presses in an area: all of them until the event loop has processed the waiting events,
+     * then for the double-click interval those at the place of the touch before the call, and for
+     * 1 s those on push buttons, which act immediately.
+     * @param area in global pixels
+     */
     void block(const QRegion &area);
 
     /** Return true when all changed touch points of an event are blocked. Call this exactly once
@@ -29,10 +35,13 @@ public:
     [[nodiscard]] bool filters(const QPointerEvent &event);
 
 private:
+    bool blocks(const QPoint &at) const;
     void onTimeout();
 
     QRegion m_area;
     QTimer m_timer;
-    bool m_eventsProcessed = false; ///< true when the event loop has run since the last change
+    int m_turnsLeft = 0;            ///< turns of the event loop until waiting events are processed
+    QPoint m_lastTouch;             ///< place of the last press, in global pixels
+    QPoint m_touchBefore;           ///< the same when the area was last blocked
     std::set<int> m_blockedFingers; ///< IDs of blocked fingers, from press to release
 };

@@ -28,7 +28,8 @@ void DoubleTapFilterTest::nextKeyReplacesNothing_data()
     QTest::newRow("touched soon") << QLineEdit::Normal << false << 400 << 0;
     QTest::newRow("touched late") << QLineEdit::Normal << false << 1 << 0;
     QTest::newRow("password") << QLineEdit::Password << false << 400 << 0;
-    QTest::newRow("a finger rolls") << QLineEdit::Normal << false << 1 << -40;
+    QTest::newRow("a finger rolls") << QLineEdit::Normal << false << 1 << -3;
+    QTest::newRow("a finger slides") << QLineEdit::Password << false << 1 << -40;
     QTest::newRow("a mouse drags") << QLineEdit::Normal << true << 1 << -40;
 }
 
@@ -59,7 +60,7 @@ void DoubleTapFilterTest::nextKeyReplacesNothing()
             QTest::touchEvent(window, m_device.get()).release(0, to);
         }
         QCOMPARE(edit.selectedText(), QString());
-        QCOMPARE(edit.cursorPosition() == edit.text().size(), rolls == 0);
+        QCOMPARE(edit.cursorPosition() == edit.text().size(), rolls > -10);
     }
     QTest::keyClick(&edit, Qt::Key_Q);
     QCOMPARE(edit.text().size(), 26);
