@@ -8,9 +8,9 @@ from signal import SIGUSR1
 import pytest
 
 from host.sockets import connect
-from panel.constants import (APN, DIAL, DOUBLE_TOUCH_SECONDS, FAILED, FIELDS, MISC, PARAMETERS,
-                             PIN, SETTING, SIZES, USER)
-from panel.screen import Screen
+from panel.constants import (APN, AUTH, BUTTON_GUARD_SECONDS, DIAL, DOUBLE_TOUCH_SECONDS, FAILED,
+                             FIELDS, MISC, PARAMETERS, PIN, SETTING, SIZES, USER)
+from panel.screen import Screen, Widget, centre
 from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, Viewer
@@ -92,26 +92,61 @@ def test_never_over_a_dialog(keyed: PrivateRoot) -> None:
     assert screen.dialog()["text"] == FAILED
     x, y, width, height = screen.dialog()["rect"]
     assert abs(x + width / 2 - 240) <= 1 and abs(y + height / 2 - 136) <= 1
-    time.sleep(0.5)
+    time.sleep(BUTTON_GUARD_SECONDS)
     keyed.panel.press("OK")
     keyed.panel.wait(lambda now: not now.has_dialog(), 5, "the notice gone")
     assert keyed.panel.screen().keys == []  # until a field is touched again
     keyed.panel.raise_keys(PIN)
 
 
-def test_second_touch(keyed: PrivateRoot) -> None:
-    """Exit is under Enter, a key under a field: the second of two touches meets neither."""
+def touch_late(root: PrivateRoot, button: Widget, since: float) -> None:
+    """Touch a button 0.5 s after a change, but not after 1 s, when a touch counts."""
+    time.sleep(max(0, since + 0.5 - time.monotonic()))
+    if time.monotonic() - since < 0.9:
+        root.panel.click(button)
+
+
+@pytest.mark.parametrize("size", SIZES, ids=str)
+def test_no_touch_ends_the_program(keyed: PrivateRoot) -> None:
+    """Exit is where a row or a key was, and OK where a key was: a late touch presses neither."""
     exit_button = keyed.panel.button("Exit")
-    keyed.panel.click(keyed.panel.raise_keys(PIN).key("Enter"))
-    keyed.panel.click(exit_button)
+    keyed.panel.click(keyed.panel.field(AUTH))
+    chap = keyed.panel.wait(lambda screen: screen.row("CHAP"), 5, "the list")
+    assert sum(chap["rect"][1::2]) < exit_button["rect"][1]
+    for _ in range(2):
+        keyed.panel.click(chap)
+        time.sleep(0.1)
+    enter, since = keyed.panel.raise_keys(PIN).key("Enter"), time.monotonic()
+    keyed.panel.click(enter)
     wait_gone(keyed)
-    time.sleep(0.5)
-    assert keyed.exit_status() is None, "Exit was not meant"
-    pin = keyed.panel.field(PIN)
-    keyed.panel.click(pin)
-    keyed.panel.click(pin)
-    keyed.panel.wait(lambda screen: screen.keys, 5, "the keys")
+    touch_late(keyed, exit_button, since)
+    keyed.panel.raise_keys(PIN)
+    since = time.monotonic()
+    keyed.panel.invoke("Makeup", "checkPPPMsg")
+    keyed.wait(lambda screen: screen.has_dialog(), 5, "the notice")
+    touch_late(keyed, keyed.panel.button("OK"), since)
+    time.sleep(BUTTON_GUARD_SECONDS)
+    assert keyed.panel.screen().has_dialog(), "OK was not meant"
+    keyed.panel.press("OK")
+    keyed.wait(lambda screen: not screen.has_dialog(), 5, "the notice gone")
     assert keyed.panel.field(PIN)["text"] == ""
+    assert keyed.exit_status() is None, "Exit was not meant"
+
+
+@pytest.mark.parametrize("size", SIZES, ids=str)
+def test_touch_before_the_window(roots: Roots, size: tuple[int, int]) -> None:
+    """Exit will be where an impatient finger touches the black panel."""
+    root = roots.stored(size=size, keys=True, setup=SETUP)
+    root.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
+    root.start(shown=False).wait_calls("ifconfig", 1, 20)
+    with Viewer(connect(root.run / SOCKET, 5)) as viewer:
+        width, height = size
+        viewer.touch(width - width // 10, height - height // 12)
+        root.wait_shown()
+        time.sleep(0.5)
+    x, y, *extent = root.panel.button("Exit")["rect"]
+    assert x < width - width // 10 < x + extent[0] and y < height - height // 12 < y + extent[1]
+    assert root.exit_status() is None, "Exit was not meant"
 
 
 def test_touches_while_the_screen_stands_still(keyed: PrivateRoot) -> None:
