@@ -9,7 +9,7 @@ from pathlib import Path
 from boardtest import BoardTest
 from host.paths import ROOT
 from panel.constants import (AUTO_CONNECT, BUTTON_GUARD_SECONDS, COUNTS, FAILED, MISC, PARAMETERS,
-                         SOON_SECONDS)
+                             SOON_SECONDS)
 from panel.screen import centre
 from virtualboard.board import Board
 

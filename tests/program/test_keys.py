@@ -10,7 +10,7 @@ import pytest
 from host.sockets import connect
 from panel.constants import (APN, AUTH, BUTTON_GUARD_SECONDS, DIAL, DOUBLE_TOUCH_SECONDS, FAILED,
                              FIELDS, MISC, PARAMETERS, PIN, SETTING, SIZES, USER)
-from panel.screen import Screen, Widget, centre
+from panel.screen import Screen, Widget
 from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, Viewer
