@@ -141,11 +141,11 @@ def test_touch_before_the_window(roots: Roots, size: tuple[int, int]) -> None:
     root.start(shown=False).wait_calls("ifconfig", 1, 20)
     with Viewer(connect(root.run / SOCKET, 5)) as viewer:
         width, height = size
-        viewer.touch(width - width // 10, height - height // 12)
+        viewer.touch(width - width // 10, height - height // 16)
         root.wait_shown()
         time.sleep(0.5)
     x, y, *extent = root.panel.button("Exit")["rect"]
-    assert x < width - width // 10 < x + extent[0] and y < height - height // 12 < y + extent[1]
+    assert x < width - width // 10 < x + extent[0] and y < height - height // 16 < y + extent[1]
     assert root.exit_status() is None, "Exit was not meant"
 
 
