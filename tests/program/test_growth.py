@@ -13,7 +13,7 @@ from privateroot.operating import expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
 from program.injection import terminate
-from program.programtest import FAST, at_rest, fail, row
+from program.programtest import FAST, at_rest, fail, press_fast, row
 
 CHECKS = 50  # at once: fewer than the program's socket can queue
 WARM_UP = 100  # maximum number of times before the first memory measurement
@@ -40,7 +40,7 @@ def dial(root: PrivateRoot) -> None:
     """Bring the link up and down again."""
     for button, up in (("Connect", True), ("Disconnect", False)):
         root.set_link(up)
-        root.panel.press(button)
+        press_fast(root, button)
         wait_link(root, up)
 
 
