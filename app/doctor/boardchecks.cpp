@@ -1,13 +1,18 @@
 #include "app/doctor/checks.h"
+#include "core/boardpaths.h"
+#include "core/diallog.h"
 #include "core/displayprofile.h"
 #include "io/linefile.h"
+#include "io/linkstate.h"
 #include "io/processlist.h"
 #include "io/shellcommand.h"
+#include "io/storedvalues.h"
 
 #include <QDateTime>
 #include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QUrl>
 #include <sys/statvfs.h>
 #include <sys/utsname.h>
 
@@ -17,50 +22,84 @@ namespace doctor
 namespace
 {
 
-constexpr char PackageFiles[] = "/var/lib/dpkg/info/corvanta.list";
-constexpr char PackageStatus[] = "/var/lib/dpkg/status";
+using namespace boardpaths;
+using linefile::ReadResult;
+
 constexpr char Framebuffer[] = "/dev/fb0";
 constexpr char Font[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";
+constexpr char LinkName[] = "ppp0";
+constexpr char Rewrite[] = "write it with corvanta-provision, or edit a value and touch Connect";
+constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
 constexpr unsigned long MinFreeBytes = 65536;
-constexpr int ProgramsTimeMs = 5000;
 constexpr int MinMemoryKb = 16384;
-constexpr char ExitNoDisplay[] = "69";
+constexpr qint64 AllProgramsMs = 5000;
+constexpr qint64 OneProgramMs = 3000;
 
 QString matchIn(const QByteArray &text, const char *expression)
 {
     return QRegularExpression(expression).match(QString::fromUtf8(text)).captured(1);
 }
 
-void checkVersions(Page &page)
+QDateTime changed(const QString &file)
 {
-    utsname kernel{};
-    ::uname(&kernel);
-    const QString package = matchIn(linefile::read(PackageStatus).bytes,
-                                    R"(Package: corvanta\n(?:.+\n)*?Version: (.+))");
-    page.ok(QString("%1, Linux %2, corvanta %3, package %4")
-                .arg(matchIn(contentOf("/etc/os-release"), R"(PRETTY_NAME="?([^"\n]*))"),
-                     kernel.release, CORVANTA_VERSION, package.isEmpty() ? "unknown" : package));
-    const QDateTime installed = QFileInfo(PackageFiles).lastModified();
-    const QDateTime now = QDateTime::currentDateTime();
-    if (installed.isValid() && now < installed)
-        page.warn("the clock says " + now.toString(Qt::ISODate) +
-                      ", which is before the package was installed",
-                  "set the clock");
+    return QFileInfo(file).lastModified();
 }
 
-void checkDirectory(Page &page, const char *path)
+void checkDirectory(Page &page, const QString &path)
 {
     struct statvfs info {
     };
-    if (::statvfs(path, &info) == -1)
-        return page.fail(QString("%1 is missing").arg(path), "mount or create the directory");
-    if ((info.f_flag & ST_RDONLY) != 0)
-        return page.fail(QString("%1 is read-only: nothing can be stored there").arg(path),
-                         "find the reason with dmesg, then remount it with rw");
-    if (info.f_bfree * info.f_frsize < MinFreeBytes || (info.f_files > 0 && info.f_ffree == 0))
-        return page.fail(QString("%1 is full: nothing can be stored there").arg(path),
-                         "delete files that are not needed; df shows the file system");
-    page.ok(QString("%1 can be written").arg(path));
+    const bool isMissing = ::statvfs(qPrintable(path), &info) == -1;
+    const bool isFull =
+        info.f_bfree * info.f_frsize < MinFreeBytes || (info.f_files > 0 && info.f_ffree == 0);
+    page.check({{isMissing, path + " is missing", "mount or create the directory"},
+                {(info.f_flag & ST_RDONLY) != 0, path + " is read-only",
+                 "find the reason with dmesg, then remount it with rw"},
+                {isFull, path + " is full", "delete files; df shows the file system"}},
+               path + " can be written");
+}
+
+/** @return true when the parameters can be read */
+bool checkParameterFile(Page &page)
+{
+    const QString path = ParameterFile;
+    const ReadResult stored = linefile::read(path);
+    const auto lines = int(paramlist::parseLines(stored.bytes).size());
+    page.check(
+        {{stored.state == ReadResult::Missing, path + " does not exist: the defaults apply",
+          "enter the parameters", Warning},
+         {stored.state == ReadResult::Unreadable,
+          path + " cannot be read: " + qt_error_string(stored.error),
+          "delete it and enter the parameters again"},
+         {lines < paramlist::DialUpCount, path + QString(" has only %1 of its lines").arg(lines),
+          "enter the parameters again"}});
+    return stored.state != ReadResult::Unreadable;
+}
+
+void checkGenerated(Page &page, const storedvalues::File &file)
+{
+    const QString path = file.path;
+    const auto found = storedvalues::compare(file);
+    const QString age = changed(path) < changed(ParameterFile) ? " and is older" : "";
+    page.check({{found == storedvalues::Agreement::Missing,
+                 path + " does not exist: pppd cannot dial", Rewrite},
+                {found == storedvalues::Agreement::Differs,
+                 path + " differs from the stored parameters" + age, Rewrite, Warning}},
+               path + " agrees with the parameters");
+}
+
+void checkNames(Page &page)
+{
+    QByteArray servers = linkstate::nameServers();
+    if (QFileInfo::exists("/run/systemd/resolve"))
+        servers += outputOf("resolvectl", {"dns", LinkName}).simplified().split(':').value(1);
+    const QString name = QUrl(CORVANTA_PROBE_URL).host();
+    const QString resolve = "the name servers (" + servers + ") resolve ";
+    page.check({{servers.isEmpty(), "there is no name server",
+                 "see Names are not resolved in troubleshooting.md"},
+                {outputOf("getent", {"ahosts", name}).isEmpty(), resolve + "no " + name,
+                 "compare them with the operator's data", Warning}},
+               resolve + name);
 }
 
 } // namespace
@@ -72,75 +111,122 @@ QByteArray contentOf(const QString &path)
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)
 {
-    static const QDeadlineTimer deadline(ProgramsTimeMs);
-    const ShellResult result =
-        runProgram(program, arguments, std::chrono::milliseconds(deadline.remainingTime()));
+    static const QDeadlineTimer deadline(AllProgramsMs);
+    const std::chrono::milliseconds time(std::min(OneProgramMs, deadline.remainingTime()));
+    const ShellResult result = runProgram(program, arguments, time);
     return result.status == 0 ? result.standardOutput : QByteArray();
 }
 
 void checkBoard(Page &page)
 {
-    page.begin(Group::Board);
-    checkVersions(page);
+    page.begin("board");
+    utsname kernel{};
+    ::uname(&kernel);
+    const QString release = matchIn(contentOf("/etc/os-release"), R"(PRETTY_NAME="?([^"\n]*))");
+    const QString package = outputOf("dpkg-query", {"-Wf${Version}", "corvanta"});
+    page.ok((release.isEmpty() ? "unknown release" : release) + ", Linux " + kernel.release +
+            ", corvanta " CORVANTA_VERSION ", package " + (package.isEmpty() ? "none" : package));
+    page.check(
+        {{changed("/var/lib/dpkg/info/corvanta.list") > QDateTime::currentDateTime(),
+          "the clock is earlier than the installation of the package", "set the clock", Warning}});
     for (const char *path : {"/quenfold/configs", "/etc/ppp", "/run"})
         checkDirectory(page, path);
-    const int available = matchIn(contentOf("/proc/meminfo"), R"(MemAvailable: *(\d+))").toInt();
-    if (available < MinMemoryKb)
-        page.warn(QString("only %1 KiB of memory are available").arg(available),
-                  "find large processes with top");
+    const QString memory = matchIn(contentOf("/proc/meminfo"), R"(MemAvailable: *(\d+))");
+    page.check({{memory.toInt() < MinMemoryKb, memory + " KiB of memory are available",
+                 "find large processes with top", Warning}});
+}
+
+void checkParameters(Page &page)
+{
+    page.begin("parameters");
+    paramlist::ScreenValues values;
+    if (!checkParameterFile(page) || !storedvalues::load(values).isEmpty())
+        return;
+    for (const QString path : {ParameterFile, PeerFile, ChatScript})
+        page.check({{(QFileInfo(path).permissions() & Others) != 0,
+                     "other users can access " + path, "set its mode to 600", Warning}});
+    page.ok("APN " + values.dialUp.apn + ", dial number " + values.dialUp.dialNumber);
+    const bool isUp = !linkstate::addressOf(LinkName).isEmpty();
+    for (const auto &finding : dialcheck::check(values.dialUp, storedvalues::networkSecrets()))
+        page.check({{!finding.dials, finding.text, "correct it on the panel"},
+                    {!isUp, finding.text, "compare it with the operator's data", Warning}});
+    for (const storedvalues::File &file : storedvalues::generatedFiles(values))
+        checkGenerated(page, file);
+}
+
+void checkLink(Page &page, bool reach)
+{
+    page.begin("link");
+    QString state = "pppd has given up; last dial: ";
+    for (const Process &process : allProcesses()) {
+        if (process.name == "pppd") {
+            page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(process.age));
+            state = "last dial: ";
+        }
+    }
+    const QString address = linkstate::addressOf(LinkName);
+    if (address.isEmpty()) {
+        // Earlier values led to an earlier log.
+        const auto failure = changed(PppLog) < changed(PeerFile)
+                                 ? std::nullopt
+                                 : lastDialFailure(linefile::readEnd(PppLog).bytes);
+        const DialFailure last = failure.value_or(DialFailure());
+        page.check({{failure.has_value(), state + last.cause, last.remedy},
+                    {state.startsWith("pppd"), "pppd is not running",
+                     "touch Connect, or run pppd call ppp-connect", Warning}});
+        return;
+    }
+    page.ok("ppp0 is up, address " + address);
+    const QByteArray interface = linkstate::defaultInterface();
+    page.check(
+        {{interface.isEmpty(), "there is no default route", "run ip route add default dev ppp0"},
+         {interface != LinkName, "the default route is over " + interface,
+          "see A board with Ethernet in integrating.md", Warning}},
+        "the default route is over ppp0");
+    checkNames(page);
+    if (reach)
+        page.check({{outputOf("ping", {"-c1", "-W2", CORVANTA_PING_TARGET}).isEmpty(),
+                     CORVANTA_PING_TARGET " does not answer a ping", "ask the operator"}},
+                   CORVANTA_PING_TARGET " answers a ping");
 }
 
 void checkScreen(Page &page)
 {
-    page.begin(Group::Screen);
-    if (!QFileInfo::exists(Framebuffer)) {
-        page.fail("there is no framebuffer /dev/fb0", "install or load the panel's driver");
-    } else {
-        const QByteArray size = contentOf("/sys/class/graphics/fb0/virtual_size");
-        const QList<QByteArray> sides = size.split(',');
-        const int model = displayprofile::modelFor({sides[0].toInt(), sides.value(1).toInt()});
-        if (model == 0)
-            page.warn("the framebuffer of size " + size + " has no display profile",
-                      "use 480,272 or 800,480 or 1280,800");
-        else
-            page.ok(QString("framebuffer of %1, profile %2").arg(QString(size)).arg(model));
-    }
-    for (const Process &user : usersOf(Framebuffer)) {
-        if (user.name != "corvanta")
-            page.warn(QString("%1 (PID %2) uses the framebuffer, too")
-                          .arg(QString(user.name))
-                          .arg(user.pid),
-                      "stop that program");
-    }
-    if (!QFileInfo::exists("/dev/input/touchscreen"))
-        page.warn("udev has found no touch screen", "see Touch screen in integrating.md");
-    if (!QFileInfo::exists(Font))
-        page.warn(QString("the font %1 is missing").arg(Font), "install fonts-wqy-microhei");
+    page.begin("screen");
+    const QString size = contentOf("/sys/class/graphics/fb0/virtual_size").replace(',', 'x');
+    const int model =
+        displayprofile::modelFor({size.section(u'x', 0, 0).toInt(), size.section(u'x', 1).toInt()});
+    page.check({{!QFileInfo::exists(Framebuffer), "there is no framebuffer /dev/fb0",
+                 "install or load the panel's driver"},
+                {model == 0, "the framebuffer of " + size + " has no display profile",
+                 "use 480x272, 800x480 or 1280x800", Warning}},
+               "framebuffer of " + size + ", profile " + QString::number(model));
+    for (const Process &user : usersOf(Framebuffer))
+        page.check({{user.name != "corvanta",
+                     QString("%1 (PID %2) uses /dev/fb0, too").arg(user.name).arg(user.pid),
+                     "stop that program", Warning}});
+    page.check({{!QFileInfo::exists("/dev/input/touchscreen"), "udev has found no touch screen",
+                 "see Touch screen in integrating.md", Warning}});
+    page.check({{!QFileInfo::exists(Font), QString("there is no font ") + Font,
+                 "install fonts-wqy-microhei", Warning}});
 }
 
 void checkService(Page &page)
 {
-    page.begin(Group::Service);
-    const QByteArray shown = outputOf("systemctl", {"show", "corvanta.service"});
-    const QString state = matchIn(shown, "\nActiveState=(.*)");
-    if (state.isEmpty())
-        return page.warn("could not look: systemctl is missing or does not answer",
-                         "find the process with pgrep -a corvanta");
-    const QString status = matchIn(shown, "\nExecMainStatus=(.*)");
-    const QString text =
-        QString("the panel is %1; restarts %2, last result %3, last status %4%5")
-            .arg(state, matchIn(shown, "\nNRestarts=(.*)"), matchIn(shown, "\nResult=(.*)"), status,
-                 status == ExitNoDisplay ? " (no display)" : "");
-    const QByteArray said =
-        outputOf("journalctl", {"-b", "-q", "-n1", "-ocat", "-tcorvanta"}).trimmed();
-    page.ok("last message in the journal: " + QString::fromUtf8(said));
-    if (state == "active")
-        page.ok(text);
-    else if (state == "failed")
-        page.fail(text, "read journalctl -t corvanta, then run systemctl reset-failed corvanta and "
-                        "systemctl start corvanta");
-    else
-        page.warn(text, "run systemctl start corvanta");
+    page.begin("service");
+    const QByteArray state = outputOf("systemctl", {"show", "corvanta.service", "--property",
+                                                    "ActiveState,NRestarts,Result,ExecMainStatus"})
+                                 .simplified();
+    const QString text = "corvanta.service: " + state;
+    page.check({{state.isEmpty(), "could not look: systemctl does not answer",
+                 "find the process with pgrep -a corvanta", Warning},
+                {state.contains("State=failed"), text,
+                 "read journalctl -t corvanta, then run systemctl reset-failed corvanta and "
+                 "systemctl start corvanta"},
+                {!state.contains("State=active"), text, "systemctl start corvanta", Warning}},
+               text);
+    page.ok("last message in the journal: " +
+            outputOf("journalctl", {"-b", "-q", "-n1", "-ocat", "-tcorvanta"}).trimmed());
 }
 
 } // namespace doctor

@@ -1,4 +1,4 @@
-// What corvanta-doctor looks at, one function for each group of the page.
+// What corvanta-doctor looks at, one function for each group of the page, and what it packs.
 #pragma once
 
 #include "app/doctor/page.h"
@@ -6,22 +6,30 @@
 namespace doctor
 {
 
-void checkBoard(Page &page);
-void checkScreen(Page &page);
-void checkService(Page &page);
 /** @return true when the modem's port is in order, and no process has it open */
 [[nodiscard]] bool checkDongle(Page &page);
 /** Ask the modem: at most five commands of 3 s each. */
 void checkNetwork(Page &page);
+void checkBoard(Page &page);
 void checkParameters(Page &page);
 /** @param reach true to ping the target of the ping test, too */
 void checkLink(Page &page, bool reach);
+void checkScreen(Page &page);
+void checkService(Page &page);
+
+/**
+ * Write a tar.gz archive, which only root can read, of the page, the generated files, the logs, the
+ * units' journal and the kernel's messages about USB. Secrets are masked.
+ * @param file path of the archive, replaced if it exists
+ * @return false when it could not be written completely
+ */
+[[nodiscard]] bool writeBundle(const Page &page, const QString &file);
 
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);
 
-/** Run a program without a shell; all of them together have 5 s. @return its output; empty when it
- *  is missing, fails or takes too long */
+/** Run a program without a shell, for at most 3 s, and 5 s with all earlier ones. @return its
+ *  output; empty when it is missing, fails or takes too long */
 [[nodiscard]] QByteArray outputOf(const QString &program, const QStringList &arguments);
 
 } // namespace doctor

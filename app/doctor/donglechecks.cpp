@@ -20,13 +20,13 @@ namespace
 
 using boardpaths::ModemPort;
 
-constexpr char UsbDevices[] = "/sys/bus/usb/devices/";
+const QString UsbDevices = "/sys/bus/usb/devices/";
 constexpr char PlugAgain[] = "plug the dongle in again";
 constexpr std::chrono::milliseconds AnswerTimeout{3000};
 
-QStringList namesIn(const QString &directory)
+QStringList namesIn(const QString &directory, const QString &pattern)
 {
-    return QDir(directory).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    return QDir(directory).entryList({pattern}, QDir::AllEntries | QDir::System);
 }
 
 /** Return the last part of a path after all symbolic links; empty if it does not exist. */
@@ -35,84 +35,60 @@ QString targetName(const QString &path)
     return QFileInfo(path).canonicalFilePath().section(u'/', -1);
 }
 
-unsigned numberIn(const QString &path)
-{
-    return contentOf(path).toUInt(nullptr, 16);
-}
-
 /** Report what is on the bus. @return the dongle's name there; empty if there is none */
 QString findDongle(Page &page)
 {
+    QString dongle;
     QString other;
-    for (const QString &name : namesIn(UsbDevices)) {
-        const unsigned product = numberIn(UsbDevices + name + "/idProduct");
-        if (numberIn(UsbDevices + name + "/idVendor") != DongleVendor)
-            continue;
-        if (product == DongleProduct) {
-            page.ok("on the USB bus as " + name);
-            return name;
-        }
-        other = QString::number(product, 16).rightJustified(4, u'0');
+    for (const QString &name : namesIn(UsbDevices, "*")) {
+        const QByteArray product = contentOf(UsbDevices + name + "/idProduct");
+        if (contentOf(UsbDevices + name + "/idVendor").toUInt(nullptr, 16) == DongleVendor)
+            (product.toUInt(nullptr, 16) == DongleProduct ? dongle : other) = name;
     }
-    if (other.isEmpty())
-        page.fail("there is no dongle on the USB bus", "plug it in; check port and power supply");
-    else
-        page.fail("the dongle is on the USB bus as 12d1:" + other +
-                      ", not as 12d1:1001: it has not been switched from storage to modem mode, "
-                      "or it is another model",
-                  QString("install usb-modeswitch, then ") + PlugAgain);
-    return {};
+    const QString product = contentOf(UsbDevices + other + "/idProduct");
+    page.check({{dongle.isEmpty() && other.isEmpty(), "there is no dongle on the USB bus",
+                 "plug it in; check port and power supply"},
+                {dongle.isEmpty(),
+                 "the dongle is on the USB bus as 12d1:" + product +
+                     ", not as 12d1:1001: it is in storage mode or of another model",
+                 "install usb-modeswitch, then plug the dongle in again"}},
+               "on the USB bus as " + dongle);
+    return dongle;
 }
 
-/** @return the dongle's ports, such as ttyUSB0 */
-QStringList portsOf(Page &page, const QString &dongle)
+/** @return true when the port is there and one of the dongle's */
+bool checkPorts(Page &page, const QString &dongle)
 {
     QStringList ports;
-    QString described;
-    for (const QString &interface : namesIn(UsbDevices)) {
-        if (!interface.startsWith(dongle + ':'))
-            continue;
-        for (const QString &name : namesIn(UsbDevices + interface).filter("ttyUSB")) {
+    for (const QString &interface : namesIn(UsbDevices, dongle + ":*")) {
+        const QString driver = targetName(UsbDevices + interface + "/driver");
+        for (const QString &name : namesIn(UsbDevices + interface, "ttyUSB*")) {
             ports.append(name);
-            described += ' ' + name + " (" + targetName(UsbDevices + interface + "/driver") + ')';
+            page.ok("port " + name + ", driver " + (driver.isEmpty() ? "unknown" : driver));
         }
     }
-    if (!ports.isEmpty())
-        page.ok("ports:" + described);
-    else
-        page.fail("the dongle has no serial port: no driver has taken it",
-                  QString("modprobe option, then ") + PlugAgain);
-    return ports;
-}
-
-/** @return true when /dev/ttyUSB0 is one of the dongle's ports */
-bool checkOwner(Page &page, const QStringList &ports)
-{
     const QString target = targetName(ModemPort);
-    if (ports.contains(target))
-        return true;
-    const QString device = "/sys/class/tty/" + target + "/device/../../";
-    if (target.isEmpty())
-        page.fail("/dev/ttyUSB0 does not exist", PlugAgain);
-    else
-        page.fail("/dev/ttyUSB0 belongs to another adapter (" + contentOf(device + "idVendor") +
-                      ':' + contentOf(device + "idProduct") + ") than the dongle",
-                  "unplug that adapter");
-    return false;
+    const QString owner = "/sys/class/tty/" + target + "/device/../../id";
+    return page.check({{ports.isEmpty(), "the dongle has no serial port: no driver has taken it",
+                        "modprobe option, then plug the dongle in again"},
+                       {target.isEmpty(), "/dev/ttyUSB0 does not exist", PlugAgain},
+                       {!ports.contains(target),
+                        "/dev/ttyUSB0 belongs to another adapter (" + contentOf(owner + "Vendor") +
+                            ':' + contentOf(owner + "Product") + ") than the dongle",
+                        "unplug that adapter"}});
 }
 
 /** @return true when no process has the port open */
 bool checkUsers(Page &page)
 {
+    const QByteArrayList ours{"pppd", "chat", "pinguard", "corvanta"};
     const QList<Process> users = usersOf(ModemPort);
     for (const Process &user : users) {
         const QString text =
-            QString("%1 (PID %2) has /dev/ttyUSB0 open").arg(QString(user.name)).arg(user.pid);
-        if (QByteArrayList{"pppd", "chat", "pinguard", "corvanta"}.contains(user.name))
-            page.ok(text + ": the modem is not asked");
-        else
-            page.fail(text + " and takes the modem's answers",
-                      QString("stop it; systemctl status %1 shows its service").arg(user.pid));
+            QString("%1 (PID %2) has /dev/ttyUSB0 open").arg(user.name).arg(user.pid);
+        page.check({{!ours.contains(user.name), text + " and takes the modem's answers",
+                     QString("stop it; systemctl status %1 shows its service").arg(user.pid)}},
+                   text + ": the modem is not asked");
     }
     return users.isEmpty();
 }
@@ -121,14 +97,11 @@ bool checkRaw(Page &page)
 {
     const FileDescriptor port(::open(ModemPort, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     termios modes{};
-    if (::tcgetattr(port.get(), &modes) == -1)
-        page.fail("/dev/ttyUSB0 cannot be opened as a serial port", PlugAgain);
-    else if ((modes.c_lflag & (ICANON | ECHO)) != 0)
-        page.fail("/dev/ttyUSB0 is not in raw mode: the modem gets its answers back as commands",
-                  PlugAgain);
-    else
-        return true;
-    return false;
+    const bool isClosed = ::tcgetattr(port.get(), &modes) == -1;
+    return page.check(
+        {{isClosed, "/dev/ttyUSB0 cannot be opened as a serial port", PlugAgain},
+         {(modes.c_lflag & (ICANON | ECHO)) != 0,
+          "/dev/ttyUSB0 is not in raw mode: the modem gets its answers back", PlugAgain}});
 }
 
 /** @return the modem's answer; empty when there is none, or another process uses the port now */
@@ -137,90 +110,81 @@ QByteArray ask(AtPort &port, const QByteArray &command)
     return usersOf(ModemPort).isEmpty() ? port.ask(command, AnswerTimeout) : QByteArray();
 }
 
-void checkPin(Page &page)
-{
-    paramlist::ScreenValues values;
-    if (!storedvalues::load(values).isEmpty() || values.dialUp.pin.isEmpty())
-        page.fail("the SIM asks for its PIN, and none is stored", "enter the PIN on the panel");
-    else if (QFileInfo::exists(boardpaths::PinMemory))
-        page.fail("the SIM has refused the stored PIN", "correct the PIN before you dial again");
-    else
-        page.ok("the SIM asks for its PIN, which the chat script sends");
-}
-
-/** @return true when the SIM is ready */
+/** @param answer response to +CPIN?. @return true when the SIM is ready */
 bool checkSim(Page &page, const QByteArray &answer)
 {
-    if (answer.isEmpty())
-        page.fail("the modem does not answer", PlugAgain);
-    else if (answer.contains("READY"))
-        page.ok("the SIM is ready");
-    else if (answer.contains("PUK"))
-        page.fail("the SIM is blocked and asks for its PUK",
-                  "enter the PUK in another device, such as a phone");
-    else if (answer.contains("PIN"))
-        checkPin(page);
-    else
-        page.fail("the modem finds no SIM", QString("insert the SIM, then ") + PlugAgain);
-    return answer.contains("READY");
+    if (answer.contains("READY"))
+        return true;
+    paramlist::ScreenValues stored;
+    const bool hasPin = storedvalues::load(stored).isEmpty() && !stored.dialUp.pin.isEmpty();
+    page.check(
+        {{answer.isEmpty(), "the modem does not answer", PlugAgain},
+         {answer.contains("PUK"), "the SIM is blocked and asks for its PUK",
+          "enter the PUK in another device, such as a phone"},
+         {!answer.contains("PIN"), "the modem finds no SIM",
+          "insert the SIM, then plug the dongle in again"},
+         {!hasPin, "the SIM asks for its PIN, and none is stored", "enter the PIN on the panel"},
+         {QFileInfo::exists(boardpaths::PinMemory), "the SIM has refused the stored PIN",
+          "correct the PIN before you dial again"}},
+        "the SIM asks for its PIN, which the chat script sends");
+    return false;
 }
 
 /** @param answers responses to +CREG? and +CGREG? (3GPP TS 27.007, 7.2 and 10.1.20) */
 void checkRegistration(Page &page, const QByteArray &answers)
 {
-    static const QRegularExpression state(R"(\+CG?REG: *\d, *(\d))");
+    static const QRegularExpression form(R"(\+CG?REG: *\d, *(\d))");
     QString states;
-    for (auto all = state.globalMatch(QString::fromLatin1(answers)); all.hasNext();)
+    for (auto all = form.globalMatch(QString::fromLatin1(answers)); all.hasNext();)
         states += all.next().captured(1);
-    if (states.contains(u'1') || states.contains(u'5'))
-        page.ok(states.contains(u'5') ? "registered, roaming" : "registered");
-    else if (states.contains(u'3'))
-        page.fail("the network denies the SIM its registration",
-                  "ask the operator: SIM not activated, blocked or without roaming");
-    else if (states.contains(u'2') || states.contains(u'0'))
-        page.fail("the modem finds no network to register in", "check antenna, place and SIM");
-    else
-        page.warn("the modem does not tell its registration", "look at chat's log");
+    const bool isRoaming = states.contains(u'5');
+    const bool isRegistered = isRoaming || states.contains(u'1');
+    page.check(
+        {{states.isEmpty(), "the modem does not tell its registration", "look at chat's log",
+          Warning},
+         {!isRegistered && states.contains(u'3'), "the network denies the SIM its registration",
+          "ask the operator: SIM not activated, blocked or without roaming"},
+         {!isRegistered, "the modem finds no network to register in",
+          "check antenna, place and SIM"}},
+        isRoaming ? "registered, roaming" : "registered");
 }
 
+/** @param answer response to +COPS? (3GPP TS 27.007, 7.3) */
 void checkOperator(Page &page, const QByteArray &answer)
 {
-    static const QRegularExpression form(R"(\+COPS: *\d,\d,"([^"]*)\"(?:,(\d))?)");
-    static const QStringList technologies{"GSM",         "GSM",         "UTRAN",      "EDGE",
-                                          "UTRAN HSDPA", "UTRAN HSUPA", "UTRAN HSPA", "LTE"};
+    static const QRegularExpression form(R"(\+COPS: *\d,\d,"([^"]*)\"(?:,([0-7]))?)");
+    const QStringList technologies{"GSM", "GSM", "UMTS", "EDGE", "HSDPA", "HSUPA", "HSPA", "LTE"};
     const auto match = form.match(QString::fromUtf8(answer));
+    const QString technology = match.captured(2);
     if (match.hasMatch())
-        page.ok("operator " + match.captured(1) + ", access technology " +
-                (match.captured(2).isEmpty() ? "unknown"
-                                             : technologies.value(match.captured(2).toInt())));
+        page.ok("operator " + match.captured(1) +
+                (technology.isEmpty() ? "" : ", " + technologies[technology.toInt()]));
 }
 
 } // namespace
 
 bool checkDongle(Page &page)
 {
-    page.begin(Group::Dongle);
+    page.begin("dongle");
     const QString dongle = findDongle(page);
     if (dongle.isEmpty())
         return false;
-    if (contentOf(UsbDevices + dongle + "/power/control") == "auto")
-        page.warn("the kernel may suspend the dongle (power/control)",
-                  "check the udev rules for USB power management");
-    const QStringList ports = portsOf(page, dongle);
-    return !ports.isEmpty() && checkOwner(page, ports) && checkUsers(page) && checkRaw(page);
+    page.check({{contentOf(UsbDevices + dongle + "/power/control") == "auto",
+                 "the kernel may suspend the dongle (power/control)",
+                 "check the udev rules for USB power management", Warning}});
+    return checkPorts(page, dongle) && checkUsers(page) && checkRaw(page);
 }
 
 void checkNetwork(Page &page)
 {
-    page.begin(Group::Network);
+    page.begin("SIM and network");
     AtPort port(ModemPort);
-    if (!port.isOpen() || !checkSim(page, ask(port, "AT+CPIN?")))
+    if (!checkSim(page, ask(port, "AT+CPIN?")))
         return;
     const CsqResponse signal = parseCsqResponse(ask(port, "AT+CSQ"));
-    if (signal.noSignal || signal.percent == 0)
-        page.warn("no signal", "check antenna and place");
-    else
-        page.ok(QString("signal %1 %").arg(signal.percent));
+    page.check(
+        {{signal.noSignal || signal.percent == 0, "no signal", "check antenna and place", Warning}},
+        QString("the SIM is ready; signal %1 %").arg(signal.percent));
     checkRegistration(page, ask(port, "AT+CREG?") + ask(port, "AT+CGREG?"));
     checkOperator(page, ask(port, "AT+COPS?"));
 }

@@ -1,97 +1,72 @@
 #include "app/doctor/page.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <algorithm>
-#include <tuple>
 
 namespace doctor
 {
 
-namespace
+bool Page::check(const QList<Fault> &faults, const QString &text)
 {
-
-constexpr qsizetype MaxText = 400;
-constexpr const char *GroupNames[] = {"dongle", "SIM and network", "board",  "parameters",
-                                      "link",   "screen",          "service"};
-constexpr const char *StateNames[] = {"ok", "warning", "failure"};
-
-const char *nameOf(Group group)
-{
-    return GroupNames[static_cast<int>(group)];
+    for (const Fault &fault : faults) {
+        if (fault.present) {
+            add(fault.state, fault.text + ". To do: " + fault.remedy);
+            return false;
+        }
+    }
+    if (!text.isEmpty())
+        ok(text);
+    return true;
 }
 
-const char *nameOf(State state)
+/** Add one line, without what could colour or move a terminal. */
+void Page::add(const QString &state, const QString &text)
 {
-    return StateNames[static_cast<int>(state)];
-}
-
-/** Replace what could colour or move a terminal: control and format characters, line breaks. */
-QString printable(QString text)
-{
-    text.truncate(MaxText);
-    for (QChar &c : text) {
+    constexpr qsizetype MaxLength = 600;
+    QString line = text.left(MaxLength);
+    for (QChar &c : line) {
         if (c.isSpace())
             c = u' ';
         else if (!c.isPrint())
             c = QChar::ReplacementCharacter;
     }
-    return text;
+    m_findings.append(QJsonObject{{"group", m_group}, {"state", state}, {"text", line}});
 }
 
-} // namespace
-
-void Page::add(State state, const QString &text, const QString &remedy)
+QString Page::firstOf(const QString &state) const
 {
-    QString line = printable(text);
-    if (!remedy.isEmpty())
-        line += ". To do: " + printable(remedy);
-    allFindings.append({currentGroup, state, line});
-}
-
-bool Page::hasFailure() const
-{
-    return std::any_of(allFindings.begin(), allFindings.end(),
-                       [](const Finding &finding) { return finding.state == State::Failure; });
+    for (const QJsonValue finding : m_findings) {
+        if (finding["state"] == state)
+            return finding["text"].toString();
+    }
+    return {};
 }
 
 QString Page::cause() const
 {
-    const auto worst = std::min_element(
-        allFindings.begin(), allFindings.end(), [](const Finding &one, const Finding &other) {
-            return std::tuple(other.state, one.group) < std::tuple(one.state, other.group);
-        });
-    if (worst == allFindings.end() || worst->state == State::Ok)
-        return "No failure was found";
-    return (worst->state == State::Failure ? "Most probable cause: "
-                                           : "No failure was found. Look first at this: ") +
-           worst->text;
+    if (hasFailure())
+        return "Most probable cause: " + firstOf(Failure);
+    const QString warning = firstOf(Warning);
+    return "No failure was found" + (warning.isEmpty() ? "" : ". Look first at this: " + warning);
 }
 
 QByteArray Page::text() const
 {
     QString page;
-    const Finding *previous = nullptr;
-    for (const Finding &finding : allFindings) {
-        if (previous == nullptr || previous->group != finding.group)
-            page += QString(nameOf(finding.group)) + '\n';
-        page += QString("  %1  ").arg(nameOf(finding.state), -7) + finding.text + '\n';
-        previous = &finding;
+    QString group;
+    for (const QJsonValue finding : m_findings) {
+        if (const QString next = finding["group"].toString(); next != group)
+            page += (group = next) + '\n';
+        page += QString("  %1  ").arg(finding["state"].toString(), -7) +
+                finding["text"].toString() + '\n';
     }
     return (page + '\n' + cause() + ".\n").toUtf8();
 }
 
 QByteArray Page::json() const
 {
-    QJsonArray findings;
-    for (const Finding &finding : allFindings)
-        findings.append(QJsonObject{{"group", nameOf(finding.group)},
-                                    {"state", nameOf(finding.state)},
-                                    {"text", finding.text}});
-    return QJsonDocument(
-               QJsonObject{{"findings", findings}, {"cause", cause()}, {"failed", hasFailure()}})
-        .toJson();
+    const QJsonObject page{{"findings", m_findings}, {"cause", cause()}, {"failed", hasFailure()}};
+    return QJsonDocument(page).toJson();
 }
 
 } // namespace doctor

@@ -2,30 +2,39 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
+#include <QJsonArray>
 #include <QString>
 
 namespace doctor
 {
 
-/** Groups of findings, the most probable cause of a missing link first. */
-enum class Group { Dongle, Network, Board, Parameters, Link, Screen, Service };
+inline constexpr char Warning[] = "warning";
+inline constexpr char Failure[] = "failure";
 
-enum class State { Ok, Warning, Failure };
+/** Something that can be wrong. Texts have no full stop and may have any characters. */
+struct Fault {
+    bool present;
+    QString text;   ///< what was found
+    QString remedy; ///< what to do
+    const char *state = Failure;
+};
 
+/** Findings in groups, the most probable cause of a missing link first. */
 class Page
 {
 public:
     /** Start a group: the next findings belong to it. */
-    void begin(Group group) { currentGroup = group; }
+    void begin(const QString &group) { m_group = group; }
 
-    /** Add a finding. @param text what was found, without a full stop; @param remedy what to do */
-    void add(State state, const QString &text, const QString &remedy = {});
-    void ok(const QString &text) { add(State::Ok, text); }
-    void warn(const QString &text, const QString &remedy) { add(State::Warning, text, remedy); }
-    void fail(const QString &text, const QString &remedy) { add(State::Failure, text, remedy); }
+    /** Add what is in order. */
+    void ok(const QString &text) { add("ok", text); }
 
-    [[nodiscard]] bool hasFailure() const;
+    /** Add the first fault that is present; without one, what is in order.
+     *  @param text what is in order; empty if it need not be told
+     *  @return true when no fault is present */
+    bool check(const QList<Fault> &faults, const QString &text = {});
+
+    [[nodiscard]] bool hasFailure() const { return !firstOf(Failure).isEmpty(); }
 
     /** Return the page in UTF-8, one line for each finding; the last line names the cause. */
     [[nodiscard]] QByteArray text() const;
@@ -34,16 +43,12 @@ public:
     [[nodiscard]] QByteArray json() const;
 
 private:
-    struct Finding {
-        Group group;
-        State state;
-        QString text; ///< one line of printable text, with the remedy
-    };
-
+    void add(const QString &state, const QString &text);
+    [[nodiscard]] QString firstOf(const QString &state) const;
     [[nodiscard]] QString cause() const;
 
-    QList<Finding> allFindings;
-    Group currentGroup = Group::Board;
+    QString m_group;
+    QJsonArray m_findings; ///< objects with "group", "state" and "text", which is one line
 };
 
 } // namespace doctor
