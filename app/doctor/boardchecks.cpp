@@ -127,8 +127,8 @@ void checkBoard(Page &page)
     page.ok((release.isEmpty() ? "unknown release" : release) + ", Linux " + kernel.release +
             ", corvanta " CORVANTA_VERSION ", package " + (package.isEmpty() ? "none" : package));
     page.check(
-        {{changed("/var/lib/dpkg/info/corvanta.list") > QDateTime::currentDateTime(),
-          "the clock is earlier than the installation of the package", "set the clock", Warning}});
+        {{changed("/proc/self/exe") > QDateTime::currentDateTime(),
+          "the clock is earlier than the build of this program", "set the clock", Warning}});
     for (const char *path : {"/quenfold/configs", "/etc/ppp", "/run"})
         checkDirectory(page, path);
     const QString memory = matchIn(contentOf("/proc/meminfo"), R"(MemAvailable: *(\d+))");
