@@ -126,9 +126,8 @@ void checkBoard(Page &page)
     const QString package = outputOf("dpkg-query", {"-Wf${Version}", "corvanta"});
     page.ok((release.isEmpty() ? "unknown release" : release) + ", Linux " + kernel.release +
             ", corvanta " CORVANTA_VERSION ", package " + (package.isEmpty() ? "none" : package));
-    page.check(
-        {{changed("/proc/self/exe") > QDateTime::currentDateTime(),
-          "the clock is earlier than the build of this program", "set the clock", Warning}});
+    page.check({{changed("/proc/self/exe") > QDateTime::currentDateTime(),
+                 "the clock is earlier than the build of this program", "set the clock", Warning}});
     for (const char *path : {"/quenfold/configs", "/etc/ppp", "/run"})
         checkDirectory(page, path);
     const QString memory = matchIn(contentOf("/proc/meminfo"), R"(MemAvailable: *(\d+))");
