@@ -42,14 +42,17 @@ QString findDongle(Page &page)
     QString other;
     for (const QString &name : namesIn(UsbDevices, "*")) {
         const QByteArray product = contentOf(UsbDevices + name + "/idProduct");
-        if (contentOf(UsbDevices + name + "/idVendor").toUInt(nullptr, 16) == DongleVendor)
-            (product.toUInt(nullptr, 16) == DongleProduct ? dongle : other) = name;
+        if (contentOf(UsbDevices + name + "/idVendor").toUInt(nullptr, 16) != DongleVendor)
+            continue;
+        if (product.toUInt(nullptr, 16) == DongleProduct)
+            dongle = name;
+        else
+            other = product;
     }
-    const QString product = contentOf(UsbDevices + other + "/idProduct");
     page.check({{dongle.isEmpty() && other.isEmpty(), "there is no dongle on the USB bus",
                  "plug it in; check port and power supply"},
                 {dongle.isEmpty(),
-                 "the dongle is on the USB bus as 12d1:" + product +
+                 "the dongle is on the USB bus as 12d1:" + other +
                      ", not as 12d1:1001: it is in storage mode or of another model",
                  "install usb-modeswitch, then plug the dongle in again"}},
                "on the USB bus as " + dongle);

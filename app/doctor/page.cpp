@@ -30,12 +30,12 @@ void Page::add(const QString &state, const QString &text)
         else if (!c.isPrint())
             c = QChar::ReplacementCharacter;
     }
-    m_findings.append(QJsonObject{{"group", m_group}, {"state", state}, {"text", line}});
+    allFindings.append(QJsonObject{{"group", currentGroup}, {"state", state}, {"text", line}});
 }
 
 QString Page::firstOf(const QString &state) const
 {
-    for (const QJsonValue finding : m_findings) {
+    for (const QJsonValue finding : allFindings) {
         if (finding["state"] == state)
             return finding["text"].toString();
     }
@@ -54,7 +54,7 @@ QByteArray Page::text() const
 {
     QString page;
     QString group;
-    for (const QJsonValue finding : m_findings) {
+    for (const QJsonValue finding : allFindings) {
         if (const QString next = finding["group"].toString(); next != group)
             page += (group = next) + '\n';
         page += QString("  %1  ").arg(finding["state"].toString(), -7) +
@@ -65,7 +65,7 @@ QByteArray Page::text() const
 
 QByteArray Page::json() const
 {
-    const QJsonObject page{{"findings", m_findings}, {"cause", cause()}, {"failed", hasFailure()}};
+    const QJsonObject page{{"findings", allFindings}, {"cause", cause()}, {"failed", hasFailure()}};
     return QJsonDocument(page).toJson();
 }
 

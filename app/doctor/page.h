@@ -24,7 +24,7 @@ class Page
 {
 public:
     /** Start a group: the next findings belong to it. */
-    void begin(const QString &group) { m_group = group; }
+    void begin(const QString &group) { currentGroup = group; }
 
     /** Add what is in order. */
     void ok(const QString &text) { add("ok", text); }
@@ -47,8 +47,8 @@ private:
     [[nodiscard]] QString firstOf(const QString &state) const;
     [[nodiscard]] QString cause() const;
 
-    QString m_group;
-    QJsonArray m_findings; ///< objects with "group", "state" and "text", which is one line
+    QString currentGroup;
+    QJsonArray allFindings; ///< objects with "group", "state" and "text", which is one line
 };
 
 } // namespace doctor
