@@ -43,7 +43,6 @@ CAUSES = {
     "no driver": ("rm -r $usb/1-1:1.0/ttyUSB0", 1, "no serial port"),
     "foreign adapter": ("mv $usb/1-1:1.0/ttyUSB0 $usb/1-1:1.0/ttyUSB1; "
                         "adapter 1-2 0403 6001 ttyUSB0", 1, "another adapter (0403:6001)"),
-    "no port": ("rm /dev/ttyUSB0", 1, "/dev/ttyUSB0 does not exist"),
     "busy port": ("hold ModemManager", 1, "ModemManager (PID"),
     "locked port": ("mkdir /run/lock; echo $$ >/run/lock/LCK..ttyUSB0", 1, "/dev/ttyUSB0 open"),
     "FIFO": (f"rm {PARAMETERS}; mkfifo {PARAMETERS}", 1, f"{PARAMETERS} cannot be read"),
