@@ -183,17 +183,14 @@ void OnScreenKeyboard::hideKeyboard()
  *  ignore further keys. */
 void OnScreenKeyboard::sendKey(Qt::Key key, const QString &text)
 {
-    if (!isWanted())
-        return;
-    const QPointer<QLineEdit> edit = m_edit;
     for (QEvent::Type kind : {QEvent::KeyPress, QEvent::KeyRelease}) {
         QKeyEvent event(kind, key, Qt::NoModifier, text);
-        if (edit != nullptr)
-            QCoreApplication::sendEvent(edit, &event);
+        if (isWanted()) // no longer if the press has moved the focus or deleted the edit
+            QCoreApplication::sendEvent(m_edit, &event);
     }
     if (key != Qt::Key_Return || !isWanted())
         return;
-    m_edit = nextEdit(edit);
+    m_edit = nextEdit(m_edit);
     m_keyboardRequested = m_edit != nullptr;
     if (m_keyboardRequested)
         m_edit->setFocus(); // Not Qt::TabFocusReason, which selects the text.
