@@ -12,7 +12,7 @@ struct CsqResponse {
 
 /**
  * Parse the RSSI of a +CSQ response (3GPP TS 27.007 (Release 17), 8.5): exactly the two characters
- * at index 8 and 9, behind "\r\n+CSQ: " (ITU-T V.250 (07/2003), 5.7.1; command echo off).
+ * at index 8 and 9, after "\r\n+CSQ: " (ITU-T V.250 (07/2003), 5.7.1; command echo off).
  * @param chunk bytes of one read (1 to 128); from a shorter response fewer characters are parsed
  */
 [[nodiscard]] CsqResponse parseCsqResponse(const QByteArray &chunk);

@@ -87,7 +87,7 @@ void checkMethod(int method, NetworkSecrets secrets, QList<Finding> &findings)
                          false});
 }
 
-/** @return whether chat replaces a character of the value; an escaped one is sent as it is */
+/** @return true when chat replaces a character of the value; it sends an escaped one unchanged */
 bool hasChatEscape(const QString &value)
 {
     static const QString special = QStringLiteral("\\^$");

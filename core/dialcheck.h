@@ -10,7 +10,7 @@
 namespace dialcheck
 {
 
-/** One remark on the values. It never contains the password or the PIN. */
+/** One finding about the values. It never contains the password or the PIN. */
 struct Finding {
     QString text;      ///< a sentence without a full stop
     bool dials = true; ///< false when pppd or chat fails because of it
@@ -22,9 +22,11 @@ struct NetworkSecrets {
     bool chap = false; ///< /etc/ppp/chap-secrets has entries
 };
 
-/** Check the values as they are stored. @return one finding for each value that pppd, chat or the
- * SIM rejects or changes, or that restricts the networks on
- *  which the link can come up */
+/**
+ * Check the values as they are stored.
+ * @return one finding for each value that pppd, chat or the SIM rejects or changes, or with which
+ *         the link cannot come up on some networks
+ */
 QList<Finding> check(const paramlist::DialUpValues &values, NetworkSecrets secrets);
 
 } // namespace dialcheck

@@ -7,12 +7,12 @@ namespace
 {
 
 struct Message {
-    const char *part;   ///< of a line of the log
-    const char *cause;  ///< null if it is no failure
-    const char *remedy; ///< null if it is no failure
+    const char *part;   ///< text that a line of the log contains
+    const char *cause;  ///< null if the message is not a failure
+    const char *remedy; ///< null if the message is not a failure
 };
 
-// docs/troubleshooting.md has the same table.
+// docs/troubleshooting.md explains most of these messages to the operator.
 constexpr Message Messages[] = {
     {"local  IP address", nullptr, nullptr},
     {"Terminating on signal", nullptr, nullptr},

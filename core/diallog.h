@@ -1,18 +1,18 @@
-// Says in words how pppd's last dial ended, from its log.
+// Finds in pppd's log why the last dial failed.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 #include <optional>
 
-/** Why a dial has not led to a link. */
+/** Reason why a dial has not led to a link. */
 struct DialFailure {
     QString cause;  ///< a sentence without a full stop
-    QString remedy; ///< what to do, likewise
+    QString remedy; ///< what to do, without a full stop
 };
 
 /**
- * Find the last message in pppd's log that says how a dial ended.
+ * Find the last message in pppd's log that gives the result of a dial.
  * @param log end of the log
  * @return std::nullopt when the link came up, pppd was terminated, or no message is known
  */

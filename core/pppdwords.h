@@ -1,4 +1,4 @@
-// How pppd splits its options files, such as the peer file, into words.
+// Splits options files, such as the peer file, into words as pppd does.
 #pragma once
 
 #include <QByteArray>
@@ -12,8 +12,8 @@ struct PppdWords {
 
 /**
  * Split an options file as pppd does: white space separates words, quotation marks and backslashes
- * keep characters together, and # starts a comment outside quotation marks. See pppd(8), OPTIONS
- * FILES; escape sequences are those of C, and \s for a space.
+ * keep characters together, and # starts a comment outside quotation marks (pppd(8), OPTIONS
+ * FILES). The escape sequences are those of C, and \s for a space.
  */
 [[nodiscard]] PppdWords splitPppdWords(const QByteArray &file);
 

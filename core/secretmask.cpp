@@ -25,7 +25,7 @@ constexpr Pattern Patterns[] = {
 
 QByteArray withoutSecrets(const QByteArray &text, QList<QByteArray> secrets)
 {
-    // A secret may contain another one.
+    // Longest first, because a secret may contain another one.
     std::sort(secrets.begin(), secrets.end(), [](const QByteArray &one, const QByteArray &other) {
         return one.size() > other.size();
     });
@@ -34,7 +34,7 @@ QByteArray withoutSecrets(const QByteArray &text, QList<QByteArray> secrets)
         if (secret.size() >= MinSecretLength)
             bytes.replace(secret, Stars);
     }
-    QString masked = QString::fromLatin1(bytes); // keeps every byte
+    QString masked = QString::fromLatin1(bytes); // preserves every byte
     for (const Pattern &pattern : Patterns)
         masked.replace(QRegularExpression(pattern.expression), pattern.replacement);
     return masked.toLatin1();

@@ -5,10 +5,10 @@
 #include <QList>
 
 /**
- * Replace secrets by stars: the PIN in AT commands, user names and passwords of pppd's options and
- * messages, and numbers that may be a phone number, IMSI, ICCID or IMEI (7 digits or more, or 16
- * hexadecimal ones, which CHAP responses are, too).
+ * Replace secrets by stars: the PIN in AT commands, user names and passwords in pppd's options and
+ * messages, numbers of 7 digits or more (phone number, IMSI, ICCID, IMEI), and hexadecimal numbers
+ * of 16 digits or more (CHAP challenges and responses).
  * @param text content of a file in any encoding
- * @param secrets values to replace wherever they occur; shorter ones than three bytes are ignored
+ * @param secrets values to replace wherever they occur; values shorter than 3 bytes are ignored
  */
 [[nodiscard]] QByteArray withoutSecrets(const QByteArray &text, QList<QByteArray> secrets);
