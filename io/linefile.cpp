@@ -129,7 +129,7 @@ bool cut(int fd, off_t length)
 bool replace(int fd, const QByteArray &content, off_t size)
 {
     const off_t longer = content.size() - size;
-    // Not an empty file: newlines in it would read as empty values.
+    // Do not extend an empty file: after a power cut, the newlines would read as empty values.
     if (size > 0 && longer > 0 && !(writeAll(fd, QByteArray(longer, '\n'), size) && sync(fd)))
         return false;
     const QByteArray padded = content.leftJustified(std::min<off_t>(size, MaxBytes), '\n');
@@ -196,7 +196,7 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
         logFailure("prepare", name, errno);
         return false;
     }
-    // Save the operator's input even on a file system without owners and modes, and over a content
+    // Save the operator's input even on a file system without owners and modes, and over content
     // that cannot be read.
     if (!restrictToOwner(fd))
         logFailure("restrict access to", name, errno);
@@ -211,7 +211,7 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
     return false;
 }
 
-/** @param start gives the offset at which to start in the open file */
+/** @param start returns the offset in the open file at which to start */
 ReadResult readFrom(const QString &path, off_t (*start)(int fd))
 {
     const QByteArray name = QFile::encodeName(path);

@@ -13,7 +13,7 @@ namespace linkstate
 /** Return the interface of the default route with the lowest metric; empty if there is none. */
 [[nodiscard]] QByteArray defaultInterface();
 
-/** Return the name servers of /etc/resolv.conf, separated by spaces, without loopback addresses. */
+/** Return the name servers of /etc/resolv.conf, separated by spaces, except 127.x addresses. */
 [[nodiscard]] QByteArray nameServers();
 
 } // namespace linkstate

@@ -6,8 +6,8 @@
 /**
  * Create each missing log with mode 0600, and withdraw the rights of group and others from an
  * existing one: pppd creates its log readable by every user, with user names, CHAP challenges and
- * responses. Symbolic links, files of other users and files that are not regular are left
- * unchanged. Failures are not reported.
+ * responses. Only regular files of the program's user are changed; symbolic links are not
+ * followed. Failures are not reported.
  */
 void makePrivateLogs(const QStringList &paths);
 

@@ -1,5 +1,5 @@
 // Lock for reading and writing the parameters. Without it, the panel and corvanta-provision, or two
-// instances of the latter, could leave a mixture of both in the files.
+// instances of corvanta-provision, could leave a mixture of their values in the files.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@ public:
     /**
      * Acquire the lock. Locks can be nested within a process. The lock is released when the process
      * exits, for whatever reason.
-     * @param patience how long to wait while another process holds the lock; blocks the caller
+     * @param patience longest wait while another process holds the lock; blocks the caller
      */
     explicit ParameterLock(std::chrono::milliseconds patience);
     ~ParameterLock();

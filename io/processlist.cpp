@@ -16,8 +16,8 @@ QByteArray contentOf(const QString &path)
     return linefile::read(path).bytes.trimmed();
 }
 
-/** Return the seconds since a process has started (proc(5): field 22 is the start in clock ticks
- *  after boot; field 2 may contain spaces). */
+/** Return the seconds since a process started. In proc(5), field 22 is the start in clock ticks
+ *  after boot; field 2 may contain spaces. */
 qint64 ageOf(const QString &directory)
 {
     const QByteArray stat = contentOf(directory + "/stat");

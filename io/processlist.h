@@ -8,12 +8,12 @@
 struct Process {
     qint64 pid;
     QByteArray name; ///< at most 15 bytes
-    qint64 age;      ///< seconds since its start; wrong if it has just exited
+    qint64 age;      ///< seconds since its start; meaningless if it has exited meanwhile
 };
 
 /** Return all processes. */
 [[nodiscard]] QList<Process> allProcesses();
 
 /** Return the other processes that have a file open, and the owner of its lock file in /run/lock,
- *  as pppd's option lock creates it. */
+ *  which pppd creates with the option lock. */
 [[nodiscard]] QList<Process> usersOf(const QString &path);

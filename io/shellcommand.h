@@ -9,7 +9,7 @@
 
 /** Result of a command; each output is truncated to MaxOutputBytes. */
 struct ShellResult {
-    int status = -1; ///< exit status; -1 when the shell was not started or a signal killed it
+    int status = -1; ///< exit status; -1 when the program was not started or a signal killed it
     QByteArray standardOutput;
     QByteArray standardError;
 };
@@ -29,9 +29,8 @@ int runShell(const QString &commandLine);
 [[nodiscard]] ShellResult runShellForOutput(const QString &commandLine);
 
 /**
- * Run a program without a shell and capture the first MaxOutputBytes of each
- * output. It is killed when the timeout expires.
- * @return status -1 also when the program is missing or was killed
+ * Run a program without a shell and capture the first MaxOutputBytes of standard output and of
+ * standard error. The program is killed when the timeout expires; the status is then -1.
  */
 [[nodiscard]] ShellResult runProgram(const QString &program, const QStringList &arguments,
                                      std::chrono::milliseconds timeout);

@@ -53,7 +53,7 @@ QString load(paramlist::ScreenValues &values)
         paramlist::autoConnectValues(autoConnect).value_or(paramlist::AutoConnectValues{});
     int &method = values.dialUp.authMethod;
     if (method < 0 || method >= paramlist::MethodCount)
-        method = -1; // The panel's list selects no row then.
+        method = -1; // The panel's combo box then selects no row.
     return {};
 }
 

@@ -1,4 +1,4 @@
-// The parameter files and the files generated from them: the same bytes as the panel's.
+// Loads the stored values and generates the lines of the four files, as the panel does.
 #pragma once
 
 #include "core/dialcheck.h"
@@ -18,8 +18,9 @@ struct File {
 };
 
 /**
- * Load the stored values. A missing file has the defaults, and so have the missing lines of a
- * short parameter file, of which the panel shows nothing.
+ * Load the stored values. A missing file has its defaults. In a file with missing lines, which the
+ * panel does not show at all, the missing dial-up values have their defaults and the auto-connect
+ * values are unset.
  * @return an error message if a file exists but cannot be read; empty on success
  */
 [[nodiscard]] QString load(paramlist::ScreenValues &values);
@@ -30,10 +31,10 @@ QList<File> parameterFiles(const paramlist::ScreenValues &values);
 /** Return the files that pppd and chat read, in the order in which the panel writes them. */
 QList<File> generatedFiles(const paramlist::ScreenValues &values);
 
-/** Whether the file on the board has the lines of a File. */
+/** Result of comparing a file on the board with its lines. */
 enum class Agreement { Agrees, Missing, Differs };
 
-/** Compare a file on the board with its lines. One that cannot be read differs. */
+/** Compare a file on the board with its lines. An unreadable file counts as different. */
 [[nodiscard]] Agreement compare(const File &file);
 
 /** Return which of pppd's secrets files have entries. */
