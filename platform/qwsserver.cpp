@@ -14,14 +14,14 @@
 namespace
 {
 
-// Qt::ToolTip: Qt ignores such windows when it decides whether the last window was closed; this one
-// can still be visible then.
+// Qt::ToolTip: the program exits when its last window is closed, and Qt does not count such
+// windows. The background window may still be visible.
 constexpr Qt::WindowFlags Flags = Qt::ToolTip | Qt::FramelessWindowHint |
                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnBottomHint |
                                   Qt::WindowTransparentForInput;
 
-/** Return whether the panel's framebuffer has an alpha channel. Qt's backing store has its format.
- */
+/** Return whether the panel's framebuffer has an alpha channel. Qt's backing store has the same
+ *  format as the framebuffer. */
 bool hasAlphaChannel()
 {
     QWindow window;

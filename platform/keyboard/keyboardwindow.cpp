@@ -15,8 +15,8 @@ using keyboardlayout::Shift;
 namespace
 {
 
-// Qt::ToolTip: no platform gives such a window the focus, and Qt ignores it when it decides whether
-// the last window was closed.
+// Qt::ToolTip: no platform gives such a window the focus. The program exits when its last window is
+// closed, and Qt does not count such windows.
 constexpr Qt::WindowFlags Flags =
     Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus;
 constexpr int MouseFinger = -1; // IDs of touch points start at 0.

@@ -27,5 +27,5 @@ private:
     QFont m_font;
     int m_margin;   ///< distance of a key's face from the edge of its rectangle
     int m_rounding; ///< corner radius of a key's face
-    qreal m_unit;   ///< unit of the symbols, in pixels
+    qreal m_unit;   ///< length of one unit of the symbols, in pixels
 };

@@ -8,8 +8,9 @@ namespace
 {
 
 constexpr int ButtonInterval = 1000; // milliseconds
-constexpr int SamePlace = 20;        // pixels between the two touches of a double tap
-// A turn reads the touches, the next one delivers them. The first turn may paint a whole window.
+constexpr int SamePlace = 20;        // longest distance of the touches of a double tap, in pixels
+// Iterations of the event loop: the first may paint a whole window, the second reads the waiting
+// touches, the third delivers them.
 constexpr int Turns = 3;
 
 } // namespace

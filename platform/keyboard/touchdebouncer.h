@@ -23,9 +23,9 @@ public:
     TouchDebouncer();
 
     /**
-     * Ignore presses in an area: all of them until the event loop has processed the waiting events,
-     * then for the double-click interval those at the place of the touch before the call, and for
-     * 1 s those on push buttons, which act immediately.
+     * Ignore presses in an area. Until the event loop has processed the waiting events, ignore all
+     * presses. After that, ignore presses on push buttons, which act immediately, for 1 s, and
+     * presses at the place of the last press before the call for the double-click interval.
      * @param area in global pixels
      */
     void block(const QRegion &area);
@@ -40,8 +40,8 @@ private:
 
     QRegion m_area;
     QTimer m_timer;
-    int m_turnsLeft = 0;            ///< turns of the event loop until waiting events are processed
+    int m_turnsLeft = 0;            ///< event-loop iterations until waiting events are processed
     QPoint m_lastTouch;             ///< place of the last press, in global pixels
-    QPoint m_touchBefore;           ///< the same when the area was last blocked
+    QPoint m_touchBefore;           ///< place of the last press before the last block()
     std::set<int> m_blockedFingers; ///< IDs of blocked fingers, from press to release
 };
