@@ -22,7 +22,7 @@ void FM25V02_RDID();
 int FM25V02_READ(unsigned int addr, char *buf, unsigned int n);
 
 /** Write n bytes to memory. Sets the write-enable latch before and resets it after.
- *  @param addr as for FM25V02_READ */
+ *  @param addr 0 to 0x7FFF; higher bits are dropped */
 int FM25V02_WRITE(unsigned int addr, char *data, unsigned int n);
 
 /** Set the write-enable latch. */
