@@ -165,7 +165,7 @@ void checkLink(Page &page, bool reach)
     }
     const QString address = linkstate::addressOf(LinkName);
     if (address.isEmpty()) {
-        // Earlier values led to an earlier log.
+        // A log older than the peer file belongs to earlier values.
         const auto failure = changed(PppLog) < changed(PeerFile)
                                  ? std::nullopt
                                  : lastDialFailure(linefile::readEnd(PppLog).bytes);

@@ -35,7 +35,8 @@ constexpr const char *Logs[][2] = {
                 " SYSLOG_IDENTIFIER=corvanta-pinguard"},
 };
 
-/** Return the stored secrets and their words, and user and password of an earlier peer file. */
+/** Return the stored secrets, also as pppd reads them, and user and password of the peer file,
+ *  which can have earlier values. */
 QList<QByteArray> storedSecrets()
 {
     QList<QByteArray> secrets;

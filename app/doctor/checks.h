@@ -1,4 +1,4 @@
-// What corvanta-doctor looks at, one function for each group of the page, and what it packs.
+// Checks of corvanta-doctor, one function for each group of the page, and its archive.
 #pragma once
 
 #include "app/doctor/page.h"
@@ -6,9 +6,9 @@
 namespace doctor
 {
 
-/** @return true when the modem's port is in order, and no process has it open */
+/** @return true when the modem's port is usable and no process has it open */
 [[nodiscard]] bool checkDongle(Page &page);
-/** Ask the modem: at most five commands of 3 s each. */
+/** Query the modem with at most five commands, each with a timeout of 3 s. */
 void checkNetwork(Page &page);
 void checkBoard(Page &page);
 void checkParameters(Page &page);
@@ -28,8 +28,8 @@ void checkService(Page &page);
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);
 
-/** Run a program without a shell, for at most 3 s, and 5 s with all earlier ones. @return its
- *  output; empty when it is missing, fails or takes too long */
+/** Run a program without a shell. It is killed after 3 s, or 5 s after the first call of this
+ *  function. @return its output; empty when it is missing, fails or is killed */
 [[nodiscard]] QByteArray outputOf(const QString &program, const QStringList &arguments);
 
 } // namespace doctor

@@ -35,7 +35,7 @@ QString targetName(const QString &path)
     return QFileInfo(path).canonicalFilePath().section(u'/', -1);
 }
 
-/** Report what is on the bus. @return the dongle's name there; empty if there is none */
+/** Look for the dongle on the USB bus. @return its name in sysfs; empty if there is none */
 QString findDongle(Page &page)
 {
     QString dongle;
@@ -59,7 +59,7 @@ QString findDongle(Page &page)
     return dongle;
 }
 
-/** @return true when the port is there and one of the dongle's */
+/** @return true when /dev/ttyUSB0 is a port of the dongle */
 bool checkPorts(Page &page, const QString &dongle)
 {
     QStringList ports;
@@ -107,7 +107,7 @@ bool checkRaw(Page &page)
           "/dev/ttyUSB0 is not in raw mode: the modem gets its answers back", PlugAgain}});
 }
 
-/** @return the modem's answer; empty when there is none, or another process uses the port now */
+/** @return the modem's response; empty when there is none or another process has the port open */
 QByteArray ask(AtPort &port, const QByteArray &command)
 {
     return usersOf(ModemPort).isEmpty() ? port.ask(command, AnswerTimeout) : QByteArray();

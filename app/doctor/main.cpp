@@ -1,4 +1,4 @@
-// corvanta-doctor: says on one page why there is no link.
+// corvanta-doctor: prints the most probable cause of a missing link.
 #include "app/doctor/checks.h"
 #include "io/processsetup.h"
 
@@ -22,7 +22,7 @@ int couldNotLook(const char *text)
 int main(int argc, char **argv)
 {
     setUpProcess();
-    ::setenv("LC_ALL", "C.UTF-8", 1); // of the programs that it runs
+    ::setenv("LC_ALL", "C.UTF-8", 1); // locale of the programs that it runs
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(CORVANTA_VERSION);
     QCommandLineParser parser;

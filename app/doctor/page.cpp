@@ -19,7 +19,7 @@ bool Page::check(const QList<Fault> &faults, const QString &text)
     return true;
 }
 
-/** Add one line, without what could colour or move a terminal. */
+/** Add one line, without control characters, which could change the terminal's state. */
 void Page::add(const QString &state, const QString &text)
 {
     constexpr qsizetype MaxLength = 600;

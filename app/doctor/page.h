@@ -11,9 +11,9 @@ namespace doctor
 inline constexpr char Warning[] = "warning";
 inline constexpr char Failure[] = "failure";
 
-/** Something that can be wrong. Texts have no full stop and may have any characters. */
+/** A possible fault. Texts have no full stop; control characters in them are replaced. */
 struct Fault {
-    bool present;
+    bool present;   ///< true when the fault was found
     QString text;   ///< what was found
     QString remedy; ///< what to do
     const char *state = Failure;
@@ -26,11 +26,11 @@ public:
     /** Start a group: the next findings belong to it. */
     void begin(const QString &group) { currentGroup = group; }
 
-    /** Add what is in order. */
+    /** Add a finding that is not a fault. */
     void ok(const QString &text) { add("ok", text); }
 
-    /** Add the first fault that is present; without one, what is in order.
-     *  @param text what is in order; empty if it need not be told
+    /** Add the first fault that is present, or a finding that is not a fault if none is.
+     *  @param text finding to add if no fault is present; empty to add none
      *  @return true when no fault is present */
     bool check(const QList<Fault> &faults, const QString &text = {});
 
