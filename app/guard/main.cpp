@@ -37,7 +37,7 @@ int apply(guard::Verdict verdict, const std::string &pppd)
             "The SIM refused this PIN once. It is not sent again until Connect is pressed.");
     case guard::Verdict::DialAndRemember:
         if (!guard::remember(boardpaths::PinMemory, pppd)) {
-            // The next dial could not see that the PIN was sent.
+            // Without the record, the next dial would send the PIN again.
             return refuse(std::string("The PIN is not sent, as ") + boardpaths::PinMemory +
                           " cannot be written: " + std::strerror(errno) + '.');
         }

@@ -21,8 +21,8 @@ public:
     ModemPort &operator=(const ModemPort &) = delete;
 
     /**
-     * Send AT+CPIN? until the modem answers with a state, the time is over, or SIGTERM, SIGHUP or
-     * SIGINT arrives. Read until the modem is quiet, so that chat finds no leftover OK.
+     * Send AT+CPIN? until the modem answers with a state, the limit is reached, or SIGTERM, SIGHUP
+     * or SIGINT arrives. Read until the modem is quiet, so that chat finds no leftover OK.
      */
     SimState ask(std::chrono::milliseconds limit);
 
@@ -36,9 +36,9 @@ private:
     void dropUntilQuiet(Clock::time_point end);
 
     int m_fd;
-    bool m_usable = false; ///< it is a terminal and no call has failed
-    int m_flags = 0;       ///< to restore
-    termios m_modes{};     ///< to restore
+    bool m_usable = false; ///< true when the port is a terminal and no call has failed
+    int m_flags = 0;       ///< file status flags to restore
+    termios m_modes{};     ///< terminal settings to restore
 };
 
 /**

@@ -14,7 +14,8 @@ namespace guard
 std::string callingPppd();
 
 /**
- * @param path of the file; links are not followed
+ * Check whether the file names this pppd.
+ * @param path of the file; symbolic links are not followed
  * @param pppd as callingPppd() returns it
  * @return true when the file contains that process
  */
