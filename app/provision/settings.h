@@ -19,8 +19,8 @@ QString listed(const paramlist::ScreenValues &values);
  * Apply one setting.
  * @param setting "NAME=VALUE" in UTF-8; the value is used unchanged
  * @param asIs true to accept a user name or password that pppd reads as more than one word
- * @return an error message without the value, and the values are unchanged; empty on success. A
- *         value is rejected if the panel would not show it unchanged.
+ * @return empty on success; otherwise an error message, which never contains the value, and the
+ *         values are unchanged. A value is rejected if the panel would not show it unchanged.
  */
 [[nodiscard]] QString apply(const QByteArray &setting, bool asIs, paramlist::ScreenValues &values);
 
