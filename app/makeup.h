@@ -223,5 +223,5 @@ private:
 
     StoredFile dialUpFile;
     StoredFile autoConnectFile;
-    bool awaitingModemNode = false; ///< a connection attempt is waiting for the device node
+    bool awaitingModemNode = false; ///< true while a connection attempt waits for the device node
 };
