@@ -21,17 +21,19 @@ describes the behaviour in words.
 
 | group | passed | known limitation | failed |
 |---|---|---|---|"""
-TOTAL = "Total"  # first word of the line on all groups
+TOTAL = "Total"  # first word of the line about all groups
 PASSED, LIMITED, FAILED = OUTCOMES = ("passed", "known limitation", "failed")
-# Names under which a test records a known limitation that it has shown, and a line for the page.
+# Names of the properties with which a test records a known limitation, and a line for the page.
 LIMITATION, FIGURE = "limitation", "figure"
 
 
 class Group(NamedTuple):
-    """Rows of one kind: the tests whose node IDs begin with one of these words.
+    """A group of tests, selected by their pytest node IDs.
 
-    @ivar within text that the node IDs also contain
-    @ivar marked true for only those that ./test skips
+    @ivar title description of the faults
+    @ivar tests beginnings of the node IDs
+    @ivar within text that the node IDs must also contain
+    @ivar marked true to select only the tests that ./test skips
     """
 
     title: str
@@ -79,7 +81,8 @@ def pytest_addoption(parser: pytest.Parser) -> None:
 
 
 def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item]) -> None:
-    """Leave only the rows of the groups that contain the text, the long ones of growth first."""
+    """Select the rows of the chosen groups whose names contain the text of --only. Run the long
+    rows of the group growth first."""
     wanted, only = config.getoption("--group"), config.getoption("--only")
 
     def is_wanted(item: pytest.Item) -> bool:
@@ -92,11 +95,11 @@ def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item
 
 
 class Results:
-    """Collects the outcome of each row, and prints those that fail.
+    """Collects the outcomes of all rows, and prints the failed rows.
 
-    @ivar show true to print all
-    @ivar outcomes by group and node ID
-    @ivar recorded values that the rows of a group have recorded, by name
+    @ivar show true to print all rows
+    @ivar outcomes outcome by group and node ID
+    @ivar recorded values that rows have recorded, by group and name
     """
 
     def __init__(self, groups: list[str], show: bool) -> None:
@@ -136,7 +139,7 @@ class Results:
         return ", ".join(f"{count} {outcome}" for outcome, count in self.counts(*groups).items())
 
     def figures(self, group: str) -> Iterator[str]:
-        """Yield lines on what the rows of a group have recorded."""
+        """Yield lines with the values that the rows of a group have recorded."""
         for name, values in self.recorded[group].items():
             numbers = [value for value in values if isinstance(value, float)]
             if name == FIGURE:
@@ -152,8 +155,9 @@ class Results:
 
 
 def write_docs(results: Results, total: str) -> None:
-    """Write the page. The lines of groups that were not run are kept.
-    @param total line on all groups, written when all were run"""
+    """Write the page. Keep the lines of groups that were not run.
+
+    @param total line about all groups, written only if all were run"""
     lines = PAGE.read_text().splitlines()
     for group in filter(results.outcomes.get, results.outcomes):
         entry, note = f"| {group}: ", f"- {group}, "
@@ -171,16 +175,16 @@ def write_docs(results: Results, total: str) -> None:
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
-        prog="./torture", description="Injects faults into the shipped program and reports the "
-        "outcome. The exit status is 1 when a fault has failed, 2 when there is no such fault.",
+        prog="./torture", description="Inject faults into the shipped program and report the "
+        "outcomes. Exit status: 1 if a row fails, 2 if no row matches the arguments.",
         epilog="groups: " + ", ".join(f"{name} ({group.title})" for name, group in GROUPS.items()))
     parser.add_argument("groups", nargs="*", metavar="GROUP", help="inject only these groups")
     parser.add_argument("--rows", action="store_true",
-                        help="print a line for each fault, not only for each group")
+                        help="print one line per fault instead of one per group")
     parser.add_argument("--only", metavar="TEXT", default="",
                         help="inject only faults whose name contains TEXT")
     parser.add_argument("--write-docs", action="store_true",
-                        help=f"write the results into {PAGE.relative_to(TESTS.parent)}")
+                        help=f"also write the results to {PAGE.relative_to(TESTS.parent)}")
     found = parser.parse_args()
     if unknown := set(found.groups) - set(GROUPS):
         parser.error(f"unknown group: {', '.join(sorted(unknown))}")

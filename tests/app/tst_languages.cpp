@@ -1,4 +1,4 @@
-// The whole screen in each language, on the panel that the environment sets.
+// The complete screen in each language, on a panel whose size the environment sets.
 #include "app/makeup.h"
 #include "core/panels.h"
 #include "device/fram.h"
@@ -32,7 +32,7 @@ QStringList textsOf(const QWidget *widget)
     return texts;
 }
 
-/** Append the texts of a window, which fills the panel and cuts none of them off. */
+/** Append the texts of a window. Check that it fills the panel and that no text is cut off. */
 void look(const QWidget &window, QStringList &shown)
 {
     QCoreApplication::processEvents();
@@ -152,7 +152,7 @@ void LanguagesTest::wholeScreen()
     std::transform(english.begin(), english.end(), english.begin(), translated);
     QCOMPARE(shown, english);
     QCOMPARE(shown.contains("Exit"), language == 0);
-    QVERIFY(shown.contains("PAP")); // has no translation
+    QVERIFY(shown.contains("PAP")); // is the same in every language
 }
 
 QTEST_MAIN(LanguagesTest)

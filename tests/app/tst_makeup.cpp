@@ -1,5 +1,5 @@
-// The controller where the whole program does not reach: the signal handler, the HTTP probe and
-// teardown.
+// Parts of the controller that the end-to-end tests cannot reach: the signal handler, the HTTP
+// probe and the destruction.
 #include "app/makeup.h"
 #include "usb/detectmsg.h"
 

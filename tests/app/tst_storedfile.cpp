@@ -1,5 +1,5 @@
-// A parameter file between a load and a save: defaults that the operator did not type must not
-// replace it.
+// A parameter file that changes between a load and a save. A save must not replace it with defaults
+// that the operator has not edited.
 #include "app/storedfile.h"
 
 #include <QtTest>
@@ -31,7 +31,7 @@ void StoredFileTest::save_data()
     QTest::addColumn<int>("atLoad");
     QTest::addColumn<int>("atSave");
     QTest::addColumn<bool>("edited");
-    QTest::addColumn<bool>("stored"); // the defaults, which the screen shows, were written
+    QTest::addColumn<bool>("stored"); // true if the save writes the shown values
     QTest::newRow("unreadable") << int(Directory) << int(File) << false << false;
     QTest::newRow("unreadable, edited") << int(Directory) << int(File) << true << true;
     QTest::newRow("mounted late") << int(Nothing) << int(File) << false << false;

@@ -1,4 +1,4 @@
-"""The board of the board tests: a simulated board with the steps and waits that they share."""
+"""The simulated board that the board tests use, with their common steps and waits."""
 
 import time
 import unittest
@@ -30,9 +30,9 @@ END_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done"
 class OperatedBoard(Board):
     """A board that tests use one after the other.
 
-    @ivar cleanups callbacks to run after the present test
+    @ivar cleanups callbacks to run after the current test
     @ivar used true once a test has used the board
-    @ivar reusable false once no further test can use it
+    @ivar reusable false once later tests cannot use the board
     """
 
     def __init__(self, size: tuple[int, int], run: str, **how: Any) -> None:
@@ -42,7 +42,7 @@ class OperatedBoard(Board):
         self._logged_before = 0
 
     def clear(self) -> None:
-        """Reset the board to the state in which nothing was ever dialled."""
+        """Reset the board to the state before the first dial: no parameters, logs or dongle."""
         self.program.stop()
         self.sh(f"{END_PPPD}; rm -f {' '.join(FILES)} {{{','.join(LOGS)}}}{{,{OLD_LOG}}}; "
                 f"install -m 600 /dev/null {PPP_LOG}; install -m 600 /dev/null {CHAT_LOG}",
@@ -53,8 +53,8 @@ class OperatedBoard(Board):
         self._logged_before = len(self.modem_log())
 
     def provide(self, modem: Mapping[str, str] | None = None, parameters: bytes = STORED) -> None:
-        """Plug in the dongle, start the program with stored parameters, and change a value that
-        neither generated file contains. The next touch of Connect writes both files."""
+        """Plug in the dongle and start the program with stored parameters. Then edit the counts,
+        which are in neither generated file, so that the next touch on Connect writes both files."""
         self.dongle.tell_modem(modem)
         self.dongle.plug()
         self.guest.write(PARAMETERS, parameters)
@@ -73,14 +73,15 @@ class OperatedBoard(Board):
         assert self.program.wait_end(SOON_SECONDS) == 0
 
     def sh(self, commands: str, seconds: float = SOON_SECONDS) -> str:
-        """Run shell commands on the board, which must succeed. @return their output"""
+        """Run shell commands on the board. @return their output @raise BoardError if they fail"""
         return self.guest.sh(commands, seconds)
 
     def wait(self, what: str, seconds: float, holds: Callable[[Screen], Any]) -> None:
         self.panel.wait(holds, seconds, what)
 
     def wait_for(self, condition: str, seconds: float = SOON_SECONDS) -> None:
-        """Wait for a shell condition on the board, where a start of a program takes long."""
+        """Wait until a shell condition on the board is true. The loop waits with a built-in
+        command, because the start of a process takes the board long."""
         self.sh(f"exec {{never}}<> <(:); until {condition}; do read -rt 0.1 -u $never || :; done",
                 seconds)
 
@@ -97,7 +98,7 @@ class OperatedBoard(Board):
         self.sh(f"echo CORVANTA_AFTER_EXIT={choice} >{SETTINGS}")
 
     def link(self) -> tuple[str, str]:
-        """@return text and style sheet of the link's status, without a wait"""
+        """@return text and style sheet of the link's status, as it is now"""
         value = self.panel.value(LINK_STATUS)
         return value["text"], value["style"]
 
@@ -108,11 +109,12 @@ class OperatedBoard(Board):
             screen.value(label)["text"], screen.value(label)["style"]) == value)
 
     def wait_up(self, seconds: float = CHECK_SECONDS) -> None:
-        """Wait until the panel shows the link, which may be before the check of Connect."""
+        """Wait until the panel shows the link up, which may be before Connect's link check."""
         self.wait_status(LINK_STATUS, UP, seconds)
 
     def wait_checked(self) -> None:
-        """Wait for the link, and for the check of Connect, which a later end of the link fails."""
+        """Wait for the link and for Connect's link check. If the link went down before this check,
+        the check would report a failed attempt."""
         self.wait_up()
         self.program.await_check()
 
@@ -123,18 +125,18 @@ class OperatedBoard(Board):
         self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
 
     def wait_failed(self) -> None:
-        """Wait for the notice at the end of an attempt, and close it."""
+        """Wait for the notice of a failed attempt, and close it."""
         self.wait_notice()
         self.panel.press("OK")
         self.wait("Connect enabled", SOON_SECONDS, lambda screen: not screen.has_dialog()
                   and screen.button("Connect")["enabled"])
 
     def uptime(self) -> float:
-        """@return seconds of the board's clock, which a busy host slows down"""
+        """@return the board's uptime in seconds, by a clock that a busy host slows down"""
         return float(self.guest.read("/proc/uptime").split()[0])
 
     def modem_log(self) -> str:
-        """@return the modem's log of this test"""
+        """@return the part of the modem's log that was written in this test"""
         return self.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text[self._logged_before:]
 
     def heard(self) -> list[str]:
@@ -143,12 +145,12 @@ class OperatedBoard(Board):
                 if " heard " in line]
 
     def is_black(self) -> bool:
-        """Return true when all pixels are black; the fourth byte of each may be its opacity."""
+        """Return true when all pixels are black. Ignore their fourth byte, which may be opacity."""
         pixels = self.guest.read("/dev/fb0")
         return not any(pixels[byte::4].strip(b"\0") for byte in range(3))
 
     def wait_picture(self, wanted: bytes, what: str) -> None:
-        """Wait until a screenshot of the panel is the wanted PNG file."""
+        """Wait until a screenshot of the panel equals the wanted PNG file."""
         deadline = time.monotonic() + START_SECONDS
         while self.records.picture("seen.png").read_bytes() != wanted:
             assert time.monotonic() < deadline, what
@@ -160,9 +162,9 @@ IDLE: dict[tuple[int, int], list[OperatedBoard]] = {size: [] for size in SIZES}
 
 @contextmanager
 def borrowed(size: tuple[int, int], name: str) -> Iterator[OperatedBoard]:
-    """Provide a board for a test: one that another test has used, or one from a saved state.
+    """Provide a board for a test: a used one after clear(), or a new one from a saved state.
 
-    @param name name of the run, if the board is a new one
+    @param name name of the run, if the board is new
     """
     if IDLE[size]:
         board = IDLE[size].pop()
@@ -183,7 +185,7 @@ def borrowed(size: tuple[int, int], name: str) -> Iterator[OperatedBoard]:
 
 
 def turn_off_boards() -> None:
-    """Save the logs of all boards that no test uses, and turn these boards off."""
+    """Save the logs of all idle boards, and turn these boards off."""
     for boards in IDLE.values():
         while boards:
             boards.pop().__exit__(None, None, None)
@@ -193,7 +195,7 @@ class BoardTest(unittest.TestCase):
     """A test case on a board, with the board's methods.
 
     @cvar size panel size in pixels
-    @cvar reusable false when no other test can use the board afterwards
+    @cvar reusable false if later tests cannot use the board
     """
 
     size = SIZES[0]

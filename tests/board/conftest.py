@@ -1,4 +1,4 @@
-"""Fixtures of the tests on the simulated board: boards, each used by many tests."""
+"""Fixtures of the tests on the simulated board. Many tests use the same board in turn."""
 
 import re
 from collections.abc import Iterator
@@ -16,7 +16,7 @@ def size() -> tuple[int, int]:
 
 @pytest.fixture
 def board(request: pytest.FixtureRequest, size: tuple[int, int]) -> Iterator[OperatedBoard]:
-    """Provide a board on which nothing was ever dialled."""
+    """Provide a board in the state before the first dial."""
     with borrowed(size, re.sub(r"\W+", "-", request.node.name)) as found:
         yield found
 

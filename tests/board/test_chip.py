@@ -1,4 +1,4 @@
-"""The F-RAM chip behind the real kernel driver: the program's requests, and the screen then."""
+"""The F-RAM chip at a simulated spidev node: the program's requests and the screen's language."""
 
 from dataclasses import dataclass, field
 from typing import Any
@@ -17,7 +17,7 @@ CONNECT = {0: "Connect", 1: "連線", 2: "连线"}  # the button, by language
 
 
 def block(language: int) -> str:
-    """@return the log entry of a read of all parameters, of which only the language is not 0"""
+    """@return the log entry of a read of all parameters; all except the language are 0"""
     content = bytes(2 * LANGUAGE) + language.to_bytes(2, "little")
     return f"cycle 030004 r200 {content.hex():0<400}"
 
@@ -28,15 +28,15 @@ IDENTIFIED = [*OPENED, f"cycle 9f r9 {IDENTITY}"]
 
 @dataclass
 class Start:
-    """One start of the program with a chip that holds a Chinese language."""
+    """One start of the program with a chip that stores a Chinese language."""
 
     name: str
-    language: int  # that the program has read
-    log: list[str]
-    chip: dict[str, Any] = field(default_factory=dict)
-    opened: str = SPEED
-    identity: str = IDENTITY
-    holds: int = 1
+    language: int  # language parameter that the program reads
+    log: list[str]  # entries of the chip's log
+    chip: dict[str, Any] = field(default_factory=dict)  # arguments of Chip.put_in()
+    opened: str = SPEED  # the program's output when it opens the device
+    identity: str = IDENTITY  # identification in the program's output, in hexadecimal
+    holds: int = 1  # language parameter in the chip
 
     def output(self) -> str:
         loaded = "true" if self.language else "false"
@@ -75,7 +75,7 @@ def test_starts(board: OperatedBoard) -> None:
     check_start(board, SLOW)
     times = [time for time, _ in board.chip.timed_log()]
     assert 2 <= (times[-1] - times[0]) / (SLOW_MS / 1000) < 3
-    # No later step asks the chip.
+    # Later steps do not access the chip.
     board.panel.open_tab("其他设定", SLOW_MS / 1000)
     assert board.chip.log() == SLOW.log
 

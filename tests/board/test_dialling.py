@@ -1,4 +1,4 @@
-"""Dial-up on the simulated board: real touches, the real pppd and chat, a link that carries."""
+"""Dial-up on the simulated board: real touches, the real pppd and chat, and traffic on the link."""
 
 import re
 from collections.abc import Callable
@@ -11,16 +11,17 @@ from panel.constants import (CHAT_SCRIPT, CHECK_SECONDS, FILES, LOGS, PEER_FILE,
                              SETTING, SOON_SECONDS, STATUS, USER, stored_parameters)
 from virtualboard.dongle import NETWORK_ADDRESS, NETWORK_LOG, NETWORK_NAME
 
-# Seconds on the board from the touch of Connect to the notice: the program waits for 15 s after it
-# has started pppd.
+# Seconds on the board from the touch on Connect to the notice. The program checks the link 15 s
+# after it has started pppd.
 NOTICE_LEAST, NOTICE_MOST = 14.5, 25
-FREEZE = "pkill -STOP -x netpppd"  # the network's end of the link
-# Without an answer, pppd of an earlier attempt holds the line for some seconds after SIGTERM.
+FREEZE = "pkill -STOP -x netpppd"  # stops the pppd at the network's end of the link
+# Use SIGKILL, because after SIGTERM pppd waits for the network and keeps the port open for some
+# seconds.
 NO_PPPD = "killall -q -KILL pppd chat; while pgrep -x 'pppd|chat'; do sleep 0.1; done"
 SENT_PIN = 'AT+CPIN=\\"'
-# Debian's pppd options allow four echo requests without an answer, 30 s apart.
+# Debian's pppd options: the link is dropped after four unanswered echo requests, 30 s apart.
 SILENCE_LEAST, SILENCE_MOST = 100, 170  # seconds on the board
-SILENCE_SECONDS = 600  # the same on a busy host
+SILENCE_SECONDS = 600  # timeout of that wait by the clock of a busy host
 OUTAGE_SECONDS = 600
 SILENT = "a dead link is shown as connected until the LCP echo requests of pppd time out"
 EXECUTED = "/run/executed"
@@ -30,15 +31,15 @@ EXECUTES = ("option injection. pppd runs, as root, a command that follows a spac
 
 @dataclass
 class Dial:
-    """One touch of Connect: the modem and the network behind it, and the outcome."""
+    """One touch on Connect: the modem, the network behind it, and the outcome."""
 
     name: str
-    modem: dict[str, str] = field(default_factory=dict)
-    pin: str = ""
-    connects: bool = False
-    says: str = ""  # in the log of pppd or the modem
-    attempts: int = 0  # of the PIN
-    before: str = ":"  # shell commands just before the touch
+    modem: dict[str, str] = field(default_factory=dict)  # settings of modemsim
+    pin: str = ""  # PIN to type
+    connects: bool = False  # true if the link comes up
+    says: str = ""  # text in the log of pppd or the modem
+    attempts: int = 0  # expected number of PIN attempts
+    before: str = ":"  # shell commands to run before the touch
 
 
 # ./test runs them in this order, in one run of the program.
@@ -78,7 +79,7 @@ def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
     board.wait("the signal", SOON_SECONDS, lambda screen: any(
         bar["value"] == 54 for bar in screen.orphans("QProgressBar")))
     assert board.heard() == ['"AAT+CSQ"']
-    for path in FILES:  # Connect changes the owner of another user's files
+    for path in FILES:  # Connect makes root the owner of existing files
         board.sh(f"touch {path}; chown 1000:1000 {path}; chmod 644 {path}")
     board.panel.press("Connect")
     board.wait_up()
@@ -92,7 +93,7 @@ def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
     board.wait("the ping", SOON_SECONDS, lambda screen: any(
         "3 received, 0% packet loss" in box["text"] for box in screen.orphans("QTextEdit")))
 
-    # Exit keeps the link; the next start shows it, and Disconnect ends it.
+    # The link stays up after Exit. The next start shows it, and Disconnect terminates it.
     pppd = board.sh("pgrep -x pppd")
     board.leave()
     assert board.sh("pgrep -x pppd") == pppd
@@ -103,13 +104,14 @@ def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
     board.wait_down()
     assert board.guest.run("pgrep -x pppd").status != 0
     assert board.panel.button("Connect")["enabled"]
-    # pppd told the network's side; the panel's killall did not reach it.
+    # The board's pppd has terminated the link by LCP; the program's killall has not reached the
+    # pppd of the network.
     board.wait_for("! pgrep -x netpppd")
     network = board.guest.read(NETWORK_LOG).decode()
     assert "LCP terminated by peer" in network
     assert "Terminating on signal" not in network
 
-    # Without a change, the next attempt dials with the existing files.
+    # Without an edit, the next Connect does not write the generated files again.
     written = board.sh(f"stat -c %y {CHAT_SCRIPT} {PEER_FILE}")
     board.panel.press("Connect")
     board.wait_up()
@@ -117,11 +119,12 @@ def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
 
 
 def check_dialled(board: OperatedBoard) -> None:
-    """Check the generated files, the commands to the modem, and that no log has the PIN."""
+    """Check the generated files, all modes, the commands to the modem, and whether the journal
+    contains the PIN."""
     assert board.guest.read(CHAT_SCRIPT) == (EXPECTED / "chat-with-pin").read_bytes()
     modes = board.sh(f"stat -c '%a %U %G' {' '.join(FILES + LOGS)}").splitlines()
     assert set(modes) == {"600 root root"}
-    # From release 253 on, systemd can keep the PIN out of the journal.
+    # The filter that keeps the PIN out of the journal needs systemd 253 or later.
     logged = board.sh("journalctl --quiet --identifier=chat")
     assert "AT+COPS?" in logged
     version = re.match(r"systemd (\d+)", board.sh("systemctl --version"))
@@ -135,9 +138,9 @@ def check_dialled(board: OperatedBoard) -> None:
 
 
 def check_dial(board: OperatedBoard, dial: Dial) -> float:
-    """Touch Connect and check for the link, or for the notice 15 s after the start of pppd.
+    """Touch Connect. Check that the link comes up, or that the notice appears after 15 s.
 
-    @return seconds on the board from the touch to the end of the attempt
+    @return seconds on the board from the touch to the link or the notice
     """
     board.dongle.tell_modem(dial.modem)
     board.panel.open_tab(SETTING)
@@ -150,7 +153,7 @@ def check_dial(board: OperatedBoard, dial: Dial) -> float:
         board.wait_up()
         seconds = board.uptime() - begin
     else:
-        board.sh(f"sleep {int(NOTICE_LEAST)}", CHECK_SECONDS)  # each dump costs the board time
+        board.sh(f"sleep {int(NOTICE_LEAST)}", CHECK_SECONDS)  # each dump slows the board
         board.wait_notice()
         seconds = board.uptime() - begin
         board.wait_failed()
@@ -183,18 +186,18 @@ def test_fault(board: OperatedBoard, dial: Dial, record_property: Record) -> Non
 
 
 def redial_after(board: OperatedBoard, holdoff: int) -> None:
-    """Set pppd's wait between two dials, in seconds, until the end of the test."""
+    """Set pppd's holdoff, its wait before a redial in seconds, until the end of the test."""
     board.sh(f"echo holdoff {holdoff} >>/etc/ppp/options")
     board.cleanups.callback(board.sh, "sed -i '/^holdoff/d' /etc/ppp/options")
 
 
-# By default, pppd gives up after ten failures in a row. With its own holdoff of 30 s, the longer
-# row is an outage of 20 min, after which the dongle is away for 10 min.
+# By default, pppd exits after ten failed dials in a row. With the default holdoff of 30 s, the
+# longer row would be an outage of 20 min, followed by 10 min without the dongle.
 @pytest.mark.parametrize("refused, away", [
     (6, 6), pytest.param(36, 20, marks=pytest.mark.torture)], ids=["short", "long"])
 def test_outage(board: OperatedBoard, refused: int, away: int) -> None:
-    """The network refuses, then the dongle is away: the link and the label come back without a
-    touch."""
+    """The network refuses calls, then the dongle is unplugged. When both are back, the link and its
+    label come up without a touch."""
     redial_after(board, 1)
     board.provide()
     board.panel.press("Connect")
@@ -212,8 +215,8 @@ def test_outage(board: OperatedBoard, refused: int, away: int) -> None:
 
 
 def test_one_press_one_attempt(board: OperatedBoard) -> None:
-    """pppd redials by itself, but a PIN that the SIM has refused is sent once, and one that the
-    SIM has accepted each time a SIM requires it."""
+    """pppd redials by itself. A PIN that the SIM card has refused is sent only once; an
+    accepted PIN is sent each time the SIM card requires it."""
     redial_after(board, 2)
     board.provide({"sim.pin": "4321"}, stored_parameters(pin="1234"))
     board.panel.press("Connect")
@@ -247,7 +250,7 @@ def replug(board: OperatedBoard) -> None:
 
 @pytest.mark.torture
 def test_network_answers_nothing_any_more(board: OperatedBoard, record_property: Record) -> None:
-    """The panel shows the link as connected until pppd terminates it."""
+    """The network stops answering. The panel shows the link as connected until pppd drops it."""
     board.provide()
     board.panel.press("Connect")
     board.wait_checked()
@@ -266,7 +269,7 @@ def test_network_answers_nothing_any_more(board: OperatedBoard, record_property:
 
 @pytest.mark.torture
 def test_command_in_the_user_name(board: OperatedBoard, record_property: Record) -> None:
-    """pppd reads the user name as a further option."""
+    """pppd reads words after a space in the user name as options, and runs a command in them."""
     board.provide()
     board.panel.fill(USER, f'x welcome "id -un >{EXECUTED}"')
     board.panel.press("Connect")

@@ -1,4 +1,4 @@
-"""The dongle on the simulated board: missing, late, another one, unplugged at bad moments."""
+"""The dongle on the simulated board: missing, late, a wrong one, and unplugged during use."""
 
 import time
 
@@ -8,11 +8,12 @@ from panel.constants import (CHECK_SECONDS, DONGLE_PRODUCT, DONGLE_STATUS, SETTI
 
 
 def test_black_until_the_right_dongle_has_its_port(board: OperatedBoard) -> None:
-    """Another dongle does not count as detected, and the right one is not used without a port."""
+    """The program waits while another dongle is plugged in, and while the right one has no serial
+    port. During the second wait the panel is black."""
     board.dongle.plug(product=DONGLE_PRODUCT + 1)
     board.program.start()
     board.wait_undetected()
-    board.panel.press("Close")  # the dialog is kept, because there is no window below it
+    board.panel.press("Close")  # does not close the dialog, because there is no window below it
     board.wait_undetected()
     board.dongle.plug(ports=0)
     deadline = time.monotonic() + START_SECONDS
@@ -32,7 +33,7 @@ def test_unplugged_while_dialling(board: OperatedBoard) -> None:
     board.wait_status(DONGLE_STATUS, AWAY)
     board.dongle.tell_modem()
     board.panel.open_tab(SETTING)
-    board.panel.press("Connect")  # without a dialog after an earlier one
+    board.panel.press("Connect")  # an earlier dialog was shown, so this attempt shows none
     board.wait("the busy bar", SOON_SECONDS, lambda screen: screen.busy_bars())
     board.dongle.plug()
     board.wait_up()
@@ -40,7 +41,7 @@ def test_unplugged_while_dialling(board: OperatedBoard) -> None:
 
 
 def test_lost_while_connected(board: OperatedBoard) -> None:
-    """The dongle is unplugged and plugged in again, then the network drops the call."""
+    """Unplug the dongle and plug it in again. Then let the network drop the call."""
     board.provide()
     board.panel.press("Connect")
     board.wait_checked()
@@ -52,7 +53,7 @@ def test_lost_while_connected(board: OperatedBoard) -> None:
     board.wait_undetected()
     board.dongle.tell_modem({"drop_after_s": "20"})
     board.dongle.plug()
-    board.wait("the dialog gone", SOON_SECONDS, lambda screen: not screen.has_dialog())
+    board.wait("the dialog closed", SOON_SECONDS, lambda screen: not screen.has_dialog())
     board.wait_checked()
     board.dongle.tell_modem({"dial": "busy"})  # for pppd, which redials
     board.wait_for(NO_LINK, CHECK_SECONDS)

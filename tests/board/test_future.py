@@ -1,4 +1,4 @@
-"""Years from now: a clock in 2040, and files of 3 GB."""
+"""Dates after 2038 and files over 2 GiB: a clock in 2040, and files of 3 GiB."""
 
 import re
 import subprocess
@@ -10,13 +10,13 @@ from panel.constants import (APN, AUTO_CONNECT, CHAT_SCRIPT, CHECK_SECONDS, COUN
                              PARAMETERS, PEER_FILE, PPP_LOG, STORED, STORED_AUTO, USER)
 
 HUGE = 3 << 30  # bytes
-# Functions of the C library that handle neither large files nor late times on 32-bit boards.
+# Functions of the C library that support neither large files nor dates after 2038 on 32-bit boards.
 NARROW = re.compile(r" U (stat|fstat|lstat|fstatat|open|openat|lseek|ftruncate|pread|pwrite|mmap|"
                     r"time|gettimeofday|clock_gettime|utimensat)(@|$)", re.MULTILINE)
 
 
 def test_narrow_functions() -> None:
-    """No program of the package calls them."""
+    """No program of the package imports one of them."""
     for name in ("app/corvanta", "app/provision/corvanta-provision",
                  "app/plugins/corvanta/libcorvantahttpprobe.so"):
         names = subprocess.run(["arm-linux-gnueabihf-nm", "-D", ARM / name], check=True,
@@ -31,7 +31,7 @@ def date_2040(board: OperatedBoard, *paths: str) -> None:
 
 
 def test_files_dated_2040(board: OperatedBoard) -> None:
-    """All that the program reads and writes: shown, saved, generated, dialled and rotated."""
+    """Show, save, generate, dial with and rotate files that are dated 2040."""
     old = {PARAMETERS: STORED, AUTO_CONNECT: STORED_AUTO, PEER_FILE: b"old\n",
            CHAT_SCRIPT: b"old\n"}
     for path, content in old.items():
@@ -64,7 +64,7 @@ def test_files_dated_2040(board: OperatedBoard) -> None:
 
 
 def test_large_files(board: OperatedBoard) -> None:
-    """Parameters and a log of 3 GB: shown, saved and rotated."""
+    """Show and save a parameter file of 3 GiB, and rotate a log of 3 GiB."""
     board.dongle.plug()
     board.guest.write(PARAMETERS, STORED)
     board.sh(f"truncate -s {HUGE} {PARAMETERS} {PPP_LOG}")
@@ -77,16 +77,16 @@ def test_large_files(board: OperatedBoard) -> None:
 
 
 def test_clock_steps_in_an_attempt(board: OperatedBoard) -> None:
-    """The check runs, and the panel accepts touches."""
-    board.reusable = False  # Debian 12's systemd for 32 bits answers nothing in 2040
+    """Set the clock to 2040 during an attempt. The link check still runs and shows its result."""
+    board.reusable = False  # in 2040, Debian 12's 32-bit systemd does not respond
     board.provide()
     board.panel.fill(APN, "later")
     board.panel.press("Connect")
     board.wait_for("pgrep -x pppd")
-    # The board's own shell and pppd do not work then: their C library's old calls refuse files of
-    # that date.
+    # In 2040 the board's own shell and pppd do not work: they use old calls of the C library, which
+    # fail for files of that date.
     board.cleanups.callback(board.sh, f"date -s @{int(time.time())} >/dev/null")
     board.sh("date -s 2040-01-01 >/dev/null")
-    board.wait("the check", CHECK_SECONDS, lambda screen: screen.has_dialog()
+    board.wait("the link check", CHECK_SECONDS, lambda screen: screen.has_dialog()
                or screen.button("Disconnect")["enabled"])
     assert b"later" in board.guest.read(PARAMETERS)

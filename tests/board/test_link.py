@@ -1,17 +1,17 @@
-"""The link next to the panel's service: the link survives the panel, and the panel follows it."""
+"""The link and the panel's service: the link stays up without the panel, and the panel shows it."""
 
 from boardtest import DOWN, INSTALL_SECONDS, PACKAGE, UP, OperatedBoard
 from panel.constants import CHECK_SECONDS, PPP_LOG, STATUS
 from virtualboard.dongle import NETWORK_ADDRESS
 from virtualboard.program import UNIT
 
-FOLLOWED_SECONDS = 2.0  # of the board's clock, from a change of the link to the screen
-FAKES = "/run/fakes"  # of commands that the board does not have
+FOLLOWED_SECONDS = 2.0  # limit from a change of the link until the panel shows it, on the board
+FAKES = "/run/fakes"  # directory of stand-ins for commands that the board does not have
 OUTAGE_SECONDS = 240
 HOLDOFF_SECONDS = 5
 RETURN_SECONDS = 60
 GADGETS = "/sys/kernel/config/usb_gadget"
-# Plugs in a serial adapter of another maker on a bus of its own, and then the dongle.
+# Plugs in a serial adapter of another maker on its own bus, and then the dongle.
 ADAPTER = f"""modprobe -r dummy_hcd && modprobe dummy_hcd num=2
 mkdir {GADGETS}/adapter && cd {GADGETS}/adapter
 echo 0x0403 >idVendor; echo 0x1234 >idProduct
@@ -26,8 +26,8 @@ MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
 
 def dial(board: OperatedBoard) -> None:
-    """Dial with provisioned parameters, without an edit on the panel, and with a shorter holdoff,
-    which is pppd's wait between two dials."""
+    """Dial with provisioned parameters and without an edit on the panel. Shorten pppd's holdoff,
+    its wait before a redial."""
     board.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret; "
              f"echo 'holdoff {HOLDOFF_SECONDS}' >>/etc/ppp/peers/ppp-connect")
     board.dongle.plug()
@@ -36,8 +36,8 @@ def dial(board: OperatedBoard) -> None:
 
 
 def test_panel_follows_the_link_that_survives_it(board: OperatedBoard) -> None:
-    """The panel shows the link before the check of Connect, its end and the redial, without a
-    touch. The link survives a restart, a crash, an upgrade and the removal of the panel."""
+    """Without a touch, the panel shows that the link is up, is down, and is up after the redial.
+    The link stays up during a restart, a crash, an upgrade and the removal of the program."""
     dial(board)
     board.panel.open_tab(STATUS)
     for change, there, shown in (("true", "", UP), ("killall netpppd", "! ", DOWN),
@@ -68,15 +68,15 @@ def test_panel_follows_the_link_that_survives_it(board: OperatedBoard) -> None:
 
 
 def test_link_returns_under_another_port_name(board: OperatedBoard) -> None:
-    """A dongle that is back on the bus before pppd has closed its port, and one whose port name
-    another adapter has got."""
+    """Replug the dongle before pppd has closed its port, so that the port gets another name. Then
+    let another adapter take the port name of the unplugged dongle."""
     dial(board)
     board.wait_checked()
     took = board.sh("dongle pulled; dongle plug 0x1001 3; from=$(date +%s); "
                     "until ! ifconfig | grep -q ppp0; do sleep 0.1; done; "
                     "until ifconfig | grep -q ppp0; do sleep 0.1; done; "
                     "echo $(($(date +%s) - from)); test -L /dev/ttyUSB0", OUTAGE_SECONDS)
-    # pppd's own holdoff is 30 s.
+    # pppd's default holdoff is 30 s.
     assert int(took) < RETURN_SECONDS - 30 + HOLDOFF_SECONDS
     board.dongle.unplug()
     board.sh(ADAPTER)
@@ -91,7 +91,8 @@ def test_link_returns_under_another_port_name(board: OperatedBoard) -> None:
 
 
 def test_hooks_without_a_panel(board: OperatedBoard) -> None:
-    """They succeed, so that later scripts run, and signal no other program of that name."""
+    """Without the panel the hooks succeed, so that later scripts run. They do not signal another
+    program of the same name."""
     board.program.stop()
     board.sh("cp /bin/sleep /run/corvanta; /run/corvanta 600 & "
              "trap 'kill $!; rm /run/corvanta' EXIT; "
@@ -100,7 +101,7 @@ def test_hooks_without_a_panel(board: OperatedBoard) -> None:
 
 
 def test_name_servers_for_resolved(board: OperatedBoard) -> None:
-    """The hook passes them to a running systemd-resolved; otherwise it prints nothing."""
+    """The hook passes the name servers to systemd-resolved if that is running. It never prints."""
     both, one = "DNS1=10.0.0.1 DNS2=10.0.0.2", "DNS1=10.0.0.1"
     for given, active, resolvectl, passed in (
             (both, "true", "", "dns ppp0 10.0.0.1 10.0.0.2"),

@@ -1,4 +1,4 @@
-"""The machine below the board tests: touches reach their pixels, a board exits with its owner."""
+"""The simulated board itself: touches reach the right pixels, and a board exits with its owner."""
 
 import os
 import select
@@ -13,7 +13,7 @@ from boardtest import OperatedBoard
 from host.paths import SIMULATOR
 from panel.constants import SOON_SECONDS
 
-EVENT = struct.Struct("<IIHHi")  # input_event of a 32-bit kernel: seconds, microseconds, ...
+EVENT = struct.Struct("<IIHHi")  # input_event of a 32-bit kernel: s, µs, type, code, value
 SYN, KEY, ABS = 0, 1, 3
 TOUCH, X, Y = 0x14A, 0x35, 0x36
 PLACES = [(479, 271), (0, 0), (240, 136), (240, 136)]
@@ -43,7 +43,8 @@ def touched(events: bytes) -> list[tuple[int, int]]:
 
 
 def test_touches_arrive_at_their_pixels(board: OperatedBoard) -> None:
-    # The kernel reports a coordinate only when it changes; all are 0 before the first touch.
+    # The kernel reports only changed coordinates. Before the first touch all are 0, so the first
+    # place has no zero.
     board.sh("node=/dev/input/$(grep -A5 'panel touchscreen' /proc/bus/input/devices "
              f"| grep -o 'event[0-9]*'); setsid cat $node >{RECORDED} & "
              "until readlink /proc/$!/fd/* | grep -q $node; do sleep 0.02; done; "

@@ -1,4 +1,4 @@
-"""The Debian package: as it is built, its life on a board, and a boot with it."""
+"""The Debian package: its content, installation, upgrade and removal on a board, and a boot."""
 
 import os
 import re
@@ -15,10 +15,11 @@ from panel.constants import (CHAT_LOG, CHAT_SCRIPT, CHIP_MARKER, FILES, LOGS, OL
 from virtualboard.board import Board
 from virtualboard.program import UNIT
 
-OTHERS = "/etc/ppp/ppp.login"  # in the logs' directory
+OTHERS = "/etc/ppp/ppp.login"  # another program's file in the directory of the logs
 OPTIONS = "/etc/ppp/options.ttyUSB0"
 MINE = stored_parameters(user="operator", password="secret")
-# On a busy host the simulated board's boot takes longer than the service waits for a framebuffer.
+# Turns on the panel during the boot, and lets the service wait longer for the framebuffer, because
+# a boot on a busy host takes longer than the usual wait.
 LATE_PANEL = """
 set -e
 systemctl enable panel 2>/dev/null
@@ -49,7 +50,8 @@ def first_version(settings: bytes) -> bytes:
 
 
 def test_upgraded_from_the_first_version(board: OperatedBoard) -> None:
-    """dpkg asks nothing. Unchanged settings and pppd options are replaced, changed ones kept."""
+    """Upgrade from version 0.1.0 without a question from dpkg. Unchanged settings and pppd options
+    are replaced, changed ones are kept."""
     options, present = (EXPECTED / "options-0.1.0").read_bytes(), board.guest.read(OPTIONS)
     settings = b"CORVANTA_AFTER_EXIT=stay\n"
     board.guest.write("/run/first.deb", first_version(settings))
@@ -66,8 +68,8 @@ def test_upgraded_from_the_first_version(board: OperatedBoard) -> None:
 
 
 def test_reinstalled(board: OperatedBoard) -> None:
-    """The parameters, the integrator's settings and the modes of directories are kept. A log that
-    other users could read gets mode 0600."""
+    """A reinstallation keeps the parameters, the integrator's settings and the modes of
+    directories. A log that other users can read gets mode 0600."""
     board.choose_after_exit("restart")
     board.guest.write(PARAMETERS, MINE)
     logs = f"{PPP_LOG} {PPP_LOG}{OLD_LOG}"
@@ -83,10 +85,10 @@ def test_reinstalled(board: OperatedBoard) -> None:
 
 
 def test_removed_purged_and_installed_again(board: OperatedBoard) -> None:
-    """dpkg --remove stops the panel and keeps the files. Purging deletes those with secrets, also
-    behind a symlink, but neither a neighbour's file nor another target of a symlink. An
-    installation changes no file that the operator had before, and a later purge keeps the one
-    without secrets."""
+    """dpkg --remove stops the panel and keeps its files. A purge deletes files with secrets, and
+    the target if such a file is a symlink. It keeps other programs' files and targets of other
+    symlinks. An installation changes no existing file, and a later purge keeps the pppd options,
+    which have no secrets."""
     board.dongle.plug()
     board.start_program()
     board.sh(f"corvanta-provision apn=internet; touch {CHIP_MARKER}; "
@@ -103,7 +105,7 @@ def test_removed_purged_and_installed_again(board: OperatedBoard) -> None:
     left = board.sh(f"ls /quenfold/configs; ls -d /var/secret {CHAT_SCRIPT} /etc/ppp/peers/* "
                     f"{OPTIONS} {PPP_LOG}* {CHAT_LOG}* 2>/dev/null || true; "
                     "find / -xdev -name '*corvanta*'")
-    # The last one is the simulated board's own.
+    # The drop-in directory belongs to the simulated board.
     assert left.split() == [Path(CHIP_MARKER).name, OTHERS,
                             "/etc/systemd/system/corvanta.service.d"]
     board.sh(f"test -c /dev/null; test -s /var/shared; rm /var/shared {OTHERS}")
@@ -122,7 +124,7 @@ def test_removed_purged_and_installed_again(board: OperatedBoard) -> None:
 
 
 def test_bounded_logs(board: OperatedBoard) -> None:
-    """logrotate truncates a log that pppd has open, also after Exit has renamed it."""
+    """logrotate truncates a log that pppd has open, before and after Exit has renamed it."""
     board.cleanups.callback(board.sh, f"rm -f {PPP_LOG}*")
     for name in (PPP_LOG, PPP_LOG + OLD_LOG):
         sizes = board.sh(f"exec 9>>{PPP_LOG}; head -c 2000000 /dev/zero >&9\n"
@@ -133,7 +135,8 @@ def test_bounded_logs(board: OperatedBoard) -> None:
 
 
 def test_lintian_and_reproducible_build() -> None:
-    """lintian has no findings, and neither the time nor the umask changes a byte."""
+    """lintian has no findings. A second build, at another time and with another umask, gives the
+    same package."""
     package = next(ARM.glob("corvanta_*.deb"))
     done = subprocess.run(["lintian", "--allow-root", package], capture_output=True, text=True,
                           check=False)
@@ -149,7 +152,7 @@ def test_lintian_and_reproducible_build() -> None:
 
 
 def test_hardened() -> None:
-    """The programs that run as root have been built with Debian's hardening flags."""
+    """The programs that run as root are built with Debian's hardening flags."""
     for program in ("app/corvanta", "app/provision/corvanta-provision"):
         found = subprocess.run(["readelf", "-Wlds", ARM / program], capture_output=True, text=True,
                                check=True).stdout
@@ -171,7 +174,7 @@ def test_fields_and_files() -> None:
 
 
 def test_panel_starts_at_boot() -> None:
-    """A board that has booted shows the same as one on which the panel was started by hand."""
+    """After a boot, the panel shows the same screen as after a start by hand."""
     with Board(SIZES[0], "test-boot-before") as board:
         board.program.start()
         board.panel.wait(lambda screen: screen.dialog()["text"] == UNDETECTED, START_SECONDS,

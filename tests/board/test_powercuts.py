@@ -1,4 +1,4 @@
-"""Cuts the board's power during a save, at the writes of its disk, and checks ext4 afterwards."""
+"""Simulates power cuts at the disk writes of a save, and checks the files after e2fsck."""
 
 import os
 import shutil
@@ -14,11 +14,11 @@ from machine.qemu import SPARE_BYTES, SPARE_LOG
 from panel.constants import PARAMETERS, SIZES
 from virtualboard.board import Board
 
-CUTS = 500  # about as many are tested, evenly spread over all possible ones
+CUTS = 500  # approximate number of cuts to test, spread evenly over all possible ones
 SUPER, ENTRY = struct.Struct("<QQQI"), struct.Struct("<QQQQ")
 FLUSH, FUA, DISCARD = 1, 2, 4  # flags of an entry, as in Linux' dm-log-writes
-# Lengths of the values, alternately shorter and longer. A file is at most one block of the file
-# system long: storage can mix the blocks of two contents.
+# Lengths of the values, alternately longer and shorter. Each file fits into one block of the file
+# system, because a power cut may leave a mix of old and new blocks.
 LENGTHS = 3 * (4, 60, 7, 200, 1, 800, 30, 31, 300, 2, 700, 5)
 VALUES = ("apn", "dial", "user", "password", "pin")
 MOUNT = """
@@ -32,9 +32,9 @@ mount /dev/vdc /quenfold/configs
 class Write:
     """An entry of the disk's log."""
 
-    offset: int
+    offset: int  # in bytes
     data: bytes
-    flags: int
+    flags: int  # FLUSH, FUA or DISCARD
 
 
 def logged(log: Path) -> list[Write]:
@@ -51,10 +51,10 @@ def logged(log: Path) -> list[Write]:
 
 
 def cuts(writes: list[Write]) -> Iterator[tuple[int, list[Write]]]:
-    """Yield the states that storage may have after a cut.
+    """Yield the states that the disk may have after a power cut.
 
-    @return number of writes before the last flush, which are on storage, and the later ones that
-            also are: all up to each write, and the same without any one of the others
+    @return number of writes before the last flush, all of which are on the disk; and the later
+            writes that are also on it: all up to the cut, or all of these except one
     """
     lasting = 0
     for end, write in enumerate(writes):
@@ -68,23 +68,24 @@ def cuts(writes: list[Write]) -> Iterator[tuple[int, list[Write]]]:
 
 
 def values_of(content: bytes) -> list[bytes]:
-    """Return the values of a parameter file, as the program reads them; none of a short file."""
+    """Return the values that the program reads from a parameter file; none if lines are missing."""
     lines = content.split(b"\n")[:-1]
     values = [line.partition(b"\0")[0] for line in lines[:len(VALUES) + 1]]
     return values if len(values) > len(VALUES) else []
 
 
 def values_after(base: Path, pending: list[Write], disk: Path) -> list[bytes]:
-    """Return the values on a disk after a repair as at a boot.
+    """Return the values on a disk after a repair with e2fsck, as at a boot.
 
     @param base disk without the pending writes
-    @param disk disk to make
+    @param pending writes to add
+    @param disk file to create
     """
     shutil.copyfile(base, disk)
     apply(disk, pending)
     repair = subprocess.run(["e2fsck", "-fy", disk], capture_output=True, check=False)
     assert repair.returncode in (0, 1), repair.stdout.decode()
-    # Without the file, debugfs prints nothing on standard output.
+    # If the file does not exist, debugfs prints nothing to standard output.
     return values_of(subprocess.run(["debugfs", "-R", f"cat /{os.path.basename(PARAMETERS)}", disk],
                                     capture_output=True, check=True).stdout)
 
@@ -97,7 +98,9 @@ def apply(disk: Path, writes: list[Write]) -> None:
 
 
 def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
-    """Save on a board. @return the writes to its disk and the values of each save, in order"""
+    """Save parameters on a board.
+
+    @return writes to the disk, and values of each save, both in order"""
     saves = []
     with Board(SIZES[0], "test-power-cuts", spare=disk, logs=False) as board:
         board.guest.sh(MOUNT)

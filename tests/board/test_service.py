@@ -1,4 +1,4 @@
-"""The panel's service: exit and crash of the panel, its devices and its console."""
+"""The panel's systemd service: exit and crash of the program, its devices and the console."""
 
 import re
 
@@ -6,12 +6,13 @@ from boardtest import OperatedBoard
 from panel.constants import CHECK_SECONDS, USER, WITHOUT_KEYS
 from virtualboard.program import UNIT
 
-LIMIT = 5  # failures, after which systemd does not restart the panel
+LIMIT = 5  # number of failures after which systemd does not restart the panel
 MOUNT = "/run/systemd/system/quenfold-configs.mount"
 DROP_INS = "/run/systemd/system/corvanta.service.d"
 RULES = "/run/udev/rules.d/85-power.rules"
 CGROUP = f"/sys/fs/cgroup/system.slice/{UNIT}/cgroup.procs"
-# Each line of the console on its own; a blank one has only spaces.
+# Prints the lines of the console that are not blank. /dev/vcs1 has no newlines, so fold splits its
+# text at the console's width.
 CONSOLE = "fold -w $(stty -F /dev/tty1 size | cut -d' ' -f2) /dev/vcs1 | grep -o '[^ ].*[^ ]'"
 
 
@@ -20,7 +21,9 @@ def state(board: OperatedBoard) -> str:
 
 
 def seconds(board: OperatedBoard, unit: str, what: str) -> int:
-    """@return a unit's property that is a span of time"""
+    """@return a time span property of a unit, in seconds
+
+    @param what name of the property without its ending USec"""
     text = board.sh(f"systemctl show --property={what}USec --value {unit}").strip()
     found = re.fullmatch(r"(?:(\d+)min ?)?(?:(\d+)s)?", text)
     assert found, text
@@ -29,20 +32,20 @@ def seconds(board: OperatedBoard, unit: str, what: str) -> int:
 
 
 def test_running(board: OperatedBoard) -> None:
-    """One run of the panel, which none of the checks stops."""
+    """Run several checks during one run of the panel, which none of them may stop."""
     board.sh("echo 'ACTION==\"add\", SUBSYSTEM==\"usb\", TEST==\"power/control\", "
              f"ATTR{{power/control}}=\"auto\"' >{RULES}; udevadm control --reload")
     board.cleanups.callback(board.sh, f"rm {RULES}; udevadm control --reload")
     board.dongle.plug()
     board.start_program(WITHOUT_KEYS | {"QT_LOGGING_RULES": "corvanta.*.warning=true"})
     pid = board.program.pid()
-    # A power tool's rule does not suspend the dongle.
+    # The package overrides a power-saving udev rule, so the dongle is not suspended.
     assert board.sh("cd /sys/bus/usb/devices; cat $(dirname $(grep -l 12d1 */idVendor))"
                     "/power/control") == "on\n"
     check_environment(board)
     check_console(board)
     check_killed_child(board)
-    # One setting, and the journal has the error messages of pppd.
+    # With QT_LOGGING_RULES, the error messages of pppd are in the journal.
     board.panel.fill(USER, "two words")
     board.panel.press("Connect")
     board.wait_for("journalctl --quiet --identifier=corvanta | grep -q \"option 'words'\"")
@@ -53,7 +56,8 @@ def test_running(board: OperatedBoard) -> None:
 
 
 def check_environment(board: OperatedBoard) -> None:
-    """The environment of the program and of all its commands; ModemManager ignores the port."""
+    """Check the environment that the program and its commands get, and that ModemManager ignores
+    the port."""
     found = board.sh(f"tr '\\0' '\\n' </proc/{board.program.pid()}/environ").splitlines()
     assert {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root",
             "XDG_RUNTIME_DIR=/run/corvanta"} <= set(found)
@@ -63,7 +67,7 @@ def check_environment(board: OperatedBoard) -> None:
 
 
 def check_console(board: OperatedBoard) -> None:
-    """Neither a login, nor text on the console, nor a message of the kernel reaches the panel."""
+    """Check that the panel shows no login prompt, no text of the console and no kernel message."""
     clean = board.photograph("clean.png").read_bytes()
     board.sh("echo 'text on the console' >/dev/tty1; echo '<0>a message' >/dev/kmsg; sleep 1")
     assert board.photograph("disturbed.png").read_bytes() == clean
@@ -71,7 +75,7 @@ def check_console(board: OperatedBoard) -> None:
 
 
 def check_killed_child(board: OperatedBoard) -> None:
-    """The kernel is short of memory and kills a process of the unit."""
+    """Let the kernel's OOM killer kill a process of the unit. The service must keep running."""
     board.sh(f"(echo $BASHPID >{CGROUP}; echo 1000 >/proc/self/oom_score_adj; exec sleep 600) & "
              "until [ $(</proc/$!/comm) = sleep ]; do sleep 0.1; done; "
              "echo f >/proc/sysrq-trigger; wait $! || true; "
@@ -79,7 +83,7 @@ def check_killed_child(board: OperatedBoard) -> None:
 
 
 def test_after_exit(board: OperatedBoard) -> None:
-    """Exit stops the service, or restarts the panel if so configured; a stop is a stop."""
+    """Exit stops the service or, if configured, restarts the panel. systemctl stop stops it."""
     board.dongle.plug()
     board.start_program()
     board.leave()
@@ -96,8 +100,8 @@ def test_after_exit(board: OperatedBoard) -> None:
 
 
 def test_failures_end_in_a_message(board: OperatedBoard) -> None:
-    """systemd restarts the panel after a crash, up to the limit; then the console has a message.
-    Restarts by hand do not count."""
+    """systemd restarts the panel after a crash, up to the limit; then the console shows a message.
+    Restarts by hand do not count towards the limit."""
     dark = board.records.picture("dark.png").read_bytes()
     board.program.start()
     for _ in range(LIMIT):
@@ -115,7 +119,7 @@ def test_failures_end_in_a_message(board: OperatedBoard) -> None:
 
 
 def test_no_framebuffer(board: OperatedBoard) -> None:
-    """Each start waits for it, and then fails as after a crash."""
+    """Without a framebuffer, each start waits for it and then fails as after a crash."""
     wait = seconds(board, "dev-fb0.device", "JobTimeout")
     assert seconds(board, UNIT, "StartLimitInterval") > (wait + 5) * LIMIT
     board.sh(f"cd /run/systemd/system; mkdir -p dev-fb7.device.d {DROP_INS}\n"
@@ -130,7 +134,7 @@ def test_no_framebuffer(board: OperatedBoard) -> None:
 
 
 def test_mounts_come_first(board: OperatedBoard) -> None:
-    """systemd mounts the parameters' mount point before it starts the panel."""
+    """systemd mounts the directory of the parameters before it starts the panel."""
     board.sh(f"printf '[Mount]\\nWhat=tmpfs\\nType=tmpfs\\n' >{MOUNT}; systemctl daemon-reload")
     board.cleanups.callback(board.sh, f"systemctl stop {UNIT} quenfold-configs.mount; rm {MOUNT}; "
                             "systemctl daemon-reload")
@@ -139,7 +143,8 @@ def test_mounts_come_first(board: OperatedBoard) -> None:
 
 
 def test_second_instance(board: OperatedBoard) -> None:
-    """The launch line for other init systems starts a panel that the service does not disturb."""
+    """Start a panel with the launcher for other init systems. The service then refuses to start a
+    second instance and does not change the screen."""
     board.dongle.plug()
     board.start_program()
     shown = board.photograph("service.png").read_bytes()

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Touch typing on the simulated board: real touches on the keys that are drawn."""
+"""Typing on the simulated board: real touches on the on-screen keyboard."""
 
 import re
 import struct
@@ -16,12 +16,12 @@ from virtualboard.board import Board
 VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
           "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
 TEXT = "the quick brown fox jumps over a lazy bookkeeper"
-HALF_SECONDS = 0.04  # of the time from one character to the next
+HALF_SECONDS = 0.04  # half of the time from one character to the next
 
 # The kernel's input events (linux/input-event-codes.h).
 EV_SYN, EV_KEY, EV_ABS, BTN_TOUCH = 0, 1, 3, 0x14a
 SLOT, X, Y, TRACKING_ID = 0x2f, 0x35, 0x36, 0x39
-FIRST_ID = 100  # of the touches
+FIRST_ID = 100  # tracking ID of the first touch
 
 
 def event_node(board: Board) -> str:
@@ -40,7 +40,7 @@ def documented_unit(name: str) -> str:
 
 
 class KeysTest(BoardTest):
-    """A panel with the on-screen keys, on which nothing was ever stored."""
+    """A panel with the on-screen keyboard and without stored parameters."""
 
     def setUp(self) -> None:
         super().setUp()
@@ -50,11 +50,11 @@ class KeysTest(BoardTest):
 
 class Typing(KeysTest):
     def test_every_value(self) -> None:
-        """Enter leads from each field to the next, and from the last to the whole panel."""
+        """Type every value. Enter moves to the next field, or hides the keyboard after the last."""
         for label, text in VALUES.items():
             self.panel.touch_in(label, text, SOON_SECONDS)
             self.panel.click(self.panel.screen().key("Enter"))
-        self.wait("the keys gone", SOON_SECONDS, lambda screen: not screen.keys)
+        self.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
         self.panel.choose("APN Auth Methods:", "CHAP", SOON_SECONDS)
         self.panel.open_tab(MISC, SOON_SECONDS)
         self.panel.press("YES")
@@ -77,11 +77,12 @@ class Fingers(KeysTest):
         self.sh(f"sleep {BUTTON_GUARD_SECONDS}")
         self.assertTrue(self.panel.screen().has_dialog())
         self.panel.press("OK")
-        self.wait("the notice gone", SOON_SECONDS, lambda now: not now.has_dialog())
+        self.wait("the notice closed", SOON_SECONDS, lambda now: not now.has_dialog())
         self.assertEqual(self.panel.field("PinCode:")["text"], "")
 
     def test_before_the_window_is_shown(self) -> None:
-        """The kernel keeps the touches that are made while the program starts."""
+        """Touch the place of Exit while the program starts. The kernel queues these touches, but
+        they must not end the program."""
         at_exit = centre(self.panel.button("Exit"))
         self.board.program.stop()
         self.board.program.start({})
@@ -90,14 +91,14 @@ class Fingers(KeysTest):
         self.await_window()
         self.board.fingers.touch(*at_exit)
         self.sh("sleep 1")
-        self.leave()  # runs until it is touched now
+        self.leave()  # the program still runs, and Exit works
 
 
 def report(*events: tuple[int, int, int]) -> str:
-    """@return shell commands that write input events (kind, code, value) and let time pass"""
+    """@return shell commands that write input events (type, code, value) and then wait"""
     data = b"".join(struct.pack("<llHHi", 0, 0, kind, code, value + (value & 0xff == 0x0a))
                     for kind, code, value in (*events, (EV_SYN, 0, 0)))
-    assert b"\n" not in data, "the shell would write half of it"
+    assert b"\n" not in data, "the shell's printf would write the report in two parts"
     return "printf '" + "".join(f"\\x{byte:02x}" for byte in data) + "' >&3; rest\n"
 
 
@@ -105,7 +106,7 @@ class Thumbs(KeysTest):
     size = (1280, 800)
 
     def test_no_character_is_lost_or_doubled(self) -> None:
-        """Two thumbs type in turn, and each lifts after the other has touched the next key."""
+        """Type with two thumbs in turn. Each is lifted after the other has touched the next key."""
         screen = self.panel.raise_keys("APN NAME:", SOON_SECONDS)
         script = (f"exec 3>{event_node(self.board)} 4<> <(:)\n"
                   f"rest() {{ read -t {HALF_SECONDS} -u 4 || :; }}\n")
@@ -125,7 +126,7 @@ class Thumbs(KeysTest):
 class UnusualScreens(BoardTest):
     """Panels that are mounted upside down, and touch screens that are read without libinput.
 
-    The last class of the module, because it spoils its board.
+    This class is the last of the module, because later tests cannot use its board.
     """
 
     TURNED = {"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"}
@@ -156,7 +157,7 @@ class UnusualScreens(BoardTest):
         self.check_turned({})
 
     def test_tslib(self) -> None:
-        """A single-touch screen whose events tslib calibrates and passes on."""
+        """Type on a single-touch screen whose events tslib calibrates and forwards."""
         self.reusable = False
         self.sh("killall touchd; "
                 "until ! grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "

@@ -1,4 +1,4 @@
-// RSSI values of complete, foreign and cut responses to AT+CSQ.
+// RSSI values of complete, truncated and unexpected responses to AT+CSQ.
 #include "core/csqresponse.h"
 
 #include <QtTest>
@@ -35,7 +35,7 @@ void CsqResponseTest::parses()
     const CsqResponse whole = parseCsqResponse(chunk);
     QTEST(whole.noSignal, "noSignal");
     QTEST(whole.percent, "percent");
-    for (int length = 0; length <= chunk.size(); ++length) { // one read may end anywhere
+    for (int length = 0; length <= chunk.size(); ++length) { // a read may end after any byte
         const CsqResponse part = parseCsqResponse(chunk.left(length));
         QCOMPARE(part.text, QString::fromLatin1(chunk.left(length)));
         QVERIFY(part.percent >= 0 && part.percent <= 100);

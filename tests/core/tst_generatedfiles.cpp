@@ -1,5 +1,5 @@
-// Chat script and peer file with values that could break their lines, and how pppd reads such
-// values. The end-to-end tests compare whole files byte for byte.
+// Chat script and peer file with values that could break their syntax, and the words that pppd
+// reads from such values. The end-to-end tests compare complete files byte for byte.
 #include "core/chatscript.h"
 #include "core/peerfile.h"
 #include "core/pppdwords.h"
@@ -49,8 +49,8 @@ void GeneratedFilesTest::peerValuesStandAsTheyAre()
     QCOMPARE(peerFileLines({}, "192.0.2.1").mid(9, 2), (QStringList{"user ", "password "}));
 }
 
-/** Words of a file with the value and "next" on a line each, as pppd 2.4.9 names them in its
- * message "unrecognized option". */
+/** Words that pppd 2.4.9 reads from a file with two lines, the value and "next". They were observed
+ * in its error message "unrecognized option". */
 void GeneratedFilesTest::pppdReadsWords_data()
 {
     QTest::addColumn<QByteArray>("value");

@@ -1,4 +1,4 @@
-// Parameter files of any origin, and which values on the screen count as a change.
+// Parameter files with any content, and the edits on the screen that count as a change.
 #include "core/lineencoding.h"
 #include "core/paramlist.h"
 

@@ -1,4 +1,4 @@
-// F-RAM driver and parameter block on a stand-in for the kernel's spidev, at byte level.
+// The F-RAM driver and the parameter block, byte by byte, with a stand-in for the kernel's spidev.
 #include "device/fm25v02.h"
 #include "device/fram.h"
 
@@ -101,7 +101,7 @@ void Fm25v02Test::init()
     bus = Bus();
     QCOMPARE(FM25V02_Init(), 1);
     QCOMPARE(bus.openFlags, O_RDWR | O_CLOEXEC);
-    QCOMPARE(bus.writtenMode, 3); // what was read is written back
+    QCOMPARE(bus.writtenMode, 3); // the driver writes the mode that it has read
     bus.cycles.clear();
 }
 

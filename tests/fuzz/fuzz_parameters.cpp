@@ -1,6 +1,6 @@
-// Any bytes as a parameter file. A save writes as many lines as the file has parameters, and
-// reading them again gives the same values. The chat script and the peer file have each value in
-// its line and nowhere else.
+// Uses any bytes as a parameter file. A save must write one line per parameter, from which the same
+// values are read again. In the chat script and the peer file each value must be in its own line
+// only.
 #include "core/chatscript.h"
 #include "core/lineencoding.h"
 #include "core/paramlist.h"
@@ -20,7 +20,7 @@ void require(bool holds, const char *what)
 {
     if (holds)
         return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::fprintf(stderr, "condition is false: %s\n", what);
     std::abort();
 }
 

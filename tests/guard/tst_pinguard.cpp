@@ -1,4 +1,4 @@
-// The PIN guard: its dialogue with the modem on a real terminal, and its decision to dial.
+// The PIN guard: its exchange with a modem on a pseudo-terminal, and its decision whether to dial.
 #include "app/guard/modemport.h"
 #include "app/guard/pinmemory.h"
 #include "app/guard/simquery.h"
@@ -36,7 +36,7 @@ private slots:
 namespace
 {
 
-/** Answer each question, which ends in a carriage return, byte by byte. */
+/** Answer each command, which ends in a carriage return, byte by byte. */
 void serve(int master, const QByteArrayList &answers)
 {
     char byte = 0;
@@ -78,7 +78,7 @@ void PinGuardTest::verdict()
 void PinGuardTest::modem_data()
 {
     QTest::addColumn<QByteArray>("stale");
-    QTest::addColumn<QByteArrayList>("answers"); // to one question after the other
+    QTest::addColumn<QByteArrayList>("answers"); // one per command, in order
     QTest::addColumn<SimState>("wanted");
     const auto row = [](const char *name, const QByteArrayList &answers, SimState wanted,
                         const QByteArray &stale = {}) {
@@ -149,12 +149,13 @@ void PinGuardTest::memory()
 {
     const QTemporaryDir directory;
     const std::string path = directory.filePath("memory").toStdString();
-    const std::string pppd = guard::callingPppd(); // here the first ancestor that is not a shell
+    const std::string pppd =
+        guard::callingPppd(); // in a test: the first ancestor that is not a shell
     QVERIFY(QRegularExpression("^\\d+ \\d+\n$").match(QString::fromStdString(pppd)).hasMatch());
     QVERIFY(!guard::isRemembered(path, pppd));
     QVERIFY(guard::remember(path, pppd));
     QVERIFY(guard::isRemembered(path, pppd));
-    QVERIFY(!guard::isRemembered(path, "1 2\n")); // a later pppd, the same number perhaps
+    QVERIFY(!guard::isRemembered(path, "1 2\n")); // another pppd, possibly with a reused process ID
     struct stat status {
     };
     stat(path.c_str(), &status);

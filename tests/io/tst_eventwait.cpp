@@ -1,5 +1,5 @@
-// Waiting while events are processed: the end of a wait and the interval of its probes. Timeouts
-// are covered by the end-to-end tests.
+// Waits that process events: the end of a wait and the interval of its probes. The end-to-end tests
+// cover timeouts.
 #include "io/eventwait.h"
 
 #include <QtTest>
@@ -24,7 +24,7 @@ void EventWaitTest::probesImmediatelyAndAtMostOncePerInterval()
     QCOMPARE(waitWithEvents({[&] { return ++probes == 1; }, {}}), WaitResult::Ready);
     QVERIFY(time.elapsed() < 500);
 
-    QTimer ticks; // busy event traffic must not make the probe run more often
+    QTimer ticks; // frequent events must not make the probe run more often
     ticks.start(1ms);
     probes = 0;
     time.restart();
@@ -51,7 +51,7 @@ void EventWaitTest::doesNotSpinAfterQuit()
     int probes = 0;
     auto result = WaitResult::Ready;
     QTimer::singleShot(0, this, [&] {
-        QCoreApplication::quit(); // nested event loops return at once from here on
+        QCoreApplication::quit(); // from now on, nested event loops return immediately
         result = waitWithEvents({[&] { return ++probes == 0; }, {}, 50ms, 200ms});
     });
     QCoreApplication::exec();

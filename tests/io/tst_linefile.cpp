@@ -1,5 +1,5 @@
-// Files of lines: links, huge files, power cuts, and storage without modes or with read errors.
-// The end-to-end tests have other file types, access rights, and storage that fails half-way.
+// Files of lines: symbolic links, huge files, power cuts, file systems without modes, and read
+// errors. The end-to-end tests cover other file types, access rights, and write errors.
 #include "core/paramlist.h"
 #include "io/linefile.h"
 
@@ -11,9 +11,10 @@
 namespace
 {
 
-/** Contents of a file after a power cut: any data with any size since the last sync. */
+/** The possible contents of a file after a power cut: each data with each size since the last sync.
+ */
 struct Disk {
-    QByteArray data; ///< of the one block, zeros behind the end of the file
+    QByteArray data; ///< of the file's only block; zeros after the end of the file
     qsizetype size = 0;
     QByteArrayList datas;      ///< since the last sync
     QList<qsizetype> sizes;    ///< since the last sync

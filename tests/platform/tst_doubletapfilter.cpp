@@ -1,4 +1,4 @@
-// Touches that come one after the other, and fingers that move.
+// Two touches in quick succession, and fingers that move during a touch.
 #include "platform/doubletapfilter.h"
 
 #include <QtTest>
@@ -23,8 +23,8 @@ void DoubleTapFilterTest::nextKeyReplacesNothing_data()
 {
     QTest::addColumn<QLineEdit::EchoMode>("echo");
     QTest::addColumn<bool>("mouse");
-    QTest::addColumn<int>("interval"); // of a double click, in milliseconds
-    QTest::addColumn<int>("rolls");    // pixels
+    QTest::addColumn<int>("interval"); // double-click interval of Qt, in milliseconds
+    QTest::addColumn<int>("rolls");    // movement during a touch, in pixels
     QTest::newRow("touched soon") << QLineEdit::Normal << false << 400 << 0;
     QTest::newRow("touched late") << QLineEdit::Normal << false << 1 << 0;
     QTest::newRow("password") << QLineEdit::Password << false << 400 << 0;

@@ -1,4 +1,4 @@
-// The pages of keys: what is on them, where, and how large.
+// The pages of the on-screen keyboard: their keys, and the keys' positions and sizes.
 #include "platform/keyboard/keyboardlayout.h"
 
 #include <QtTest>
@@ -48,7 +48,7 @@ void KeyboardLayoutTest::keysFillThePanel_data()
     QTest::newRow("odd and low") << QSize(1023, 333) << QSize(102, 46);
 }
 
-/** No touch falls beside the keys, also at the edges of the panel. */
+/** Check that the keys cover the keyboard without gaps, also at the edges of the panel. */
 void KeyboardLayoutTest::keysFillThePanel()
 {
     QFETCH(QSize, panel);

@@ -1,6 +1,6 @@
-// What fingers on the keys come to, told as a play: "1+q" finger 1 comes down on q, "1>w" slides to
-// w, "1-" is lifted, "q" is a touch of q from first to last, "~500" is half a second, "rep" the
-// moment when a held key counts again, "cancel" the end of all touches.
+// The typed text for sequences of touches on the keyboard. In a sequence, "1+q" puts finger 1 on q,
+// "1>w" slides it to w, "1-" lifts it, "q" touches and releases q, "~500" waits 500 ms, "rep"
+// repeats a held key, "cancel" cancels all touches.
 #include "platform/keyboard/keyboardstate.h"
 
 #include <QtTest>
@@ -23,7 +23,7 @@ QRect rectOf(const KeyboardState &keys, const QString &name)
     return QRect();
 }
 
-/** Plays a scene. @return what is typed, "<" for Backspace, "$" for Enter */
+/** Run a sequence of touches. @return typed text, with "<" for Backspace and "$" for Enter */
 class Scene
 {
 public:
@@ -69,9 +69,9 @@ private:
 
     QPoint where(const QString &name) const
     {
-        if (name == "hole") // in the place of the space bar
+        if (name == "hole") // at the place of the space bar, on pages without one
             return {rectOf(m_keys, ".").left() - 9, rectOf(m_keys, ".").center().y()};
-        if (name == "edge") // of q, just over it
+        if (name == "edge") // just outside the edge of q
             return {rectOf(m_keys, "q").right() + 3, rectOf(m_keys, "q").center().y()};
         if (name == "Space")
             return rectOf(m_keys, " ").center();

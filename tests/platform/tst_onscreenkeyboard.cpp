@@ -1,4 +1,4 @@
-// The on-screen keyboard over a window with fields and buttons: touches, and what they change.
+// The on-screen keyboard over a window with fields and buttons: touches and their effects.
 #include "platform/keyboard/keyboardwindow.h"
 #include "platform/keyboard/onscreenkeyboard.h"
 
@@ -103,7 +103,7 @@ void OnScreenKeyboardTest::touch(const QString &names)
 void OnScreenKeyboardTest::touchField(QLineEdit *edit)
 {
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    QTest::qWait(50); // until the touches that waited for the window have passed
+    QTest::qWait(50); // until the touches from before the window are dropped
     tap(edit);
     QTRY_VERIFY(keys() != nullptr);
     QTest::qWait(50);
@@ -131,12 +131,12 @@ void OnScreenKeyboardTest::enterOpensTheNextField()
     QVERIFY(QApplication::cursorFlashTime() > 0);
     touch("w Enter");
     QCOMPARE(returned.size(), 1);
-    QTRY_COMPARE(m_window->y(), 0); // the second field needs no room
-    QTest::qWait(50);               // until the touches that waited for the move have passed
-    touch("1 ABC q");               // its page is that of digits; it keeps its text
+    QTRY_COMPARE(m_window->y(), 0); // the second field is visible without a move
+    QTest::qWait(50);               // until the touches from before the move are dropped
+    touch("1 ABC q");               // the second field opens the digits page
     touchField(m_number);
-    touch("e");                                        // the page stays as it was
-    QTest::qWait(QApplication::doubleClickInterval()); // or this Enter completes a double tap
+    touch("e");                                        // still on the page of letters
+    QTest::qWait(QApplication::doubleClickInterval()); // otherwise Enter completes a double tap
     touch("Enter");
     QTRY_VERIFY(keys() == nullptr);
     QCOMPARE(QApplication::cursorFlashTime(), 0);
@@ -181,7 +181,7 @@ void OnScreenKeyboardTest::paintsTheHeldKeyOnly()
     };
     const QImage before = picture();
     QTest::touchEvent(keys(), m_screen.get()).press(0, key("g"));
-    const QImage held = picture(); // at once: no event has been served since
+    const QImage held = picture(); // immediately, before any event is processed
     QVERIFY2(before.pixel(key("g") + QPoint(0, 20)) != held.pixel(key("g") + QPoint(0, 20)),
              "the key looks as before");
     for (const char *beside : {"f", "h", "v"}) {
@@ -197,7 +197,7 @@ void OnScreenKeyboardTest::nothingMovesUnderAFinger()
     touchField(m_text);
     const QPoint lifted = m_window->pos();
     QVERIFY(m_window->y() + m_text->geometry().bottom() < keys()->y());
-    // Another finger sends the focus elsewhere meanwhile.
+    // During the touch, another finger moves the focus to another widget.
     QTest::touchEvent(keys(), m_screen.get()).press(0, key("q"));
     m_number->setFocus();
     QTest::mouseClick(m_number, Qt::LeftButton);
@@ -260,7 +260,7 @@ void OnScreenKeyboardTest::otherWidgetsIgnoreDoubleTaps()
     QTest::qWait(100);
     QVERIFY(keys() == nullptr);
     touchField(m_text);
-    tap(keys(), m_text->geometry().center() - keys()->position()); // the second of a double tap
+    tap(keys(), m_text->geometry().center() - keys()->position()); // completes a double tap
     QCOMPARE(m_text->text(), QString());
     touch("p"); // at another place
     QCOMPARE(m_text->text(), QStringLiteral("p"));

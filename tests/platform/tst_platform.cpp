@@ -1,5 +1,5 @@
-// The stand-in for the board's display server: the pointer, the measures of the panel, and how
-// often a moving bar is painted.
+// The platform layer: the pointer, the black background, style measures of the panel, and how often
+// a moving bar is painted.
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
 #include "platform/screen.h"
@@ -10,7 +10,7 @@
 namespace
 {
 
-/** Counts events of one type that come to an object. */
+/** Counts the events of one type that an object receives. */
 class Counter : public QObject
 {
 public:
@@ -54,7 +54,8 @@ void PlatformTest::cursorHidesAndComesBack()
     QVERIFY(QGuiApplication::overrideCursor() == nullptr);
 }
 
-/** A colour that Qt does not clear the panel with, as black on a framebuffer with an alpha channel.
+/** A colour with which Qt does not clear the panel, like black on a framebuffer with an alpha
+ * channel.
  */
 void PlatformTest::backgroundIsPaintedUntilCovered()
 {
@@ -71,12 +72,12 @@ void PlatformTest::backgroundIsPaintedUntilCovered()
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY2(background != nullptr, "a dialog leaves the rest of the panel to it");
+    QVERIFY2(background != nullptr, "the background covers the panel around a dialog");
     QWidget page;
     page.setWindowFlags(Qt::FramelessWindowHint);
     page.setGeometry(screen->geometry());
     page.show();
-    QEventLoop loop; // like the program's, started after the window was shown
+    QEventLoop loop; // started after the window is shown, as in the program
     QTimer::singleShot(100, &loop, &QEventLoop::quit);
     loop.exec();
     QVERIFY2(background == nullptr, "its backing store is freed");
@@ -84,7 +85,7 @@ void PlatformTest::backgroundIsPaintedUntilCovered()
 
 void PlatformTest::layoutsTakeThePanelsMeasures()
 {
-    // The style sheet on the application wraps the style: the measures must come through it.
+    // An application style sheet wraps the style; the style's measures must still apply.
     qApp->setStyle(new PanelStyle({20, 7, 2}));
     qApp->setStyleSheet("QPushButton{border-style: outset;}");
     QWidget page;
@@ -136,7 +137,7 @@ void PlatformTest::movingBarIsPaintedTenTimesASecond()
              qPrintable(QString::number(paints.count)));
 
     bar.close();
-    QTest::qWait(200); // the last ones
+    QTest::qWait(200); // wait for the last paint events
     Counter updates(&bar, QEvent::StyleAnimationUpdate);
     QTest::qWait(200);
     QCOMPARE(updates.count, 0);

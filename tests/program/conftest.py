@@ -18,11 +18,11 @@ STEP_SECONDS = 0.7
 
 
 class Roots:
-    """Makes private roots. At the end, the program must exit cleanly on SIGTERM.
+    """Makes private roots. After a test, a program that still runs must exit cleanly on SIGTERM.
 
-    @param stack closes them
-    @param clock moment, in the format of faketime, to which the program's clock steps forth and
-        back; "" for a clock that does not step
+    @param stack closes the roots at the end of the test
+    @param clock time, in the format of faketime; the program's clock alternates between it and the
+        present. "" for a clock that does not step
     """
 
     def __init__(self, stack: ExitStack, clock: str) -> None:
@@ -46,7 +46,7 @@ class Roots:
         return self.new(stored_root, **how)
 
     def started(self, **how: Any) -> PrivateRoot:
-        """Start the program with stored parameters."""
+        """Make a root with stored parameters and start the program in it."""
         return self.stored(**how).start()
 
 
@@ -58,7 +58,7 @@ def step(root: PrivateRoot, clock: str, over: threading.Event) -> None:
 
 
 def end(root: PrivateRoot) -> None:
-    """Check that a program that still runs exits cleanly on SIGTERM."""
+    """If the program still runs, check that it exits cleanly on SIGTERM."""
     if root.exit_status() is None and process_name(root.pid) == "corvanta":
         root.signal(SIGTERM)
         ended(root)
@@ -82,12 +82,12 @@ def roots(clock: str) -> Iterator[Roots]:
 
 @pytest.fixture
 def root(roots: Roots) -> PrivateRoot:
-    """Start the program with stored parameters."""
+    """Provide a private root in which the program runs with stored parameters."""
     return roots.started()
 
 
 @pytest.fixture
 def modems() -> Iterator[Callable[..., Modem]]:
-    """Makes modems; the arguments are those of Modem."""
+    """Provide a function that makes modems; its arguments are those of Modem."""
     with ExitStack() as stack:
         yield lambda *arguments: stack.enter_context(Modem(*arguments))

@@ -1,8 +1,8 @@
 """Makes system calls of the program fail, and operates it without the inspector.
 
-strace numbers the calls of each name for the program's files. A run with a fault equals a run
-without one up to the fault, so the call numbers of a run without a fault apply to both. Without the
-inspector, whose activity can hide the effect of a failure, touches go through VNC.
+strace counts the calls of each name that concern the program's files. Up to the fault, a run with a
+fault makes the same calls as a run without one, so both have the same call numbers. The inspector's
+activity can hide the effect of a failure; without it, touches are sent through VNC.
 """
 
 import re
@@ -25,12 +25,12 @@ from program.programtest import TYPED, TYPED_LAST, generated, type_and_connect, 
 
 TRACE = "/testrun/trace"
 INJECTED = b"(INJECTED"  # strace's mark after a call with an injected fault
-# A call's name and the file of its first argument: a descriptor, or a path.
+# A call's name and the file in its first argument, which is a descriptor or a path.
 CALL = re.compile(r'(?:\d+ +)?(\w+)\((?:\d+<([^>]*)>|(?:AT_FDCWD<[^>]*>, )?"([^"]*)")?')
 OWN = (*FILES, PPP_LOG, PPP_LOG + OLD_LOG, CHAT_LOG, CHAT_LOG + OLD_LOG,
        "/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")
 
-# Files before a run. Most runs start with parameters that were not used to dial yet.
+# Files before a run. In most runs, the program has not dialled with the parameters yet.
 EARLIER = generated(STORED.replace(b"operator", b"earlier operator"))
 STORES: dict[str, dict[str, bytes]] = {
     "nothing": {}, "parameters": {PARAMETERS: STORED, AUTO_CONNECT: AUTO},
@@ -49,9 +49,9 @@ class Call(NamedTuple):
 class Fault:
     """A fault that strace injects into a call.
 
-    @ivar deed fault in the syntax of strace's inject, such as "error=EIO" or "signal=KILL"
-    @ivar lasting true when every later call of that name has the same fault
-    @ivar repeated true when every second one has it, so that a repeated call succeeds
+    @ivar deed fault in the syntax of strace's inject option, such as "error=EIO" or "signal=KILL"
+    @ivar lasting true when all later calls of that name have the fault, too
+    @ivar repeated true when every second later call has it, so that a call made again succeeds
     """
 
     call: Call
@@ -66,14 +66,14 @@ class Fault:
                 f"{' and every second one later' if self.repeated else ''}")
 
     def hits(self, calls: list[Call]) -> set[str]:
-        """Return the files whose calls fail. A failed close does no harm and is not counted."""
+        """Return the files whose calls fail. Ignore close, whose failure has no effect."""
         name, number, _ = self.call
         return {call.path for call in calls if call.name == name != "close" and (
             call.number == number or self.lasting and call.number > number)}
 
 
 def launch(fault: Fault | None = None, files: tuple[str, ...] = OWN, calls: str = "all") -> str:
-    """Return the launch command with strace. @param calls names, separated by commas"""
+    """Return the launch command with strace. @param calls system calls, separated by commas"""
     words = ["program", "/usr/bin/strace", "-D", "-y", "-o", TRACE, "-e", f"trace={calls}"]
     words += [word for file in files for word in ("-P", file)]
     if fault:
@@ -99,7 +99,11 @@ def first_of_each(calls: list[Call]) -> list[Call]:
 
 
 def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
-    """Return a root with the files of a store and a dial-up log, as after a first run."""
+    """Return a root with a dial-up log and the files of a store, as after an earlier run.
+
+    @param how launch command
+    @param store key of STORES
+    """
     root = stored_root(launch=how)
     lay(root, store)
     root.unwrap("ls")
@@ -108,7 +112,7 @@ def logged_root(how: str, store: str = "parameters") -> PrivateRoot:
 
 
 def lay(root: PrivateRoot, store: str) -> None:
-    """Write the files of a store into a root, and delete the program's other files."""
+    """Write the files of a store into a root, and delete all other files of the program."""
     for path in FILES:
         root.host(path).unlink(missing_ok=True)
     for path, content in STORES[store].items():
@@ -122,7 +126,7 @@ def edit_and_connect(root: PrivateRoot) -> None:
 
 
 def edit_again(root: PrivateRoot) -> None:
-    """Type other values after a Connect."""
+    """Change the counts and the APN again after Connect."""
     type_counts(root)
     root.panel.fill(APN, TYPED_LAST)
 
@@ -134,8 +138,10 @@ def edit_and_leave(root: PrivateRoot) -> None:
 
 @cache
 def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
-    """Return the calls of each phase of a run without a fault, which edits as the runs with a fault
-    do: a save makes more calls for another length. @param how command with strace"""
+    """Return the calls of each phase of a run without a fault. It makes the same edits as the runs
+    with a fault, because the calls of a save depend on the length of the values.
+
+    @param how launch command with strace"""
     found: dict[str, list[Call]] = {}
     with logged_root(how, store) as root:
         steps: dict[str, Callable[[PrivateRoot], object]] = {
@@ -162,7 +168,7 @@ def places() -> dict[str, tuple[int, int]]:
 
 
 def unseen_root(setup: str = "", **how: Any) -> PrivateRoot:
-    """Return a root with stored parameters and without the inspector; not started."""
+    """Return a root with stored parameters and without the inspector, before the start."""
     root = stored_root(setup=SETUP + setup, inspected=False, **how)
     root.write(PPP_LOG, "log\n")
     return root
@@ -206,4 +212,4 @@ def untouched_run(root: PrivateRoot) -> None:
     root.signal(SIGUSR1)
     root.wait_calls("ifconfig", 2)
     terminate(root)
-    expect(root.content(PARAMETERS) == STORED, "what is stored stays")
+    expect(root.content(PARAMETERS) == STORED, "the stored parameters are unchanged")

@@ -9,10 +9,10 @@ from typing import Self
 
 
 class Modem:
-    """Answers each command line with the same chunks; without chunks it is silent.
+    """Answers each command line with the same chunks; without chunks it sends nothing.
 
     @param chunks data to send, each with its own write
-    @param pause seconds before each chunk
+    @param pause delay before each chunk, in seconds
     """
 
     def __init__(self, chunks: Iterable[bytes] = (), pause: float = 0.0) -> None:

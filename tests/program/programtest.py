@@ -25,32 +25,39 @@ AUTO_EDITED = AUTO.replace(STORED_COUNTS.encode(), TYPED_COUNTS.encode())
 STEPS = {"to 2040": "@2040-01-01 00:00:00", "to 1971": "@1971-01-01 00:00:00", "an hour on": "+1h",
          "an hour back": "-1h"}
 
-LATE = "/testrun/late"  # written by a command that has printed after its shell's exit
+LATE = "/testrun/late"  # written by PRINTS_LATE if its late output has not killed it
 PRINTS_LATE = f"(/usr/bin/sleep 0.2; echo late; echo late >&2; echo survived >>{LATE}) &\n"
-FAST: dict[str, Any] = {  # arguments of a root in which the 15 s of an attempt are 25 ms
+FAST: dict[str, Any] = {  # arguments of a root whose program has a clock 600 times as fast
     "launch": LAUNCH.replace("program", 'program /usr/bin/env FAKETIME="+0 x600"'),
     "preload": [FAKETIME]}
 
 
 def row(name: str, *values: object, everyday: bool = False) -> Any:
-    """Return a row of a parametrized test. @param everyday true if ./test runs it, too"""
+    """Return a row of a parametrized test. @param everyday true if ./test runs it; ./torture runs
+    all rows"""
     return pytest.param(*values, id=name, marks=() if everyday else pytest.mark.torture)
 
 
 def clocks(*everyday: str) -> pytest.MarkDecorator:
-    """Run a test also with a clock that steps. @param everyday names of the steps of ./test"""
+    """Run a test with a steady clock and with clocks that step.
+
+    @param everyday keys of STEPS that ./test runs, too"""
     return pytest.mark.parametrize("clock", [row("steady", "", everyday=True), *(
         row(f"clock {name}", moment, everyday=name in everyday)
         for name, moment in STEPS.items())])
 
 
 def expect_lasted(elapsed: float, seconds: float, late: float = 0.4) -> None:
-    """@param late permitted delay in seconds on a busy machine, scaled by patient()"""
+    """Check the duration of a wait.
+
+    @param elapsed measured duration in seconds
+    @param seconds expected duration
+    @param late permitted delay in seconds on a busy machine, scaled by patient()"""
     assert seconds - 0.1 < elapsed < seconds + patient(late)
 
 
 def expect_period(calls: list[Call], seconds: float) -> None:
-    """Check the mean interval between calls, each of which may be late on a busy machine."""
+    """Check the mean interval between calls; single calls may be late on a busy machine."""
     assert len(calls) > 2
     mean = (calls[-1].time - calls[0].time) / (len(calls) - 1)
     assert 0.6 * seconds < mean < seconds + patient(0.4)
@@ -65,7 +72,7 @@ def generated(parameters: bytes) -> dict[str, bytes]:
     """Return the chat script and peer file that Connect generates from six parameter lines."""
     apn, dial, user, password, pin, method = parameters.split(b"\n")[:6]
     values = {b"web.example": apn, b"*99***1#": dial, b"guest": user, b"pass word": password,
-              b"1234": pin}  # by the values in the expected files
+              b"1234": pin}  # the keys are the values in the expected files
     names = {CHAT_SCRIPT: "chat-with-pin" if pin else "chat-without-pin",
              PEER_FILE: PEERS.get(method, "peer-other")}
     pattern = b"|".join(map(re.escape, values))
@@ -74,7 +81,7 @@ def generated(parameters: bytes) -> dict[str, bytes]:
 
 
 def shown(root: PrivateRoot) -> bytes:
-    """Return the dial-up values on the screen, as a save would store them."""
+    """Return the dial-up values on the screen, in the format of the parameter file."""
     screen = root.panel.screen()
     lines = [screen.field(label)["text"] for label in FIELDS]
     return "".join(f"{line}\n" for line in [*lines, screen.field(AUTH)["index"]]).encode()
@@ -91,13 +98,13 @@ def expect_stored(root: PrivateRoot, parameters: bytes) -> None:
 
 
 def at_rest(root: PrivateRoot) -> None:
-    """Wait until no command runs and the descriptors of all commands are closed."""
+    """Wait until no command runs and the program has closed the descriptors of all commands."""
     def quiet() -> bool:
         return not root.processes() and not any(
             "[pidfd]" in target for target in root.descriptors().values())
-    root.wait_until(quiet, 5, "the commands' end")
-    time.sleep(0.5)  # a check runs more than one command
-    root.wait_until(quiet, 5, "the last command's end")
+    root.wait_until(quiet, 5, "all commands exited")
+    time.sleep(0.5)  # a link check runs several commands
+    root.wait_until(quiet, 5, "the last command exited")
 
 
 def type_and_connect(root: PrivateRoot) -> None:
@@ -107,7 +114,8 @@ def type_and_connect(root: PrivateRoot) -> None:
 
 
 def press_fast(root: PrivateRoot, button: str) -> None:
-    """Touch a button of a FAST root, 30 s of its clock after the last change of windows."""
+    """Touch a button in a FAST root after 50 ms, which are 30 s for the program. Then its button
+    guard has ended."""
     time.sleep(0.05)
     root.panel.press(button)
 
@@ -116,7 +124,7 @@ def fail(root: PrivateRoot) -> None:
     """Make a failed attempt in a FAST root and close its notice."""
     press_fast(root, "Connect")
     root.wait(lambda screen: screen.has_dialog(), SECONDS, "the notice")
-    expect(root.panel.dialog()["text"] == FAILED, "it tells that it failed")
+    expect(root.panel.dialog()["text"] == FAILED, "the notice has the text of a failed attempt")
     press_fast(root, "OK")
     root.wait(lambda screen: not screen.has_dialog() and screen.button("Connect")["enabled"],
               SECONDS, "the notice closed")
@@ -128,12 +136,13 @@ def type_counts(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
-REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}  # values of a second start, by contents
+# By the contents of the four files: the values that a second start shows.
+REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}
 
 
 def repairable(root: PrivateRoot, *expected: bytes) -> None:
-    """Check that a second start shows one of the expected values, and that an edit and Connect
-    update all four files. The same four contents are checked only once."""
+    """Check that a second start shows one of the expected values, and that all four files are up to
+    date after an edit and Connect. Each combination of contents is checked once."""
     contents = {path: root.read(path)
                 for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
     found = tuple(contents.values())
@@ -143,7 +152,9 @@ def repairable(root: PrivateRoot, *expected: bytes) -> None:
 
 
 def repair(contents: dict[str, bytes | None]) -> bytes:
-    """Start with these files, edit and connect. @return the values shown after the start"""
+    """Start the program with these files, edit the APN and connect, and check all files.
+
+    @return the values that the screen shows after the start"""
     with PrivateRoot() as second:
         for path, content in contents.items():
             if content is not None:
@@ -159,7 +170,7 @@ def repair(contents: dict[str, bytes | None]) -> bytes:
 
 
 class Picture:
-    """A picture of a running program's screen."""
+    """A screenshot of the program."""
 
     def __init__(self, root: PrivateRoot) -> None:
         root.panel.shot("/testrun/picture.ppm")
@@ -172,7 +183,7 @@ class Picture:
         return {tuple(self.pixels[at:at + 3]) for at in range(0, len(self.pixels), 3)}
 
     def part(self, rect: list[int]) -> bytes:
-        """The pixels of a rectangle [x, y, width, height]."""
+        """Return the pixels of a rectangle [x, y, width, height], 3 bytes each, row by row."""
         x, y, width, height = rect
         rows = [3 * (row * self.width + x) for row in range(y, y + height)]
         return b"".join(self.pixels[start:start + 3 * width] for start in rows)

@@ -1,4 +1,4 @@
-/* Sends SIGTERM as soon as the program's handlers are there, before it does anything else. */
+/* Sends SIGTERM to the program right after it has installed its signal handlers. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <signal.h>

@@ -1,5 +1,5 @@
-"""Each system call of the program for its own files fails: once, from then on, or because of a
-signal. Each call that starts a command fails, too."""
+"""System calls of the program fail, one in each run: each call for its own files, and each call
+that starts a command. The call fails once, permanently, or because a signal interrupts it."""
 
 import re
 import time
@@ -19,10 +19,11 @@ from program.programtest import (AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, 
 
 ERRORS = {"openat": "EMFILE", "pwrite64": "ENOSPC", "fchmod": "EPERM"}  # EIO for the others
 STARTING = "clone,clone3,fork,vfork,pipe2"  # system calls that start a process
-STARTS_OF_COMMANDS = 3  # calls for the last commands of the start-up
+STARTS_OF_COMMANDS = 3  # the last such calls of the start-up, into which faults are injected
 INTERRUPTED = "error=EINTR"
 UNCOUNTED = "connect, no counts typed"
-# Content of each file after a phase, then what it may be if a call for the file has failed.
+# By phase and file: the content after the phase, then the other content that the file may have if a
+# call for it has failed.
 SAVED: dict[str, dict[str, tuple[bytes, ...]]] = {
     "start": {PARAMETERS: (STORED,), AUTO_CONNECT: (AUTO,)},
     "connect": {PARAMETERS: (EDITED, STORED), AUTO_CONNECT: (AUTO_EDITED, AUTO)},
@@ -46,27 +47,28 @@ def possible(path: str, phase: str, missed: set[str]) -> tuple[bytes, ...]:
 
 
 def expect_whole(root: PrivateRoot, missed: set[str], *parameters: bytes) -> None:
-    """Check that each generated file is of one of the parameters, or missing if a call failed."""
+    """Check that each generated file is complete: it is the one for some of the given parameters.
+    If a call for it has failed, it may be missing."""
     for path in EARLIER:
         content = root.read(path)
         expect(content in [generated(one)[path] for one in parameters]
-               or content is None and path in missed, f"{path} is whole: {content!r}")
+               or content is None and path in missed, f"{path} is complete: {content!r}")
 
 
 def expect_saved(root: PrivateRoot, phase: str, missed: set[str]) -> None:
-    """Check the stored files, and that a second start shows them. Only the owner can read files
-    that were written, unless the fault concerned them."""
+    """Check the stored files, and that a second start shows their values. Written files must have
+    mode 0600, except for those that the fault affects."""
     for path, found in ((PARAMETERS, stored(root)), (AUTO_CONNECT, root.content(AUTO_CONNECT))):
         expect(found in possible(path, phase, missed), f"{found!r} is stored")
     for path in set(FILES) - missed:
         content = root.read(path)
         expect(content in (None, STORED, AUTO) or root.mode(path) == "600",
-               f"{path} is closed to others: {content!r}")
+               f"only the owner can read {path}: {content!r}")
     repairable(root, *possible(PARAMETERS, phase, missed))
 
 
 def expect_directories_synced(root: PrivateRoot) -> None:
-    """Check that the directory entry of a new file is synced like its content."""
+    """Check that the program has synced the directories of the generated files."""
     trace = root.content(TRACE).decode()
     for path in EARLIER:
         directory = path.rpartition("/")[0]
@@ -79,7 +81,8 @@ def faults() -> list[Any]:
         found = [(Fault(call, error_of(call), lasting), call.name == "fchmod" if lasting
                   else phase == "start" or at % 4 == 0)
                  for at, call in enumerate(calls) for lasting in (False, True)]
-        # realpath(3), if repeated, starts again with the first of its calls.
+        # realpath(3) starts over when it is called again: with a fault at every second readlink it
+        # might never succeed.
         found += [(Fault(call, INTERRUPTED, repeated=call.name != "readlink"), True)
                   for call in first_of_each(calls)]
         rows += [row(f"{phase}: {fault}", phase, fault, everyday=everyday)
@@ -89,7 +92,7 @@ def faults() -> list[Any]:
 
 @pytest.mark.parametrize("phase, fault", faults())
 def test_own_files(phase: str, fault: Fault) -> None:
-    """Run with a fault in one phase. In a start-up run do not type, because Exit would save it."""
+    """Inject a fault in one phase. During the start phase type nothing that Exit would save."""
     missed = failed(phase, fault)
     with logged_root(launch(fault)) as root:
         root.start()
@@ -107,7 +110,7 @@ def test_own_files(phase: str, fault: Fault) -> None:
         leave(root)
         expect_injected(root)
         if phase == "start":
-            expect(root.read(PARAMETERS) == STORED, "what is stored stays")
+            expect(root.read(PARAMETERS) == STORED, "the stored parameters are unchanged")
         elif fault.deed == INTERRUPTED:
             expect_directories_synced(root)
         expect_saved(root, phase, missed)
@@ -136,7 +139,7 @@ def test_connect_unseen(fault: Fault) -> None:
 
 
 def starting() -> dict[str, list[Call]]:
-    """Return the calls that start the last commands of the start-up and those of Connect."""
+    """Return by phase the calls that start the start-up's last commands and Connect's commands."""
     found = phases(launch(None, (), STARTING))
     return {"start": [call for call in found["start"]
                       if call.name != "pipe2"][-STARTS_OF_COMMANDS:], "connect": found["connect"]}
@@ -148,7 +151,7 @@ def starting() -> dict[str, list[Call]]:
     for fault in (Fault(call, "error=EAGAIN"), Fault(call, "error=EMFILE", lasting=True))
     if phase == "connect" or not fault.lasting])
 def test_start_of_a_command(fault: Fault) -> None:
-    """Fail the start of a command. The attempt may then wait for a device node."""
+    """Make the start of a command fail. The connection attempt may then wait for a device node."""
     with logged_root(launch(fault, (), STARTING)) as root:
         root.start()
         root.panel.fill(APN, TYPED)

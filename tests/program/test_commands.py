@@ -1,4 +1,4 @@
-"""The board's programs are missing, fail, are killed, are slow, print much or read input."""
+"""External commands are missing, fail, are killed, are slow, print 100 MB or read their input."""
 
 from pathlib import Path
 from signal import SIGUSR1
@@ -17,11 +17,11 @@ TOOLS = ("grep", "sh")
 MUCH = 100_000_000  # bytes
 PANEL_KIB = 4096  # permitted growth of the program's peak memory
 MISSING, PRINTS, LATER = "is missing", "prints 100 MB", "prints when its shell has ended"
-USUAL = {  # answers, in shell; the other programs have none
+USUAL = {  # shell scripts of the usual answers; the other programs print nothing
     "ls": 'exec /usr/bin/ls "$@"\n',
     "ifconfig": "/usr/bin/cat /testrun/interfaces\n",
 }
-# Shell script of a faulty command, and whether its usual answer follows.
+# Shell script of a faulty command; true if the usual answer follows.
 DEEDS = {
     MISSING: ("", False),
     "fails": ("exit 3\n", False),
@@ -63,7 +63,7 @@ def mend(root: PrivateRoot, name: str) -> None:
 
 
 def disconnect(root: PrivateRoot, left: bool) -> None:
-    """Touch Disconnect. @param left true when the link, which a check has shown before, stays up"""
+    """Touch Disconnect while the panel shows the link. @param left true if the link stays up"""
     root.panel.press("Disconnect")
     root.wait(lambda screen: not screen.button("Disconnect")["enabled"], SECONDS, "the touch")
     root.set_link(left)
@@ -71,8 +71,10 @@ def disconnect(root: PrivateRoot, left: bool) -> None:
 
 
 def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
-    """Touch Connect, and check that all is saved and the available commands dial.
-    @param blind true when the device node is not found until the command is mended"""
+    """Edit the APN and touch Connect. Check that the edit is saved and that the program runs all
+    commands that are not missing.
+
+    @param blind true when the program cannot find the device node until mend()"""
     before = len(root.calls())
     root.panel.fill(APN, TYPED)
     root.panel.press("Connect")
@@ -81,17 +83,17 @@ def connect(root: PrivateRoot, name: str, deed: str, blind: bool) -> None:
         mend(root, name)
     wanted = [call for call in DIALLING if deed != MISSING or call.split()[0] != name]
     root.wait_until(lambda: root.commands(before) == wanted, SECONDS, f"{wanted}")
-    root.wait_until(lambda: stored(root) == EDITED, SECONDS, "what was typed is stored")
+    root.wait_until(lambda: stored(root) == EDITED, SECONDS, "the edit is stored")
     for path, content in generated(EDITED).items():
-        root.wait_until(lambda: root.content(path) == content, SECONDS, f"{path} of it")
+        root.wait_until(lambda: root.content(path) == content, SECONDS, f"{path} is up to date")
 
 
 @pytest.mark.parametrize("name, deed", [
     row(f"{name} {deed}", name, deed, everyday=(name, deed) in EVERYDAY)
     for name in (*NAMES, *TOOLS) for deed in (DEEDS if name in NAMES else (MISSING,))])
 def test_command(root: PrivateRoot, name: str, deed: str) -> None:
-    """Check that the program shows the link and dials as far as the faulty command permits, does
-    not grow, and works as before once the command is mended."""
+    """Check that the program shows the link and dials as far as the faulty command permits, that
+    its memory does not grow, and that it works again after mend()."""
     silent = not DEEDS[deed][1]
     shown = not (silent and name in ("ifconfig", *TOOLS))
     if not shown:
@@ -106,7 +108,7 @@ def test_command(root: PrivateRoot, name: str, deed: str) -> None:
     root.set_link(False)
     connect(root, name, deed, silent and name in ("ls", *TOOLS))
     if deed == LATER:
-        root.wait_until(lambda: root.read(LATE), SECONDS, "it is not killed by its output")
+        root.wait_until(lambda: root.read(LATE), SECONDS, "the command survives its late output")
     expect(deed == MISSING or len(root.calls(name)) > calls, f"{name} was called")
     mend(root, name)
     check_link(root, True)

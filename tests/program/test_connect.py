@@ -1,4 +1,4 @@
-"""The Connect button: which commands run in which order, and what is written when."""
+"""The Connect button: the order of commands, the written files, and the wait for the dongle."""
 
 import os
 import time
@@ -19,7 +19,7 @@ from program.programtest import (FAST, Picture, clocks, expect_file, expect_peri
                                  stored)
 from program.conftest import Roots
 
-# Keeps the contents of the files at the time of the call.
+# Answer script that copies the program's files as they are when the command runs.
 SNAPSHOT = """
 /usr/bin/mkdir /testrun/at-{name}
 /usr/bin/cp /quenfold/configs/* /etc/ppp/peers/* /etc/ppp/chat/* /testrun/at-{name} 2>/dev/null
@@ -30,13 +30,14 @@ NOTHING: Act = lambda panel: None  # noqa: E731
 
 
 def next_method(panel: Panel) -> None:
-    """Choose by a key: at the speed of this clock, the list of the combo box closes at once."""
+    """Choose the next method with a key. With a FAST clock, the list of the combo box closes too
+    soon for a touch."""
     panel.fill(PIN, "0000")
     panel.key("Tab")
     panel.key("Down")
 
 
-# An edit, the tab it is made on, and whether Connect takes it for a change.
+# Name of an edit, true if Connect must generate the files again, the tab to open, and the edit.
 EDITS: tuple[tuple[str, bool, str, Act], ...] = (
     ("a method beyond the list stored", True, SETTING, NOTHING),
     ("nothing", False, SETTING, NOTHING),
@@ -54,7 +55,7 @@ EDITS: tuple[tuple[str, bool, str, Act], ...] = (
 
 
 def test_edits(roots: Roots) -> None:
-    """Edits one after the other. After each, Connect stores and reads everything again."""
+    """Make each edit and connect. A second Connect after it writes no file."""
     root = roots.stored(parameters=stored_parameters(method="3"), auto=STORED_AUTO, **FAST).start()
     for name, changed, tab, act in EDITS:
         for path in (CHAT_SCRIPT, PEER_FILE):
@@ -73,8 +74,8 @@ def test_edits(roots: Roots) -> None:
 
 
 def test_order_and_written_files(roots: Roots) -> None:
-    """All files are replaced, after pppd is terminated and before it starts again, by what was
-    typed, without spaces around it, for root only."""
+    """Connect terminates pppd, replaces all files and starts pppd. The files have the trimmed
+    values and mode 0600."""
     root = roots.new()
     for path in FILES:
         root.write(path, "old\n" * 505)
@@ -110,7 +111,8 @@ def test_order_and_written_files(roots: Roots) -> None:
     (lambda log: None, 0o600), (Path.touch, 0o600), (os.mkfifo, 0o644),
     (lambda log: log.symlink_to("ppp.log.shared"), 0o777)), ids=("none", "file", "FIFO", "link"))
 def test_private_logs(roots: Roots, lay: Callable[[Path], object], mode: int) -> None:
-    """What pppd finds in a log's place. A link is kept as it is, and so is its target."""
+    """Connect creates a log, or makes it readable by root only. It keeps a FIFO, a symbolic link
+    and the link's target as they are."""
     root = roots.stored()
     root.write(f"{LOGS[0]}.shared", "log")
     for log in LOGS:
@@ -127,7 +129,7 @@ def test_two_quick_presses(roots: Roots) -> None:
     root.panel.click(button)
     root.panel.click(button)
     root.wait_calls("pppd", 1)
-    root.panel.screen()  # answered once the second touch has been delivered
+    root.panel.screen()  # the inspector answers after it has delivered the second touch
     leave(root)
     assert len(root.calls("pppd")) == 1
 
@@ -155,12 +157,12 @@ def test_served_with_a_moving_bar(root: PrivateRoot) -> None:
         pictures.add(Picture(root).part(bar["rect"]))
         return len(pictures) >= 5
 
-    root.wait(moving, 3, "the busy bar moving")
+    root.wait(moving, 3, "the busy bar moves")
     root.panel.open_tab(STATUS, 0.7)
     polls = len(root.calls("ls"))
     root.wait_calls("ls", polls + 3, 4)
     expect_period(root.calls("ls")[polls - 1:], 1.0)
-    assert root.commands()[1:] == [], "nothing is dialled yet"
+    assert root.commands()[1:] == [], "no command is run before the device node exists"
     root.add_node("ttyUSB0")
     root.wait_calls("pppd", 1, 1.5)
 
@@ -173,7 +175,7 @@ def test_second_press_dials_no_second_time(root: PrivateRoot) -> None:
         root.wait(lambda screen: not screen.button("Connect")["enabled"], 2, "the attempt")
     root.add_node("ttyUSB0")
     dialled = root.wait_calls("pppd", 1, 2)
-    # Another attempt would find the node within a second.
+    # A second attempt would find the device node within 1 s.
     wait_until(lambda: time.time() > dialled.time + 1.6, 3, "the time")
     assert [str(call) for call in root.calls("pppd", "killall")] == DIALLING
 
@@ -189,7 +191,7 @@ def test_dongle_dialog_closed(root: PrivateRoot, close: Act) -> None:
     assert root.panel.screen().busy_bars() == []
     closed = len(root.calls("ls")), len(root.calls("usb"))
     root.add_node("ttyUSB0")
-    wait_until(lambda: time.time() > root.calls("usb")[-1].time + 3.2, 5, "a poll's time")
+    wait_until(lambda: time.time() > root.calls("usb")[-1].time + 3.2, 5, "the time of a poll")
     assert (len(root.calls("ls")), len(root.calls("usb"))) == closed
     root.remove_node("ttyUSB0")
     root.panel.press("Connect")
@@ -208,7 +210,8 @@ def test_closed_with_a_node(root: PrivateRoot) -> None:
 @clocks()
 @pytest.mark.parametrize("node", (True, False), ids=("node", "no node"))
 def test_dongle_dialog_closes_itself(root: PrivateRoot, node: bool) -> None:
-    """Then it waits for the node; Exit ends that wait, too."""
+    """The dialog closes once the dongle is found. Then the attempt waits for the device node; Exit
+    ends this wait, too."""
     wait_for_dongle(root, node=node, usb="")
     root.set_usb(DONGLE)
     root.wait(lambda screen: not screen.has_dialog(), 4, "the dialog closed")

@@ -1,5 +1,5 @@
-"""Exit: rotates the logs, saves the parameters and ends the program, in every state. SIGUSR1 in
-large numbers, also then."""
+"""Exit rotates the logs, saves the parameters and exits, in every state of the program. Floods of
+SIGUSR1 lose no touch and do not prevent the exit."""
 
 import time
 from collections.abc import Callable
@@ -28,7 +28,8 @@ while [ ! -e /testrun/go-on ]; do /usr/bin/sleep 0.02; done
 @pytest.mark.parametrize("current", (False, True))
 @pytest.mark.parametrize("old", (False, True))
 def test_logs(roots: Roots, current: bool, old: bool) -> None:
-    """A log is there or not, and so is its old copy; the state is never the same for both logs."""
+    """Rotate the logs. Each log and its old copy may exist or not; the two logs never have the same
+    state, so that a mix-up fails."""
     root = roots.new()
     logs = {PPP_LOG: (current, old), CHAT_LOG: (old, not current)}
     for log, (has_current, has_old) in logs.items():
@@ -49,13 +50,14 @@ def test_pppd_stays(roots: Roots) -> None:
     check_link(root.start(), False)
     connect(root)
     leave(root, ["pppd", "sleep"])
-    assert len(root.calls("killall")) == 1, "only the one before dialling"
+    assert len(root.calls("killall")) == 1, "Exit runs no killall; Connect has run it once"
 
 
 @pytest.mark.parametrize("by_signal", (False, True), ids=("Exit", "SIGTERM"))
 def test_several_waits_at_once(roots: Roots, modems: Callable[..., Modem],
                                by_signal: bool) -> None:
-    """A Connect waits for the node from within the wait for the modem's answer."""
+    """Exit while two waits are nested: Connect waits for the device node inside the signal query's
+    wait for the modem."""
     root = roots.stored(nodes=())
     root.add_node("ttyUSB0", modems().path)
     asked = root.start().panel.invoke("Makeup", "checkSignalStrength", 1)
@@ -73,8 +75,8 @@ def test_several_waits_at_once(roots: Roots, modems: Callable[..., Modem],
 
 
 def flood(root: PrivateRoot) -> None:
-    """Keep the GUI thread busy with a command, send the signals one by one so that none merges
-    with another, and end the command."""
+    """Block the GUI thread with a link check and send FLOOD signals. Wait until each is delivered,
+    because the kernel merges pending signals. Then let the check continue."""
     root.answer("ifconfig", SLOW_UNTIL_TOLD)
     root.signal(SIGUSR1)
     root.wait_calls("ifconfig", 2)
@@ -87,9 +89,10 @@ def flood(root: PrivateRoot) -> None:
 
 
 def test_flood(root: PrivateRoot) -> None:
-    """The handler drops what the socket cannot hold; all else is served, and so is a touch."""
+    """The signal handler drops signals that do not fit into the socket. The program handles all
+    others, and a touch in between."""
     flood(root)
-    root.unwrap("sh", STAND_IN)  # which answers at once
+    root.unwrap("sh", STAND_IN)  # logs commands without running them, which is faster
     root.panel.open_tab(STATUS, 5)
     root.wait_calls("ifconfig", 200, 60)
     leave(root)
@@ -104,7 +107,7 @@ def test_exit_with_checks_pending(root: PrivateRoot) -> None:
 
 
 def test_while_ending(root: PrivateRoot) -> None:
-    """The handler outlives the controller; late signals have no visible effect."""
+    """Send signals during the exit. They have no effect after the controller is destroyed."""
     root.panel.press("Exit")
     with suppress(ProcessLookupError):
         for _ in range(20000):

@@ -1,4 +1,4 @@
-"""The program's files have unexpected types, contents, owners and file systems."""
+"""The program's files have unexpected types, contents and owners, or a read-only file system."""
 
 import os
 from collections.abc import Callable
@@ -41,7 +41,8 @@ KINDS: dict[str, Make] = {
 def test_kind(roots: Roots, placed: str, make: Make, at_start: bool) -> None:
     """Check that the program shows the file's defaults, writes all other files and starts pppd. If
     the parameters cannot be read again, it keeps the earlier ones.
-    @param at_start true to place it before the start, false before Connect"""
+
+    @param at_start true to replace the file before the start, false before Connect"""
     root = roots.stored()
     path = root.host(placed)
     if not at_start:
@@ -53,7 +54,7 @@ def test_kind(roots: Roots, placed: str, make: Make, at_start: bool) -> None:
         seen = shown(root.start())
         expect(seen == (DEFAULTS if placed == PARAMETERS else STORED), f"{seen!r} is shown")
     wanted = {AUTO_CONNECT: AUTO}
-    if placed != PARAMETERS or not at_start:  # else an edit would be an edit of defaults
+    if placed != PARAMETERS or not at_start:  # otherwise an edit would change the defaults
         type_and_connect(root)
         values = STORED if placed == PARAMETERS else EDITED
         wanted |= {PARAMETERS: values, **generated(values)}
@@ -63,31 +64,35 @@ def test_kind(roots: Roots, placed: str, make: Make, at_start: bool) -> None:
         expect(root.content(other) == content, f"{other} holds {root.content(other)!r}")
     leave(root)
     for other, content in wanted.items():
-        expect(root.content(other) == content, f"Exit leaves {root.content(other)!r}")
+        expect(root.content(other) == content, f"content after Exit: {root.content(other)!r}")
     after = path.lstat()
-    expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode), "its kind stays")
+    expect((before.st_ino, before.st_mode) == (after.st_ino, after.st_mode), "its type is kept")
 
 
 @pytest.mark.parametrize("directory, values, written", (
     row("parameters on a read-only file system", "/quenfold", STORED, True),
     row("scripts on a read-only file system", "/etc/ppp", EDITED, False, everyday=True)))
 def test_read_only(roots: Roots, directory: str, values: bytes, written: bool) -> None:
-    """Check that pppd is started and the files in other directories get these values."""
+    """Check that the program starts pppd and writes the files in the writable directory.
+
+    @param values parameters that are stored afterwards
+    @param written true if the generated files are written"""
     root = roots.started(mounts=["--remount-ro", directory])
     type_and_connect(root)
     alive(root)
     leave(root)
     expect_stored(root, values)
     for path, content in generated(values).items():
-        expect(root.read(path) == (content if written else None), f"{path} is as it was")
+        expect(root.read(path) == (content if written else None), f"{path} is as expected")
 
 
 @pytest.mark.parametrize("path, taken", [
     row(f"{path}: of another owner, {'taken over' if taken else 'for good'}", path, taken,
         everyday=path == CHAT_SCRIPT) for path in EARLIER for taken in (False, True)])
 def test_owner(roots: Roots, path: str, taken: bool) -> None:
-    """Run the program with the user id of another user, who owns none of the files.
-    @param taken true when fchown is faked to succeed, false when the private root refuses it"""
+    """Run the program as another user, who does not own the files.
+
+    @param taken true to fake the success of fchown, which otherwise fails in the private root"""
     fault = Fault(Call("getuid,geteuid", 1), f"retval={OTHERS_ID}", lasting=True)
     how = launch(fault, (), "getuid,geteuid,fchown")
     if taken:
@@ -115,4 +120,4 @@ def test_directory_unseen(blocked: str) -> None:
         connect_and_leave(root)
         if blocked != PARAMETERS:
             expect_stored(root, EDITED)
-        expect(root.host(blocked).is_dir(), "the directory stays")
+        expect(root.host(blocked).is_dir(), "the directory is kept")

@@ -1,4 +1,4 @@
-"""Memory, descriptors and files before and after long use, with a clock that runs fast."""
+"""Memory, descriptors and files of the program before and after many repetitions of an action."""
 
 import time
 from collections.abc import Callable
@@ -15,12 +15,12 @@ from privateroot.procfs import is_pending, private_kib
 from program.injection import terminate
 from program.programtest import FAST, at_rest, fail, press_fast, row
 
-CHECKS = 50  # at once: fewer than the program's socket can queue
-WARM_UP = 100  # maximum number of times before the first memory measurement
+CHECKS = 50  # link checks requested together; the program's socket can queue more
+WARM_UP = 100  # maximum number of actions before the first memory measurement
 SETTLED_KIB = 128  # permitted variation of the heap
 SECONDS = 20  # timeout of each wait
-# Memory of a closed notice and of a busy bar, measured over 300 of each. Of it, 63 and 18 KiB are
-# in use (malloc_stats), 10 KiB by Qt for each widget under a style sheet; the rest is heap
+# Memory that a closed notice and a busy bar keep, measured over 300 of each: 63 and 18 KiB are in
+# use (malloc_stats), of which Qt uses 10 KiB for each widget with a style sheet. The rest is heap
 # fragmentation.
 NOTICE_KIB, BAR_KIB = 72, 21
 
@@ -60,16 +60,16 @@ def raise_keys(root: PrivateRoot) -> None:
 
 
 def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
-    """Return private memory in KiB, descriptors and files of a program at rest."""
+    """Wait until no command runs. @return private memory in KiB, open descriptors, files"""
     at_rest(root)
     files = {str(path.relative_to(root.base)) for directory in ("quenfold", "ppp", "dev")
              for path in Path(root.base, directory).rglob("*")}
     return private_kib(root.pid), root.descriptors(), files
 
 
-# Action, number of repetitions, KiB of private memory that each may leave, KiB of the objects that
-# stay by design on amd64, and number of actions in one. If more than one, commands are logged but
-# not run, and the inspector is not loaded.
+# Function to repeat, number of repetitions, limit of the growth in KiB for each, KiB of the objects
+# that each keeps by design on amd64, and number of actions in each. If one repetition has several
+# actions, commands are logged but not run, and the inspector is not loaded.
 @pytest.mark.parametrize("once, count, most, objects, times", (
     row("300 failed attempts", fail, 300, 8, NOTICE_KIB + BAR_KIB, 1),
     row("10,000 link checks, no inspector", check, 10_000 // CHECKS, 0, 0, CHECKS),

@@ -36,13 +36,13 @@ def expect_hidden(screen: Screen) -> None:
 
 
 def wait_gone(root: PrivateRoot) -> None:
-    root.wait(lambda screen: not screen.keys, 10, "the keys gone")
+    root.wait(lambda screen: not screen.keys, 10, "the keyboard is hidden")
 
 
 def test_every_character(keyed: PrivateRoot) -> None:
     keyed.panel.touch_in(APN, ASCII)
     keyed.panel.put_keys_away()
-    keyed.panel.touch_in(DIAL, "aT*99***1#")  # a hint of digits refuses nothing
+    keyed.panel.touch_in(DIAL, "aT*99***1#")  # the digits hint does not restrict the input
 
 
 @pytest.mark.parametrize("size", SIZES, ids=str)
@@ -53,7 +53,7 @@ def test_the_field_stays_in_sight(keyed: PrivateRoot) -> None:
         top = min(key["rect"][1] for key in screen.keys)
         assert 0 <= y <= top - height, label
         _, lifted, *_ = screen.main_window()["rect"]
-        assert lifted in (0, top - height - 4 - y + lifted), f"{label}: no further"
+        assert lifted in (0, top - height - 4 - y + lifted), f"{label}: moved up too far"
         keyed.panel.put_keys_away()
         expect_hidden(keyed.panel.screen())
 
@@ -69,8 +69,8 @@ HIDE: dict[str, Callable[[PrivateRoot], object]] = {
 
 
 def test_ways_to_hide(keyed: PrivateRoot) -> None:
-    """One after the other. What leaves or locks the page is undone."""
-    assert keyed.panel.screen().keys == []  # the focus alone does not show it
+    """Hide the keyboard in each way. Afterwards undo a change of the page or of the link."""
+    assert keyed.panel.screen().keys == []  # the focus without a touch does not show the keyboard
     for name, hide in HIDE.items():
         keyed.panel.raise_keys(APN if name == "another page" else PIN)
         hide(keyed)
@@ -100,7 +100,10 @@ def test_never_over_a_dialog(keyed: PrivateRoot) -> None:
 
 
 def touch_late(root: PrivateRoot, button: Widget, since: float) -> None:
-    """Touch a button 0.5 s after a change, but not after 1 s, when a touch counts."""
+    """Touch a button 0.5 s after a change of windows. On a slow machine, when the button guard may
+    have ended, do nothing.
+
+    @param since time of the change, by time.monotonic()"""
     time.sleep(max(0, since + 0.5 - time.monotonic()))
     if time.monotonic() - since < 0.9:
         root.panel.click(button)
@@ -108,7 +111,8 @@ def touch_late(root: PrivateRoot, button: Widget, since: float) -> None:
 
 @pytest.mark.parametrize("size", SIZES, ids=str)
 def test_no_touch_ends_the_program(keyed: PrivateRoot) -> None:
-    """Exit is where a row or a key was, and OK where a key was: a late touch presses neither."""
+    """A late touch on a list row or key must not press the button that appears at its place: Exit
+    under the list and the keyboard, OK under the keyboard."""
     exit_button = keyed.panel.button("Exit")
     keyed.panel.click(keyed.panel.field(AUTH))
     chap = keyed.panel.wait(lambda screen: screen.row("CHAP"), 5, "the list")
@@ -126,16 +130,16 @@ def test_no_touch_ends_the_program(keyed: PrivateRoot) -> None:
     keyed.wait(lambda screen: screen.has_dialog(), 5, "the notice")
     touch_late(keyed, keyed.panel.button("OK"), since)
     time.sleep(BUTTON_GUARD_SECONDS)
-    assert keyed.panel.screen().has_dialog(), "OK was not meant"
+    assert keyed.panel.screen().has_dialog(), "a late touch pressed OK"
     keyed.panel.press("OK")
     keyed.wait(lambda screen: not screen.has_dialog(), 5, "the notice gone")
     assert keyed.panel.field(PIN)["text"] == ""
-    assert keyed.exit_status() is None, "Exit was not meant"
+    assert keyed.exit_status() is None, "a late touch pressed Exit"
 
 
 @pytest.mark.parametrize("size", SIZES, ids=str)
 def test_touch_before_the_window(roots: Roots, size: tuple[int, int]) -> None:
-    """Exit will be where an impatient finger touches the black panel."""
+    """Touch the black panel, before the window is shown, where Exit will be."""
     root = roots.stored(size=size, keys=True, setup=SETUP)
     root.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
     root.start(shown=False).wait_calls("ifconfig", 1, 20)
@@ -146,11 +150,12 @@ def test_touch_before_the_window(roots: Roots, size: tuple[int, int]) -> None:
         time.sleep(0.5)
     x, y, *extent = root.panel.button("Exit")["rect"]
     assert x < width - width // 10 < x + extent[0] and y < height - height // 16 < y + extent[1]
-    assert root.exit_status() is None, "Exit was not meant"
+    assert root.exit_status() is None, "a touch before the window was shown pressed Exit"
 
 
 def test_touches_while_the_screen_stands_still(keyed: PrivateRoot) -> None:
-    """Keys touched while a check blocks the program have no effect on what comes after it."""
+    """Touch keys while a link check blocks the program. After it, the keyboard is hidden, and the
+    touches must not press the button at their place."""
     enter = keyed.panel.raise_keys(PIN).key("Enter")
     keyed.answer("ifconfig", "sleep 1; /usr/bin/cat /testrun/interfaces\n")
     keyed.set_link(True)
@@ -160,7 +165,7 @@ def test_touches_while_the_screen_stands_still(keyed: PrivateRoot) -> None:
         keyed.panel.click(enter)
     wait_gone(keyed)
     time.sleep(0.5)
-    assert keyed.exit_status() is None, "Exit was not meant"
+    assert keyed.exit_status() is None, "a touch during the check pressed Exit"
 
 
 def test_exit_with_the_keys_up(keyed: PrivateRoot) -> None:
@@ -171,8 +176,8 @@ def test_exit_with_the_keys_up(keyed: PrivateRoot) -> None:
 
 
 def test_field_touched_twice(roots: Roots) -> None:
-    """The next key replaces nothing, as it would after a double-click. The inspector's clicks are
-    too far apart for one, those of VNC are not."""
+    """Touch a field twice, then type: a double-click would select a word, and the key would replace
+    it. Use VNC, because the inspector's clicks are too far apart for a double-click."""
     root = roots.started(setup=SETUP)
     x, y, _, height = root.panel.field(USER)["rect"]
     with Viewer(connect(root.run / SOCKET, 5)) as viewer:
@@ -184,7 +189,8 @@ def test_field_touched_twice(roots: Roots) -> None:
 
 
 def test_another_input_method(root: PrivateRoot) -> None:
-    """The one that the environment names is used; what it loads is up to Qt."""
+    """With another input method in the environment, the keyboard stays hidden, and no Qt Quick
+    keyboard is loaded."""
     root.panel.fill(PIN, "0471")
     expect_hidden(root.panel.screen())
     assert "Quick" not in Path(f"/proc/{root.pid}/maps").read_text()

@@ -1,5 +1,5 @@
-"""State inherited from the launching process: closed descriptors, ignored and blocked signals,
-output pipes without a reader or with one that does not read."""
+"""State that the program inherits from its launcher: closed descriptors, ignored or blocked
+signals, and output pipes that are full or have no reader."""
 
 import time
 from itertools import combinations
@@ -18,11 +18,11 @@ from program.programtest import EDITED, LATE, PRINTS_LATE, expect_stored, row, t
 
 LAUNCHER = Path(__file__).resolve().parents[2] / "debian/libexec/launch"
 ENV = "program /usr/bin/env"
-TELLING = f"{ENV} 'QT_LOGGING_RULES=corvanta.*.warning=true'"  # logs failed writes, command output
+TELLING = f"{ENV} 'QT_LOGGING_RULES=corvanta.*.warning=true'"  # logs failed saves and commands
 STOPS = ("TERM", "INT", "HUP")
 SIGNALS = ("USR1", "CHLD", "PIPE", *STOPS)
 REDIRECTIONS = (("<&-", "</dev/null"), (">&-", ">/testrun/stdout"), ("2>&-", "2>/testrun/stderr"))
-# A full pipe whose reader does not read, and a pipe whose reader has exited.
+# Set-up of a full pipe whose reader does not read, and of a pipe whose reader has exited.
 STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
 GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
@@ -46,7 +46,8 @@ def closing(*numbers: int) -> str:
                                   for number in range(3))))
 
 
-# Launch command, set-up, closed descriptors, and a signal that must still have its effect.
+# Launch command, set-up, closed descriptors, and a signal that must work although the launcher has
+# ignored or blocked it.
 @pytest.mark.parametrize("command, setup, closed, signal", [
     *(row(f"closed: {' '.join(map(str, numbers))}", closing(*numbers), "", numbers, "",
           everyday=count == 3) for count in (1, 2, 3) for numbers in combinations(range(3), count)),
@@ -58,8 +59,8 @@ def closing(*numbers: int) -> str:
     row("little environment", LAUNCH, "unset HOME XDG_RUNTIME_DIR LC_ALL\n", (), "")])
 def test_launch(roots: Roots, command: str, setup: str, closed: tuple[int, ...],
                 signal: str) -> None:
-    """Check that the program starts, serves a link check, dials and exits, and that closed
-    descriptors lead to /dev/null."""
+    """Check that the program starts, runs a link check, dials and exits, and that it has opened
+    /dev/null in place of each closed descriptor."""
     root = roots.started(launch=command, setup=setup)
     for number in closed:
         found = root.descriptors().get(number)
@@ -76,7 +77,7 @@ def test_launch(roots: Roots, command: str, setup: str, closed: tuple[int, ...],
         leave(root)
 
 
-# Without the inspector, whose activity hides the effect of a signal on the program.
+# These rows run without the inspector, whose activity hides the effect of signals.
 def unseen(what: str) -> pytest.MarkDecorator:
     return pytest.mark.parametrize("command, setup", [
         row(f"{name}{what}, no inspector", *reader, everyday=not what or "error has gone" in name)
@@ -91,7 +92,7 @@ def test_unseen(command: str, setup: str) -> None:
 
 @unseen(", a save fails")
 def test_failed_save_unseen(command: str, setup: str) -> None:
-    """Fail a save whose error message cannot be written; it must have restored the content."""
+    """Make a save fail while its error message cannot be written. The stored content is kept."""
     write = next(call for call in phases(launch())["connect"] if call.name == "pwrite64")
     told = launch(Fault(write, "error=ENOSPC", lasting=True)).replace(
         LAUNCH.removeprefix("program"), command.removeprefix("program"))
@@ -103,12 +104,12 @@ def test_failed_save_unseen(command: str, setup: str) -> None:
 
 @unseen(", pppd prints late")
 def test_late_output_unseen(command: str, setup: str) -> None:
-    """Let pppd print after its shell's exit, to the program's unread standard error; neither must
-    be killed."""
+    """Let pppd print after the exit of its shell, while the program's output is not read. Neither
+    pppd nor the program may be killed."""
     with unseen_root(setup, launch=command.replace("program", TELLING, 1)) as root:
         root.answer("pppd", PRINTS_LATE)
         with connecting(root) as viewer:
-            root.wait_until(lambda: root.read(LATE), 5, "pppd alive after its output")
+            root.wait_until(lambda: root.read(LATE), 5, "pppd has survived its late output")
             checked = len(root.calls("ifconfig"))
             root.signal(SIGUSR1)
             root.wait_calls("ifconfig", checked + 1)
@@ -116,7 +117,8 @@ def test_late_output_unseen(command: str, setup: str) -> None:
 
 
 def test_signals_from_exec(roots: Roots) -> None:
-    """Send SIGUSR1 about every 10 ms from exec on, under the shipped launcher."""
+    """Send SIGUSR1 about every 10 ms to the starting program, from its exec on. The shipped
+    launcher starts it."""
     root = roots.stored(launch=LAUNCH.replace("program", "program /testrun/launcher"),
                         setup=SIGNALLING)
     root.write("/testrun/launcher", LAUNCHER.read_bytes())

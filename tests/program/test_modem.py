@@ -1,4 +1,4 @@
-"""The signal query over the AT port, the ping test, and failing calls for port and chip."""
+"""The signal query over the AT port, the ping test, and failing system calls for port and chip."""
 
 import time
 from collections.abc import Callable
@@ -20,12 +20,12 @@ QUERY = b"AAT+CSQ\r"
 CHIP = "/dev/spidev1.0"
 PORT = "/dev/ttyUSB0"
 CHINESE = 1  # language parameter of the chip
-# A regular file as the port returns its content after the bytes that the query has written.
+# Content of a regular file used as the port: the query reads what follows the bytes that it writes.
 REPLY = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
 OPEN, FIRST, SECOND, SILENCE = (f"{step} error" for step in (
     "open ttyUSB0", "write ATZ", "write ttyUSB0", "read ttyUSB0"))
-CHIP_CALLS = (Call("openat", 1), Call("pread64", 1))  # the device; the stand-in's block
-# Text on the panel when a call fails once, and of the next query when all later calls fail too.
+CHIP_CALLS = (Call("openat", 1), Call("pread64", 1))  # of the device; of the stand-in's memory
+# Text on the panel when the call fails once, and after the next query when all later calls fail.
 QUERY_CALLS = {
     Call("openat", 1): (OPEN, OPEN),
     Call("fcntl", 1): (REPLY, REPLY),
@@ -40,7 +40,7 @@ Modems = Callable[..., Modem]
 
 
 def asked(roots: Roots, modem: Modem) -> PrivateRoot:
-    """Start the program on a port of this modem."""
+    """Start the program with this modem as its port."""
     root = roots.new(nodes=())
     root.add_node("ttyUSB0", modem.path)
     return root.start()
@@ -50,7 +50,7 @@ def bar(root: PrivateRoot) -> int:
     return root.panel.screen().orphans("QProgressBar")[0]["value"]
 
 
-# What the modem sends, the seconds before each part, and what the label and the bar show of it.
+# Parts that the modem sends, seconds before each part, text of the label, value of the bar.
 @pytest.mark.parametrize("chunks, pause, text, value", (
     (["\r\n+CSQ: 17,99\r\n\r\nOK\r\n"], 0, "\r\n+CSQ: 17,99\r\n\r\nOK\r\n", 54),
     (["\r\n+CSQ: 99,99\r\n\r\nOK\r\n"], 0, "No Signal", 0),
@@ -73,8 +73,8 @@ def test_replies(roots: Roots, modems: Modems, chunks: list[str], pause: float, 
 
 @clocks()
 def test_silence(roots: Roots, modems: Modems) -> None:
-    """The query ends after 3 s in which the panel answers; the bar keeps its value. A second query
-    from within the wait ends, too."""
+    """Without an answer the query fails after 3 s, during which the panel accepts touches; the bar
+    keeps its value. A second query during the wait fails, too."""
     root = asked(roots, modems([b"\r\n+CSQ: 17,99\r\n"]))
     assert query_signal(root) == 0
     silent = modems()
@@ -95,7 +95,7 @@ def test_silence(roots: Roots, modems: Modems) -> None:
 
 
 def test_not_asked(roots: Roots) -> None:
-    """With a flag that asks for no query, or without a node."""
+    """Call the slot with flags other than 1, then without a device node. It sends nothing."""
     root = roots.new().start()
     before = len(root.calls("ls"))
     for flag in (0, 2):
@@ -124,7 +124,7 @@ def test_dongle_pulled_while_asked(roots: Roots, modems: Modems) -> None:
 def test_ping(roots: Roots) -> None:
     root = roots.new().start()
     root.answer("ping", "echo one; echo bad >&2; echo '<b>two</b>'")
-    # QTextEdit ends a paragraph for the output's own last newline, too.
+    # QTextEdit appends a newline to the output, which already ends in one.
     first = "oo\none\n<b>two</b>\n\nbad\n"
     assert ping(root) == first
     root.answer("ping", "printf 'seen\\0unseen'; exit 1")
@@ -137,7 +137,7 @@ def test_ping(roots: Roots) -> None:
       for call in CHIP_CALLS for make in (once, lasting, interrupted)),
     *(row(f"chip: {lasting(call)}, no inspector", lasting(call), False) for call in CHIP_CALLS)])
 def test_chip(fault: Fault, inspected: bool) -> None:
-    """Check that the program starts in the language of a board without a chip."""
+    """Make the chip's calls fail. The program starts in English, as on a board without a chip."""
     with stored_root(launch=launch(fault, (CHIP,)), inspected=inspected) as root:
         root.add_chip(CHINESE)
         if inspected:
@@ -161,7 +161,7 @@ def query(root: PrivateRoot, text: str) -> None:
     row(f"signal query: {make(call)}", make(call), everyday=make is once and call.name == "write")
     for call in QUERY_CALLS for make in (once, lasting, interrupted)])
 def test_port(roots: Roots, fault: Fault) -> None:
-    """Run a query with a fault and a query after it."""
+    """Run a query with a fault, and a second query afterwards."""
     at_once, ever = QUERY_CALLS[fault.call]
     root = roots.stored(launch=launch(fault, (PORT,)))
     root.write(PORT, "." * len(QUERY) + REPLY)

@@ -1,4 +1,4 @@
-"""The parameter files: what the screen shows of them and what the next save writes."""
+"""The parameter files: the values that the screen shows, and the content after the next save."""
 
 import os
 from collections.abc import Sequence
@@ -16,7 +16,7 @@ from program.conftest import Roots
 YES, NO, NEITHER = [True, False], [False, True], [False, False]
 CONFIGS = "/quenfold/configs"
 PAGE = os.sysconf("SC_PAGE_SIZE")  # bytes
-# Content, and what the screen shows of it, as the next save writes it.
+# Content, and the shown values in the format of the next save.
 PARAMETER_FILES: dict[str, tuple[bytes | None, str]] = {
     "missing": (None, "\n\n\n\n\n0\n"),
     "complete": (b"a\nb\nc\nd\n1234\n1\n", "a\nb\nc\nd\n1234\n1\n"),
@@ -40,7 +40,7 @@ AUTO_CONNECT_FILES: dict[str, tuple[bytes | None, list[bool], str, bytes]] = {
     "other number": (b"-2\n many \nx\n", NO, "many", b"1\nmany\n"),
 }
 
-# Values that must be shown, stored and passed on unchanged.
+# Values that the program must show, store and write into the generated files unchanged.
 VALUES = {
     "every ASCII character": bytes(range(0x21, 0x7f)).decode(),
     "single quotes": "it's",
@@ -68,7 +68,7 @@ EVERYDAY = ("every ASCII character", "half of a surrogate pair")
 
 
 def edit_everything(root: PrivateRoot, texts: Sequence[str], counts: str) -> None:
-    """Leave no line of either file as it was stored."""
+    """Change every value of both parameter files."""
     for label, text in zip(FIELDS, texts, strict=True):
         root.panel.fill(label, text)
     root.panel.choose(AUTH, "CHAP")
@@ -79,7 +79,7 @@ def edit_everything(root: PrivateRoot, texts: Sequence[str], counts: str) -> Non
 
 @pytest.mark.parametrize("content, saved", PARAMETER_FILES.values(), ids=PARAMETER_FILES)
 def test_parameter_file(roots: Roots, content: bytes | None, saved: str) -> None:
-    """The locale does not decide the encoding."""
+    """Read and save the file in the C locale, which must not affect the encoding."""
     root = roots.new(launch=LAUNCH.replace("program", "program /usr/bin/env LC_ALL=C"))
     if content is not None:
         root.write(PARAMETERS, content)
@@ -111,7 +111,7 @@ def test_auto_connect_file(roots: Roots, content: bytes | None, radios: list[boo
 NEW, NEW_AUTO = b"new\nnew\nnew\nnew\nnew\n2\n", b"1\nnew\n"
 
 
-# Mode of each file, what is shown of the parameters, and what is left in both files.
+# Modes of both files, the shown parameters, and the content of both files after Exit.
 @pytest.mark.parametrize("mode, auto_mode, visible, left, left_auto", (
     (0o000, 0o644, DEFAULTS, STORED, NEW_AUTO), (0o200, 0o644, DEFAULTS, STORED, NEW_AUTO),
     (0o444, 0o644, STORED, STORED, NEW_AUTO), (0o644, 0o000, STORED, NEW, AUTO)),
@@ -119,7 +119,7 @@ NEW, NEW_AUTO = b"new\nnew\nnew\nnew\nnew\n2\n", b"1\nnew\n"
          "unreadable settings"))
 def test_unreadable_and_unwritable(roots: Roots, mode: int, auto_mode: int, visible: bytes,
                                    left: bytes, left_auto: bytes) -> None:
-    """One file that cannot be used does not keep the other from being saved."""
+    """If one file cannot be read or written, the other is still saved."""
     root = roots.stored()
     root.host(PARAMETERS).chmod(mode)
     root.host(AUTO_CONNECT).chmod(auto_mode)
@@ -141,10 +141,10 @@ def test_missing_directory(roots: Roots) -> None:
 
 @pytest.mark.parametrize("full_at_first", (True, False), ids=("nothing stored", "stored"))
 def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
-    """A save that finds no space keeps what was stored. Each stored file fills a page, and its
+    """A save without free space keeps the stored content. Each stored file fills a page, and its
     new content is a little longer."""
     parameters = stored_parameters(user="u" * (PAGE - len(stored_parameters())))
-    auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # without a flag, which a save puts there
+    auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # the first line is empty; a save adds the flag
     fill = f"/usr/bin/cat /dev/zero >{CONFIGS}/filler 2>/dev/null\n"
     store = "" if full_at_first else f"/usr/bin/cp /testrun/*param {CONFIGS}\n"
     root = roots.new(setup=store + fill,
@@ -166,20 +166,20 @@ def test_saved_trimmed_in_place(roots: Roots) -> None:
     leave(root)
     assert root.content(PARAMETERS).decode() == "web\n*99***1#\n\u00fcser\np w\n0000\n2\n"
     assert root.content(AUTO_CONNECT).decode() == "1\n\u00a012\n"
-    assert root.host(PARAMETERS).stat().st_ino == before, "rewritten in place"
-    assert (root.read(CHAT_SCRIPT), root.read(PEER_FILE)) == (b"old", None), "only Connect does"
+    assert root.host(PARAMETERS).stat().st_ino == before, "Exit rewrites the file in place"
+    assert (root.read(CHAT_SCRIPT), root.read(PEER_FILE)) == (b"old", None), "Exit writes neither"
     assert root.commands() == ["ifconfig"]
 
 
 @pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)
                                   for name, text in VALUES.items()])
 def test_unusual(roots: Roots, text: str) -> None:
-    """Store the value in each field, after the field's number, and check the parameter file and the
-    generated files after an edit of another field."""
+    """Store the value in each field, with the field's number in front. Edit the counts, connect,
+    and check the parameter file and the generated files."""
     value = text.encode(errors="surrogatepass")
     content = b"".join(b"%d%s\n" % (at, value) for at in range(len(FIELDS))) + b"0\n"
     root = roots.started(parameters=content)
-    if b"\xed" not in value:  # Qt shows a replacement character for half of a pair
+    if b"\xed" not in value:  # Qt shows a replacement character instead
         assert shown(root) == content
     type_counts(root)
     connect(root)

@@ -1,4 +1,4 @@
-"""./preview: screen over VNC, simulated commands, and nothing left behind."""
+"""./preview: its screen over VNC, its simulated commands, and its clean-up."""
 
 import os
 import signal
@@ -21,7 +21,7 @@ SIMULATOR = Path(__file__).resolve().parents[2] / "simulator"
 
 
 class Preview:
-    """./preview, as it runs once everything is built."""
+    """The process that ./preview runs after the build."""
 
     def __init__(self, process: subprocess.Popen[str]) -> None:
         assert process.stdout
@@ -46,11 +46,11 @@ def preview(*options: str) -> Iterator[Preview]:
         try:
             yield Preview(process)
         finally:
-            process.terminate()  # It removes its directory then.
+            process.terminate()  # on SIGTERM it removes its directory
 
 
 def test_preview() -> None:
-    """Connect over VNC shows a link; Ctrl-C leaves nothing."""
+    """Touch Connect over VNC and wait for the link. Ctrl-C removes all processes and files."""
     texts = Texts(1)
     with preview("--size", "480x272", "--language", "1") as shown:
         shown.panel.tab(texts(SETTING))
@@ -60,7 +60,7 @@ def test_preview() -> None:
             viewer.touch(*centre(shown.panel.button(texts("Connect"))))
 
             def is_up(screen: Screen) -> bool:
-                os.kill(shown.program, signal.SIGUSR1)  # no wait for the check after 15 s
+                os.kill(shown.program, signal.SIGUSR1)  # check the link without waiting 15 s
                 return bool(screen.button(texts("Disconnect"))["enabled"])
 
             shown.panel.wait(is_up, 5, "the link")

@@ -1,4 +1,4 @@
-"""corvanta-provision: the files of the panel, refusals, and a panel that runs meanwhile."""
+"""corvanta-provision: the files that it writes, invalid input, and a panel that is running."""
 
 from shlex import join, quote
 
@@ -21,18 +21,21 @@ VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
 
 
 def run(words: str) -> str:
-    """Run a command line to its end; its exit status and then its output are added to SAID."""
+    """Return a shell script that runs a command line and appends exit status and output to SAID."""
     return (f"{words} >/testrun/output 2>&1\n"
             f"echo \"status $?\" >>{SAID}; cat /testrun/output >>{SAID}\n")
 
 
 def command(*words: str, lines: str = "") -> str:
-    """Run the program. @param lines its standard input, with printf's escapes"""
+    """Return shell commands that run corvanta-provision.
+
+    @param words arguments
+    @param lines standard input, with printf's escapes"""
     return run(f"printf %b {quote(lines)} | {join([PROVISION, *words])}")
 
 
 def provisioned(roots: Roots, setup: str) -> PrivateRoot:
-    """Run these shell commands, without a panel."""
+    """Run shell commands to their end, in a new private root without the panel program."""
     root = roots.new(mounts=MOUNTS, setup=setup, launch="true").start(shown=False, timeout=60)
     root.wait_exit(60)
     return root
@@ -46,7 +49,8 @@ def said(root: PrivateRoot) -> str:
     command(*ALL), command(*ALL[:3], "-", lines="\n".join(["", "# secrets", *ALL[3:]]))),
     ids=("arguments", "standard input"))
 def test_every_value(roots: Roots, setup: str) -> None:
-    """The files of a panel on which all was typed, for root only; the panel shows them."""
+    """Set every value. The files equal those that the panel would write, have mode 0600, and the
+    panel shows their values."""
     root = roots.new(mounts=MOUNTS, setup=setup).start()
     assert said(root) == "status 0\n" + "".join(f"wrote {file}\n" for file in FILES)
     assert root.read(PARAMETERS) == stored_parameters(*VALUES, "1")
@@ -62,14 +66,14 @@ def test_every_value(roots: Roots, setup: str) -> None:
     (b"apn\n*99#\n", b"apn\n*99#\n\n\n0000\n0\n"), (b"a\n\n\n\n\n7\n", b"a\n\n\n\n0000\n-1\n")),
     ids=("complete", "short", "unknown method"))
 def test_values_that_are_not_named(roots: Roots, stored: bytes, kept: bytes) -> None:
-    """They are kept, also those of a list that is too short."""
+    """Values that the command does not name are kept, even if the stored file has too few lines."""
     root = provisioned(roots, f"printf %s {quote(stored.decode())} >{PARAMETERS}\n"
                        + command("pin=0000"))
     assert root.read(PARAMETERS) == kept
 
 
 def test_refusals(roots: Roots) -> None:
-    """Nothing is changed, and no message repeats a value."""
+    """Invalid input changes no file, and no error message contains a value."""
     table = (
         ("no newline", "password=hidden\n1"), ("no white space at an end", "apn= x"),
         ("no unknown name", "hidden=x"), ("no other method", "auth=pap"),
@@ -95,7 +99,8 @@ def test_refusals(roots: Roots) -> None:
     ("rm -r /etc/ppp/chat", f"could not write {CHAT_SCRIPT}; already written: "
      f"{PARAMETERS}, {AUTO_CONNECT}, {PEER_FILE}")), ids=("unreadable", "unwritable"))
 def test_files_that_cannot_be_used(roots: Roots, broken: str, message: str) -> None:
-    """A file that cannot be read is not written; one that cannot be written is named."""
+    """A file that cannot be read is not overwritten. If a file cannot be written, the error message
+    names it and the files already written."""
     root = provisioned(roots, f"{broken}\n" + command("apn=new"))
     assert "status 74\n" in said(root)
     assert message in said(root)
@@ -115,7 +120,8 @@ def test_callers(roots: Roots) -> None:
 
 
 def test_show(roots: Roots) -> None:
-    """What is stored, without the secrets, and which generated file is out of date."""
+    """--show prints the stored values with the secrets masked, and names generated files that are
+    out of date."""
     changes = f"echo >>{CHAT_SCRIPT}\nprintf '0\\n' >{AUTO_CONNECT}\n"
     root = provisioned(roots, command(*ALL) + changes + command("--show"))
     assert said(root).split("status 0\n")[2] == (
@@ -125,7 +131,7 @@ def test_show(roots: Roots) -> None:
 
 
 def test_check(roots: Roots) -> None:
-    """How pppd and chat interpret the values, as measured."""
+    """--check explains how pppd and chat interpret the values, as observed with both."""
     good = ("dial=*99#", "user=guest", "password=hidden")
     secrets = "echo '* * \"\" *' >/etc/ppp/pap-secrets\n"
     table: tuple[tuple[int, str, tuple[str, ...], str], ...] = (
@@ -158,7 +164,7 @@ def test_check(roots: Roots) -> None:
 
 
 def test_two_at_once(roots: Roots) -> None:
-    """The files are complete, and all four of the same one of them."""
+    """Run two commands at the same time. All four files are complete and come from the same one."""
     one, other = (f"{PROVISION} {values} >/dev/null || echo failed >>{SAID}" for values in (
         "apn=a user=one pin=1", "apn=another.example user= pin="))
     note = f"cat {' '.join(FILES)} | md5sum >>{SAID}"
@@ -171,11 +177,12 @@ def test_two_at_once(roots: Roots) -> None:
 
 
 def test_with_a_panel(roots: Roots) -> None:
-    """It prints that the panel must be restarted, because its Exit would store what it shows."""
+    """While the panel runs, print that it must be restarted, because Exit would overwrite the new
+    values with those on the screen."""
     root = roots.new(mounts=MOUNTS, launch=(
         "(until [ -e /testrun/go ]; do sleep 0.1; done\n"
         f"{command('apn=new')}touch /testrun/done) & {LAUNCH}")).start()
     root.write("/testrun/go", "")
-    root.wait_until(root.host("/testrun/done").exists, 5, "it has run")
+    root.wait_until(root.host("/testrun/done").exists, 5, "corvanta-provision has run")
     assert "status 0\n" in said(root)
     assert "Restart it" in said(root)

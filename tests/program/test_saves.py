@@ -1,4 +1,4 @@
-"""The program gets a signal, such as SIGTERM or SIGKILL, at each system call of a save."""
+"""Sends SIGKILL or a termination signal to the program at each system call of a save."""
 
 from collections.abc import Callable
 from dataclasses import dataclass
@@ -18,7 +18,7 @@ from program.programtest import (AUTO_EDITED, DEFAULTS, EDITED, EDITED_LAST, TYP
 
 CUT = ("pwrite64", "ftruncate", "fsync")
 KILL, TERM = "KILL", "TERM"
-ORDERLY = (TERM, "INT", "HUP")  # one function handles them
+ORDERLY = (TERM, "INT", "HUP")  # one signal handler exits cleanly on all of them
 OLD, NEW, EMPTY = "all files old", "all four files new", "empty"
 BEHIND = "new parameters with an older generated file"
 TWO_FILES = ("SIGKILL between two files of one Connect leaves the previous chat script or peer "
@@ -37,8 +37,11 @@ def contents(parameters: bytes, auto: bytes) -> dict[str, bytes]:
 class Save:
     """The contents before and after an uninterrupted save.
 
-    @ivar store name in STORES of the files to write before the start
-    @ivar loses known limitation if SIGKILL may leave generated files older than the parameters
+    @ivar store key in STORES of the files to write before the start
+    @ivar before contents before the save, by path
+    @ivar after contents after it
+    @ivar loses text of the known limitation if SIGKILL may leave generated files older than the
+        parameters; otherwise ""
     """
 
     store: str
@@ -60,8 +63,8 @@ SAVES = {
 
 
 def state(root: PrivateRoot, save: Save, path: str, killed: bool) -> str:
-    """Return the state of a file. SIGKILL may leave it new or old with newlines at the end or, if
-    it did not exist before, empty."""
+    """Return the state of a file: NEW, OLD or EMPTY. After SIGKILL, the new or old content may have
+    additional newlines at its end, and a file that did not exist before may be empty."""
     content, before, after = root.read(path), save.before.get(path), save.after[path]
     if content == after or killed and content and content.rstrip(b"\n") == after.rstrip(b"\n"):
         return NEW
@@ -72,17 +75,20 @@ def state(root: PrivateRoot, save: Save, path: str, killed: bool) -> str:
 
 
 def expect_ended(root: PrivateRoot, name: str, signal: str, record: Record) -> None:
-    """Check the files after a signal during the save: a clean exit has completed the save, SIGKILL
-    has left each file old or new. Record the state after SIGKILL."""
+    """Check the files after a signal during the save. Before a clean exit the program completes the
+    save; SIGKILL leaves each file old or new. Record the state after SIGKILL.
+
+    @param name key of SAVES
+    @param record record_property() of pytest"""
     save, status, killed = SAVES[name], root.wait_exit(SECONDS), signal == KILL
     expect(status == (137 if killed else 0), f"exit status {status}")
-    expect(killed or f"SIG{signal} ".encode() in root.content(TRACE), "the signal came")
+    expect(killed or f"SIG{signal} ".encode() in root.content(TRACE), "the signal was delivered")
     left = {path: state(root, save, path, killed) for path in FILES
             if save.before.get(path) != save.after[path]}
     rest = [*dropwhile(lambda found: found == NEW, left.values())]
-    expect(set(rest[1:]) <= {OLD}, f"one file after the other is saved: {left}")
+    expect(set(rest[1:]) <= {OLD}, f"the files are saved one after the other: {left}")
     for path in set(FILES) - set(left):
-        expect(root.read(path) == save.after[path], f"{path} stays: {root.read(path)!r}")
+        expect(root.read(path) == save.after[path], f"{path} is unchanged: {root.read(path)!r}")
     old = save.before.get(PARAMETERS, DEFAULTS)
     repairable(root, *([old] if killed else []), save.after[PARAMETERS])
     behind = left[PARAMETERS] == NEW and {*left.values()} != {NEW}

@@ -18,12 +18,13 @@ from program.modem import Modem
 from program.programtest import Picture, clocks, expect_lasted, expect_period
 from program.conftest import Roots
 
-# Panels without a profile have no style sheet of their own, and so no padding.
+# Panels without a display profile have no style sheet with padding, so their buttons are lower.
 BUTTONS = BUTTON_HEIGHTS | {(1024, 600): range(16, 22), (600, 1024): range(18, 26)}
 BLACK = (0, 0, 0)
-HIDDEN_ECHO = 2  # of a line edit for passwords
+HIDDEN_ECHO = 2  # QLineEdit::Password
 SEEN, FAILED = ["usb balanced", "ls /dev"], ["usb failed", "ls /dev"]
-# Bus, link, and the search for the dongle as the start-up and its check make it.
+# USB bus, true if the link is up, and the calls of one search for the dongle. The start-up and its
+# link check make one search each.
 BUSES = {
     "link down": (DONGLE, False, SEEN),
     "link up": (DONGLE, True, SEEN),
@@ -50,7 +51,7 @@ def test_order_and_first_check(roots: Roots, usb: str, link: bool, looks: list[s
 
 @pytest.mark.parametrize("platform", ("linuxfb:fb=/dev/none", "none"))
 def test_no_display(roots: Roots, platform: str) -> None:
-    """An error message and an exit status of its own instead of an abort."""
+    """Without a display, print an error message and exit with status 69 instead of an abort."""
     launch = LAUNCH.replace("program", f"program /usr/bin/env QT_QPA_PLATFORM={platform}")
     root = roots.new(launch=launch).start(shown=False)
     assert root.wait_exit() == 69
@@ -58,13 +59,14 @@ def test_no_display(roots: Roots, platform: str) -> None:
 
 
 def test_second_instance(roots: Roots) -> None:
-    """It refuses to start beside the first, and starts once that has been killed."""
+    """A second instance refuses to start while the first runs. After SIGKILL of the first, the next
+    instance starts."""
     root = roots.new(mounts=("--tmpfs", "/run"), launch=(
         "(until [ -e /testrun/go ]; do sleep 0.1; done; program 2>/testrun/second; "
         f"echo $? >/testrun/refused) & {LAUNCH}; {LAUNCH}"))
     root.start()
     root.write("/testrun/go", "")
-    root.wait_until(lambda: root.content("/testrun/refused"), 5, "the second has exited")
+    root.wait_until(lambda: root.content("/testrun/refused"), 5, "the second instance has exited")
     assert root.read("/testrun/refused") == b"75\n"
     assert root.read("/testrun/second") == b"corvanta: another instance is already running\n"
     root.signal(SIGKILL)
@@ -73,7 +75,8 @@ def test_second_instance(roots: Roots) -> None:
 
 @clocks()
 def test_dongle_dialog(roots: Roots) -> None:
-    """Until a dongle that differs in neither number is found, by polls three seconds apart."""
+    """The dialog is shown until a dongle with the right vendor and product ID is on the bus, which
+    the program polls every 3 s. Close and Escape do not close the dialog."""
     root = roots.new(usb="device 12d1 1003\ndevice 05c6 1001\ndevice 1001 12d1\n", nodes=())
     root.start(shown=False)
     root.wait_calls("usb", 1)
@@ -84,11 +87,11 @@ def test_dongle_dialog(roots: Roots) -> None:
         UNDETECTED, ["Close"], [0, 0, 800, 480])
     root.panel.press("Close")
     root.panel.key("Esc")
-    # The check is served while the dialog waits.
+    # A link check runs while the dialog is shown.
     root.signal(SIGUSR1)
     root.wait_calls("ifconfig", 1)
     screen = root.panel.screen()
-    assert screen.has_dialog(), "Close and Escape must leave the dialog"
+    assert screen.has_dialog(), "Close and Escape must not close the dialog"
     assert not screen.main_window()["visible"]
     value = screen.value(DONGLE_STATUS)
     assert (value["text"], value["style"]) == ("undetected", RED)
@@ -107,13 +110,13 @@ def test_dongle_dialog(roots: Roots) -> None:
 def test_node_wait_is_served(roots: Roots) -> None:
     root = roots.new(nodes=("ttyS0", "tty", "USB0")).start(shown=False)
     root.wait_calls("ls", 1)
-    assert Picture(root).colours() == {BLACK}, "the panel is black meanwhile"
+    assert Picture(root).colours() == {BLACK}, "the panel is black during the wait"
     root.signal(SIGUSR1)
     check = root.wait_calls("ifconfig", 1, 0.7)
     assert not root.panel.screen().main_window()["visible"]
     root.wait_calls("ls", 4, 5)
     looks = root.calls("ls")
-    # The check looks for the node, too.
+    # Ignore the link check's own search for the device node.
     looks.remove(min(looks, key=lambda look: abs(look.time - check.time)))
     expect_period(looks, 1.0)
     root.add_node("ttyUSB3")
@@ -122,7 +125,7 @@ def test_node_wait_is_served(roots: Roots) -> None:
 
 
 def test_no_shell(roots: Roots) -> None:
-    """Without a shell the start-up waits, without spinning, and still answers."""
+    """Without a shell the start-up waits and handles events, without a busy loop."""
     root = roots.stored()
     shell = root.host("/testrun/bin/sh")
     shell.unlink()
@@ -145,18 +148,19 @@ def test_no_socket_pair(roots: Roots) -> None:
 
 
 def test_terminated_at_once(roots: Roots) -> None:
-    """However early SIGTERM comes, the exit is clean; no waiting dialog is left."""
+    """SIGTERM during the start-up leads to a clean exit, even right after the signal handlers are
+    installed. The dialog that waits for the dongle does not delay it."""
     early = roots.new(usb="", preload=["stopearly"]).start(shown=False)
     assert early.wait_exit() == 0
     root = roots.new(usb="").start(shown=False)
     maps = Path(f"/proc/{root.pid}/maps")
-    wait_until(lambda: "libqvnc" in maps.read_text(), 5, "the application being made")
+    wait_until(lambda: "libqvnc" in maps.read_text(), 5, "the platform plugin is loaded")
     root.signal(SIGTERM)
     assert root.wait_exit() == 0
 
 
 def test_descriptors_close_on_exec(roots: Roots, modems: Callable[..., Modem]) -> None:
-    """With every descriptor open that there is: those of a waiting signal query, too."""
+    """Check all descriptors while as many as possible are open: a signal query is waiting."""
     root = roots.new(nodes=())
     modem = modems()
     root.add_node("ttyUSB0", modem.path)
@@ -175,7 +179,7 @@ def test_style_sheets(roots: Roots, size: tuple[int, int]) -> None:
     assert screen.cut_off() == []
     assert screen.field(PASSWORD)["echo"] == HIDDEN_ECHO
     button = root.panel.button("Exit")
-    assert button["hint"][1] in BUTTONS[size], "the panel's style sheet"
+    assert button["hint"][1] in BUTTONS[size], "the panel's own style sheet sets the height"
     # The style sheet that all panels share: a black edge around a light face.
     x, y, _, height = button["rect"]
     face = Picture(root).part([x, y + height // 2, 4, 1])

@@ -13,8 +13,8 @@ from program.injection import connecting, terminate, unseen_root
 from program.programtest import STEPS, clocks, expect_lasted, row
 from program.conftest import Roots
 
-# Seconds. pppd logs its call from the background, a little after the exit of the shell that
-# started it. A busy machine may be late; it must never be early.
+# Delays of the link checks in seconds. The stand-in for pppd logs its call a little after the exit
+# of the shell that starts it. On a busy machine a check may be late, but never early.
 CONNECT_CHECK = 15.0
 DISCONNECT_CHECK = 3.0
 LATE = 1.0
@@ -29,7 +29,7 @@ def dialling(roots: Roots) -> PrivateRoot:
 
 @clocks()
 def test_fifteen_seconds(roots: Roots) -> None:
-    """Five attempts with different ends, at the same time."""
+    """Make five attempts at the same time, each with another outcome."""
     fails, comes_up, early, leaves, again = (dialling(roots) for _ in range(5))
     dialled = {root: root.calls("pppd")[0].time for root in (fails, comes_up, early, again)}
     comes_up.set_link(True)
@@ -61,18 +61,19 @@ def test_fifteen_seconds(roots: Roots) -> None:
 
 
 def expect_failed(root: PrivateRoot) -> None:
-    """Check the notice. Afterwards all is as before, except for the dongle's dialog."""
+    """Check the notice of a failed attempt. A later Connect without a dongle waits, but does not
+    show the dongle's dialog again."""
     dialog = root.panel.wait(lambda screen: screen.dialog(), 2, "the notice")
     assert (dialog["text"], dialog["buttons"], dialog["rect"]) == (FAILED, ["OK"], [0, 0, 800, 480])
     assert root.panel.screen().cut_off() == []
-    # The panel beneath takes no touch: with it, the program would exit.
+    # The window below the modal dialog ignores touches; otherwise this one would end the program.
     root.panel.press("Exit")
     check_link(root, False)
     root.panel.press("OK")
     root.wait(lambda screen: not screen.has_dialog(), 2, "the notice closed")
     assert root.panel.screen().busy_bars() == []
     assert root.calls("route") == []
-    # No dialog for a missing dongle once there has been one, only the wait.
+    # After any earlier dialog, a missing dongle has only the busy bar, no dialog.
     root.set_usb("")
     root.remove_node("ttyUSB0")
     polls = len(root.calls("ls"))
@@ -84,7 +85,7 @@ def expect_failed(root: PrivateRoot) -> None:
 
 
 def expect_disconnect(root: PrivateRoot) -> None:
-    """Disconnect with a pppd that takes its time, then with one that exits."""
+    """Touch Disconnect twice: the link is still up at the first check, and down at the second."""
     for up in (True, False):
         checks, stops = len(root.calls("ifconfig")), len(root.calls("killall"))
         root.panel.press("Disconnect")
@@ -102,7 +103,7 @@ def expect_disconnect(root: PrivateRoot) -> None:
 
 
 def expect_two_notices(root: PrivateRoot) -> None:
-    """Check the notices of two failed attempts, the second over the first, which Exit releases."""
+    """Close the notices of two failed attempts, the second of which covers the first."""
     for left in (2, 1, 0):
         root.wait(lambda screen: sum(window["class"] == "DetectMsg" and window["visible"]
                                      for window in screen.windows) == left, 20, f"{left} left")
@@ -148,7 +149,7 @@ def test_any_ppp_interface_counts(roots: Roots) -> None:
 
 @pytest.mark.parametrize("moment", [row(f"clock {name}", moment) for name, moment in STEPS.items()])
 def test_attempt_unseen(moment: str) -> None:
-    """Check an attempt without the inspector, whose requests wake the program up."""
+    """Check an attempt without the inspector, because its requests would wake the program up."""
     with unseen_root(**STEPPED) as root:
         step_clock(root, "+0")
         with connecting(root):

@@ -1,4 +1,4 @@
-// The dialog that waits for 3g.sh, which the program itself never shows.
+// The dialog that waits for 3g.sh. The program never shows it, so the end-to-end tests cannot.
 #include "usb/detectmsg.h"
 
 #include <QtTest>

@@ -1,4 +1,4 @@
-"""Where Debian's packages come from, and failed downloads."""
+"""The mirror of Debian's packages, failed downloads, and the cache of unpacked packages."""
 
 import os
 import subprocess
@@ -22,7 +22,7 @@ SOURCES = {
                    "Components: main\n\n"
                    f"Types: deb deb-src\nURIs:\n http://stanza/debian\nSuites: {SUITE}-updates "
                    f"{SUITE}\nComponents: main"}
-# Stands in for mmdebstrap: makes a package, or fails like apt.
+# Stand-in for mmdebstrap: makes a package, or fails as apt does if the file "down" exists.
 MMDEBSTRAP = """#!/bin/bash
 [[ ! -e $MIRROR/down ]] || { echo "E: the mirror is down" >&2; exit 25; }
 root=${*: -2:1}

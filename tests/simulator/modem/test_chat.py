@@ -1,4 +1,4 @@
-"""modemsim on a pseudo-terminal against the real chat, with the script that the program writes."""
+"""The real chat runs the program's chat script against modemsim on a pseudo-terminal."""
 
 import os
 import pty
@@ -14,18 +14,18 @@ import pytest
 ROOT = Path(__file__).resolve().parents[3]
 BUILD = Path(os.environ.get("CORVANTA_BUILD", ROOT / "build/native"))
 EXPECTED = ROOT / "tests/expected"
-SECONDS = 30  # for what must happen, on a busy machine too
-# chat's exit status: 0 done, 3 timeout, 4 and up the abort string that came, counted from 0.
+SECONDS = 30  # timeout for expected events, long enough for a busy machine
+# Exit statuses of chat: 0 success, 3 timeout, 4 + N the abort string with index N was received.
 DONE, TIMEOUT, BUSY, NO_CARRIER, ERROR = 0, 3, 4, 5, 11
 STARTED, REFUSED = "network started", "refused"
-# Scenario, PIN, whether the script also waits for the call, chat's exit status, the modem's log.
-# The program's script ends with the dial command: chat does not see its result.
+# Scenario, PIN, true to add a wait for CONNECT to the script, chat's exit status, text in the
+# modem's log. Without that wait, the script ends with the dial command and chat ignores the result.
 SCRIPTS = {
     "echo": ("answer=echo", "", True, DONE, STARTED),
     "pieces": ("answer=pieces", "", True, DONE, STARTED),
     "slow": ("answer=slow\ndelay_ms=4000", "", False, TIMEOUT, ""),
     "silent": ("answer=silent", "", False, TIMEOUT, ""),
-    # A right PIN is not among them: chat waits to the end of its time for the ERROR.
+    # There is no row with the right PIN, because chat would wait for an ERROR until its timeout.
     "PIN wrong": ("sim.pin=1111", "2222", False, ERROR, ""),
     "PIN not required": ("", "1111", False, DONE, STARTED),
     "PIN missing": ("sim.pin=1111", "", False, ERROR, ""),
@@ -52,7 +52,9 @@ def wait_for(log: Path, text: str) -> str:
 
 @contextmanager
 def modem(directory: Path, scenario: str) -> Iterator[int]:
-    """Run modemsim, whose network does nothing. @return the terminal of its line"""
+    """Run modemsim with a network that only sleeps.
+
+    @return descriptor of the terminal at its line"""
     (directory / "scenario").write_text(scenario)
     network = directory / "network"
     network.write_text("#!/bin/sh\nexec sleep 60\n")
