@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs an operator's session on the simulated board: touches, a real dial-up, and screenshots."""
+"""Runs a scripted operator session on the simulated board, with a real dial-up and screenshots."""
 
 import argparse
 import contextlib
@@ -32,7 +32,7 @@ VALUES = {APN: "internet", DIAL: "*99#", USER: "operator", PASSWORD: "Secret-1!"
 MODEM = {"sim.pin": VALUES[PIN], "apn": VALUES[APN], "auth": "pap", "user": VALUES[USER],
          "password": VALUES[PASSWORD]}
 STORED = stored_parameters(*VALUES.values())
-LOOK_SECONDS = 0.5  # between two checks whether the program has exited
+LOOK_SECONDS = 0.5  # interval of the checks whether the program has exited
 
 
 class SessionError(Exception):
@@ -49,7 +49,7 @@ def expect_no_layout_faults(screen: Screen) -> None:
 
 
 class Session:
-    """The steps, in an operator's order. Each prints a line with the time it took."""
+    """The steps of an operator's session, in order. Each prints a line with its duration."""
 
     def __init__(self, board: Board, language: int) -> None:
         self.board = board
@@ -191,7 +191,7 @@ class Session:
         self.picture("connect-failed")
         page = self.board.folder / "doctor.txt"
         page.write_text(self.board.guest.run("corvanta-doctor").text, encoding="utf-8")
-        print(f"page     {page.relative_to(ROOT)}", flush=True)
+        print(f"diagnosis  {page.relative_to(ROOT)}", flush=True)
         self.board.guest.sh(f"sleep {BUTTON_GUARD_SECONDS}")
         self.panel.press(self.text("OK"))
         self.panel.wait(lambda screen: not screen.has_dialog()
@@ -211,8 +211,8 @@ class Session:
         expect(saved == b"0\n3\n", f"saved: {saved!r}")
         expect(b"Connect: ppp0" in guest.read(PPP_LOG + OLD_LOG),
                "the old log is the log of this run")
-        guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # empty if pppd was redialling
-        guest.sh("killall pppd")  # Exit does not end the link; it is not needed here.
+        guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # the log is empty if pppd was redialling
+        guest.sh("killall pppd")  # pppd keeps running after Exit
         self.picture("ended")
 
 
@@ -235,7 +235,7 @@ class Gallery:
                     self._photograph(board, language)
 
     def stop(self) -> None:
-        """End a run soon, from another thread; do nothing after the run."""
+        """Make run() in another thread return soon. After the run, this has no effect."""
         self._wanted = False
         if self._board:
             self._board.cut_power()
@@ -277,12 +277,12 @@ def interactive(board: Board, language: int, port: int) -> None:
         while board.program.status() is None:
             time.sleep(LOOK_SECONDS)
     except KeyboardInterrupt:
-        board.records.logs()  # the usual end: an exit by Ctrl-C would not copy the logs
+        board.records.logs()  # Board does not copy the logs after Ctrl-C, the usual end
         raise
 
 
 def run_all(size: tuple[int, int], language: int) -> None:
-    """Run the session and the gallery in parallel. @raise SessionError when a step fails"""
+    """Run the session and the gallery in parallel. @raise SessionError if a step fails"""
     gallery = Gallery()
     with ThreadPoolExecutor(1) as thread, Board(size, "session") as board:
         running = thread.submit(gallery.run)
@@ -294,12 +294,14 @@ def run_all(size: tuple[int, int], language: int) -> None:
         finally:
             gallery.stop()
             for path in (*session.pictures, *gallery.pictures):
-                print(f"picture  {path.relative_to(ROOT)}")
-            print(f"logs     {board.folder.relative_to(ROOT)}", flush=True)
+                print(f"screenshot {path.relative_to(ROOT)}")
+            print(f"logs       {board.folder.relative_to(ROOT)}", flush=True)
 
 
 def build() -> int:
-    """Install and build all that a board needs. @return the failed command's exit status, or 0"""
+    """Install packages and build what a board needs.
+
+    @return 0, or the exit status of a failed command"""
     for command in (["tools/install-packages", "tools/packages-build.txt", str(HOST_PACKAGES)],
                     ["tools/build-board"]):
         if status := subprocess.run(command, cwd=ROOT, check=False).returncode:
@@ -323,7 +325,7 @@ def arguments() -> argparse.Namespace:
 def main() -> int:
     chosen = arguments()
     exit_on_signals()
-    if chosen.arch != ARCH.name:  # modules read it when they are loaded
+    if chosen.arch != ARCH.name:  # start again, because modules read ARCH when they are loaded
         os.execve(sys.executable, [sys.executable, "-B", *sys.argv],
                   {**os.environ, VARIABLE: chosen.arch})
     try:

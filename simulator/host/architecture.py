@@ -1,4 +1,4 @@
-"""The board's architecture: every name and option that differs between architectures."""
+"""The board's architecture: all names and options that differ between architectures."""
 
 import os
 from dataclasses import dataclass
@@ -9,10 +9,10 @@ class Architecture:
     """
     An architecture that the board can have.
 
-    @param name  Debian's name of it
+    @param name  Debian's name of the architecture
     @param triplet  GNU triplet, the prefix of the cross compiler
     @param preset  CMake preset of the cross build, and its directory in build/
-    @param board  directory in build/ for the board's parts
+    @param board  directory in build/ for the board's files
     @param qemu  the emulator, and its options for machine and CPU
     """
 

@@ -1,5 +1,5 @@
-"""The error that the tools report."""
+"""The exception for errors that the tools report to their user."""
 
 
 class BoardError(Exception):
-    """An error to report: what failed, and what to do."""
+    """An error whose message says what failed and, if known, what to do."""

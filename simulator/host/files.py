@@ -1,4 +1,4 @@
-"""The host's files: locks, fingerprints, and files that are renamed into place when complete."""
+"""Files on the host: locks, fingerprints, and atomic creation of files and directories."""
 
 import contextlib
 import fcntl
@@ -38,7 +38,8 @@ def whole(path: Path) -> Iterator[Path]:
     """
     Create a file or directory under a temporary name and rename it on success.
 
-    The caller holds a lock, so a file with the temporary name is left from an interrupted run.
+    The caller holds a lock. A file that already has the temporary name is left over from an
+    interrupted run and is removed.
     """
     path.parent.mkdir(parents=True, exist_ok=True)
     unfinished = path.with_name(path.name + ".unfinished")
@@ -53,7 +54,8 @@ def whole(path: Path) -> Iterator[Path]:
 
 
 def fingerprint(parts: Sequence[str | Path]) -> str:
-    """Return the hexadecimal digest of texts, and of files with names and executable bits."""
+    """Return the SHA-256 digest, in hexadecimal, of texts and of files or directories. File names
+    and executable bits are included."""
     digest = hashlib.sha256()
     for part in parts:
         if isinstance(part, str):
@@ -69,7 +71,7 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
 
 
 def is_current(folder: Path, key: str) -> bool:
-    """Return true when a directory was made from the inputs with this fingerprint."""
+    """Return true when a directory was made from inputs with this fingerprint."""
     mark = folder / MARK
     return mark.is_file() and mark.read_text() == key
 

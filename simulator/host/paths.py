@@ -1,4 +1,4 @@
-"""Paths of the board's parts in the source tree, the build directory and the user's cache."""
+"""Paths of the board's files in the source tree, the build directory and the user's cache."""
 
 import os
 from pathlib import Path
@@ -14,7 +14,7 @@ TRANSLATIONS = ROOT / "resources/translations"
 
 BUILD = ROOT / "build"
 BOARD = BUILD / ARCH.board
-SYSROOT_NAME = BOARD / "sysroot.name"  # has the path of the sysroot
+SYSROOT_NAME = BOARD / "sysroot.name"  # contains the path of the sysroot
 MACHINE = BOARD / "machine"
 APP_DISK = BOARD / "app.ext4"
 RUNS = BUILD / "runs"
@@ -22,7 +22,7 @@ ARM = BUILD / ARCH.preset
 
 
 def cache() -> Path:
-    """Return the directory of the unpacked packages, which all build directories share."""
+    """Return the cache directory, which all build directories of the user share."""
     named = os.environ.get("CORVANTA_CACHE")
     if named:
         return Path(named).absolute()

@@ -1,4 +1,4 @@
-"""The host's programs: lists missing ones and runs one to completion."""
+"""Programs on the host: checks that they are installed, and runs them."""
 
 import os
 import shutil
@@ -16,7 +16,9 @@ SEARCH_PATH = os.environ.get("PATH", "") + ":/usr/local/sbin:/usr/sbin:/sbin"
 
 
 def require_packages() -> None:
-    """Check the host's programs. @raise BoardError with the command that installs missing ones"""
+    """Check that the needed programs are installed.
+
+    @raise BoardError with the command that installs the missing ones"""
     lines = (line.split() for line in read_list(HOST_PACKAGES))
     missing = [package for package, program, *only in lines
                if ARCH.name in (only or [ARCH.name])

@@ -10,11 +10,13 @@ RETRY_SECONDS = 0.01
 
 def connect(path: Path, timeout: float = 0) -> socket.socket:
     """
-    Connect to a socket. @raise OSError of the last attempt
+    Connect to a socket.
 
-    The path goes through a directory descriptor, because a socket address has at most 107 bytes.
+    A socket address has at most 107 bytes, so the address is a short path by way of a descriptor of
+    the directory.
 
     @param timeout  seconds to wait for a socket that does not exist yet
+    @raise OSError of the last attempt
     """
     deadline = time.monotonic() + timeout
     directory = os.open(path.parent, os.O_PATH | os.O_CLOEXEC)

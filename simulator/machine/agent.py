@@ -10,7 +10,7 @@ from host.errors import BoardError
 from host.sockets import connect
 
 CONNECT_SECONDS = 30
-# Additional time for the agent to kill a command and to send its output.
+# Time that the agent needs after the timeout to kill a command and send its output.
 GRACE_SECONDS = 10
 TOOK_TOO_LONG = 124  # status of a command that the agent killed after its timeout
 
@@ -20,8 +20,8 @@ class Result:
     """
     The result of a request.
 
-    @param status  a command's exit status, 128 + N for signal N; for the other verbs 0 or errno
-    @param output  output of the command, or the data
+    @param status  exit status of a command, 128 + N for signal N; for other verbs 0 or errno
+    @param output  output of a command, or the requested data
     @param late  true when the command was killed after its timeout
     """
 
@@ -65,14 +65,15 @@ class Agent:
                              "an earlier command") from error
         except OSError as error:
             raise BoardError(f"the board has stopped: {error.strerror}") from error
-        # A command may exit with this status by itself, but then before the timeout: the board's
-        # clock never runs faster than the host's.
+        # A command may also exit with this status by itself. Then less time has passed than the
+        # timeout, because the board's clock never runs faster than the host's.
         late = (verb == "run" and status == TOOK_TOO_LONG
                 and time.monotonic() - started >= seconds)
         return Result(status, output, late)
 
     def _receive(self, identity: str, deadline: float) -> tuple[int, bytes]:
-        """Wait for a reply; one to an interrupted request of another process may come first."""
+        """Wait for the reply with this ID. Ignore replies to interrupted requests of other
+        processes, which may be received first. @return status and data"""
         received = b""
         while True:
             header = re.search(rf"{identity} (\d+) (\d+)\n".encode(), received)

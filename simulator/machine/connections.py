@@ -10,7 +10,7 @@ from machine.qmp import Qmp
 
 
 class Connections:
-    """The two connections of one machine, open or not; each serves one process at a time."""
+    """The two connections to one machine. Each end serves one process at a time."""
 
     def __init__(self) -> None:
         self._qmp: Qmp | None = None
@@ -21,7 +21,7 @@ class Connections:
         Connect to the machine in a run's directory.
 
         @param alive  returns true while QEMU runs and its sockets may still appear
-        @raise BoardError with QEMU's output, when it does not answer
+        @raise BoardError with QEMU's output if QEMU or the agent does not answer
         """
         try:
             self._qmp = Qmp(folder / qemu.QMP_SOCKET, alive)
@@ -38,14 +38,14 @@ class Connections:
 
     @property
     def qmp(self) -> Qmp:
-        """@raise BoardError when the board is off"""
+        """Return the connection to QEMU. @raise BoardError when the board is off"""
         if not self._qmp:
             raise BoardError("the board is off")
         return self._qmp
 
     @property
     def agent(self) -> Agent:
-        """@raise BoardError when the board is off"""
+        """Return the connection to the agent. @raise BoardError when the board is off"""
         if not self._agent:
             raise BoardError("the board is off")
         return self._agent

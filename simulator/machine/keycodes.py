@@ -1,4 +1,4 @@
-"""Key codes of the emulated US keyboard, for texts and for the names of keys and chords."""
+"""QEMU key codes of a US keyboard, for characters and for the names of keys and chords."""
 
 PLAIN = {" ": "spc", "-": "minus", "=": "equal", "[": "bracket_left", "]": "bracket_right",
          "\\": "backslash", ";": "semicolon", "'": "apostrophe", "`": "grave_accent",
@@ -6,14 +6,14 @@ PLAIN = {" ": "spc", "-": "minus", "=": "equal", "[": "bracket_left", "]": "brac
 SHIFTED = {"~": "`", "!": "1", "@": "2", "#": "3", "$": "4", "%": "5", "^": "6", "&": "7",
            "*": "8", "(": "9", ")": "0", "_": "-", "+": "=", "{": "[", "}": "]", "|": "\\",
            ":": ";", '"': "'", "<": ",", ">": ".", "?": "/"}
-# Qt's key names, accepted beside QEMU's own.
+# Qt's key names, which are accepted in addition to QEMU's own.
 NAMES = {"enter": "ret", "return": "ret", "escape": "esc", "del": "delete", "ins": "insert",
          "space": "spc", "pgup": "pgup", "pgdown": "pgdn", "backspace": "backspace"}
 
 
 def keys_of(character: str) -> list[str]:
     """
-    Return the key codes to press together for one character.
+    Return the key codes that type a character when they are pressed together.
 
     @raise ValueError for a character that a US keyboard cannot type
     """

@@ -1,4 +1,4 @@
-"""QEMU's control socket: commands, touches, keys, screenshots, saved machine states."""
+"""Client of QEMU's control socket (QMP): touches, keys, screenshots, saved machine states."""
 
 import json
 import shlex
@@ -12,7 +12,7 @@ from host.sockets import connect
 
 CONNECT_SECONDS = 30
 ANSWER_SECONDS = 30
-LOOK_SECONDS = 0.5  # between two checks for a failed start of QEMU
+LOOK_SECONDS = 0.5  # interval of the checks for a failed start of QEMU
 
 AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 
@@ -34,7 +34,7 @@ class Qmp:
             except OSError as error:
                 if not alive() or time.monotonic() > deadline:
                     raise BoardError("QEMU does not answer" if alive() else
-                                     "QEMU does not start") from error
+                                     "QEMU has exited during its start") from error
         self._socket.settimeout(ANSWER_SECONDS)
         self._stream = self._socket.makefile("rb")
         self._reply()
@@ -50,17 +50,23 @@ class Qmp:
         except OSError as error:
             raise BoardError(f"QEMU does not answer: {error}") from error
         if not line:
-            raise BoardError("QEMU has ended")
+            raise BoardError("QEMU has exited")
         reply: dict[str, Any] = json.loads(line)
         return reply
 
     def command(self, name: str, **arguments: Any) -> Any:
-        """Run a command and skip events. @return its result, as in QEMU's QMP reference"""
+        """
+        Run a command; ignore events.
+
+        @param arguments  as in QEMU's QMP reference
+        @return the command's result
+        @raise Refusal when QEMU answers with an error
+        """
         request = json.dumps({"execute": name, "arguments": arguments}) + "\n"
         try:
             self._socket.sendall(request.encode())
         except OSError as error:
-            raise BoardError(f"QEMU has ended: {error}") from error
+            raise BoardError(f"QEMU has exited: {error}") from error
         while True:
             reply = self._reply()
             if "error" in reply:
@@ -96,14 +102,14 @@ class Qmp:
         self.command("screendump", filename=str(file.absolute()), format="png")
 
     def serve_debugger(self, port: int) -> None:
-        """Let a debugger connect to the machine, on a TCP port of the loopback."""
+        """Let a debugger connect to the machine on a TCP port of the loopback interface."""
         said = self.command("human-monitor-command",
                             **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
         if "Waiting" not in said:
             raise Refusal(f"QEMU: {said.strip()}")
 
     def save(self, file: Path) -> None:
-        """Stop the machine and write its whole state."""
+        """Stop the machine and write its complete state to a file."""
         self.command("stop")
         self.command("migrate", uri="exec:cat > " + shlex.quote(str(file)))
         while (status := self.command("query-migrate").get("status")) != "completed":
@@ -116,6 +122,6 @@ class Qmp:
         deadline = time.monotonic() + timeout
         while self.command("query-status")["status"] == "inmigrate":
             if time.monotonic() > deadline:
-                raise BoardError("the saved machine state is not read to its end")
+                raise BoardError("timeout: QEMU has not read the saved machine state")
             time.sleep(0.01)
         self.command("cont")

@@ -1,1 +1,1 @@
-"""The panel as its operator sees it, on the board or in a private root."""
+"""The panel as an operator sees and touches it, on the board or in a private root."""

@@ -1,4 +1,4 @@
-"""The screen's texts in each language, from the program's own translation sources."""
+"""The screen's texts in each language, read from the program's translation sources."""
 
 from xml.etree import ElementTree
 

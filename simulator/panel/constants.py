@@ -7,13 +7,13 @@ from host.paths import ROOT
 # The rows of core/panels.h: width, height, profile, font size, range of a button's height.
 _PANELS = [tuple(map(int, row.split(","))) for row in re.findall(
     r"\{(\d[\d, ]+)\}", (ROOT / "core/panels.h").read_text("utf-8"))]
-SIZES = tuple((row[0], row[1]) for row in _PANELS)  # of the panels: width and height in pixels
+SIZES = tuple((row[0], row[1]) for row in _PANELS)  # width and height of the panels in pixels
 BUTTON_HEIGHTS = {(row[0], row[1]): range(row[4], row[5] + 1) for row in _PANELS}  # in pixels
 
-# The dongle that the program looks for on the USB bus.
+# USB vendor and product ID of the dongle.
 DONGLE_VENDOR, DONGLE_PRODUCT = 0x12D1, 0x1001
 
-# Texts of the screen, in English: panel.catalogue has the other languages.
+# English texts of the screen; panel.catalogue has the other languages.
 SETTING, STATUS, MISC = "3G/4G Setting", "3G/4G Status", "Misc Setting"
 FIELDS = APN, DIAL, USER, PASSWORD, PIN = (
     "APN NAME:", "Dial Num:", "USER:", "PASSWORD:", "PinCode:")
@@ -37,7 +37,7 @@ FILES = (PARAMETERS, AUTO_CONNECT, PEER_FILE, CHAT_SCRIPT)  # files that the pro
 PPP_LOG, CHAT_LOG = LOGS = ("/etc/ppp/ppp.log", "/etc/ppp/chat.log")
 OLD_LOG = ".old"  # suffix that Exit adds to the name of a log
 
-# The parameter of the F-RAM chip that chooses the language, and its values; all others are English.
+# Index of the F-RAM parameter that sets the language, and its values; all other values are English.
 LANGUAGE = 10
 LANGUAGES = {0: "English", 1: "Traditional Chinese", 2: "Simplified Chinese"}
 
@@ -47,17 +47,18 @@ WITHOUT_KEYS = {"QT_IM_MODULE": "none"}  # environment without the on-screen key
 SOON_SECONDS = 30  # for the immediate effect of a touch
 CHECK_SECONDS = 120  # for the link check 15 s after the start of pppd
 START_SECONDS = 120  # for a start of the program
-DOUBLE_TOUCH_SECONDS = 0.5  # a touch after this time does not complete a double tap
-# With the on-screen keyboard, push buttons ignore touches for this time after a change of windows.
+DOUBLE_TOUCH_SECONDS = 0.5  # after this time, a touch does not complete a double tap
+# If the on-screen keyboard is in use, push buttons ignore touches for this time after a change of
+# windows.
 BUTTON_GUARD_SECONDS = 1.2
 
 
 def stored_parameters(apn: str = "internet", dial: str = "*99#", user: str = "",
                       password: str = "", pin: str = "", method: str = "0") -> bytes:
-    """Return the content of PARAMETERS; the method is the number of its row in the list."""
+    """Return a content of PARAMETERS. @param method row of the authentication method in its list"""
     return "".join(f"{value}\n" for value in (apn, dial, user, password, pin, method)).encode()
 
 
-# Values that tests store in advance.
+# Contents that tests store before the start of the program.
 STORED = stored_parameters(user="operator", password="secret")
 STORED_AUTO = b"1\n5\n"

@@ -17,7 +17,7 @@ from panel.screen import NotShown, PanelError, Screen, Widget, centre
 T = TypeVar("T")
 
 LOOK_SECONDS = 0.02  # first interval between two dumps of the screen
-LONGER, LONGEST = 1.2, 2.5  # growth of the interval per dump; limit of the growth
+LONGER, LONGEST = 1.2, 2.5  # factor of the interval after each dump; limit of the product
 SECONDS = 30.0  # timeout for the effect of a touch or key; the simulated board may be slow
 
 
@@ -27,8 +27,9 @@ class Panel:
 
     @param request  sends one request line to the inspector and returns its reply; raises OSError
            while the inspector does not answer
-    @param pause  seconds between the first two dumps of a wait; later intervals are longer
-    @param rest  waits for seconds by the program's clock, which may be slower than the host's
+    @param pause  interval of the first two dumps of a wait in seconds; later intervals are longer
+    @param rest  waits for a time in seconds by the program's clock, which may be slower than the
+           host's
     """
 
     def __init__(self, request: Callable[[str], dict[str, Any]], pause: float = LOOK_SECONDS,
@@ -36,7 +37,7 @@ class Panel:
         self._request = request
         self._pause = pause
         self._rest = rest
-        self._guard = 0.0  # seconds that buttons may still ignore touches
+        self._guard = 0.0  # seconds for which buttons may still ignore touches
 
     def _ask(self, line: str) -> dict[str, Any]:
         reply = self._request(line)
@@ -63,22 +64,22 @@ class Panel:
         return self.screen().dialog()
 
     def click(self, widget: Widget) -> None:
-        """Touch the middle of a widget or item without waiting for the effect."""
+        """Touch the middle of a widget or item; do not wait for the effect."""
         x, y = centre(widget)
         self._ask(f"click {x} {y}")
 
     def press(self, text: str) -> None:
-        """Touch the button with this text."""
+        """Touch the button with this text, once buttons accept touches."""
         self._rest(self._guard)
         self._guard = 0.0
         self.click(self.button(text))
 
     def key(self, name: str) -> None:
-        """Press a key or chord, such as "Esc" or "Ctrl+A", in the widget with the focus."""
+        """Send a key or chord, such as "Esc" or "Ctrl+A", to the widget with the focus."""
         self._ask(f"key {name}")
 
     def fill(self, label: str, text: str, timeout: float = SECONDS) -> None:
-        """Touch the field beside a label and replace its text by typing."""
+        """Touch the field next to a label and replace its text by hardware key presses."""
         self.click(self.field(label))
         self.wait(lambda screen: screen.field(label)["focus"], timeout, f"focus in {label!r}")
         self.key("Ctrl+A")
@@ -88,7 +89,8 @@ class Panel:
         self._wait_text(label, text, timeout)
 
     def raise_keys(self, label: str, timeout: float = SECONDS) -> Screen:
-        """Touch the field beside a label. @return the screen once the keyboard accepts touches"""
+        """Touch the field next to a label and wait for the keyboard. @return the screen, once a
+        touch on a key does not complete a double tap"""
         self.click(self.field(label))
         self.wait(lambda screen: screen.keys and screen.field(label)["focus"], timeout,
                   f"the keyboard for {label!r}")
@@ -96,7 +98,7 @@ class Panel:
         return self.screen()
 
     def touch_in(self, label: str, text: str, timeout: float = SECONDS) -> None:
-        """Fill the field beside a label by touches on the on-screen keyboard only."""
+        """Replace the text of the field next to a label, with touches on the on-screen keyboard."""
         screen = self.raise_keys(label, timeout)
         for _ in screen.field(label)["text"]:
             self.click(screen.key("Backspace"))
@@ -106,7 +108,7 @@ class Panel:
             if name.isalpha() and screen.key(name)["upper"] != character.isupper():
                 self.click(screen.key("Shift"))
             self.click(screen.key(name))
-            if character.isupper():  # Shift applies to one letter: dump the screen again.
+            if character.isupper():  # Shift applies to one letter; dump the screen again
                 screen = self._wait_text(label, text[:at], timeout)
         self._wait_text(label, text, timeout)
 
@@ -126,16 +128,16 @@ class Panel:
         return screen
 
     def _wait_gone(self, key: str, timeout: float) -> Screen:
-        """Wait until the keyboard shows another page, without this key."""
+        """Wait until the keyboard shows a page without this key. @return the screen"""
         return self.wait(lambda screen: None if screen.has_key(key) else screen, timeout,
-                         f"the page behind {key!r}")
+                         f"the page that {key!r} opens")
 
     def _wait_text(self, label: str, text: str, timeout: float) -> Screen:
         return self.wait(lambda screen: screen if screen.field(label)["text"] == text else None,
                          timeout, f"{text[:60]!r} in {label!r}")
 
     def choose(self, label: str, row: str, timeout: float = SECONDS) -> None:
-        """Touch the combo box beside a label and then a row of its list."""
+        """Touch the combo box next to a label, then a row of its list."""
         self.click(self.field(label))
         self.click(self.wait(lambda screen: screen.row(row), timeout, f"the row {row!r}"))
         self.wait(lambda screen: screen.field(label)["text"] == row, timeout,
@@ -152,7 +154,11 @@ class Panel:
         self.wait(shown, timeout, f"the tab {text!r} open")
 
     def invoke(self, cls: str, slot: str, argument: int | None = None) -> int:
-        """Call a slot from the event loop. @return the call's index in `Screen.invoked`"""
+        """Call a slot from the program's event loop.
+
+        @param cls  class of the object
+        @param argument  int argument of the slot, if it has one
+        @return index of the call in `Screen.invoked`"""
         at = len(self.screen().invoked)
         self._ask(f"invoke {cls} {slot}" + ("" if argument is None else f" {argument}"))
         return at
@@ -163,12 +169,12 @@ class Panel:
 
     def wait(self, predicate: Callable[[Screen], T | None], timeout: float, what: str) -> T:
         """
-        Dump the screen until the predicate returns a true value.
+        Dump the screen repeatedly until the predicate returns a true value.
 
         @param predicate  called with each dump; NotShown counts as false
         @param timeout  seconds, scaled by patient()
         @return the predicate's value
-        @raise PanelError with the last dump
+        @raise PanelError with the last dump after the timeout
         """
         deadline = time.monotonic() + patient(timeout)
         last = "nothing"

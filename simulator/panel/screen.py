@@ -1,7 +1,7 @@
 """A dump of the screen by the inspector plugin, and searches in it.
 
-Widgets are found as an operator finds them: a button or tab by its text, a field or value by the
-label to its left.
+Widgets are found by what an operator sees: buttons and tabs by their texts, fields and values by
+the label to their left.
 """
 
 from __future__ import annotations
@@ -9,8 +9,8 @@ from __future__ import annotations
 from collections.abc import Iterator
 from typing import Any, TypedDict
 
-# A widget, a window, an item of a list or tab bar, or a key, with the entries that the inspector's
-# dump.cpp sets. A "rect" is [x, y, width, height] in pixels of the screen.
+# A widget, a window, an item of a list or tab bar, or a key of the on-screen keyboard. dump.cpp of
+# the inspector sets the entries. A "rect" is [x, y, width, height] in pixels of the screen.
 Widget = TypedDict("Widget", {
     "class": str, "text": str, "title": str, "style": str, "rect": list[int], "window": int,
     "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "checked": bool, "index": int,
@@ -76,13 +76,13 @@ class Screen:
                      for key in window.get("keys", [])]
 
     def all(self, *classes: str, visible: bool = True) -> Iterator[Widget]:
-        """Every widget of these classes; hidden ones too when `visible` is false."""
+        """Yield the widgets of these classes; hidden ones, too, when `visible` is false."""
         for widget in self.widgets:
             if widget["class"] in classes and (widget["visible"] or not visible):
                 yield widget
 
     def button(self, text: str) -> Widget:
-        """The visible push or radio button with this text, in the topmost window that has one."""
+        """Return the visible button with this text, in the topmost window that has one."""
         found = [w for w in self.all(*BUTTONS) if w["text"] == text]
         if found:
             return found[-1]
@@ -90,9 +90,11 @@ class Screen:
 
     def beside(self, label: str, *classes: str) -> Widget:
         """
-        The widget of these classes beside a label.
+        Return the widget of these classes next to a label.
 
-        On a shown page it is in the label's row, on a hidden page it is the next child.
+        On a visible page it is the next one in the label's row, on a hidden page the next child.
+
+        @raise NotShown when there is none
         """
         for at, widget in enumerate(self.widgets):
             if widget["class"] != "QLabel" or widget["text"] != label:
@@ -106,22 +108,22 @@ class Screen:
                        if w["class"] in classes and w["window"] == widget["window"]]
             if row:
                 return row[0]
-        raise NotShown(f"nothing beside {label!r} on {self.short()}")
+        raise NotShown(f"nothing next to {label!r} on {self.short()}")
 
     def field(self, label: str) -> Widget:
-        """The line edit or combo box beside a label."""
+        """Return the line edit or combo box next to a label."""
         return self.beside(label, "QLineEdit", "QComboBox")
 
     def value(self, label: str) -> Widget:
-        """The label that shows the value beside a label."""
+        """Return the value next to a label, which is a label, too."""
         return self.beside(label, "QLabel")
 
     def tab(self, text: str) -> Widget:
-        """A tab: {"text", "rect"}."""
+        """Return a tab: {"text", "rect"}."""
         return self._item(text, "QTabBar")
 
     def row(self, text: str) -> Widget:
-        """A row of an open list, such as a combo box's: {"text", "rect"}."""
+        """Return a row of an open list, such as that of a combo box: {"text", "rect"}."""
         return self._item(text, "QComboBoxListView", "QListView")
 
     def _item(self, text: str, *classes: str) -> Widget:
@@ -132,8 +134,8 @@ class Screen:
         raise NotShown(f"no item {text!r} on {self.short()}")
 
     def key(self, name: str) -> Widget:
-        """The on-screen key with this name: a character (letters in lower case), Backspace, Enter,
-        Hide, Shift, or the name of a page."""
+        """Return a key of the on-screen keyboard by its name: a character (letters in lower case),
+        Backspace, Enter, Hide, Shift, or the name of a page."""
         for key in self.keys:
             if key["text"] == name:
                 return key
@@ -143,7 +145,8 @@ class Screen:
         return any(key["text"] == text for key in self.keys)
 
     def dialog(self) -> Widget:
-        """The modal window on top, with "text" (its labels) and "buttons" (their texts)."""
+        """Return the topmost modal window, with "text" (the texts of its labels) and "buttons" (the
+        texts of its buttons)."""
         for at in reversed(range(len(self.windows))):
             window = self.windows[at]
             if not (window["visible"] and window["modal"]):
@@ -160,18 +163,18 @@ class Screen:
         return any(w["visible"] and w["modal"] for w in self.windows)
 
     def main_window(self) -> Widget:
-        """The main window, shown or not."""
+        """Return the main window, visible or hidden."""
         for window in self.windows:
             if window["class"] == "Widget":
                 return window
         raise NotShown(f"no main window on {self.short()}")
 
     def busy_bars(self) -> list[Widget]:
-        """The busy indicators that are shown."""
+        """Return the visible busy bars."""
         return [w for w in self.all("QProgressBar") if w["minimum"] == w["maximum"]]
 
     def orphans(self, cls: str) -> list[Widget]:
-        """Widgets of this class that are on no page: they have no parent widget."""
+        """Return the widgets of this class without a parent widget, which are on no page."""
         return [w for w in self.all(cls, visible=False)
                 if self.windows[w["window"]]["class"] == cls]
 
@@ -179,29 +182,30 @@ class Screen:
         """
         Return the layout faults, one line each.
 
-        A faulty widget leaves its window, is smaller than its content, or overlaps another widget.
-        A faulty window leaves the screen.
+        A fault is a widget that extends beyond its window, is smaller than its content or overlaps
+        another widget, or a window that extends beyond the screen.
         """
         faults = []
         leaves = [w for w in self.all(*LEAVES) if "hint" in w]
         for at, widget in enumerate(leaves):
             name = f'{widget["class"]} {widget.get("text", "")!r} at {widget["rect"]}'
             if not _inside(widget["rect"], self.windows[widget["window"]]["rect"]):
-                faults.append(f"{name} leaves its window")
+                faults.append(f"{name} extends beyond its window")
             needs = widget["minimumHint"] if widget["class"] == "QLineEdit" else widget["hint"]
             if widget["rect"][2] < needs[0] or widget["rect"][3] < needs[1]:
-                faults.append(f"{name} needs {needs}")
+                faults.append(f"{name} is smaller than its content, {needs}")
             for other in leaves[at + 1:]:
                 if (other["window"] == widget["window"]
                         and _overlap(widget["rect"], other["rect"])):
                     faults.append(f'{name} overlaps {other["class"]} at {other["rect"]}')
         for at, window in enumerate(self.windows):
             if window["visible"] and not _inside(window["rect"], [0, 0, *self.size]):
-                faults.append(f'window {window["class"]} at {window["rect"]} leaves the screen')
+                faults.append(
+                    f'window {window["class"]} at {window["rect"]} extends beyond the screen')
         return faults
 
     def short(self) -> str:
-        """Return the shown content, one line per window and per widget with a text."""
+        """Return the visible content, one line per window and per widget with a text."""
         lines = [f"screen {self.size}"]
         for at, window in enumerate(self.windows):
             if not window["visible"]:

@@ -1,4 +1,4 @@
-"""Runs the unchanged program on the host, in a private root that has its absolute paths.
+"""Runs the unchanged program on the host, in a private root file system with the board's paths.
 
-For tests of the whole program and for ./preview; needs no privileges.
+The end-to-end tests and ./preview use it. It needs no privileges.
 """

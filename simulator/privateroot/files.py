@@ -1,4 +1,4 @@
-"""The private root's file system: the files that the program reads, writes and runs."""
+"""The files of a private root: those that the program reads, writes and runs."""
 
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
 LINK_DOWN = "lo: flags=73\n"
 LINK_UP = LINK_DOWN + "ppp0: flags=4305<UP,POINTOPOINT,RUNNING,NOARP,MULTICAST>  mtu 1500\n"
 
-# Programs of the board with a stand-in, and those that are the host's own.
+# Programs of the board that have a stand-in, and programs taken from the host.
 STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
 TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 STAND_IN = "/testfakes/boardprogram"
@@ -28,11 +28,11 @@ BLOCK_ADDRESS = 4  # address of the parameters in the chip, 2 bytes each
 class RootFiles:
     """The directories of a private root on the host; remove() deletes them.
 
-    @param usb devices on the bus, in the format of fakes/fakeusb.c
-    @param nodes names in /dev beside the usual ones
-    @param setup shell commands run inside before the program
-    @param launch the shell command that runs it: "program", then the wrapper command that starts
-        it, if any, then redirections
+    @param usb devices on the USB bus, in the format of fakes/fakeusb.c
+    @param nodes names of device nodes in /dev, in addition to the usual ones
+    @param setup shell commands to run in the private root before the program
+    @param launch shell command that runs the program: "program", then a wrapper command, if any,
+        then redirections
     """
 
     def __init__(self, *, usb: str = DONGLE, nodes: Iterable[str] = ("ttyUSB0",),
@@ -107,7 +107,7 @@ class RootFiles:
         self.write(CHIP_MARKER, b"")
 
     def _replace(self, name: str, text: str) -> None:
-        """Replace a control file atomically, so that its readers never get a part of it."""
+        """Replace a control file atomically, so that readers never get incomplete content."""
         new = self.run / f"{name}.new"
         new.write_text(text)
         new.replace(self.run / name)
@@ -120,22 +120,23 @@ class RootFiles:
         self._replace("interfaces", LINK_UP if up else LINK_DOWN)
 
     def answer(self, name: str, script: str) -> None:
-        """Set the shell script that the board's program `name` runs from now on."""
+        """Set the answer script, in shell, of the board's program `name`."""
         self._replace(f"answers/{name}", script)
 
     def answer_as_usual(self, name: str) -> None:
-        """Remove the script of the board's program `name`, which then acts as in a new root."""
+        """Remove the answer script of the board's program `name`, which then behaves as usual."""
         self.run.joinpath("answers", name).unlink(missing_ok=True)
 
     def unwrap(self, name: str, program: str = "") -> None:
-        """Replace a stand-in by a faster program.
-        @param program path in the private root; by default the host's own, without a log"""
+        """Replace a stand-in with a faster program.
+
+        @param program path in the private root; by default the host's, which logs no calls"""
         stand_in = self.run / "bin" / name
         stand_in.unlink()
         stand_in.symlink_to(program or f"/usr/bin/{name}")
 
     def remove(self) -> None:
-        """Remove the directories, whatever their permissions are now."""
+        """Remove the directories, even if tests have removed their permissions."""
         for folder in self.base.rglob("*"):
             if folder.is_dir() and not folder.is_symlink():
                 folder.chmod(0o700)

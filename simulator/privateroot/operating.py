@@ -13,11 +13,12 @@ from panel.screen import Screen, Widget
 from privateroot.files import LAUNCH
 from privateroot.process import PrivateRoot
 
-AUTO = b"0\n7\n"  # content of AUTO_CONNECT, to go with STORED; not the defaults
-DIALLING = ["killall pppd", "pppd call ppp-connect"]  # the commands of a Connect
+AUTO = b"0\n7\n"  # content of AUTO_CONNECT that differs from the defaults
+DIALLING = ["killall pppd", "pppd call ppp-connect"]  # commands that Connect runs
 FAKETIME = "/usr/$LIB/faketime/libfaketime.so.1"
 CLOCK_FILE = "/testrun/clock"
-# The program's date follows CLOCK_FILE at once; the clock that its timers use does not change.
+# Arguments of a root in which the program reads its date from CLOCK_FILE at each call. Its
+# monotonic clock, which its timers use, is not changed.
 STEPPED: dict[str, Any] = {"preload": [FAKETIME], "launch": LAUNCH.replace(
     "program", f"program /usr/bin/env FAKETIME_TIMESTAMP_FILE={CLOCK_FILE} FAKETIME_NO_CACHE=1 "
     "FAKETIME_DONT_FAKE_MONOTONIC=1 FAKETIME_DISABLE_SHM=1")}
@@ -25,13 +26,13 @@ SECONDS = 10  # timeout for the effect of a touch or a link check
 
 
 def expect(holds: object, what: str) -> None:
-    """Check a condition. @raise AssertionError that names it"""
+    """Check a condition. @raise AssertionError with the text `what` if it is false"""
     if not holds:
         raise AssertionError(what)
 
 
 def stored_root(parameters: bytes = STORED, auto: bytes = AUTO, **how: Any) -> PrivateRoot:
-    """Make a private root with stored parameters. The program does not run yet."""
+    """Make a private root with stored parameters; do not start the program."""
     root = PrivateRoot(**how)
     root.write(PARAMETERS, parameters)
     root.write(AUTO_CONNECT, auto)
@@ -46,7 +47,7 @@ def started(**how: Any) -> Iterator[PrivateRoot]:
 
 
 def step_clock(root: PrivateRoot, moment: str) -> None:
-    """Set the clock of a program started with STEPPED. @param moment in the format of faketime"""
+    """Set the date of a program started with STEPPED. @param moment date in faketime's format"""
     root.host(CLOCK_FILE).write_text(f"{moment}\n")
 
 
@@ -59,7 +60,7 @@ def connect(root: PrivateRoot) -> list[str]:
 
 
 def link_shown(screen: Screen, up: bool) -> bool:
-    """True when buttons, setting page and label show the link up or down."""
+    """Return true when the buttons, the setting page and the label show the link in this state."""
     value = screen.value(LINK_STATUS)
     return (screen.button("Connect")["enabled"] is not up
             and screen.button("Disconnect")["enabled"] is up
@@ -94,7 +95,7 @@ def call(root: PrivateRoot, slot: str, argument: int | None = None,
     @return its result; 0 when it has none"""
     number = root.panel.invoke("Makeup", slot, argument)
     meanwhile()
-    root.wait(lambda screen: not screen.invoked[number]["running"], SECONDS, f"the end of {slot}")
+    root.wait(lambda screen: not screen.invoked[number]["running"], SECONDS, f"{slot} has returned")
     return int(root.panel.screen().invoked[number].get("result", 0))
 
 
@@ -104,7 +105,7 @@ def query_signal(root: PrivateRoot, meanwhile: Callable[[], object] = lambda: No
 
 
 def signal_value(root: PrivateRoot) -> Widget:
-    """Return the label that shows the signal, which is on no page."""
+    """Return the label with the reply to the signal query; it is on no page."""
     return next(label for label in root.panel.screen().orphans("QLabel")
                 if label["text"] != "Signal Strength:")
 
@@ -116,14 +117,16 @@ def ping(root: PrivateRoot) -> str:
 
 
 def leave(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
-    """Touch Exit and check the exit. @param processes names of processes that may be left"""
+    """Touch Exit and check that the program exits cleanly.
+
+    @param processes names of the processes that must be left"""
     root.panel.press("Exit")
     ended(root, processes)
 
 
 def ended(root: PrivateRoot, processes: Sequence[str] = ()) -> None:
-    """Check that the program exits cleanly and leaves only the named processes."""
+    """Check that the program exits cleanly and that exactly the named processes are left."""
     expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")
     root.wait_until(lambda: root.processes() == list(processes), SECONDS,
                     f"only {processes} left, not {root.processes()}")
-    expect("usb leak" not in map(str, root.calls()), "the list of USB devices freed")
+    expect("usb leak" not in map(str, root.calls()), "the list of USB devices has been freed")

@@ -1,6 +1,6 @@
-"""Shows the real program on this host, with a simulated dongle and simulated board commands.
+"""Runs the real program on this host, with a simulated dongle and simulated board commands.
 
-Connect succeeds; with the APN "fail" it fails after 15 s, when the program checks the link.
+Connect succeeds. With the APN "fail" it fails after 15 s, when the program checks the link.
 """
 
 from __future__ import annotations
@@ -42,7 +42,7 @@ def arguments() -> argparse.Namespace:
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     sizes = ", ".join(f"{width}x{height}" for width, height in SIZES)
     parser.add_argument("--size", type=size, default=SIZES[1], metavar="WxH",
-                        help=f"the panel in pixels; the board's are {sizes}")
+                        help=f"panel size in pixels (the board's panels: {sizes})")
     parser.add_argument("--language", type=int, choices=LANGUAGES, default=0, metavar="N",
                         help=", ".join(f"{n} {name}" for n, name in LANGUAGES.items()))
     return parser.parse_args()
@@ -59,7 +59,7 @@ def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
 
 
 def start(stack: ExitStack, *command: str) -> None:
-    """Start a program that is terminated with the stack, or with this process in any case."""
+    """Start a program that is terminated when the stack is closed or this process exits."""
     process = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *command],
                                stderr=subprocess.DEVNULL)
     stack.callback(process.wait)
@@ -67,7 +67,7 @@ def start(stack: ExitStack, *command: str) -> None:
 
 
 def free_port() -> int:
-    """Return the program's own port number, or another one if that is in use."""
+    """Return the usual VNC port, or another free port if that is in use."""
     try:
         with socket.create_server((HOST, VNC_PORT)):
             return VNC_PORT
@@ -77,7 +77,9 @@ def free_port() -> int:
 
 
 def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
-    """Forward a port of the host's loopback interface to the program. @return address and port"""
+    """Forward a port of the host's loopback interface to the program's VNC server.
+
+    @return address and port"""
     port = free_port()
     start(stack, "socat", f"TCP-LISTEN:{port},bind={HOST},reuseaddr,fork",
           f"UNIX-CONNECT:{root.run}/{SOCKET}")
@@ -91,11 +93,12 @@ def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
 
 
 def show(stack: ExitStack, root: PrivateRoot) -> None:
-    """Print the screen's address, and open a viewer if the host has a display."""
+    """Print the VNC address, and start a viewer if the host has a display."""
     address = lead_out(stack, root)
     print(f"VNC: {address}\nProcess: {root.pid}\n"
-          f"Dongle: {root.run}/usb (empty it to pull the dongle)\n"
-          f"Parameters: {root.host(PARAMETERS)}\nCtrl-C or Exit ends it.", flush=True)
+          f"Dongle: {root.run}/usb (empty this file to unplug the dongle)\n"
+          f"Parameters: {root.host(PARAMETERS)}\n"
+          "To end, touch Exit on the panel or press Ctrl-C here.", flush=True)
     if os.environ.keys() & {"DISPLAY", "WAYLAND_DISPLAY"} and shutil.which(VIEWER):
         start(stack, VIEWER, address.replace(":", "::"))
 

@@ -1,8 +1,8 @@
 """The program's process in its private root.
 
-`bwrap` makes the root: the host's /usr is read-only, and the caller sets up the directories that
-the program writes to, its devices and the programs that it calls. Nothing outside is changed.
-All processes of the root are killed with the `PrivateRoot`.
+bubblewrap (`bwrap`) makes the root. The host's /usr is mounted read-only. The directories that the
+program writes to, its device nodes and the programs that it calls belong to the root, so nothing
+outside is changed. close() kills all processes of the root.
 """
 
 from __future__ import annotations
@@ -30,14 +30,14 @@ BUILD = Path(os.environ.get("CORVANTA_BUILD", HERE.parents[1] / "build/native"))
 class PrivateRoot(RootRecord):
     """A run of the program.
 
-    Set up files and directories after construction, with host() and write(). start() runs the
-    program; close() kills all processes that are left.
+    After construction, set up files with host() and write(). Then start() runs the program, and
+    close() kills all processes that are left.
 
-    @param size the panel's width and height in pixels
-    @param preload further libraries: one of the directory fakes by its name, any other by its path
-    @param mounts further arguments for bwrap, after all others
-    @param inspected true to load the inspector, which touches and dumps of the screen need
-    @param keys true for the on-screen keyboard; without it a touched field does not move
+    @param size width and height of the panel in pixels
+    @param preload additional libraries to preload: names in the directory fakes, or paths
+    @param mounts additional arguments for bwrap, after all others
+    @param inspected true to load the inspector, which `panel` needs
+    @param keys true to enable the on-screen keyboard, which moves the window
     @param files arguments of RootFiles
     """
 
@@ -105,7 +105,10 @@ class PrivateRoot(RootRecord):
 
     def start(self, *, shown: bool = True, timeout: float = 10.0) -> Self:
         """Run the program.
-        @param shown true to wait until the main window is on the screen"""
+
+        @param shown true to wait until the main window is shown
+        @param timeout seconds for the start of the process, and for the window
+        @raise RootError when the program does not start"""
         info_read, info_write = os.pipe()
         with open(info_read, "rb") as info, open(self.run / "bwrap", "wb") as errors:
             try:
@@ -135,7 +138,7 @@ class PrivateRoot(RootRecord):
         return self.pid != 0
 
     def wait_shown(self, timeout: float = 10.0) -> None:
-        """Wait until the main window is on the screen."""
+        """Wait until the main window is shown. @raise RootError after the timeout"""
         try:
             self.wait(lambda screen: screen.main_window()["visible"], timeout, "the main window")
         except AssertionError as error:
@@ -148,7 +151,8 @@ class PrivateRoot(RootRecord):
         os.kill(self.pid, number)
 
     def inner_read(self, path: str) -> bytes | None:
-        """Return the content of a file as seen inside the root, or None if it does not exist."""
+        """Return the content of a file inside the root, including its own mounts; None if the file
+        does not exist."""
         try:
             return Path(f"/proc/{self._init}/root{path}").read_bytes()
         except FileNotFoundError:
@@ -173,7 +177,8 @@ class PrivateRoot(RootRecord):
         return int(text.split("flags:")[1].split()[0], 8)
 
     def processes(self) -> list[str]:
-        """Return the names of the root's processes, except the program and those of the root."""
+        """Return the sorted names of the processes in the root, except for the program and those
+        that keep the root running."""
         return sorted(process_name(pid) for pid in descendants(self._init)
                       if pid != self.pid and process_name(pid) and not self._keeps_root(pid))
 
@@ -184,7 +189,7 @@ class PrivateRoot(RootRecord):
                 command = Path(f"/proc/{pid}/cmdline").read_bytes()
             except (FileNotFoundError, ProcessLookupError):
                 return True
-        # The last one forwards a viewer's connections.
+        # UNIX-LISTEN is in the command line of socat, which forwards VNC connections.
         return any(word in command for word in (b"/testroot/session", b"infinity", b"UNIX-LISTEN"))
 
     def close(self) -> None:
@@ -193,6 +198,6 @@ class PrivateRoot(RootRecord):
             self._bwrap.kill()
             self._bwrap.wait()
             wait_until(lambda: process_name(self._init) in ENDED, 10,
-                       "the private root's processes gone")
+                       "the private root's processes exited")
             self._bwrap = None
         self.remove()

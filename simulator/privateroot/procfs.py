@@ -1,4 +1,4 @@
-"""Processes of this machine, from /proc."""
+"""Reads the state of the host's processes from /proc."""
 
 from __future__ import annotations
 
@@ -10,7 +10,8 @@ ENDED = ("", "<defunct>")  # names of a process that has exited
 
 
 def _fields(pid: int) -> tuple[str, list[str]]:
-    """Return a process's name and the fields after it in /proc/PID/stat; ("", []) without one."""
+    """Return a process's name and the fields after it in /proc/PID/stat; ("", []) if it does not
+    exist."""
     try:
         text = Path(f"/proc/{pid}/stat").read_text()
     except (FileNotFoundError, ProcessLookupError):
@@ -26,7 +27,7 @@ def process_name(pid: int) -> str:
 
 
 def children(parent: int) -> list[int]:
-    """Return the present children of a process."""
+    """Return the process IDs of the children of a process."""
     found: list[int] = []
     with suppress(FileNotFoundError, ProcessLookupError):  # The process has exited.
         for thread in os.listdir(f"/proc/{parent}/task"):
@@ -37,7 +38,7 @@ def children(parent: int) -> list[int]:
 
 
 def descendants(ancestor: int) -> list[int]:
-    """Return the children of a process, their children and so on."""
+    """Return the process IDs of the children of a process, of their children, and so on."""
     found = []
     waiting = children(ancestor)
     while waiting:
@@ -48,7 +49,7 @@ def descendants(ancestor: int) -> list[int]:
 
 
 def is_pending(pid: int, signal: int) -> bool:
-    """Return true when a signal is pending for the process as a whole."""
+    """Return true when a signal is pending for a process, rather than for one of its threads."""
     status = Path(f"/proc/{pid}/status").read_text()
     return bool(int(status.split("ShdPnd:")[1].split()[0], 16) >> (signal - 1) & 1)
 
@@ -59,7 +60,7 @@ def processor_ticks(pid: int) -> int:
 
 
 def wakeups(pid: int) -> int:
-    """Return how often the threads of a process have gone to sleep so far."""
+    """Return the number of voluntary context switches of all threads of a process so far."""
     statuses = [file.read_text() for file in Path(f"/proc/{pid}/task").glob("*/status")]
     return sum(int(status.partition("\nvoluntary_ctxt_switches:")[2].split()[0])
                for status in statuses)
@@ -76,5 +77,5 @@ def resident_kib(pid: int) -> int:
 
 
 def private_kib(pid: int) -> int:
-    """Return the anonymous memory of a process, which no file backs, in KiB."""
+    """Return the anonymous memory of a process in KiB, which is not backed by files."""
     return _rollup_kib(pid, "Anonymous")

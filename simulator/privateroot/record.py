@@ -1,4 +1,4 @@
-"""The record of a run of the program: its calls of the board's programs, output and exit status."""
+"""The record of a run: the program's calls of external commands, its output and exit status."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ from typing import NamedTuple
 from privateroot.files import RootFiles
 from privateroot.waiting import RootError, wait_until
 
-# Lines of every start: from the platform plugin, and about the chip that the root does not have.
+# Beginnings of lines that every start prints, from the platform plugin and about the chip.
 USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
 
 
@@ -27,7 +27,9 @@ class RootRecord(RootFiles):
     """A private root's files, with the output of the program and the log of its stand-ins."""
 
     def calls(self, *names: str) -> list[Call]:
-        """Return the calls of the board's programs so far, in order: of these names, or all."""
+        """Return the calls of the board's programs so far, in order.
+
+        @param names names of the programs; none for all"""
         calls = []
         for line in self.run.joinpath("calls").read_text().splitlines():
             moment, name, *rest = line.split(" ", 2)
@@ -36,12 +38,13 @@ class RootRecord(RootFiles):
         return calls
 
     def commands(self, since: int = 0) -> list[str]:
-        """Return the calls as command lines, without searches for a device node or the dongle."""
+        """Return the calls as command lines, except for searches for a device node or the dongle.
+
+        @param since number of calls to skip"""
         return [str(call) for call in self.calls()[since:] if call.name not in ("ls", "usb")]
 
     def wait_calls(self, name: str, count: int, timeout: float = 5.0) -> Call:
-        """Wait until a program has been called `count` times.
-        @return the last of these calls"""
+        """Wait until a program has been called `count` times. @return the last of these calls"""
         self.wait_until(lambda: len(self.calls(name)) >= count, timeout,
                         f"call {count} of {name}")
         return self.calls(name)[count - 1]
@@ -52,11 +55,11 @@ class RootRecord(RootFiles):
         return int(status) if status else None
 
     def wait_exit(self, timeout: float = 5.0) -> int | None:
-        self.wait_until(lambda: self.exit_status() is not None, timeout, "the program's end")
+        self.wait_until(lambda: self.exit_status() is not None, timeout, "the program has exited")
         return self.exit_status()
 
     def errors(self) -> list[str]:
-        """Return the lines on standard error, without those of every start."""
+        """Return the lines on standard error, except for those that every start prints."""
         lines = self.run.joinpath("stderr").read_text(errors="replace").splitlines()
         return [line for line in lines if not line.startswith(USUAL_OUTPUT)]
 

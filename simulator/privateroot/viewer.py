@@ -1,5 +1,4 @@
-"""A client of the panel's VNC screen (RFC 6143): touches and keys for a program without the
-inspector."""
+"""A VNC client (RFC 6143) that sends touches and keys to a program without the inspector."""
 
 from __future__ import annotations
 
@@ -11,16 +10,17 @@ SHARED = b"\1"  # keep other viewers connected
 NO_PASSWORD = b"\0\0\0\1"
 VERSION_BYTES, FORMAT_BYTES = 12, 16
 
-# Access to the screen of a private root, which has its own network: a socket, and its set-up.
+# A private root has its own network namespace, so socat forwards connections from a Unix socket.
+# SETUP is the set-up command for a root.
 VNC_PORT = 5900
 SOCKET = "vnc"  # in the run's directory
 SETUP = f"socat UNIX-LISTEN:/testrun/{SOCKET},fork TCP:127.0.0.1:{VNC_PORT} &\n"
 
 
 class Viewer:
-    """A connection to the screen that never requests its contents.
+    """A connection to the VNC server that never requests the content of the screen.
 
-    @param connection to the server; closed at the end
+    @param connection socket of the server, which this object closes
     @raise AssertionError when the server requires a password
     """
 
@@ -52,17 +52,17 @@ class Viewer:
         self._connection.sendall(b"\5\1" + place + b"\5\0" + place)
 
     def press(self, *symbols: int) -> None:
-        """Press the last key while the others are down."""
+        """Press keys together and release them in reverse order. @param symbols X keysyms"""
         held = [(1, symbol) for symbol in symbols]
         for down, symbol in [*held, *((0, symbol) for _, symbol in reversed(held))]:
             self._connection.sendall(b"\4" + bytes([down]) + b"\0\0" + symbol.to_bytes(4, "big"))
 
     def type(self, text: str) -> None:
-        """Replace the text of the field with the focus by lower-case letters and digits."""
+        """Replace the text of the focused field. @param text lower-case letters and digits"""
         self.press(CONTROL, ord("a"))
         for character in text:
             self.press(ord(character))
 
     def wait_end(self) -> bool:
-        """Wait until the server closes the connection. @return true when it sent nothing more"""
+        """Wait until the server closes the connection. @return true when it sent no more data"""
         return self._stream.read() == b""

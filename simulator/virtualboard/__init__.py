@@ -1,1 +1,1 @@
-"""A simulated board with all its parts, and its command-line tool."""
+"""A simulated board, its parts, and its command-line tool."""

@@ -1,4 +1,4 @@
-"""A simulated board: starts from a saved machine state, is operated and inspected, and stops."""
+"""A simulated board that starts from a saved machine state and is operated by the host."""
 
 import re
 import subprocess
@@ -26,9 +26,9 @@ from virtualboard.records import Records
 
 UP_SECONDS = 120
 INSTALL_SECONDS = 180
-LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, each of which slows the board
+LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, because each dump slows the board
 
-# Installs the program as on any board, and stops it until Program.start().
+# Installs the package as on any board, and stops the program until Program.start().
 INSTALLING = "/run/installing"  # its change time is the start of the installation
 INSTALL = f"""
 set -e
@@ -37,7 +37,7 @@ dpkg --install /app/{appdisk.PACKAGE} >/run/dpkg.log 2>&1 || {{ cat /run/dpkg.lo
 systemctl stop corvanta
 rm -f /run/program/*
 """
-# Drop all cached blocks of the program disk, because a saved state may start with another disk.
+# Drops all cached blocks of the program disk, because a saved state may be used with another disk.
 FORGET = """
 set -e
 umount /app
@@ -53,7 +53,7 @@ def state_file(machine: Path, size: tuple[int, int]) -> Path:
 
 class Board:
     """
-    A board and its panel; a context manager that copies the logs and switches the board off.
+    A board and its panel: a context manager that copies the logs and switches the board off.
 
     Operate it through its parts: `guest`, `dongle`, `chip`, `program`, `panel`, `fingers`,
     `keyboard` and `records`.
@@ -66,7 +66,7 @@ class Board:
     @param machine  directory of the image and of the saved states
     @param state  saved state to use instead of the one with the program installed
     @param panel_on  true to turn the panel on at the start
-    @param changes  archive by stored() of an earlier board: boot and restore its files
+    @param changes  archive that stored() of an earlier board has returned: boot with these files
     @param logs  true to copy the logs even after a success
     @param spare  image of the third disk, as in machine.qemu.start()
     """
@@ -104,7 +104,7 @@ class Board:
 
     def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
                  __: TracebackType | None) -> None:
-        # Ctrl-C and signals do not raise an Exception: then exit without the logs.
+        # After Ctrl-C or a signal, which do not raise an Exception, exit without the logs.
         wanted = self._logs if kind is None else issubclass(kind, Exception)
         try:
             if wanted and not self._stands_still:
@@ -115,7 +115,9 @@ class Board:
             self.off()
 
     def start(self) -> None:
-        """Start the board until the program can be started. The dongle is not plugged in."""
+        """Start the board and wait until the program can be started.
+
+        The dongle is not plugged in."""
         programs.require_packages()
         if not (self._machine / rootfs.KERNEL).is_file():
             raise BoardError("no image: run simulator/board image")
@@ -131,7 +133,7 @@ class Board:
         disk = appdisk.ensure()
         with locked(RUNS / f".{self.folder.name}.lock"):
             if Process.of(self.folder):
-                raise BoardError(f"the run {self.folder.name} has a board already")
+                raise BoardError(f"a board named {self.folder.name} is already running")
             remove(self.folder)
             self.folder.mkdir(parents=True)
             if self._changes:
@@ -172,7 +174,7 @@ class Board:
         self._connections.close()
 
     def off(self) -> None:
-        """Kill the machine, as in a power cut; only its directory is kept."""
+        """Kill the machine, as in a power cut, but keep its directory."""
         self._connections.close()
         if self._process:
             self._process.end()
@@ -184,26 +186,26 @@ class Board:
             remove(self.folder / name)
 
     def cut_power(self) -> None:
-        """Kill the machine from any thread; its users soon get a BoardError."""
+        """Kill the machine, from any thread. Waiting calls soon raise a BoardError."""
         self._power_cut = True
         if process := self._process:
             process.kill()
 
     def save(self, file: Path) -> None:
-        """Stop the machine and write its whole state."""
+        """Stop the machine and write its complete state to a file."""
         self._connections.qmp.save(file)
         self._stands_still = True
 
     def stored(self) -> bytes:
-        """Return a tar archive of the board's files that have changed since the start of the
-        program's installation."""
+        """Return a tar archive of all files of the board that have changed since the installation
+        of the package began."""
         self.guest.sh(f"find / -xdev -cnewer {INSTALLING} ! -path '/tmp/*' | "
                       "tar -c -f /run/changes.tar --no-recursion -T - 2>/dev/null", UP_SECONDS)
         return self.guest.read("/run/changes.tar")
 
     def photograph(self, file: str | Path) -> Path:
-        """Take a screenshot as Records.picture does, but after the program has painted."""
-        for _ in range(2):  # a paint reaches the panel after the next turn of the event loop
+        """Take a screenshot, as Records.picture() does, after the program has painted."""
+        for _ in range(2):  # painting reaches the panel in the next iteration of the event loop
             self.program.keep_up()
         return self.records.picture(file)
 
@@ -221,7 +223,8 @@ class Board:
                 f"-ex 'target remote 127.0.0.1:{port}'")
 
     def _request(self, line: str) -> dict[str, Any]:
-        """Serve `Panel`: QEMU makes touches, keys and screenshots, the inspector dumps."""
+        """Serve a request of `Panel`. QEMU makes touches, key presses and screenshots; the
+        inspector serves all other requests."""
         word, _, rest = line.partition(" ")
         if word == "click":
             x, y = map(int, rest.split())
@@ -242,8 +245,8 @@ def installed_state(size: tuple[int, int]) -> Path:
     """
     Return the saved state with a panel of that size and the program's package installed.
 
-    It is made again when the package or the image has changed, which takes some seconds. Without a
-    package it is the image's own state.
+    If the package or the image has changed, make the state again, which takes some seconds. Without
+    a package, return the state of the image.
     """
     plain = state_file(MACHINE, size)
     if not appdisk.key():

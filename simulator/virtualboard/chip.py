@@ -39,32 +39,32 @@ class Chip:
     def put_in(self, parameters: Mapping[int, int] | None = None, *, marker: bool = True,
                fault: str | None = None) -> None:
         """
-        Put a chip with an empty log into the board, in place of any earlier one.
+        Insert a chip with an empty log; it replaces any earlier chip.
 
-        @param parameters  0 to 65535 by index, 0 to 99; the others are 0
-        @param marker  true to create the file without which the program reads no parameters
-        @param fault  one of FAULTS: "missing" is no chip at all, "slow" delays every message by
-               SLOW_MS
+        @param parameters  values, 0 to 65535, by index, 0 to 99; all others are 0
+        @param marker  true to create the file without which the program does not read the chip
+        @param fault  one of FAULTS: "missing" inserts no chip, "slow" delays every message by
+               SLOW_MS, and chipsim.cpp describes the others
         @raise BoardError when the device does not appear
         """
         words = [fault or "none", str(SLOW_MS if fault == "slow" else 0),
                  *(f"{index}={value}" for index, value in (parameters or {}).items())]
         mark = "touch" if marker else "rm -f"
         put_in = "" if fault == "missing" else PUT_IN % shlex.join(words)
-        # One command, because each takes the board noticeable time.
+        # One command for everything, because each command takes the board noticeable time.
         self._guest.sh(f"{TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; {mark} {CHIP_MARKER}\n"
                        f"{put_in}")
 
     def take_out(self) -> None:
-        """Take the chip out, if there is one, but keep its log."""
+        """Remove the chip, if there is one, but keep its log."""
         self._guest.sh(TAKE_OUT)
 
     def log(self) -> list[str]:
-        """Return the chip's log entries without the times; chipsim.cpp has their format."""
+        """Return the chip's log entries without times, in the format described in chipsim.cpp."""
         return [text for _, text in self.timed_log()]
 
     def timed_log(self) -> list[tuple[float, str]]:
-        """Return the log entries with their times, in seconds since the chip was put in."""
+        """Return the log entries with their times, in seconds since the chip was inserted."""
         try:
             lines = self._guest.read(LOG).decode().splitlines()
         except FileNotFoundError:

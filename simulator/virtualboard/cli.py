@@ -70,7 +70,7 @@ def do_boot(chosen: Options) -> None:
 
 def _screen(board: Board) -> Screen:
     if not board.program.running():
-        raise BoardError("the program does not run: start it with simulator/board panel start")
+        raise BoardError("the program is not running: start it with simulator/board panel start")
     return board.panel.screen()
 
 
@@ -84,7 +84,9 @@ def do_touch(board: Board, chosen: Options) -> None:
 
 
 def _find(board: Board, text: str) -> tuple[int, int]:
-    """Return the middle of the button, list row, tab, labelled field or key with this text."""
+    """Return the middle of the button, list row, tab, field or key with this text or label.
+
+    @raise BoardError when there is none"""
     screen = _screen(board)
     for look in (screen.button, screen.row, screen.tab, screen.field, screen.key):
         try:
@@ -141,7 +143,8 @@ def parser() -> argparse.ArgumentParser:
             ("sysroot", do_sysroot, "build the sysroot of the cross build"),
             ("app", do_app, "build the disk with the cross-built programs")):
         verbs.add_parser(name, help=text, description=text).set_defaults(on_host=action)
-    _add_boot(verbs.add_parser("boot", help="start a board, which runs until off", parents=[run]))
+    _add_boot(verbs.add_parser("boot", help="start a board that runs until the verb off",
+                               parents=[run]))
     chip = add("chip", lambda board, chosen: board.chip.put_in(
         {LANGUAGE: chosen.language}, fault=chosen.fault), "insert an F-RAM chip")
     add_language(chip)
@@ -150,11 +153,11 @@ def parser() -> argparse.ArgumentParser:
         "set the behaviour of the dongle; /app/modemsim --help on the board lists the settings"
         ).add_argument("settings", nargs="*", type=pair, metavar="NAME=VALUE")
     add("plug", lambda board, _: board.dongle.plug(), "plug in the dongle")
-    add("unplug", lambda board, _: board.dongle.unplug(), "remove the dongle")
+    add("unplug", lambda board, _: board.dongle.unplug(), "unplug the dongle")
     panel = add("panel", do_panel, "start or stop the program, or print the screen as text")
     panel.add_argument("action", choices=("start", "stop", "show"))
     panel.add_argument("environment", nargs="*", type=pair, metavar="NAME=VALUE")
-    add("touch", do_touch, "touch a position or a text").add_argument(
+    add("touch", do_touch, "touch a position, or what has this text or label").add_argument(
         "where", nargs="+", metavar="X Y | TEXT")
     add("type", lambda board, chosen: board.keyboard.type(chosen.text),
         "type a text on the USB keyboard").add_argument("text")
@@ -177,7 +180,7 @@ def _add_boot(boot: argparse.ArgumentParser) -> None:
     boot.set_defaults(on_host=do_boot)
     add_size(boot)
     boot.add_argument("--vnc", type=int, metavar="PORT",
-                      help=f"TCP port of a live view, {VNC_BASE} or above")
+                      help=f"TCP port for a VNC viewer, {VNC_BASE} or above")
 
 
 def main() -> int:

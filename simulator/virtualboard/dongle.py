@@ -11,12 +11,12 @@ MODEM_LOG = "/run/dongle/modem.log"
 MODEM_OUTPUT = "/run/dongle/modemsim.out"
 NETWORK_LOG = "/run/dongle/network.log"
 NETWORK_ADDRESS = "203.0.113.7"  # a host behind the network
-NETWORK_NAME = "host.example"  # its name, which the network's name server resolves
+NETWORK_NAME = "host.example"  # name of this host, which the network's name server resolves
 PLUG_SECONDS = 60
 
 
 class Dongle:
-    """The dongle of a board, plugged in or not."""
+    """The dongle of a board, which may be unplugged."""
 
     def __init__(self, guest: Guest) -> None:
         self._guest = guest
@@ -25,8 +25,8 @@ class Dongle:
         """
         Plug in a dongle and wait for its ports.
 
-        The ports are raw and without echo with the default product, and in the kernel's default
-        mode with any other.
+        With the default product, udev sets the ports to raw mode without echo. With any other, they
+        keep the kernel's default mode.
 
         @param product  USB product id, 0 to 0xffff; the program detects 0x1001 only
         @param ports  number of serial ports, 0 to 3
@@ -34,15 +34,15 @@ class Dongle:
         self._guest.sh(f"dongle plug {product:#06x} {ports}", PLUG_SECONDS)
 
     def unplug(self) -> None:
-        """Remove the dongle, and wait until the board has detected it."""
+        """Unplug the dongle, and wait until the board has detected this."""
         self._guest.sh("dongle unplug", PLUG_SECONDS)
 
     def tell_modem(self, settings: Mapping[str, str] | None = None) -> None:
         """
-        Set the behaviour of the modem and the network, before or after plugging in.
+        Set the behaviour of the modem and the network. The dongle need not be plugged in.
 
-        @param settings  keys that `modemsim --help` lists; the others get their defaults
-        @raise BoardError when a key or value is invalid, without any change
+        @param settings  values of keys that `modemsim --help` lists; all others get their defaults
+        @raise BoardError when a key or value is invalid; then nothing is changed
         """
         lines = "".join(f"{key}={value}\n" for key, value in (settings or {}).items())
         self._guest.write(f"{SCENARIO}.new", lines.encode())

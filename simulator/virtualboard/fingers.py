@@ -7,8 +7,8 @@ from machine import keycodes
 from machine.connections import Connections
 
 TOUCH_SECONDS = 0.08  # default duration of a touch
-# Keys to press before waiting for the board: the kernel's queues hold 64 events, and a key with
-# Shift makes 8 of them.
+# Number of keys to press before waiting for the board. The kernel's queues hold 64 events, and a
+# key with Shift makes 8 of them.
 KEYS_AHEAD = 4
 
 

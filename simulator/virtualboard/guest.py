@@ -11,7 +11,7 @@ from machine.agent import Result
 from machine.connections import Connections
 
 SECONDS = 30  # default timeout
-LOOK_SECONDS = 0.05  # between two checks whether a command has exited
+LOOK_SECONDS = 0.05  # interval of the checks whether a command has exited
 
 
 class Guest:
@@ -21,7 +21,7 @@ class Guest:
         self._connections = connections
 
     def run(self, commands: str, seconds: float = SECONDS) -> Result:
-        """Run shell commands, whatever their exit status."""
+        """Run shell commands. @return exit status and output, also after a failure"""
         return self._connections.agent.ask("run", commands.encode(), seconds)
 
     def sh(self, commands: str, seconds: float = SECONDS) -> str:
@@ -41,12 +41,12 @@ class Guest:
         """
         Run shell commands that Ctrl-C may interrupt.
 
-        An exception in this call kills them. The timeout is by the host's clock, because the
-        board's clock may be slower.
+        An exception during this call, such as KeyboardInterrupt, kills the commands. The timeout is
+        by the host's clock, because the board's clock may be slower.
 
-        @param write  called with their output, even if they were killed
-        @return their exit status
-        @raise BoardError when they take too long
+        @param write  called with the output of the commands, even if they were killed
+        @return exit status of the commands
+        @raise BoardError after the timeout
         """
         base = f"/run/command-{secrets.token_hex(4)}"
         self.write(f"{base}.commands", commands.encode())

@@ -1,4 +1,4 @@
-"""The QEMU process of a run, with a record by which any process of the host finds it."""
+"""The QEMU process of a run, and a record with which other processes of the host find it."""
 
 import json
 import os
@@ -11,7 +11,7 @@ from host.errors import BoardError
 
 RECORD = "board.json"
 EXIT_SECONDS = 5  # timeout for the exit after SIGKILL
-LOOK_SECONDS = 0.01  # between two checks whether QEMU has exited
+LOOK_SECONDS = 0.01  # interval of the checks whether QEMU has exited
 
 
 @dataclass(frozen=True)
@@ -19,7 +19,8 @@ class Process:
     """
     A QEMU process.
 
-    @param folder  the run's directory, in which QEMU runs: this identifies a reused process id
+    @param folder  the run's directory, which is QEMU's working directory; a process that
+           reuses the process ID has another one
     @param size  panel size in pixels
     """
 
@@ -46,7 +47,7 @@ class Process:
         return process
 
     def alive(self) -> bool:
-        """Return true while the process runs; a zombie does not."""
+        """Return true while the process runs; false for a zombie."""
         try:
             return os.readlink(f"/proc/{self.pid}/cwd") == self.folder
         except OSError:

@@ -1,4 +1,4 @@
-"""The program on a simulated board: starts, queries and stops its service."""
+"""Starts, queries and stops the program's service on a simulated board."""
 
 import json
 import signal
@@ -18,12 +18,12 @@ INSPECTOR = "/run/program/inspector"
 KEEP_UP_SECONDS = 2.0
 START_SECONDS = 60
 STOP_SECONDS = 30
-CHECK_AGE = 16  # seconds that pppd has run at the end of the check
-SIGNALLED = 128  # plus a signal's number: exit status of a program that the signal has killed
+CHECK_AGE = 16  # run time of pppd in seconds after which Connect's link check is complete
+SIGNALLED = 128  # 128 + N is the exit status of a program that signal N has killed
 
 
 def _status(record: bytes) -> int:
-    """Return the exit status from the service's record, such as "killed TERM"."""
+    """Return the exit status in a record of the service, such as "exited 0" or "killed TERM"."""
     how, what = record.decode().split()
     return int(what) if how == "exited" else SIGNALLED + signal.Signals[f"SIG{what}"]
 
@@ -36,7 +36,7 @@ class Program:
 
     def start(self, environment: Mapping[str, str] | None = None) -> None:
         """
-        Start the program and wait until it runs; it may not have a window yet.
+        Start the program and wait until its process runs; its window may not exist yet.
 
         @param environment  variables to add to the program's environment; values without quotes
         @raise BoardError when it runs already or is not installed
@@ -47,7 +47,7 @@ class Program:
             raise BoardError("the program is not installed: run tools/build-board")
         lines = "".join(f"{key}={value}\n" for key, value in (environment or {}).items())
         self._guest.write(ENVIRONMENT, lines.encode())
-        # Reset systemd's start limit, which would count the starts of earlier tests.
+        # Reset systemd's start limit, because it also counts the starts of earlier tests.
         self._guest.sh(f"systemctl reset-failed {UNIT} 2>/dev/null; systemctl start {UNIT}",
                        START_SECONDS)
 
@@ -60,7 +60,8 @@ class Program:
         """Return the program's load address. @raise BoardError when it does not run"""
         pid = self.pid()
         if pid is None:
-            raise BoardError("the program does not run: start it with simulator/board panel start")
+            raise BoardError(
+                "the program is not running: start it with simulator/board panel start")
         maps = self._guest.read(f"/proc/{pid}/maps").decode()
         first = next(line for line in maps.splitlines() if line.endswith(PROGRAM))
         return int(first.partition("-")[0], 16)
@@ -86,7 +87,7 @@ class Program:
         Wait for the program to exit by itself.
 
         @return its exit status
-        @raise BoardError when it takes longer
+        @raise BoardError after the timeout
         """
         self._guest.sh(f"until [ -e {STATUS} ]; do sleep 0.05; done", seconds)
         return _status(self._guest.read(STATUS))
@@ -101,7 +102,9 @@ class Program:
         return self.status()
 
     def kill(self) -> int | None:
-        """Kill the program and stop its service, which would restart it. @return as stop()"""
+        """Kill the program, and stop its service so that it does not restart it.
+
+        @return as stop()"""
         pid = self.pid()
         if pid is not None:
             self._guest.sh(f"kill -KILL {pid}; until [ -e {STATUS} ]; do sleep 0.02; done; "
@@ -112,17 +115,18 @@ class Program:
         """
         Wait until Connect's link check, 15 s after the start of pppd, is over.
 
-        pppd's scripts make the panel show the link earlier. If the link ends before the check, the
-        check reports a failed connection attempt.
+        The panel may show the link earlier, because the pppd hooks signal the program. If the link
+        goes down before the check, the check reports a failed connection attempt.
         """
-        # Without pppd the comparison fails. Each run of ps takes the host 0.5 s.
+        # If pppd does not run, the comparison fails and the loop ends. Sleep for the remaining
+        # time, because each run of ps uses 0.5 s of the host's CPU time.
         self._guest.sh("while age=$(ps -o etimes= -C pppd | sort -n | tail -n 1); "
                        f"[ \"$age\" -le {CHECK_AGE} ] 2>/dev/null; "
                        f"do sleep $(({CHECK_AGE} + 1 - age)); done", CHECK_SECONDS)
 
     def inspect(self, line: str) -> dict[str, Any]:
         """
-        Send a request to the inspector in the program; inspector.h lists the requests.
+        Send a request to the inspector in the program; inspector.cpp lists the requests.
 
         @raise OSError while the program does not answer
         """
@@ -133,7 +137,8 @@ class Program:
         return answer
 
     def keep_up(self) -> None:
-        """Wait, up to a limit, until the board and any running program have handled their input."""
+        """Wait until the board and a running program have handled their input, at most
+        KEEP_UP_SECONDS."""
         try:
             self._guest.ask(INSPECTOR, b"served\n", KEEP_UP_SECONDS)
         except OSError:

@@ -1,4 +1,4 @@
-"""The records of a run in its directory: screenshots of the panel and the board's logs."""
+"""The records of a run: screenshots of the panel and the board's logs, in the run's directory."""
 
 from pathlib import Path
 
@@ -10,7 +10,7 @@ from virtualboard import chip, dongle, program
 from virtualboard.guest import Guest
 
 KERNEL_LOG, PROCESSES = "/run/dmesg.log", "/run/processes.log"
-# Files of the board to copy to the host, each under its own name.
+# Files of the board that are copied to the host with the same names.
 PROGRAM_LOG = "/run/program/program.log"  # the service's messages in the journal
 LOGS = (PROGRAM_LOG, program.STATUS, dongle.MODEM_LOG, dongle.MODEM_OUTPUT, dongle.NETWORK_LOG,
         dongle.SCENARIO, *PPP_LOGS, *(log + OLD_LOG for log in PPP_LOGS), chip.LOG, KERNEL_LOG,
@@ -41,7 +41,7 @@ class Records:
         return path
 
     def logs(self) -> list[Path]:
-        """Copy the board's logs to the host. @return paths of the existing ones"""
+        """Copy the board's logs to the host. @return paths of the copies of all existing logs"""
         self._guest.run(f"dmesg >{KERNEL_LOG}; ps -eo pid,ppid,stat,etimes,args >{PROCESSES}; "
                         f"journalctl --quiet --output=short-monotonic --unit={program.UNIT} "
                         f">{PROGRAM_LOG}")

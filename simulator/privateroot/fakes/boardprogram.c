@@ -1,7 +1,9 @@
-/* Stand-in for a program of the board, run under that program's name: logs the call, then runs the
- * test's answer script or acts as the program usually does. Tests start thousands of these, so that
- * only an answer script starts a shell. Under the name sh it logs the command and runs nothing; the
- * exit status reports a device node and no link.
+/* Stand-in for a program of the board, run under that program's name. It logs the call. Then it
+ * runs the test's answer script, if there is one, or behaves like the program. Tests start
+ * thousands of stand-ins, so only an answer script starts a shell.
+ *
+ * Under the name sh it logs the command and runs nothing. Its exit status means that the device
+ * node exists and that the link is down.
  */
 #define _GNU_SOURCE
 #include <errno.h>
@@ -13,7 +15,7 @@
 
 enum { LINE = 65536 };
 
-/* Appends the time and the command line to the log in one write. */
+/* Append the time and the command line to the log in one write. Return -1 on error. */
 static int logCall(const char *name, char **arguments)
 {
     char line[LINE];
@@ -50,7 +52,7 @@ int main(int count, char **arguments)
     char path[256];
     snprintf(path, sizeof path, "/testrun/answers/%s", name);
     if (access(path, R_OK) == 0) {
-        /* The answer script is chosen by the name that this one is run by. */
+        /* inside/answer finds the test's answer script by the name under which it is run. */
         snprintf(path, sizeof path, "/testrun/answering/%s", name);
         execv(path, arguments);
         return 127;

@@ -1,5 +1,5 @@
-/* Stand-in for the F-RAM chip behind spidev: the regular file opened in place of the device node is
- * its memory. Only the read command is answered. */
+/* Stand-in for the F-RAM chip at its spidev node. A regular file in place of the device node is its
+ * memory. Only the read command is supported. */
 #include <linux/spi/spidev.h>
 #include <stdarg.h>
 #include <stdint.h>
@@ -8,7 +8,8 @@
 
 #define READ_OPCODE 0x03
 
-/* One chip-select cycle of two transfers: opcode and address out, then bytes in. */
+/* Run a chip-select cycle of two transfers: opcode and address are sent, then bytes are received.
+ * Return the number of bytes transferred, or -1 with errno. */
 static int transfer(int fd, const struct spi_ioc_transfer *records)
 {
     const uint8_t *sent = (const uint8_t *)(uintptr_t)records[0].tx_buf;

@@ -1,10 +1,13 @@
 /* Stand-in for libusb: answers from the file /testrun/usb instead of the bus.
  *
- * Every libusb_init reads it again, so that a test can plug and pull the dongle in between. One
- * word and its numbers per line: init CODE             libusb_init returns CODE (negative) list
- * CODE             libusb_get_device_list returns CODE (negative) device VENDOR PRODUCT one device
- * on the bus, hexadecimal Every libusb_exit appends a line to the log of calls: "usb balanced", or
- * "usb leak" when a list had not been freed. A failed libusb_init appends "usb failed".
+ * Every libusb_init reads the file again, so a test can plug in and unplug the dongle at any time.
+ * The lines of the file:
+ * - init CODE: libusb_init returns this negative code;
+ * - list CODE: libusb_get_device_list returns this negative code;
+ * - device VENDOR PRODUCT: a device with these hexadecimal numbers is on the bus.
+ *
+ * Every libusb_exit appends a line to the log of calls: "usb balanced", or "usb leak" if a list has
+ * not been freed. A failed libusb_init appends "usb failed".
  */
 #define _GNU_SOURCE
 #include <fcntl.h>
@@ -72,7 +75,7 @@ int LIBUSB_CALL libusb_init(libusb_context **context)
 {
     readControlFile();
     if (context != NULL)
-        abort(); /* the default context is a null pointer */
+        abort(); /* the program must use the default context, a null pointer */
     if (initCode < 0)
         logCall("failed");
     return initCode;

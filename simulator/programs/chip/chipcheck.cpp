@@ -1,7 +1,7 @@
-// chipcheck: calls every function of the F-RAM driver once and prints what each returns.
+// chipcheck: calls every function of the F-RAM driver and prints the results.
 //
-// Writes to the chip's memory and status register. A test compares standard output, which has the
-// results and the driver's own messages; the driver's debug line goes to standard error.
+// It writes to the chip's memory and status register. A test compares standard output, which has
+// the results and the driver's own messages. The driver prints its debug line to standard error.
 #include "device/fm25v02.h"
 
 #include <cstdio>

@@ -1,9 +1,14 @@
 // chipsim LOG FAULT DELAY_MS [N=V]...: simulates the FM25V02 F-RAM chip at /dev/spidev1.0, by CUSE.
 //
-// Each message takes DELAY_MS longer. Parameter N of the block at address 4 is V, the others are 0.
-// FAULT is none, or one of: open, queries (of a setting), transfers (these fail); short (a message
-// receives at most 16 bytes); zeros, ones (level of the data line). The log has opens, settings and
-// chip-select cycles, each with the sent bytes, the number of received bytes and these bytes:
+// DELAY_MS is added to the duration of each message. Parameter N of the block at address 4 is V,
+// all others are 0. FAULT is one of:
+// - none;
+// - open, queries, transfers: opening the device, ioctls for a setting, or messages fail;
+// - short: a message receives at most 16 bytes;
+// - zeros, ones: the data line has this level permanently.
+//
+// LOG records opens, settings and chip-select cycles. A cycle has the sent bytes, the number of
+// received bytes and these bytes:
 //
 //     1.234 RD_MAX_SPEED_HZ 10000000
 //     1.235 cycle 9f r9 7f7f7f7f7f7fc22208
@@ -38,7 +43,7 @@ enum Opcode : uint8_t {
     ReadIdentification = 0x9f,
 };
 
-constexpr std::size_t MaxLength = 4096; // limit of the kernel's driver
+constexpr std::size_t MaxLength = 4096; // limit of the kernel's spidev driver
 constexpr std::size_t ShortLength = 16; // too short for parameter 10 of the block
 constexpr unsigned BlockAddress = 4;
 constexpr uint8_t Floating = 0xff; // byte received while the chip does not drive the line
@@ -94,18 +99,22 @@ private:
     bool m_writeEnabled = false;
 };
 
-/** An ioctl(2), with the parts of the caller's memory that the kernel has fetched so far. */
+/** An ioctl(2) request, with the parts of the caller's memory that the kernel has fetched. */
 struct Request {
     fuse_req_t id;
     unsigned command;
     void *argument;
     const uint8_t *in;
     std::size_t inSize;
-    std::size_t outSize; ///< bytes of the caller's memory that can be filled
+    std::size_t outSize; ///< bytes of the caller's memory that the reply may fill
 
     void fail(int error) const { fuse_reply_err(id, error); }
 
-    /** @return false when the kernel must fetch these parts first; it then repeats the request */
+    /**
+     * Check for parts of the caller's memory. If some are missing, ask the kernel to repeat the
+     * request with them.
+     * @return true when all parts are available
+     */
     bool has(const std::vector<iovec> &fetched, const std::vector<iovec> &filled) const
     {
         if (size(fetched) <= inSize && size(filled) <= outSize)
@@ -124,7 +133,7 @@ struct Request {
 
 iovec part(uint64_t address, std::size_t length)
 {
-    // spidev's structure has pointers as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    // spidev's structure contains pointers as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return {reinterpret_cast<void *>(static_cast<uintptr_t>(address)), length};
 }
 

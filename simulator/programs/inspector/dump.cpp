@@ -12,7 +12,7 @@
 namespace
 {
 
-/** A property to dump under this key. Where several have the same key, the first counts. */
+/** A property to dump under a key. If several properties have the same key, the first is used. */
 struct Entry {
     const char *key;
     const char *property;
@@ -29,7 +29,7 @@ constexpr Entry WidgetEntries[] = {
     {"value", "value"},      {"minimum", "minimum"},   {"maximum", "maximum"},
     {"echo", "echoMode"},    {"format", "textFormat"},
 };
-// Reading these polishes the widget, so read them of shown widgets only.
+// Reading these polishes the widget, so read them only from visible widgets.
 constexpr Entry LayoutEntries[] = {{"hint", "sizeHint"}, {"minimumHint", "minimumSizeHint"}};
 
 QJsonValue toJson(const QVariant &value)
@@ -128,7 +128,7 @@ template <typename Window> void appendWindow(QJsonArray &list, const Window *win
     list.append(json);
 }
 
-/** @return top-level widgets from the bottom of the stack to its top, never shown ones first */
+/** @return top-level widgets from the bottom of the stack to the top; never shown widgets first */
 QWidgetList stackedTopLevels()
 {
     QWidgetList widgets = QApplication::topLevelWidgets();

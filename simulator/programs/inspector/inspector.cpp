@@ -1,4 +1,5 @@
-// A Qt generic plugin that answers requests about the unchanged program on a Unix socket.
+// A Qt generic plugin that inspects and operates the unchanged program, by requests on a Unix
+// socket.
 #include "simulator/programs/inspector/dump.h"
 
 #include <QApplication>
@@ -18,27 +19,27 @@
 #include <QtGui/qgenericplugin.h>
 
 /**
- * The inspector. A client sends one line with a request and receives one line of JSON; then the
- * connection is closed:
+ * The inspector. A client sends one line with a request and receives one line of JSON. Then the
+ * connection is closed. The requests:
  *
- *     dump                       the whole screen, as dumpScreen(), and the state of each call so
- *                                far: {"invoked": [{"slot", "running", "result" (int)}, ...]}
+ *     dump                       returns dumpScreen() and the state of all calls by invoke so far:
+ *                                {"invoked": [{"slot", "running", "result" (int)}, ...]}
  *     click X Y                  presses and releases the left button at the global position
  *     invoke CLASS SLOT [INT]    calls a slot of the first object of that class
  *     type TEXT                  types a percent-encoded text into the focus window
  *     key NAME                   presses one key: Esc, Del, Ctrl+A
  *     shot FILE                  writes a screenshot to FILE, in the format of the name's suffix
  *
- * A request that runs the program's own code is answered {"ok": true} first and then run from the
- * event loop, so that no modal dialog and no slow command delays the reply. The reply to an invalid
- * request is {"ok": false, "error": TEXT}.
+ * For a request that runs the program's own code, the inspector replies {"ok": true} first and then
+ * runs the code from the event loop, so a modal dialog or a slow command cannot delay the reply.
+ * The reply to an invalid request is {"ok": false, "error": TEXT}.
  */
 class Inspector : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Start listening. Warns when the path cannot be bound. */
+    /** Start listening. Log a warning if the path cannot be bound. */
     explicit Inspector(const QString &socketPath);
 
 private:
@@ -48,7 +49,7 @@ private:
     QJsonObject invoke(const QStringList &words);
 
     QLocalServer m_server;
-    QJsonArray m_invoked; ///< by call {"slot", "running", "result" (of int slots)}
+    QJsonArray m_invoked; ///< for each call {"slot", "running", "result" (only of int slots)}
 };
 
 namespace
@@ -60,8 +61,8 @@ QJsonObject failure(const QString &text)
 }
 
 /**
- * Presses and releases the button as a touch would: on the topmost window at that position. The
- * window system blocks the events that a modal dialog blocks.
+ * Press and release the button as a touch does, on the topmost window at that position. Qt drops
+ * the events of windows that a modal dialog blocks.
  */
 void click(const QPoint &global)
 {
@@ -119,7 +120,7 @@ void Inspector::serve(QLocalSocket *client)
     client->disconnectFromServer();
 }
 
-/** Runs the action after the reply to the present request. */
+/** Run an action after the reply to the current request. @return the reply */
 template <typename Action> QJsonObject Inspector::later(Action action)
 {
     QMetaObject::invokeMethod(this, action, Qt::QueuedConnection);
@@ -179,7 +180,7 @@ QJsonObject Inspector::invoke(const QStringList &words)
                   argument = words.value(3).toInt()]() mutable {
         if (target == nullptr)
             return;
-        // Not Qt's macros: since Qt 6.5 they have another type, which cannot be an absent argument.
+        // Qt's macros have another type since Qt 6.5, which cannot represent an absent argument.
         const QGenericArgument first =
             hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
         int result = 0;

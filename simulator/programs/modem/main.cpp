@@ -1,7 +1,7 @@
 // modemsim: simulates the dongle (a USB modem stick) on a serial line, and the network behind it.
 //
-// When the dongle is pulled, the line hangs up. That ends the call and resets the modem, until the
-// line can be opened again. The log has command lines and replies in double quotes:
+// When the dongle is unplugged, the line hangs up. This ends the call and resets the modem, which
+// waits until the line can be opened again. The log has command lines and replies in double quotes:
 //
 //     12.345 heard "AT+CSQ"
 //     12.346 reply "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
@@ -33,15 +33,18 @@ constexpr milliseconds ReopenPause{200};
 constexpr milliseconds BytePause{10}; // between the bytes of a reply in pieces
 constexpr std::size_t LongestLine = 1024;
 constexpr char FrameFlag = 0x7e;
-constexpr char Ipcp[] = "\x80\x21"; // protocol number, whose bytes a frame never escapes
+constexpr char Ipcp[] = "\x80\x21"; // protocol number; PPP frames never escape these bytes
 
 constexpr char Usage[] =
-    "Usage: modemsim PORT FOLDER [NETWORK]\n"
-    "Play the dongle, a USB modem stick, on a serial line, and the network behind it.\n\n"
-    "  PORT     serial line\n"
-    "  FOLDER   of the scenario, modem.log, network.log and, in ppp, the network's secrets\n"
-    "  NETWORK  program to run in the place of pppd, without namespaces of its own\n\n"
-    "modemsim --check-scenario FILE only checks a scenario. Its keys, with (defaults):\n";
+    "Usage: modemsim PORT DIRECTORY [NETWORK]\n"
+    "       modemsim --check-scenario FILE\n"
+    "Simulate the dongle (a USB modem) on a serial line, and the network behind it.\n\n"
+    "  PORT       serial line\n"
+    "  DIRECTORY  directory of the files scenario, modem.log and network.log; its\n"
+    "             subdirectory ppp has the secrets of the network\n"
+    "  NETWORK    program to run instead of pppd, without separate namespaces\n\n"
+    "  --check-scenario FILE  check a scenario file and exit\n\n"
+    "A scenario has lines of KEY=VALUE. The keys, with their values and (defaults):\n";
 
 std::string printable(const std::string &bytes)
 {
@@ -67,7 +70,7 @@ public:
     {
     }
 
-    /** Serves the line for as long as the process runs. */
+    /** Serve the line until the process is killed. */
     [[noreturn]] void run()
     {
         for (;;) {
@@ -167,15 +170,15 @@ private:
             (error.empty() ? "network started, pid " + std::to_string(m_network.pid()) : error));
     }
 
-    /** Forwards a caller's bytes to the network. */
+    /** Forward a caller's bytes to the network. A command line among them ends the call. */
     void relay(const std::string &bytes)
     {
         m_typed += bytes;
         const std::size_t flag = m_typed.rfind(FrameFlag);
         if (flag != std::string::npos)
             m_typed.erase(0, flag + 1);
-        // The line has no DTR, so only the next command line shows that a killed pppd has hung up.
-        // No frame starts like a command line.
+        // The line has no DTR signal, so the exit of a killed pppd is detected only by the next
+        // command line. No PPP frame starts like a command line.
         const std::size_t begin = m_typed.find_first_not_of("\r\"");
         if (begin != std::string::npos && m_typed.compare(begin, 2, "AT") == 0) {
             log("event caller starts over");
@@ -210,11 +213,11 @@ private:
     FileDescriptor m_port;
     modem::Modem m_modem;
     modem::Scenario m_scenario;
-    std::string m_typed; ///< start of a command line; during a call, of a possible one
+    std::string m_typed; ///< start of a command line; during a call, bytes that may be one
     Clock::time_point m_start = Clock::now();
 };
 
-/** Simulates the dongle until the process is killed. @return exit status after an error */
+/** Simulate the dongle until the process is killed. @return exit status after an error */
 int play(const std::string &port, const std::string &folder, const std::string &program)
 {
     ::umask(S_IRWXG | S_IRWXO); // only root may read the network's secrets

@@ -10,9 +10,9 @@ namespace modem
 {
 
 struct Reply {
-    std::string text;       ///< information and result code; empty: no reply
-    bool dialled = false;   ///< the command line dialled, and the SIM card is ready
-    bool connected = false; ///< a call begins after the reply
+    std::string text;       ///< information text and result code; empty if there is no reply
+    bool dialled = false;   ///< true when the command line dialled and the SIM card is ready
+    bool connected = false; ///< true when a call begins after the reply
 };
 
 inline std::string onLine(const std::string &text)
@@ -35,11 +35,11 @@ inline std::string withoutLastQuote(const std::string &text)
     return !text.empty() && text.back() == '"' ? text.substr(0, text.size() - 1) : text;
 }
 
-/** The modem and its SIM card: one PDP context, and the commands that this system uses. */
+/** The modem and its SIM card, with one PDP context and the commands that this system uses. */
 class Modem
 {
 public:
-    /** Sets the behaviour. A changed value of a sim key means another SIM card. */
+    /** Set the behaviour. If the value of a sim key changes, a new SIM card is inserted. */
     void setScenario(const Scenario &scenario)
     {
         bool isOtherSim = m_scenario.empty();
@@ -52,14 +52,14 @@ public:
         }
     }
 
-    /** Clears the APN and the PIN's verification, but keeps the number of PIN attempts left. */
+    /** Reset the APN and the verification of the PIN, but not the number of PIN attempts left. */
     void powerOn()
     {
         m_verified = false;
         m_apn.clear();
     }
 
-    /** Runs a command line. @param line without its carriage return */
+    /** Run a command line. @param line command line without its carriage return */
     Reply execute(const std::string &line)
     {
         const std::size_t prefix = line.find("AT");
@@ -96,7 +96,7 @@ private:
         return result(name == "Z");
     }
 
-    /** @return the state in the reply to +CPIN?, or an empty string without a SIM card */
+    /** @return the state in the reply to +CPIN?; empty without a SIM card */
     std::string simState() const
     {
         if (m_scenario.at("sim.present") == "no")

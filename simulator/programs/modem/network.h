@@ -1,4 +1,4 @@
-// The network behind the dongle: a second pppd, and a name server.
+// The network behind the dongle: a pppd for its end of the link, and a name server.
 #pragma once
 
 #include "simulator/programs/modem/scenario.h"
@@ -29,12 +29,12 @@ constexpr char Addresses[] = "link set lo up\n"
                              "address add 203.0.113.7/32 dev lo\n"
                              "address add " CORVANTA_PING_TARGET "/32 dev lo\n";
 
-// Run it as root: a change of user or group would reset the death signal set by startProgram().
+// Run it as root: a change of the user or group would reset the death signal of startProgram().
 constexpr char NameServer[] =
     "dnsmasq --keep-in-foreground --user=root --group=root --no-resolv --no-hosts --pid-file= "
     "--log-facility=- --cache-size=0 --conf-file=/dev/null --host-record=host.example,203.0.113.7";
 
-// pppd drops a caller that no longer answers after some 12 s.
+// With these options, pppd drops a caller that does not answer after about 12 s.
 constexpr char LinkOptions[] =
     "115200 local nodetach 10.64.64.64:10.11.12.13 ms-dns 10.64.64.64 noipdefault nodefaultroute "
     "noipv6 noccp novj lcp-restart 2 lcp-max-configure 6 lcp-echo-interval 3 lcp-echo-failure 4 "
@@ -70,19 +70,19 @@ class Network
 public:
     /** How a call ended. */
     struct End {
-        bool callerLeft = false; ///< the caller hung up or no longer answers
-        std::string text;        ///< "exit 5", "signal 9"
+        bool callerLeft = false; ///< true when the caller hung up or stopped answering
+        std::string text;        ///< exit status or signal of pppd, such as "exit 5" or "signal 9"
     };
 
     /**
-     * @param program a pppd that "killall pppd" does not reach
+     * @param program pppd under another name, so that "killall pppd" does not reach it
      * @param log file for the output of all programs
      */
     Network(const std::string &program, const std::string &log) : m_program(program), m_log(log) {}
 
     /**
-     * Moves this process into new network and mount namespaces and starts a name server.
-     * @param folder directory that becomes /etc/ppp, with the secrets of the network's pppd
+     * Move this process into new network and mount namespaces and start a name server.
+     * @param folder directory to mount at /etc/ppp, for the secrets of the network's pppd
      * @return an error message, or an empty string
      */
     std::string enterNamespaces(const std::string &folder)
@@ -101,7 +101,7 @@ public:
         return nameServer == -1 ? message("fork") : std::string();
     }
 
-    /** Starts a call. @return an error message, or an empty string */
+    /** Start a call. @return an error message, or an empty string */
     std::string start(const Scenario &scenario)
     {
         char device[64];
@@ -129,10 +129,10 @@ public:
 
     bool isRunning() const { return m_pid > 0; }
     pid_t pid() const { return m_pid; }
-    int line() const { return m_line.get(); }       ///< poll it for input
-    int process() const { return m_process.get(); } ///< poll it for the exit of pppd
+    int line() const { return m_line.get(); }       ///< descriptor to poll for input
+    int process() const { return m_process.get(); } ///< descriptor to poll for the exit of pppd
 
-    /** Sends bytes, but only once pppd has sent some: it discards earlier input. */
+    /** Send bytes, but not before pppd has sent some, because it discards earlier input. */
     void send(const std::string &bytes)
     {
         m_early += bytes;
@@ -150,7 +150,7 @@ public:
 
     void kill() const { ::kill(m_pid, SIGKILL); }
 
-    /** Waits until pppd has exited. */
+    /** Wait until pppd has exited. @return its exit status or signal */
     End finish()
     {
         int status = 0;
@@ -179,7 +179,10 @@ private:
             std::ofstream(path) << secrets;
     }
 
-    /** @return the process, which is killed when this one exits, or -1 with errno */
+    /**
+     * Start a program that is killed when this process exits.
+     * @return process ID, or -1 with errno
+     */
     pid_t startProgram(const std::vector<std::string> &arguments) const
     {
         std::vector<char *> argv(arguments.size() + 1); // the last one stays null
@@ -204,9 +207,9 @@ private:
     pid_t m_pid = -1;
     FileDescriptor m_process;
     FileDescriptor m_line;
-    FileDescriptor m_farEnd; ///< far end of the line; while it is open, the line does not hang up
-    std::string m_early;     ///< not sent yet
-    bool m_ready = false;    ///< pppd has sent something
+    FileDescriptor m_farEnd; ///< far end of the line; kept open so that the line does not hang up
+    std::string m_early;     ///< bytes that are not sent yet
+    bool m_ready = false;    ///< true when pppd has sent something
 };
 
 } // namespace modem

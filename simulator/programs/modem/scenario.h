@@ -9,32 +9,33 @@
 namespace modem
 {
 
-/** A value for each of ScenarioKeys. */
+/** The values of all ScenarioKeys. */
 using Scenario = std::map<std::string, std::string>;
 
 struct ScenarioKey {
     const char *name;
-    const char *usual;
+    const char *usual;  ///< default
     const char *values; ///< DIGITS, TEXT or words separated by |
     const char *help;
 };
 
 constexpr ScenarioKey ScenarioKeys[] = {
-    {"sim.present", "yes", "yes|no", "no: SIM commands and dial command fail"},
-    {"sim.pin", "", "DIGITS", "PIN of the SIM; empty: it has none"},
-    {"sim.tries", "3", "0|1|2|3", "attempts left for the PIN; 0: the SIM requires its PUK"},
-    {"answer", "normal", "normal|silent|echo|slow|pieces", "pieces: byte by byte"},
+    {"sim.present", "yes", "yes|no", "no: SIM commands and dial commands fail"},
+    {"sim.pin", "", "DIGITS", "PIN of the SIM card; empty: no PIN"},
+    {"sim.tries", "3", "0|1|2|3", "PIN attempts left; 0: the SIM card requires its PUK"},
+    {"answer", "normal", "normal|silent|echo|slow|pieces",
+     "replies; echo: echo commands; pieces: byte by byte"},
     {"delay_ms", "1000", "DIGITS", "delay of each slow reply"},
     {"refused", "", "TEXT", "command that is answered with ERROR: Z, I, +CPIN"},
     {"dial", "connect", "connect|no-carrier|busy|error", "result of the dial command"},
-    {"dial_ms", "0", "DIGITS", "delay of that result"},
+    {"dial_ms", "0", "DIGITS", "delay of the dial result"},
     {"registration", "home", "home|roaming|searching|denied", "reply to +CREG? and +CGREG?"},
     {"csq", "17,99", "TEXT", "RSSI and bit error rate"},
-    {"apn", "", "TEXT", "the only APN that is accepted; empty: any"},
+    {"apn", "", "TEXT", "accepted APN; empty: any"},
     {"auth", "none", "none|pap|chap", "authentication that the network requires"},
-    {"user", "", "TEXT", "user name that is accepted"},
+    {"user", "", "TEXT", "accepted user name"},
     {"password", "", "TEXT", "its password"},
-    {"network.user", "", "TEXT", "user name with which the network authenticates itself"},
+    {"network.user", "", "TEXT", "user name by which the network authenticates itself"},
     {"network.password", "", "TEXT", "its password"},
     {"ipcp", "yes", "yes|no", "no: the caller's IPCP packets are lost"},
     {"drop_after_s", "0", "DIGITS", "time until the network ends a link; 0: never"},
@@ -59,9 +60,9 @@ inline bool isValid(const std::string &value, const std::string &values)
 }
 
 /**
- * Reads a scenario file. Keys that are not in it get their defaults; without a file all keys do.
- * @return an error message about the first invalid line, after which the rest is ignored, or an
- *         empty string
+ * Read a scenario file. Keys that are not in it, or all if there is no file, get their defaults.
+ * @return an error message about the first invalid line, or an empty string; the lines after an
+ *         invalid one are ignored
  */
 inline std::string readScenario(const std::string &path, Scenario &scenario)
 {
@@ -83,7 +84,7 @@ inline std::string readScenario(const std::string &path, Scenario &scenario)
     return {};
 }
 
-/** @return a number of the scenario; 0 if it is empty */
+/** @return the value of a key as a number; 0 if it is empty */
 inline int number(const Scenario &scenario, const std::string &key)
 {
     return std::atoi(scenario.at(key).c_str());

@@ -11,7 +11,10 @@
 namespace modem
 {
 
-/** Opens a terminal, but not as the controlling one. @return closed, with errno, on error */
+/**
+ * Open a terminal in raw mode, but not as the controlling terminal.
+ * @return the descriptor; after an error a closed one, with errno set
+ */
 inline FileDescriptor openTerminal(const std::string &path)
 {
     FileDescriptor terminal(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -26,7 +29,7 @@ inline FileDescriptor openTerminal(const std::string &path)
     return terminal;
 }
 
-/** @return the available input */
+/** @return the available input, at most 4096 bytes */
 inline std::string readTerminal(const FileDescriptor &terminal)
 {
     char buffer[4096];
@@ -34,7 +37,7 @@ inline std::string readTerminal(const FileDescriptor &terminal)
     return {buffer, length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-/** Writes bytes; the rest is lost if the other end accepts none for 1 s. */
+/** Write bytes. If the other end accepts none for 1 s, drop the rest. */
 inline void writeTerminal(const FileDescriptor &terminal, std::string bytes)
 {
     constexpr int Patience = 1000; // ms
