@@ -34,11 +34,11 @@ class Row(NamedTuple):
 
     what: str  # measurement with its unit
     limit: float | None = None
-    reference: str = ""  # if empty, the limit applies to the figure itself
+    reference: str = ""  # what the program is compared with; if empty, the limit is absolute
     difference: bool = False  # true when the limit applies to the difference, not to the ratio
 
 
-Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measurement and its rows
+Group = tuple[Callable[[int], list[Pairs]], list[Row]]  # a measuring function and its rows
 
 TABLES: dict[str, list[Group]] = {"Compared with the baseline": [
     (measures.start_instructions, [
@@ -51,7 +51,7 @@ TABLES: dict[str, list[Group]] = {"Compared with the baseline": [
         Row("resident memory, idle, MiB", 1.03, FLOOR),
         Row("private anonymous memory, idle, MiB", 1.06, FLOOR),
         Row("shared libraries", 0, FLOOR, True)]),
-    # The text cursor blinks while the keyboard is shown: two wakeups a second.
+    # While the keyboard is shown, the blinking text cursor causes two wakeups per second.
     (measures.idle, [Row(f"wakeups in 60 s: {state}", 122 if state == "keyboard shown" else 0)
                      for state in IDLE_STATES]),
     (measures.actions, [
@@ -72,7 +72,7 @@ def shown(value: float) -> str:
 
 
 def line(row: Row, pairs: Pairs) -> str:
-    """Return a line of the table, with the median of the rounds' ratios or differences, because a
+    """Return a line of the table. The ratio or difference is the median over the rounds, because a
     slow round affects both of its figures."""
     program, reference = (statistics.median(column) for column in zip(*pairs))
     compared, judged = "", program
@@ -97,8 +97,8 @@ def machine() -> str:
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="./bench", description=__doc__)
     parser.add_argument("words", nargs="*", metavar="WORDS",
-                        help="measure only rows that contain these words, such as \"wakeups\", "
-                        "with the rows measured together with them")
+                        help="measure only rows that contain one of these words, such as "
+                        "\"wakeups\", and rows that are measured together with them")
     parser.add_argument("--quick", action="store_true",
                         help="measure 5 rounds instead of 45: quick, but not reliable")
     parser.add_argument("--write-docs", action="store_true",

@@ -1,6 +1,7 @@
-"""The measurements. Each takes the number of rounds and returns a list for every row of its group,
-with a pair for each round: the program's figure, and the reference's figure or 0. Times are in ms,
-memory in MiB.
+"""The measurements of ./bench.
+
+Each takes the number of rounds. It returns one list per row of its group, with one pair per round:
+the program's figure, and the reference's figure or 0. Times are in ms, memory in MiB.
 """
 
 import re
@@ -23,18 +24,18 @@ Pairs = list[tuple[float, float]]
 
 MS = 1e6  # nanoseconds
 IDLE_SECONDS = 60
-CACHE_SECONDS = 70  # after which Qt's pixmap cache has released what was cached at start-up
-BOARD_SETTLE_SECONDS = 6  # after which a started or touched program on the board is idle
+CACHE_SECONDS = 70  # time until Qt's pixmap cache has released the pixmaps of the start-up
+BOARD_SETTLE_SECONDS = 6  # time until a program on the board is idle after a start or touch
 
-# What is touched before the program idles, and the state of the link.
+# By name: the items to touch before the program is idle, and true if the link is up.
 IDLE_STATES = {f"{page}, link {link}": ([page], link == "up")
                for page in (SETTING, STATUS, MISC) for link in ("down", "up")}
 IDLE_STATES |= {"keyboard shown": ([FIELD], False), "keyboard hidden again": ([FIELD, HIDE], False)}
 
 
 def start(program: str) -> tuple[float, ...]:
-    """Return time and CPU time from the start to the first frame; then resident and private
-    memory, and the number of libraries."""
+    """Return time and CPU time from the start to the first frame in ms, resident and private memory
+    in MiB, and the number of shared libraries."""
     with BenchRoot(program) as root:
         first = root.launch()
         maps = Path(f"/proc/{root.pid}/maps").read_text()
@@ -58,7 +59,7 @@ def instructions(program: str, variables: str = "") -> float:
 
 
 def start_instructions(rounds: int) -> list[Pairs]:
-    """Compare with the baseline, and with the board's font configuration."""
+    """Compare the program with the baseline, and with itself with all fonts of the board."""
     plain, with_board = [], []
     for _ in range(max(1, rounds // 15)):
         ours = instructions(PROGRAM)
@@ -68,7 +69,7 @@ def start_instructions(rounds: int) -> list[Pairs]:
 
 
 def reference(work: str) -> float:
-    """Return the CPU time of the C reference. @param work "check" or "connect" """
+    """Return the CPU time of the C reference in ms. @param work "check" or "connect" """
     with BenchRoot(FLOOR, argument=work) as root:
         root.run_to_end()
         first, second = root.waits()
@@ -102,7 +103,7 @@ def actions(rounds: int) -> list[Pairs]:
 
 
 def idle(_: int) -> list[Pairs]:
-    """Count wakeups in each of IDLE_STATES, of processes that are idle in parallel."""
+    """Count the wakeups in each of IDLE_STATES, in parallel, with one process per state."""
     with ExitStack() as stack:
         roots = [stack.enter_context(BenchRoot()) for _ in IDLE_STATES]
         for root, (touched, link_up) in zip(roots, IDLE_STATES.values()):
@@ -128,7 +129,8 @@ def board_cost(board: Board) -> tuple[float, ...]:
 
 
 def keyboard_on_board(size: tuple[int, int], _: int) -> list[Pairs]:
-    """Measure a touch on a field on the simulated board, whose CPU time counts instructions.
+    """Measure a touch on a field on the simulated board, where CPU time is a count of instructions.
+
     @return each figure of board_cost() after and before the touch"""
     subprocess.run(["tools/install-packages", HOST_PACKAGES], stdout=sys.stderr, check=True)
     subprocess.run("tools/build-board", stdout=sys.stderr, check=True)

@@ -1,9 +1,11 @@
-/* Preloaded into a measured program: simulates a panel with files and records the event loop.
+/* Library that is preloaded into a measured program: it simulates a panel with files and records
+ * the event loop.
  *
- * A regular file is the frame buffer of Qt's linuxfb plugin, a FIFO of struct input_event is the
- * multi-touch screen of its evdev handler (type B, positions in pixels). The journal /testrun/loop
- * gets an entry for each wait of the main thread in poll(), where GLib's event loop waits; QProcess
- * waits in ppoll(). With CORVANTA_BENCH_STOP the process exits when first idle on a painted panel.
+ * A regular file is the frame buffer for Qt's linuxfb plugin. A FIFO of struct input_event is the
+ * multi-touch screen for Qt's evdev handler (type B, positions in pixels). Each wait of the main
+ * thread in poll() adds an entry to the journal /testrun/loop: GLib's event loop waits in poll().
+ * QProcess waits in ppoll(), which is not recorded. With CORVANTA_BENCH_STOP the process exits when
+ * it is first idle after it has painted the panel.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -25,16 +27,16 @@ enum { Width = 800, Height = 480, Middle = (Height / 2 * Width + Width / 2) * 4 
 /* Read by root.py; times in nanoseconds of CLOCK_REALTIME. */
 struct wait {
     int64_t begin;
-    int64_t end;  /* 0 while it lasts */
-    int64_t cpu;  /* CPU time so far, with that of the commands that the process waited for */
-    int64_t idle; /* 1 when the process had nothing to do, on a painted panel */
+    int64_t end;  /* 0 while the wait lasts */
+    int64_t cpu;  /* CPU time so far of the process and of the commands it has waited for */
+    int64_t idle; /* 1 when the panel was painted and the process had no work */
 };
 static int framebuffer = -1;
 static int journal = -1;
 
 __attribute__((constructor)) static void openJournal(void)
 {
-    if (getenv("CORVANTA_BENCH_STOP") == NULL) /* the valgrind launcher must pass it on */
+    if (getenv("CORVANTA_BENCH_STOP") == NULL) /* valgrind's launcher must pass it on */
         unsetenv("LD_PRELOAD");
     journal = open("/testrun/loop", O_WRONLY | O_CLOEXEC);
 }
@@ -94,7 +96,7 @@ static int64_t cpuTime(int who)
            (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1000LL;
 }
 
-/** Return 1 once the middle of the panel has been other than black. */
+/** Return 1 once the middle of the panel has had another colour than black. */
 static int isPainted(void)
 {
     static int painted;

@@ -1,6 +1,6 @@
-"""The private root of one measured process, with a panel, a touch screen and a USB bus of files.
+"""The private root of one measured process. Files simulate the panel, touch screen and USB bus.
 
-The real libusb reads the bus; preload.c simulates the panel and records the event loop.
+The real libusb reads the bus. preload.c simulates the panel and records the event loop.
 """
 
 import os
@@ -22,7 +22,7 @@ WIDTH, HEIGHT = 800, 480
 PANEL_KIB = WIDTH * HEIGHT * 4 // 1024
 FIELD, HIDE = FIELDS[0], "Hide"
 LIMIT_SECONDS = 60
-EXIT_SECONDS = 600  # for a program under valgrind
+EXIT_SECONDS = 600  # timeout for the exit of a program under valgrind
 QUIET_SECONDS = 0.1  # a process without activity for this time is idle
 JOURNAL = "/testrun/loop"
 
@@ -31,18 +31,18 @@ class Wait(NamedTuple):
     """One wait of the main thread; times in nanoseconds since the epoch."""
 
     begin: int
-    end: int  # 0 while it lasts
-    cpu: int  # CPU time so far, with that of the commands that the process waited for
-    idle: int  # 1 when the process had nothing to do, on a painted panel
+    end: int  # 0 while the wait lasts
+    cpu: int  # CPU time so far of the process and of the commands it has waited for
+    idle: int  # 1 when the panel was painted and the process had no work
 
 
 class BenchRoot(PrivateRoot):
     """The private root of a measured process.
 
     @param program path in BUILD
-    @param words shell words before the program: variables, and a command that runs it
+    @param words shell words before the program: variables, then a wrapper command, if any
     @param argument argument of the program
-    @param inspected true to load the inspector, for finding widgets but not for measurements
+    @param inspected true to load the inspector, which finds widgets but falsifies measurements
     """
 
     def __init__(self, program: str = PROGRAM, words: str = "", argument: str = "",
@@ -110,8 +110,10 @@ class BenchRoot(PrivateRoot):
         return [Wait(*fields) for fields in struct.iter_unpack("=4q", self.content(JOURNAL))]
 
     def settle(self, after: int = 0) -> Wait:
-        """Wait until the process is idle. @param after number of waits to ignore
-        @return the present wait"""
+        """Wait until the process is idle.
+
+        @param after number of waits to ignore
+        @return the current wait"""
         def quiet() -> bool:
             waits = self.waits()
             return (len(waits) > after and bool(waits[-1].idle) and not waits[-1].end
@@ -134,13 +136,14 @@ class BenchRoot(PrivateRoot):
                                             for event in events))
 
     def memory(self) -> tuple[float, float]:
-        """Return resident memory without the panel, and private anonymous memory, in MiB."""
+        """Return resident memory without the frame buffer, and private anonymous memory, in MiB."""
         return (resident_kib(self.pid) - PANEL_KIB) / 1024, private_kib(self.pid) / 1024
 
 
 @cache
 def places() -> dict[str, tuple[int, int]]:
-    """Return positions on the screen, in pixels. The baseline has Exit at the same position."""
+    """Return the positions of the items to touch, in pixels. Exit is at the same position in the
+    baseline program."""
     with BenchRoot(inspected=True) as root:
         root.launch()
         panel = root.panel

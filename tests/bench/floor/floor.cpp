@@ -1,7 +1,7 @@
-// The references of ./bench. Without an argument, the baseline: only the program's widgets, style
-// sheets in the same order and start-up probes. With "check" or "connect", the C reference: only
-// the commands, file accesses and bus enumerations of a link check, or of a connection attempt with
-// changed parameters until the start of pppd.
+// The programs that ./bench compares with. Without an argument it is the baseline: the program's
+// widgets, style sheets (set in the same order) and start-up probes, and nothing else. With "check"
+// or "connect" it is the C reference: only the commands, file accesses and bus enumerations of a
+// link check, or of a connection attempt with changed parameters until the start of pppd.
 #include <QtWidgets>
 #include <fcntl.h>
 #include <libusb.h>
@@ -72,7 +72,7 @@ void connectLink()
     succeeds("pppd call ppp-connect &");
 }
 
-/** Does the work twice, with a poll() after each, which preload.c records. The second time is
+/** Do the work twice, each time followed by a poll() that preload.c records. The second time is
     comparable to a program that has been running for a while. */
 int measure(void (*work)())
 {
