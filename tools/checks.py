@@ -39,7 +39,7 @@ IMPORT = re.compile(r"^\s*(?:from|import) (\w+)", re.MULTILINE)
 
 
 class CheckFailed(Exception):
-    """Raised when a tool has findings or could not run; the message gives the details."""
+    """A tool has findings or could not run. The message has its output."""
 
 
 def output(*command: str) -> str:
@@ -58,7 +58,7 @@ def files(changed: bool) -> list[str]:
 
 
 def interpreter(name: str) -> str:
-    """Return the interpreter in the first line of a script; empty for other files."""
+    """Return the interpreter's name in the first line of a script; empty for other files."""
     with open(ROOT / name, "rb") as file:
         found = SHEBANG.match(file.read(64))
     return found[1].decode() if found else ""
@@ -89,7 +89,7 @@ def component_of(path: str) -> str:
 
 
 def layers(names: list[str]) -> None:
-    """Check which components each file uses."""
+    """Check that each file uses only components that LAYERS permits."""
     found = []
     for name in names:
         own, text = component_of(name), (ROOT / name).read_text(encoding="utf-8")
