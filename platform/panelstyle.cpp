@@ -20,11 +20,17 @@ constexpr std::chrono::milliseconds FrameInterval{100}; // 10 frames per second;
 // Contrast of 4.7 or more on the backgrounds of the style sheets; that of Fusion is below 2.
 constexpr QRgb DisabledText = qRgb(0x58, 0x58, 0x58);
 
+/** Return the combo box if a widget is its list, or null. */
+const QComboBox *boxOf(const QWidget *widget)
+{
+    return widget->isWindow() ? qobject_cast<const QComboBox *>(widget->parentWidget()) : nullptr;
+}
+
 /** Move a combo box's list above the box. Below it are the push buttons, where the second touch of
  *  a double tap would press one. */
-void moveAboveBox(QWidget *list)
+void moveAbove(const QComboBox *box, QWidget *list)
 {
-    const int top = list->parentWidget()->mapToGlobal(QPoint(0, 0)).y();
+    const int top = box->mapToGlobal(QPoint(0, 0)).y();
     list->move(list->x(), qMax(0, top - list->height()));
 }
 
@@ -72,16 +78,17 @@ int PanelStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
 void PanelStyle::polish(QWidget *widget)
 {
     QProxyStyle::polish(widget);
-    const bool isList =
-        widget->isWindow() && qobject_cast<QComboBox *>(widget->parentWidget()) != nullptr;
-    if (isList || qobject_cast<QProgressBar *>(widget) != nullptr)
+    if (boxOf(widget) != nullptr || qobject_cast<QProgressBar *>(widget) != nullptr)
         widget->installEventFilter(this);
 }
 
 bool PanelStyle::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Show && static_cast<QWidget *>(watched)->isWindow())
-        moveAboveBox(static_cast<QWidget *>(watched));
+    if (event->type() == QEvent::Show) {
+        auto *list = static_cast<QWidget *>(watched);
+        if (const QComboBox *box = boxOf(list))
+            moveAbove(box, list);
+    }
     if (event->type() != QEvent::StyleAnimationUpdate)
         return QProxyStyle::eventFilter(watched, event);
     if (!m_lastFrame.isValid() || m_lastFrame.hasExpired(FrameInterval.count())) {
