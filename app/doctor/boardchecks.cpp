@@ -198,7 +198,7 @@ void checkScreen(Page &page)
     page.check({{!QFileInfo::exists(Framebuffer), "there is no framebuffer /dev/fb0",
                  "install or load the panel's driver"},
                 {model == 0, "the framebuffer of " + size + " has no display profile",
-                 "use 480x272, 800x480 or 1280x800", Warning}},
+                 "see Display in integrating.md", Warning}},
                "framebuffer of " + size + ", profile " + QString::number(model));
     for (const Process &user : usersOf(Framebuffer))
         page.check({{user.name != "corvanta",

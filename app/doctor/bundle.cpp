@@ -7,6 +7,7 @@
 #include "io/shellcommand.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <sys/stat.h>
 
@@ -76,6 +77,8 @@ bool writeBundle(const Page &page, const QString &file)
             save(path.mid(1).replace(u'/', u'-'), linefile::readEnd(path).bytes);
     }
     const QString archive = QDir::current().absoluteFilePath(file);
+    if (QFileInfo(archive).isFile())
+        QFile::remove(archive); // tar would keep its mode, which may let other users read it.
     const QStringList tar{"--force-local", "-czf", archive, "-C", directory.path(), "."};
     return written && runProgram("tar", tar, ProgramTimeout).status == 0;
 }

@@ -143,8 +143,8 @@ void checkRegistration(Page &page, const QByteArray &answers)
     const bool isRoaming = states.contains(u'5');
     const bool isRegistered = isRoaming || states.contains(u'1');
     page.check(
-        {{states.isEmpty(), "the modem does not tell its registration", "look at chat's log",
-          Warning},
+        {{states.isEmpty(), "the modem does not report its registration",
+          "send AT+CREG? with a terminal program", Warning},
          {!isRegistered && states.contains(u'3'), "the network denies the SIM its registration",
           "ask the operator: SIM not activated, blocked or without roaming"},
          {!isRegistered, "the modem finds no network to register in",
