@@ -1,11 +1,11 @@
-"""corvanta-doctor on a board: causes that need one."""
+"""corvanta-doctor on a board: causes that need one, and the bundle of a board that dialled."""
 
 import pytest
 
 from boardtest import OperatedBoard
 from panel.constants import CHECK_SECONDS
 
-USER, PASSWORD, PIN = "phoneuser", "longsecret", "8642"
+SECRETS = USER, PASSWORD, PIN, IMEI = "phoneuser", "longsecret", "8642", "490154203237518"
 PROVISION = f"corvanta-provision apn=web dial=*99# user={USER} password={PASSWORD} pin={PIN}"
 FILL = "mount -t tmpfs -o size=64k x /quenfold/configs; ! cat /dev/zero >/quenfold/configs/full"
 FAIL = ("mv /dev/fb0 /dev/fb9; systemctl start corvanta; "
@@ -45,3 +45,7 @@ def test_board_that_dialled(board: OperatedBoard) -> None:
         board.sh(made)
         assert cause in board.guest.run("corvanta-doctor", CHECK_SECONDS).text.splitlines()[-1]
         board.sh(undo)
+    bundle = board.sh("corvanta-doctor --bundle /run/b.tgz >/dev/null; tar -xzOf /run/b.tgz; "
+                      "rm /run/b.tgz", CHECK_SECONDS)
+    assert [part for part in ("Connect: ppp0", "AT+CPIN=", "IMEI: ") if part not in bundle] == []
+    assert [secret for secret in SECRETS if secret in bundle] == []

@@ -153,7 +153,8 @@ def test_lintian_and_reproducible_build() -> None:
 
 def test_hardened() -> None:
     """The programs that run as root are built with Debian's hardening flags."""
-    for program in ("app/corvanta", "app/provision/corvanta-provision"):
+    for program in ("app/corvanta", "app/doctor/corvanta-doctor",
+                    "app/provision/corvanta-provision"):
         found = subprocess.run(["readelf", "-Wlds", ARM / program], capture_output=True, text=True,
                                check=True).stdout
         for mark in ("GNU_RELRO", "BIND_NOW", "PIE", "__stack_chk_fail", "_chk@GLIBC"):
@@ -169,7 +170,8 @@ def test_fields_and_files() -> None:
     assert re.fullmatch(r"[\d.]+~git\d{14}\.[0-9a-f]{7}(\+[0-9a-f]{7})?~deb1[23]", version)
     files = output("dpkg-deb", "--contents", package)
     assert "/etc/ppp/peers" not in files
-    for name in ("changelog.gz", "corvanta.8.gz", "corvanta-provision.8.gz"):
+    for name in ("changelog.gz", "corvanta.8.gz", "corvanta-doctor.8.gz",
+                 "corvanta-provision.8.gz"):
         assert f"/{name}\n" in files
 
 
