@@ -127,13 +127,14 @@ def test_arguments(roots: Roots) -> None:
 
 
 def test_bundle(roots: Roots) -> None:
-    """It has the files, and none of the secrets."""
+    """It has the files and none of the secrets, and only root can read it."""
     password, user, pin, phone = SECRETS[:4]
     log = (f'rcvd [CHAP Response <0123456789abcdef0>, name = "{user}"]', *SECRETS, 'CPIN="12"')
     unpacked = said(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"
-                    f"printf '%s\\n' {join(log)} >{PPP_LOG}; {DOCTOR} --bundle /run/b.tgz\n"
-                    f"(tar -tzf /run/b.tgz; tar -xzOf /run/b.tgz; ls /run) >>{SAID}\n")
-    parts = "./page.txt", "etc-ppp-ppp.log", "etc-ppp-chat-chat", "AT+CPIN=", "b.tgz"
+                    f"printf '%s\\n' {join(log)} >{PPP_LOG}; "
+                    f"install -m 666 /dev/null /run/b.tgz; {DOCTOR} --bundle /run/b.tgz\n(tar -tzf "
+                    f"/run/b.tgz; tar -xzOf /run/b.tgz; ls /run; stat -c mode%a /run/b.tgz) >>{SAID}\n")
+    parts = "mode600", "./page.txt", "etc-ppp-ppp.log", "etc-ppp-chat-chat", "AT+CPIN=", "b.tgz"
     assert [part for part in parts if part not in unpacked] == []
     secrets = (*SECRETS, "0123456789abcdef", 'CPIN="12', "corvanta-doctor.")
     assert [secret for secret in secrets if secret in unpacked] == []
