@@ -1,12 +1,9 @@
 """The simulated board that the board tests use, with their common steps and waits."""
 
 import time
-import unittest
 from collections.abc import Callable, Iterator, Mapping
 from contextlib import ExitStack, contextmanager
 from typing import Any
-
-import pytest
 
 from host.paths import ROOT
 from panel.constants import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_DETECTED, DONGLE_UNDETECTED,
@@ -189,24 +186,3 @@ def turn_off_boards() -> None:
     for boards in IDLE.values():
         while boards:
             boards.pop().__exit__(None, None, None)
-
-
-class BoardTest(unittest.TestCase):
-    """A test case on a board, with the board's methods.
-
-    @cvar size panel size in pixels
-    @cvar reusable false if later tests cannot use the board
-    """
-
-    size = SIZES[0]
-    reusable = True
-
-    @pytest.fixture(autouse=True)
-    def use_board(self) -> Iterator[None]:
-        with borrowed(self.size, self._testMethodName) as self.board:
-            self.panel = self.board.panel
-            yield
-            self.board.reusable = self.reusable
-
-    def __getattr__(self, name: str) -> Any:
-        return getattr(vars(self).get("board"), name)

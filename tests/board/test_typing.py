@@ -1,21 +1,23 @@
-#!/usr/bin/python3
 """Typing on the simulated board: real touches on the on-screen keyboard."""
 
 import re
 import struct
-import unittest
 from pathlib import Path
 
-from boardtest import BoardTest
+import pytest
+
+from boardtest import OperatedBoard
 from host.paths import ROOT
 from panel.constants import (AUTO_CONNECT, BUTTON_GUARD_SECONDS, COUNTS, FAILED, MISC, PARAMETERS,
-                             SOON_SECONDS)
+                             SIZES, SOON_SECONDS)
 from panel.screen import centre
 from virtualboard.board import Board
 
 VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
           "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
 TEXT = "the quick brown fox jumps over a lazy bookkeeper"
+TURNED = {"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"}
+RULE = "/etc/udev/rules.d/90-turned.rules"
 HALF_SECONDS = 0.04  # half of the time from one character to the next
 
 # The kernel's input events (linux/input-event-codes.h).
@@ -39,59 +41,58 @@ def documented_unit(name: str) -> str:
     return re.sub("^    ", "", block[1], flags=re.MULTILINE)
 
 
-class KeysTest(BoardTest):
-    """A panel with the on-screen keyboard and without stored parameters."""
-
-    def setUp(self) -> None:
-        super().setUp()
-        self.board.dongle.plug()
-        self.start_program({})
-
-
-class Typing(KeysTest):
-    def test_every_value(self) -> None:
-        """Type every value. Enter moves to the next field, or hides the keyboard after the last."""
-        for label, text in VALUES.items():
-            self.panel.touch_in(label, text, SOON_SECONDS)
-            self.panel.click(self.panel.screen().key("Enter"))
-        self.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
-        self.panel.choose("APN Auth Methods:", "CHAP", SOON_SECONDS)
-        self.panel.open_tab(MISC, SOON_SECONDS)
-        self.panel.press("YES")
-        self.panel.touch_in(COUNTS, "12", SOON_SECONDS)
-        self.panel.put_keys_away("Enter", SOON_SECONDS)
-        self.leave()
-        self.assertEqual(self.board.guest.read(PARAMETERS),
-                         "".join(f"{text}\n" for text in [*VALUES.values(), "2"]).encode())
-        self.assertEqual(self.board.guest.read(AUTO_CONNECT), b"0\n12\n")
+@pytest.fixture
+def keyed(board: OperatedBoard) -> OperatedBoard:
+    """Provide a board whose program runs with the on-screen keyboard, without parameters."""
+    board.dongle.plug()
+    board.start_program({})
+    return board
 
 
-class Fingers(KeysTest):
-    def test_held_while_a_dialog_opens(self) -> None:
-        self.board.fingers.down(*centre(self.panel.raise_keys("PinCode:", SOON_SECONDS).key("7")))
-        self.sh("sleep 0.3")
-        self.panel.invoke("Makeup", "checkPPPMsg")
-        self.wait("the notice", SOON_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
-        self.assertEqual(self.panel.screen().keys, [])
-        self.board.fingers.up()
-        self.sh(f"sleep {BUTTON_GUARD_SECONDS}")
-        self.assertTrue(self.panel.screen().has_dialog())
-        self.panel.press("OK")
-        self.wait("the notice closed", SOON_SECONDS, lambda now: not now.has_dialog())
-        self.assertEqual(self.panel.field("PinCode:")["text"], "")
+def test_every_value(keyed: OperatedBoard) -> None:
+    """Type every value. Enter moves to the next field, or hides the keyboard after the last."""
+    panel = keyed.panel
+    for label, text in VALUES.items():
+        panel.touch_in(label, text, SOON_SECONDS)
+        panel.click(panel.screen().key("Enter"))
+    keyed.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
+    panel.choose("APN Auth Methods:", "CHAP", SOON_SECONDS)
+    panel.open_tab(MISC, SOON_SECONDS)
+    panel.press("YES")
+    panel.touch_in(COUNTS, "12", SOON_SECONDS)
+    panel.put_keys_away("Enter", SOON_SECONDS)
+    keyed.leave()
+    assert keyed.guest.read(PARAMETERS).decode().splitlines() == [*VALUES.values(), "2"]
+    assert keyed.guest.read(AUTO_CONNECT) == b"0\n12\n"
 
-    def test_before_the_window_is_shown(self) -> None:
-        """Touch the place of Exit while the program starts. The kernel queues these touches, but
-        they must not end the program."""
-        at_exit = centre(self.panel.button("Exit"))
-        self.board.program.stop()
-        self.board.program.start({})
-        for _ in range(5):
-            self.board.fingers.touch(*at_exit)
-        self.await_window()
-        self.board.fingers.touch(*at_exit)
-        self.sh("sleep 1")
-        self.leave()  # the program still runs, and Exit works
+
+def test_held_while_a_dialog_opens(keyed: OperatedBoard) -> None:
+    panel = keyed.panel
+    keyed.fingers.down(*centre(panel.raise_keys("PinCode:", SOON_SECONDS).key("7")))
+    keyed.sh("sleep 0.3")
+    panel.invoke("Makeup", "checkPPPMsg")
+    keyed.wait("the notice", SOON_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
+    assert panel.screen().keys == []
+    keyed.fingers.up()
+    keyed.sh(f"sleep {BUTTON_GUARD_SECONDS}")
+    assert panel.screen().has_dialog()
+    panel.press("OK")
+    keyed.wait("the notice closed", SOON_SECONDS, lambda screen: not screen.has_dialog())
+    assert panel.field("PinCode:")["text"] == ""
+
+
+def test_before_the_window_is_shown(keyed: OperatedBoard) -> None:
+    """Touch the place of Exit while the program starts. The kernel queues these touches, but they
+    must not end the program."""
+    at_exit = centre(keyed.panel.button("Exit"))
+    keyed.program.stop()
+    keyed.program.start({})
+    for _ in range(5):
+        keyed.fingers.touch(*at_exit)
+    keyed.await_window()
+    keyed.fingers.touch(*at_exit)
+    keyed.sh("sleep 1")
+    keyed.leave()  # the program still runs, and Exit works
 
 
 def report(*events: tuple[int, int, int]) -> str:
@@ -102,81 +103,68 @@ def report(*events: tuple[int, int, int]) -> str:
     return "printf '" + "".join(f"\\x{byte:02x}" for byte in data) + "' >&3; rest\n"
 
 
-class Thumbs(KeysTest):
-    size = (1280, 800)
-
-    def test_no_character_is_lost_or_doubled(self) -> None:
-        """Type with two thumbs in turn. Each is lifted after the other has touched the next key."""
-        screen = self.panel.raise_keys("APN NAME:", SOON_SECONDS)
-        script = (f"exec 3>{event_node(self.board)} 4<> <(:)\n"
-                  f"rest() {{ read -t {HALF_SECONDS} -u 4 || :; }}\n")
-        for at, character in enumerate(TEXT):
-            x, y = centre(screen.key(character))
-            script += report((EV_ABS, SLOT, at % 2), (EV_ABS, TRACKING_ID, FIRST_ID + at),
-                             (EV_KEY, BTN_TOUCH, 1), (EV_ABS, X, x), (EV_ABS, Y, y))
-            if at:
-                script += report((EV_ABS, SLOT, (at - 1) % 2), (EV_ABS, TRACKING_ID, -1))
-        script += report((EV_ABS, SLOT, at % 2), (EV_ABS, TRACKING_ID, -1), (EV_KEY, BTN_TOUCH, 0))
-        self.board.guest.write("/run/thumbs", script.encode())
-        self.sh("bash /run/thumbs", 60)
-        self.wait("every character once", SOON_SECONDS,
-                  lambda now: now.field("APN NAME:")["text"] == TEXT)
+@pytest.mark.parametrize("size", SIZES[-1:], ids=str)
+def test_no_character_is_lost_or_doubled(keyed: OperatedBoard) -> None:
+    """Type with two thumbs in turn. Each is lifted after the other has touched the next key."""
+    screen = keyed.panel.raise_keys("APN NAME:", SOON_SECONDS)
+    script = (f"exec 3>{event_node(keyed)} 4<> <(:)\n"
+              f"rest() {{ read -t {HALF_SECONDS} -u 4 || :; }}\n")
+    for at, character in enumerate(TEXT):
+        x, y = centre(screen.key(character))
+        script += report((EV_ABS, SLOT, at % 2), (EV_ABS, TRACKING_ID, FIRST_ID + at),
+                         (EV_KEY, BTN_TOUCH, 1), (EV_ABS, X, x), (EV_ABS, Y, y))
+        if at:
+            script += report((EV_ABS, SLOT, (at - 1) % 2), (EV_ABS, TRACKING_ID, -1))
+    script += report((EV_ABS, SLOT, at % 2), (EV_ABS, TRACKING_ID, -1), (EV_KEY, BTN_TOUCH, 0))
+    keyed.guest.write("/run/thumbs", script.encode())
+    keyed.sh("bash /run/thumbs", 60)
+    keyed.wait("every character once", SOON_SECONDS,
+               lambda now: now.field("APN NAME:")["text"] == TEXT)
 
 
-class UnusualScreens(BoardTest):
-    """Panels that are mounted upside down, and touch screens that are read without libinput.
-
-    This class is the last of the module, because later tests cannot use its board.
-    """
-
-    TURNED = {"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"}
-    RULE = "/etc/udev/rules.d/90-turned.rules"
-
-    def setUp(self) -> None:
-        super().setUp()
-        self.board.dongle.plug()
-
-    def check_turned(self, environment: dict[str, str]) -> None:
-        self.start_program(self.TURNED | environment)
-        x, y = centre(self.panel.tab(MISC))
-        self.board.fingers.touch(self.size[0] - 1 - x, self.size[1] - 1 - y)
-        self.wait("the tab under the finger", SOON_SECONDS, lambda screen: screen.field(COUNTS))
-
-    def test_evdev_turned(self) -> None:
-        node = event_node(self.board)
-        self.check_turned({"QT_QPA_FB_NO_LIBINPUT": "1",
-                           "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS": f"{node}:rotate=180"})
-
-    def test_libinput_turned(self) -> None:
-        self.board.guest.write(self.RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
-                               b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
-        reload = ("udevadm control --reload; udevadm trigger --subsystem-match=input; "
-                  "udevadm settle")
-        self.sh(reload)
-        self.addCleanup(self.sh, f"rm {self.RULE}; {reload}")
-        self.check_turned({})
-
-    def test_tslib(self) -> None:
-        """Type on a single-touch screen whose events tslib calibrates and forwards."""
-        self.reusable = False
-        self.sh("killall touchd; "
-                "until ! grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
-                "setsid touchd {} {} single </dev/null >/dev/null 2>&1 & "
-                "until grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
-                "udevadm settle".format(*self.size))
-        self.board.guest.write("/etc/ts.conf", b"module_raw input grab_events=1\n"
-                               b"module pthres pmin=1\nmodule dejitter delta=100\n"
-                               b"module linear\n")
-        node = event_node(self.board)
-        unit = documented_unit("ts_uinput.service").replace("event0", Path(node).name)
-        self.board.guest.write("/etc/systemd/system/ts_uinput.service", unit.encode())
-        self.sh("systemctl daemon-reload; systemctl start ts_uinput; "
-                "until grep -q ts_uinput /proc/bus/input/devices; do sleep 0.1; done; "
-                "udevadm settle")
-        self.start_program({})
-        self.board.fingers.touch(20, 200)  # the kernel reports a coordinate only when it changes
-        self.panel.touch_in("PinCode:", "0471", SOON_SECONDS)
+def check_turned(board: OperatedBoard, environment: dict[str, str]) -> None:
+    """Touch a tab of a panel that is mounted upside down."""
+    board.dongle.plug()
+    board.start_program(TURNED | environment)
+    x, y = centre(board.panel.tab(MISC))
+    width, height = SIZES[0]
+    board.fingers.touch(width - 1 - x, height - 1 - y)
+    board.wait("the tab under the finger", SOON_SECONDS, lambda screen: screen.field(COUNTS))
 
 
-if __name__ == "__main__":
-    unittest.main()
+def test_evdev_turned(board: OperatedBoard) -> None:
+    """A touch screen that is read without libinput."""
+    check_turned(board, {"QT_QPA_FB_NO_LIBINPUT": "1", "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS":
+                         f"{event_node(board)}:rotate=180"})
+
+
+def test_libinput_turned(board: OperatedBoard) -> None:
+    board.guest.write(RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
+                      b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
+    reload = "udevadm control --reload; udevadm trigger --subsystem-match=input; udevadm settle"
+    board.sh(reload)
+    board.cleanups.callback(board.sh, f"rm {RULE}; {reload}")
+    check_turned(board, {})
+
+
+def test_tslib(board: OperatedBoard) -> None:
+    """Type on a single-touch screen whose events tslib calibrates and forwards. Later tests cannot
+    use the board."""
+    board.reusable = False
+    board.dongle.plug()
+    board.sh("killall touchd; "
+             "until ! grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
+             "setsid touchd {} {} single </dev/null >/dev/null 2>&1 & "
+             "until grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
+             "udevadm settle".format(*SIZES[0]))
+    board.guest.write("/etc/ts.conf", b"module_raw input grab_events=1\n"
+                      b"module pthres pmin=1\nmodule dejitter delta=100\nmodule linear\n")
+    node = event_node(board)
+    unit = documented_unit("ts_uinput.service").replace("event0", Path(node).name)
+    board.guest.write("/etc/systemd/system/ts_uinput.service", unit.encode())
+    board.sh("systemctl daemon-reload; systemctl start ts_uinput; "
+             "until grep -q ts_uinput /proc/bus/input/devices; do sleep 0.1; done; "
+             "udevadm settle")
+    board.start_program({})
+    board.fingers.touch(20, 200)  # the kernel reports a coordinate only when it changes
+    board.panel.touch_in("PinCode:", "0471", SOON_SECONDS)

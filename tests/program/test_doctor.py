@@ -132,8 +132,9 @@ def test_bundle(roots: Roots) -> None:
     log = (f'rcvd [CHAP Response <0123456789abcdef0>, name = "{user}"]', *SECRETS, 'CPIN="12"')
     unpacked = said(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"
                     f"printf '%s\\n' {join(log)} >{PPP_LOG}; "
-                    f"install -m 666 /dev/null /run/b.tgz; {DOCTOR} --bundle /run/b.tgz\n(tar -tzf "
-                    f"/run/b.tgz; tar -xzOf /run/b.tgz; ls /run; stat -c mode%a /run/b.tgz) >>{SAID}\n")
+                    f"install -m 666 /dev/null /run/b.tgz; {DOCTOR} --bundle /run/b.tgz\n"
+                    "(tar -tzf /run/b.tgz; tar -xzOf /run/b.tgz; ls /run; "
+                    f"stat -c mode%a /run/b.tgz) >>{SAID}\n")
     parts = "mode600", "./page.txt", "etc-ppp-ppp.log", "etc-ppp-chat-chat", "AT+CPIN=", "b.tgz"
     assert [part for part in parts if part not in unpacked] == []
     secrets = (*SECRETS, "0123456789abcdef", 'CPIN="12', "corvanta-doctor.")
