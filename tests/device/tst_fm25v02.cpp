@@ -41,7 +41,7 @@ int transfer(const spi_ioc_transfer *records, size_t count)
         if (plain.tx_buf != 0) {
             sent.append(reinterpret_cast<const char *>(plain.tx_buf), int(plain.len));
             cycle += QString::fromLatin1(sent.toHex());
-        } else {
+        } else if (plain.rx_buf != 0) {
             const int address = sent[0] == 0x03 ? (uchar(sent[1]) << 8) | uchar(sent[2]) : 0;
             const QByteArray bytes = bus.memory.mid(address, int(plain.len));
             std::memcpy(reinterpret_cast<char *>(plain.rx_buf), bytes.constData(), bytes.size());
