@@ -17,9 +17,9 @@ BUSYBOX = "usr/bin/busybox"  # the only program of the initial RAM file system
 
 # Debian's maintainer scripts, which would create these directories, do not run, and git cannot
 # store empty ones. dpkg installs the program's own package on the running board.
-FOLDERS = ("app", "dev", "etc/ppp/peers", "mnt", "proc", "root", "run", "sys", "tmp",
-           "var/cache/fontconfig", "var/lib/dpkg/alternatives", "var/log")
-INITRAMFS_FOLDERS = ("changes", "dev", "image", "mnt", "proc", "sys", "system")
+DIRECTORIES = ("app", "dev", "etc/ppp/peers", "mnt", "proc", "root", "run", "sys", "tmp",
+               "var/cache/fontconfig", "var/lib/dpkg/alternatives", "var/log")
+INITRAMFS_DIRECTORIES = ("changes", "dev", "image", "mnt", "proc", "sys", "system")
 UNITS = "/lib/systemd/system"
 LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash",
          "var/run": "/run", "var/lock": "/run/lock",
@@ -75,8 +75,8 @@ def _build_initramfs(root: Path, version: str, into: Path) -> None:
     contents = {IMAGE_DATA / "initramfs-init": "init", root / BUSYBOX: "bin/busybox"}
     modules = _module_files(root, version, read_list(IMAGE_DATA / "initramfs-modules.txt"))
     contents |= {module: f"lib/modules/{module.name}" for module in modules}
-    for folder in (*INITRAMFS_FOLDERS, "bin", "lib/modules"):
-        (tree / folder).mkdir(parents=True)
+    for directory in (*INITRAMFS_DIRECTORIES, "bin", "lib/modules"):
+        (tree / directory).mkdir(parents=True)
     for source, target in contents.items():
         programs.run(["install", "-m", "755", source, tree / target], f"copying {source.name}")
     (tree / "modules").write_text("".join(f"{module.name}\n" for module in modules))
@@ -98,7 +98,7 @@ def _keep_modules(root: Path, version: str) -> None:
 
 def _configure(root: Path, sysroot: Path) -> None:
     """Do the work of the maintainer scripts and add the board's own files."""
-    for name in FOLDERS:
+    for name in DIRECTORIES:
         (root / name).mkdir(parents=True, exist_ok=True)
         (root / name).chmod(0o1777 if name == "tmp" else 0o755)
     for name, destination in LINKS.items():
