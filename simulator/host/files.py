@@ -70,11 +70,11 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
     return digest.hexdigest()
 
 
-def is_current(folder: Path, key: str) -> bool:
+def is_current(directory: Path, key: str) -> bool:
     """Return true when a directory was made from inputs with this fingerprint."""
-    mark = folder / MARK
+    mark = directory / MARK
     return mark.is_file() and mark.read_text() == key
 
 
-def mark_current(folder: Path, key: str) -> None:
-    (folder / MARK).write_text(key)
+def mark_current(directory: Path, key: str) -> None:
+    (directory / MARK).write_text(key)

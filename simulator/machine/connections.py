@@ -16,7 +16,7 @@ class Connections:
         self._qmp: Qmp | None = None
         self._agent: Agent | None = None
 
-    def open(self, folder: Path, alive: Callable[[], bool]) -> None:
+    def open(self, directory: Path, alive: Callable[[], bool]) -> None:
         """
         Connect to the machine in a run's directory.
 
@@ -24,10 +24,10 @@ class Connections:
         @raise BoardError with QEMU's output if QEMU or the agent does not answer
         """
         try:
-            self._qmp = Qmp(folder / qemu.QMP_SOCKET, alive)
-            self._agent = Agent(folder / qemu.AGENT_SOCKET)
+            self._qmp = Qmp(directory / qemu.QMP_SOCKET, alive)
+            self._agent = Agent(directory / qemu.AGENT_SOCKET)
         except BoardError as error:
-            said = (folder / qemu.QEMU_LOG).read_text(errors="replace").strip()
+            said = (directory / qemu.QEMU_LOG).read_text(errors="replace").strip()
             raise BoardError(f"{error}\n{said}".strip()) from error
 
     def close(self) -> None:

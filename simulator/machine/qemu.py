@@ -69,7 +69,7 @@ def _escaped(path: Path) -> str:
     return str(path).replace(",", ",,")
 
 
-def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
+def start(size: tuple[int, int], directory: Path, machine: Path, app_disk: Path, *,
           state: Path | None = None, vnc_port: int | None = None,
           detached: bool = False, spare: Path | None = None) -> subprocess.Popen[bytes]:
     """
@@ -81,8 +81,8 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
     @param spare  image of the third disk, SPARE_BYTES long, whose writes are logged
     """
     for name in (QMP_SOCKET, AGENT_SOCKET):
-        remove(folder / name)
-    (folder / SPARE_LOG).touch()
+        remove(directory / name)
+    (directory / SPARE_LOG).touch()
     argv = [*devices(size, machine, app_disk), "-blockdev", _spare_disk(spare), "-no-reboot",
             "-display", "none", "-serial", f"file:{SERIAL_LOG}",
             "-qmp", f"unix:{QMP_SOCKET},server=on,wait=off"]
@@ -93,8 +93,8 @@ def start(size: tuple[int, int], folder: Path, machine: Path, app_disk: Path, *,
     argv += ["-vnc", "none" if vnc_port is None else f"127.0.0.1:{vnc_port - VNC_BASE}"]
     if not detached:
         argv = ["setpriv", "--pdeathsig", "KILL", "--", *argv]
-    with open(folder / QEMU_LOG, "wb") as log:
+    with open(directory / QEMU_LOG, "wb") as log:
         # Start a new session, so that Ctrl-C in the terminal does not reach QEMU.
-        return subprocess.Popen(argv, cwd=folder, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                                start_new_session=True,
+        return subprocess.Popen(argv, cwd=directory, stdin=subprocess.DEVNULL, stdout=log,
+                                stderr=log, start_new_session=True,
                                 env=dict(os.environ, PATH=programs.SEARCH_PATH))

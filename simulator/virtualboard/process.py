@@ -19,37 +19,37 @@ class Process:
     """
     A QEMU process.
 
-    @param folder  the run's directory, which is QEMU's working directory; a process that
+    @param directory  the run's directory, which is QEMU's working directory; a process that
            reuses the process ID has another one
     @param size  panel size in pixels
     """
 
     pid: int
-    folder: str
+    directory: str
     size: tuple[int, int]
 
     @classmethod
-    def of(cls, folder: Path) -> "Process | None":
+    def of(cls, directory: Path) -> "Process | None":
         """Return the running process of a run's directory, or None."""
         try:
-            record = json.loads((folder / RECORD).read_text("utf-8"))
+            record = json.loads((directory / RECORD).read_text("utf-8"))
             width, height = record["size"]
-            found = cls(record["pid"], record["folder"], (width, height))
+            found = cls(record["pid"], record["directory"], (width, height))
         except (OSError, ValueError, KeyError):
             return None
         return found if found.alive() else None
 
     @classmethod
-    def note(cls, folder: Path, pid: int, size: tuple[int, int]) -> "Process":
+    def note(cls, directory: Path, pid: int, size: tuple[int, int]) -> "Process":
         """Write the record of a new process into its run's directory."""
-        process = cls(pid, str(folder.resolve()), size)
-        (folder / RECORD).write_text(json.dumps(asdict(process)))
+        process = cls(pid, str(directory.resolve()), size)
+        (directory / RECORD).write_text(json.dumps(asdict(process)))
         return process
 
     def alive(self) -> bool:
         """Return true while the process runs; false for a zombie."""
         try:
-            return os.readlink(f"/proc/{self.pid}/cwd") == self.folder
+            return os.readlink(f"/proc/{self.pid}/cwd") == self.directory
         except OSError:
             return False
 

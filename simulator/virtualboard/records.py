@@ -21,11 +21,11 @@ class Records:
     """
     Screenshots and logs of a run.
 
-    @param folder  the run's directory
+    @param directory  the run's directory
     """
 
-    def __init__(self, folder: Path, connections: Connections, guest: Guest) -> None:
-        self._folder = folder
+    def __init__(self, directory: Path, connections: Connections, guest: Guest) -> None:
+        self._directory = directory
         self._connections = connections
         self._guest = guest
 
@@ -36,7 +36,7 @@ class Records:
         @param file  path of the screenshot; a relative one is below the run's directory
         @return the screenshot's absolute path
         """
-        path = self._folder / file
+        path = self._directory / file
         self._connections.qmp.picture(path)
         return path
 
@@ -51,8 +51,8 @@ class Records:
                 content = self._guest.read(log)
             except FileNotFoundError:
                 continue
-            path = self._folder / Path(log).name
+            path = self._directory / Path(log).name
             path.write_bytes(content)
             found.append(path)
-        serial = self._folder / qemu.SERIAL_LOG
+        serial = self._directory / qemu.SERIAL_LOG
         return sorted([*found, serial] if serial.is_file() else found)

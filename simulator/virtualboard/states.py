@@ -68,19 +68,19 @@ def _build(key: str, say: Say) -> None:
         mark_current(unfinished, key)
 
 
-def _save_states(folder: Path, say: Say) -> None:
+def _save_states(directory: Path, say: Say) -> None:
     """Boot once without a panel, then save a state with each panel size."""
-    base = folder / "state-without-panel"
+    base = directory / "state-without-panel"
     say("booting once")
-    with Board(run="save", fresh=True, machine=folder, panel_on=False) as booted:
+    with Board(run="save", fresh=True, machine=directory, panel_on=False) as booted:
         booted.guest.sh(SETTLE, seconds=BOOT_SECONDS)
         booted.records.logs()
         booted.save(base)
     for size in SIZES:
         say(f"saving the state with a panel of {size[0]}x{size[1]}")
-        with Board(size, f"save-{size[0]}x{size[1]}", machine=folder, state=base) as board:
+        with Board(size, f"save-{size[0]}x{size[1]}", machine=directory, state=base) as board:
             board.guest.sh(FORGET, seconds=BOOT_SECONDS)
-            board.save(state_file(folder, size))
+            board.save(state_file(directory, size))
     base.unlink()
 
 
@@ -94,5 +94,5 @@ def _forget_old() -> None:
     """Remove old machine states, but no directory without the mark that ensure() gives them."""
     saved = [mark.parent for mark in cache().glob(f"machine-*/{MARK}")
              if mark.parent.name == f"machine-{mark.read_text()[:16]}"]
-    for folder in sorted(saved, key=lambda f: f.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
-        shutil.rmtree(folder, ignore_errors=True)
+    for directory in sorted(saved, key=lambda f: f.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
+        shutil.rmtree(directory, ignore_errors=True)
