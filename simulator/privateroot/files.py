@@ -39,9 +39,10 @@ class RootFiles:
                  setup: str = "", launch: str = LAUNCH) -> None:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
-        for folder in ("testrun/answers", "testrun/answering", "testrun/bin", "quenfold/configs",
-                       "ppp/peers", "ppp/chat", "dev/pts", "dev/shm", "etc"):
-            (self.base / folder).mkdir(parents=True)
+        for directory in ("testrun/answers", "testrun/answering", "testrun/bin",
+                          "quenfold/configs", "ppp/peers", "ppp/chat", "dev/pts", "dev/shm",
+                          "etc"):
+            (self.base / directory).mkdir(parents=True)
         for file in ("calls", "stdout", "stderr"):
             (self.run / file).touch()
         self.run.joinpath("setup").write_text(setup)
@@ -137,7 +138,7 @@ class RootFiles:
 
     def remove(self) -> None:
         """Remove the directories, even if tests have removed their permissions."""
-        for folder in self.base.rglob("*"):
-            if folder.is_dir() and not folder.is_symlink():
-                folder.chmod(0o700)
+        for path in self.base.rglob("*"):
+            if path.is_dir() and not path.is_symlink():
+                path.chmod(0o700)
         shutil.rmtree(self.base, ignore_errors=True)

@@ -68,9 +68,9 @@ class PrivateRoot(RootRecord):
                      "--ro-bind", usr, usr, "--proc", "/proc", "--perms", "0700",
                      "--tmpfs", "/tmp", "--bind", f"{base}/dev", "/dev",
                      "--dev-bind", "/dev/pts", "/dev/pts"]
-        for folder in ("bin", "sbin", "lib", "lib32", "lib64"):
-            if Path(usr, folder).exists():
-                arguments += ["--symlink", f"usr/{folder}", f"/{folder}"]
+        for directory in ("bin", "sbin", "lib", "lib32", "lib64"):
+            if Path(usr, directory).exists():
+                arguments += ["--symlink", f"usr/{directory}", f"/{directory}"]
         for name in DEVICES:
             arguments += ["--dev-bind", f"/dev/{name}", f"/dev/{name}"]
         for path in ("/etc/fonts", "/etc/ld.so.cache", "/var/cache/fontconfig"):
