@@ -64,9 +64,9 @@ std::string printable(const std::string &bytes)
 class Dongle
 {
 public:
-    Dongle(const std::string &port, const std::string &folder, modem::Network &network)
-        : m_path(port), m_scenarioPath(folder + "/scenario"),
-          m_log(std::fopen((folder + "/modem.log").c_str(), "ae")), m_network(network)
+    Dongle(const std::string &port, const std::string &directory, modem::Network &network)
+        : m_path(port), m_scenarioPath(directory + "/scenario"),
+          m_log(std::fopen((directory + "/modem.log").c_str(), "ae")), m_network(network)
     {
     }
 
@@ -218,13 +218,13 @@ private:
 };
 
 /** Simulate the dongle until the process is killed. @return exit status after an error */
-int play(const std::string &port, const std::string &folder, const std::string &program)
+int play(const std::string &port, const std::string &directory, const std::string &program)
 {
     ::umask(S_IRWXG | S_IRWXO); // only root may read the network's secrets
-    modem::Network network(program.empty() ? "netpppd" : program, folder + "/network.log");
-    const std::string error = program.empty() ? network.enterNamespaces(folder + "/ppp") : "";
+    modem::Network network(program.empty() ? "netpppd" : program, directory + "/network.log");
+    const std::string error = program.empty() ? network.enterNamespaces(directory + "/ppp") : "";
     if (error.empty())
-        Dongle(port, folder, network).run();
+        Dongle(port, directory, network).run();
     std::fprintf(stderr, "modemsim: %s\n", error.c_str());
     return 1;
 }

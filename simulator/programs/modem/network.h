@@ -82,16 +82,16 @@ public:
 
     /**
      * Move this process into new network and mount namespaces and start a name server.
-     * @param folder directory to mount at /etc/ppp, for the secrets of the network's pppd
+     * @param directory directory to mount at /etc/ppp, for the secrets of the network's pppd
      * @return an error message, or an empty string
      */
-    std::string enterNamespaces(const std::string &folder)
+    std::string enterNamespaces(const std::string &directory)
     {
         std::error_code error;
-        std::filesystem::create_directories(folder, error);
+        std::filesystem::create_directories(directory, error);
         if (::unshare(CLONE_NEWNET | CLONE_NEWNS) == -1 ||
             ::mount("", "/", "none", MS_SLAVE | MS_REC, nullptr) == -1 ||
-            ::mount(folder.c_str(), "/etc/ppp", "none", MS_BIND, nullptr) == -1)
+            ::mount(directory.c_str(), "/etc/ppp", "none", MS_BIND, nullptr) == -1)
             return message("namespaces");
         m_hasSecrets = true;
         std::FILE *ip = ::popen("ip -batch -", "w");
