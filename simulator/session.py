@@ -56,7 +56,7 @@ class Session:
         self.language = language
         self.text = Texts(language)
         self.panel = board.panel
-        self.pictures: list[Path] = []
+        self.screenshots: list[Path] = []
 
     def run(self) -> None:
         for step in (self.start_without_dongle, self.plug_in, self.fill_in, self.connect,
@@ -74,13 +74,13 @@ class Session:
         except (BoardError, PanelError, SessionError, OSError) as error:
             print(f"  FAILED  {what}: {error}", flush=True)
             with contextlib.suppress(BoardError):
-                self.picture("failed")
+                self.save_screenshot("failed")
             raise SessionError(what) from error
         print(f"{time.monotonic() - started:7.1f} s  {what}", flush=True)
 
-    def picture(self, name: str) -> None:
-        path = self.board.photograph(f"{len(self.pictures) + 1:02}-{name}.png")
-        self.pictures.append(path)
+    def save_screenshot(self, name: str) -> None:
+        path = self.board.photograph(f"{len(self.screenshots) + 1:02}-{name}.png")
+        self.screenshots.append(path)
 
     def await_link(self, shown: tuple[str, str]) -> None:
         def holds(screen: Screen) -> bool:
@@ -97,7 +97,7 @@ class Session:
         self.board.program.start()
         self.panel.wait(lambda screen: screen.dialog()["text"] == self.text(UNDETECTED),
                         START_SECONDS, "the waiting dialog")
-        self.picture("start-without-dongle")
+        self.save_screenshot("start-without-dongle")
 
     def plug_in(self) -> None:
         """the dongle is plugged in: the dialog closes, the setting page is shown"""
@@ -114,22 +114,22 @@ class Session:
         for label, text in VALUES.items():
             self.panel.touch_in(self.text(label), text)
             if label in (APN, PASSWORD):
-                self.picture("typing-" + label.split()[0].strip(":").lower())
+                self.save_screenshot("typing-" + label.split()[0].strip(":").lower())
             self.panel.put_keys_away()
         self.panel.open_tab(self.text(MISC))
         self.panel.press(self.text("YES"))
         self.panel.touch_in(self.text(COUNTS), "3")
         self.panel.put_keys_away("Enter")
-        self.picture("misc-setting")
+        self.save_screenshot("misc-setting")
         self.panel.open_tab(self.text(SETTING))
-        self.picture("setting-filled")
+        self.save_screenshot("setting-filled")
 
     def connect(self) -> None:
         """Connect is touched: the busy bar shows"""
         self.panel.press(self.text("Connect"))
         self.panel.wait(lambda screen: screen.busy_bars(), SOON_SECONDS, "the busy bar")
         expect(not self.panel.button(self.text("Connect"))["enabled"], "Connect is disabled")
-        self.picture("busy")
+        self.save_screenshot("busy")
 
     def see_connected(self) -> None:
         """the link is up: "connected" in green, Disconnect enabled, the setting page disabled"""
@@ -140,10 +140,10 @@ class Session:
                "the dongle is detected")
         expect(screen.button(self.text("Disconnect"))["enabled"], "Disconnect is enabled")
         expect(not screen.busy_bars(), "the busy bar is hidden")
-        self.picture("connected")
+        self.save_screenshot("connected")
         self.panel.open_tab(self.text(SETTING))
         expect(not self.panel.field(self.text(APN))["enabled"], "the setting page is disabled")
-        self.picture("setting-disabled")
+        self.save_screenshot("setting-disabled")
 
     def reach_network(self) -> None:
         """the default route is over ppp0, a name is resolved and pinged over the link"""
@@ -166,7 +166,7 @@ class Session:
         self.await_link(LINK_DOWN)
         expect(self.panel.button(self.text("Connect"))["enabled"], "Connect is enabled")
         expect(self.board.guest.run("pgrep -x pppd").status != 0, "no pppd is left")
-        self.picture("disconnected")
+        self.save_screenshot("disconnected")
 
     def connect_without_dongle(self) -> None:
         """the dongle is pulled and Connect is touched: the waiting dialog"""
@@ -176,7 +176,7 @@ class Session:
         self.panel.press(self.text("Connect"))
         self.panel.wait(lambda screen: screen.dialog()["text"] == self.text(UNDETECTED),
                         SOON_SECONDS, "the waiting dialog")
-        self.picture("waiting-for-dongle")
+        self.save_screenshot("waiting-for-dongle")
 
     def plug_in_again(self) -> None:
         """the dongle is plugged in again: the connection attempt continues by itself"""
@@ -188,7 +188,7 @@ class Session:
         """the network is busy: the notice, then the setting page is enabled again"""
         self.panel.wait(lambda screen: screen.dialog()["text"] == self.text(FAILED), CHECK_SECONDS,
                         "the notice")
-        self.picture("connect-failed")
+        self.save_screenshot("connect-failed")
         page = self.board.folder / "doctor.txt"
         page.write_text(self.board.guest.run("corvanta-doctor").text, encoding="utf-8")
         print(f"diagnosis  {page.relative_to(ROOT)}", flush=True)
@@ -213,14 +213,14 @@ class Session:
                "the old log is the log of this run")
         guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # the log is empty if pppd was redialling
         guest.sh("killall pppd")  # pppd keeps running after Exit
-        self.picture("ended")
+        self.save_screenshot("ended")
 
 
 class Gallery:
     """Screenshots of the main screens in every language on every panel, on separate boards."""
 
     def __init__(self) -> None:
-        self.pictures: list[Path] = []
+        self.screenshots: list[Path] = []
         self._wanted = True
         self._board: Board | None = None
 
@@ -246,24 +246,24 @@ class Gallery:
         board.program.start()
         panel.wait(lambda screen: screen.dialog()["text"] == text(UNDETECTED), START_SECONDS,
                    f"the waiting dialog in {LANGUAGES[language]}")
-        self._picture(board, language, "waiting")
+        self._save_screenshot(board, language, "waiting")
         board.dongle.plug()
         panel.wait(lambda screen: screen.main_window()["visible"] and not screen.has_dialog(),
                    START_SECONDS, "the main window")
         for tab, what in ((STATUS, "status"), (MISC, "misc"), (SETTING, "setting")):
             panel.open_tab(text(tab), START_SECONDS)
             expect_no_layout_faults(panel.screen())
-            self._picture(board, language, what)
+            self._save_screenshot(board, language, what)
         panel.raise_keys(text(PIN), START_SECONDS)
-        self._picture(board, language, "typing")
+        self._save_screenshot(board, language, "typing")
         panel.put_keys_away(timeout=START_SECONDS)
         panel.press(text("Exit"))
         expect(board.program.wait_end(START_SECONDS) == 0, "exit status 0")
         board.dongle.unplug()
 
-    def _picture(self, board: Board, language: int, what: str) -> None:
+    def _save_screenshot(self, board: Board, language: int, what: str) -> None:
         name = LANGUAGES[language].lower().replace(" ", "-")
-        self.pictures.append(board.photograph(f"{name}-{what}.png"))
+        self.screenshots.append(board.photograph(f"{name}-{what}.png"))
 
 
 def interactive(board: Board, language: int, port: int) -> None:
@@ -293,7 +293,7 @@ def run_all(size: tuple[int, int], language: int) -> None:
                 running.result()
         finally:
             gallery.stop()
-            for path in (*session.pictures, *gallery.pictures):
+            for path in (*session.screenshots, *gallery.screenshots):
                 print(f"screenshot {path.relative_to(ROOT)}")
             print(f"logs       {board.folder.relative_to(ROOT)}", flush=True)
 
