@@ -176,12 +176,12 @@ void OnScreenKeyboardTest::paintsTheHeldKeyOnly()
 {
     touchField(m_text);
     const QRect place = keys()->geometry();
-    const auto picture = [&place] {
+    const auto screenshot = [&place] {
         return QGuiApplication::primaryScreen()->grabWindow(0).toImage().copy(place);
     };
-    const QImage before = picture();
+    const QImage before = screenshot();
     QTest::touchEvent(keys(), m_screen.get()).press(0, key("g"));
-    const QImage held = picture(); // immediately, before any event is processed
+    const QImage held = screenshot(); // immediately, before any event is processed
     QVERIFY2(before.pixel(key("g") + QPoint(0, 20)) != held.pixel(key("g") + QPoint(0, 20)),
              "the key looks as before");
     for (const char *beside : {"f", "h", "v"}) {
@@ -189,7 +189,7 @@ void OnScreenKeyboardTest::paintsTheHeldKeyOnly()
         QCOMPARE(held.copy(around), before.copy(around));
     }
     QTest::touchEvent(keys(), m_screen.get()).release(0, key("g"));
-    QCOMPARE(picture(), before);
+    QCOMPARE(screenshot(), before);
 }
 
 void OnScreenKeyboardTest::nothingMovesUnderAFinger()

@@ -97,7 +97,7 @@ def expect_stored(root: PrivateRoot, parameters: bytes) -> None:
     expect(stored(root) == parameters, f"{stored(root)!r} is stored")
 
 
-def at_rest(root: PrivateRoot) -> None:
+def wait_until_idle(root: PrivateRoot) -> None:
     """Wait until no command runs and the program has closed the descriptors of all commands."""
     def quiet() -> bool:
         return not root.processes() and not any(
@@ -169,12 +169,12 @@ def repair(contents: dict[str, bytes | None]) -> bytes:
         return seen
 
 
-class Picture:
-    """A screenshot of the program."""
+class Screenshot:
+    """A screenshot of the program, as pixels."""
 
     def __init__(self, root: PrivateRoot) -> None:
-        root.panel.shot("/testrun/picture.ppm")
-        magic, size, depth, pixels = root.content("/testrun/picture.ppm").split(b"\n", 3)
+        root.panel.shot("/testrun/screenshot.ppm")
+        magic, size, depth, pixels = root.content("/testrun/screenshot.ppm").split(b"\n", 3)
         assert (magic, depth) == (b"P6", b"255"), "a PPM file of 8 bits per colour"
         self.width = int(size.split()[0])
         self.pixels = pixels

@@ -15,8 +15,8 @@ from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
 from privateroot.waiting import wait_until
-from program.programtest import (FAST, Picture, clocks, expect_file, expect_period, fail, generated,
-                                 stored)
+from program.programtest import (FAST, Screenshot, clocks, expect_file, expect_period, fail,
+                                 generated, stored)
 from program.conftest import Roots
 
 # Answer script that copies the program's files as they are when the command runs.
@@ -151,11 +151,11 @@ def wait_for_dongle(root: PrivateRoot, node: bool, usb: str = DONGLE) -> None:
 def test_served_with_a_moving_bar(root: PrivateRoot) -> None:
     wait_for_dongle(root, node=False)
     bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
-    pictures = set()
+    screenshots = set()
 
     def moving(_: object) -> bool:
-        pictures.add(Picture(root).part(bar["rect"]))
-        return len(pictures) >= 5
+        screenshots.add(Screenshot(root).part(bar["rect"]))
+        return len(screenshots) >= 5
 
     root.wait(moving, 3, "the busy bar moves")
     root.panel.open_tab(STATUS, 0.7)

@@ -13,7 +13,7 @@ from privateroot.operating import expect, leave, stored_root, wait_link
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending, private_kib
 from program.injection import terminate
-from program.programtest import FAST, at_rest, fail, press_fast, row
+from program.programtest import FAST, fail, press_fast, row, wait_until_idle
 
 CHECKS = 50  # link checks requested together; the program's socket can queue more
 WARM_UP = 100  # maximum number of actions before the first memory measurement
@@ -61,7 +61,7 @@ def raise_keys(root: PrivateRoot) -> None:
 
 def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
     """Wait until no command runs. @return private memory in KiB, open descriptors, files"""
-    at_rest(root)
+    wait_until_idle(root)
     files = {str(path.relative_to(root.base)) for directory in ("quenfold", "ppp", "dev")
              for path in Path(root.base, directory).rglob("*")}
     return private_kib(root.pid), root.descriptors(), files

@@ -15,7 +15,7 @@ from privateroot.operating import wait_link
 from privateroot.procfs import processor_ticks
 from privateroot.waiting import wait_until
 from program.modem import Modem
-from program.programtest import Picture, clocks, expect_lasted, expect_period
+from program.programtest import Screenshot, clocks, expect_lasted, expect_period
 from program.conftest import Roots
 
 # Panels without a display profile have no style sheet with padding, so their buttons are lower.
@@ -110,7 +110,7 @@ def test_dongle_dialog(roots: Roots) -> None:
 def test_node_wait_is_served(roots: Roots) -> None:
     root = roots.new(nodes=("ttyS0", "tty", "USB0")).start(shown=False)
     root.wait_calls("ls", 1)
-    assert Picture(root).colours() == {BLACK}, "the panel is black during the wait"
+    assert Screenshot(root).colours() == {BLACK}, "the panel is black during the wait"
     root.signal(SIGUSR1)
     check = root.wait_calls("ifconfig", 1, 0.7)
     assert not root.panel.screen().main_window()["visible"]
@@ -121,7 +121,7 @@ def test_node_wait_is_served(roots: Roots) -> None:
     expect_period(looks, 1.0)
     root.add_node("ttyUSB3")
     root.wait_shown(1.5)
-    assert Picture(root).colours() != {BLACK}
+    assert Screenshot(root).colours() != {BLACK}
 
 
 def test_no_shell(roots: Roots) -> None:
@@ -182,7 +182,7 @@ def test_style_sheets(roots: Roots, size: tuple[int, int]) -> None:
     assert button["hint"][1] in BUTTONS[size], "the panel's own style sheet sets the height"
     # The style sheet that all panels share: a black edge around a light face.
     x, y, _, height = button["rect"]
-    face = Picture(root).part([x, y + height // 2, 4, 1])
+    face = Screenshot(root).part([x, y + height // 2, 4, 1])
     assert tuple(face[:3]) == BLACK
     assert min(face[-3:]) > 0xd0
 
