@@ -38,15 +38,16 @@ cp "$MIRROR/a.deb" "$root/var/cache/apt/archives"
 
 class Debian(unittest.TestCase):
     def setUp(self) -> None:
-        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
-        self.enterContext(mock.patch.dict(os.environ, CORVANTA_CACHE=str(self.folder / "cache"),
-                                          MIRROR=str(self.folder), CORVANTA_MIRROR="http://mirror"))
+        self.directory = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.enterContext(mock.patch.dict(os.environ, CORVANTA_CACHE=str(self.directory / "cache"),
+                                          MIRROR=str(self.directory),
+                                          CORVANTA_MIRROR="http://mirror"))
 
     def test_mirror_is_the_one_of_the_host(self) -> None:
-        parts = self.folder / "sources.list.d"
+        parts = self.directory / "sources.list.d"
         parts.mkdir()
-        config = self.folder / "apt.conf"
-        config.write_text(f'Dir::Etc "{self.folder}/"; Dir::State "{self.folder}/";')
+        config = self.directory / "apt.conf"
+        config.write_text(f'Dir::Etc "{self.directory}/"; Dir::State "{self.directory}/";')
         os.environ["APT_CONFIG"] = str(config)
         self.assertEqual(debian.find_mirror(), "http://mirror")
         del os.environ["CORVANTA_MIRROR"]
@@ -58,17 +59,17 @@ class Debian(unittest.TestCase):
             self.assertEqual(debian.find_mirror(), expected)
 
     def test_packages_are_fetched_once(self) -> None:
-        stand_in = self.folder / "mmdebstrap"
+        stand_in = self.directory / "mmdebstrap"
         stand_in.write_text(MMDEBSTRAP)
         stand_in.chmod(0o755)
         self.enterContext(mock.patch.object(
-            programs, "SEARCH_PATH", f"{self.folder}:{programs.SEARCH_PATH}"))
-        (self.folder / "down").touch()
+            programs, "SEARCH_PATH", f"{self.directory}:{programs.SEARCH_PATH}"))
+        (self.directory / "down").touch()
         with self.assertRaisesRegex(BoardError, r"(?s)http://mirror.*the mirror is down"):
             debian.unpacked("board")
-        (self.folder / "down").unlink()
+        (self.directory / "down").unlink()
         tree = debian.unpacked("board")
-        (self.folder / "down").touch()
+        (self.directory / "down").touch()
         self.assertEqual(debian.unpacked("board"), tree)
         self.assertEqual(sorted(str(file.relative_to(tree)) for file in tree.rglob("*")
                                 if file.is_file() and "dpkg" not in file.parts), ["usr/bin/a"])
