@@ -97,8 +97,8 @@ def machine() -> str:
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="./bench", description=__doc__)
     parser.add_argument("words", nargs="*", metavar="WORDS",
-                        help="measure only rows that contain one of these words, such as "
-                        "\"wakeups\", and rows that are measured together with them")
+                        help="measure only rows whose names contain one of these words, such "
+                        "as \"wakeups\", and the rows that are measured together with them")
     parser.add_argument("--quick", action="store_true",
                         help="measure 5 rounds instead of 45: quick, but not reliable")
     parser.add_argument("--write-docs", action="store_true",
