@@ -1,5 +1,7 @@
 """Runs the fault-injection groups of the test suite in parallel, and reports each outcome."""
 
+from __future__ import annotations
+
 import argparse
 import os
 import sys
@@ -7,9 +9,10 @@ import time
 from collections import Counter
 from collections.abc import Iterator
 from pathlib import Path
-from typing import NamedTuple
+from typing import TYPE_CHECKING, NamedTuple
 
-import pytest
+if TYPE_CHECKING:
+    import pytest
 
 TESTS = Path(__file__).resolve().parent
 PAGE = TESTS.parent / "docs/measured/torture.md"
@@ -195,6 +198,7 @@ def arguments() -> argparse.Namespace:
 
 def main() -> int:
     begin, wanted, cores = time.monotonic(), arguments(), os.cpu_count() or 1
+    import pytest  # not at the top, so that --help needs no package
     groups = wanted.groups or list(GROUPS)
     files = {f"{TESTS}/{test.partition('::')[0]}" for group in groups
              for test in GROUPS[group].tests}
