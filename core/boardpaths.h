@@ -17,7 +17,7 @@ inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 
 // Process ID of the pppd that has sent the PIN. Not in /run/corvanta, which systemd deletes when
 // the panel stops.
-inline constexpr char PinMemory[] = "/run/corvanta-pin";
+inline constexpr char PinRecord[] = "/run/corvanta-pin";
 
 // Dial-up
 inline constexpr char ModemPort[] = "/dev/ttyUSB0";

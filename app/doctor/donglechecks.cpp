@@ -127,7 +127,7 @@ bool checkSim(Page &page, const QByteArray &answer)
          {!answer.contains("PIN"), "the modem finds no SIM",
           "insert the SIM, then plug the dongle in again"},
          {!hasPin, "the SIM asks for its PIN, and none is stored", "enter the PIN on the panel"},
-         {QFileInfo::exists(boardpaths::PinMemory), "the SIM has refused the stored PIN",
+         {QFileInfo::exists(boardpaths::PinRecord), "the SIM has refused the stored PIN",
           "correct the PIN before you dial again"}},
         "the SIM asks for its PIN, which the chat script sends");
     return false;

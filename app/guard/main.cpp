@@ -1,6 +1,6 @@
 // pppd runs this program before each dial. It prevents pppd from sending a rejected PIN again.
 #include "app/guard/modemport.h"
-#include "app/guard/pinmemory.h"
+#include "app/guard/pinrecord.h"
 #include "app/guard/simquery.h"
 #include "core/boardpaths.h"
 
@@ -35,15 +35,15 @@ int apply(guard::Verdict verdict, const std::string &pppd)
     case guard::Verdict::RefusePin:
         return refuse(
             "The SIM refused this PIN once. It is not sent again until Connect is pressed.");
-    case guard::Verdict::DialAndRemember:
-        if (!guard::remember(boardpaths::PinMemory, pppd)) {
+    case guard::Verdict::DialAndRecord:
+        if (!guard::writeRecord(boardpaths::PinRecord, pppd)) {
             // Without the record, the next dial would send the PIN again.
-            return refuse(std::string("The PIN is not sent, as ") + boardpaths::PinMemory +
+            return refuse(std::string("The PIN is not sent, as ") + boardpaths::PinRecord +
                           " cannot be written: " + std::strerror(errno) + '.');
         }
         break;
-    case guard::Verdict::DialAndForget:
-        guard::forget(boardpaths::PinMemory);
+    case guard::Verdict::DialAndDelete:
+        guard::deleteRecord(boardpaths::PinRecord);
         break;
     case guard::Verdict::Dial:
         break;
@@ -55,16 +55,16 @@ int apply(guard::Verdict verdict, const std::string &pppd)
 
 int main()
 {
-    guard::catchEndingSignals();
+    guard::handleTerminationSignals();
     const std::string other = guard::otherUsbDevice(STDIN_FILENO);
     if (!other.empty())
         return refuse(std::string(boardpaths::ModemPort) + " belongs to another USB device (" +
                       other + "). Unplug that device.");
     const std::string pppd = guard::callingPppd();
     const guard::SimState state = guard::ModemPort(STDIN_FILENO).ask(AskTime);
-    if (guard::wasEnded())
+    if (guard::terminationReceived())
         return 1;
     return apply(guard::decide(state, guard::sendsPin(boardpaths::ChatScript),
-                               guard::isRemembered(boardpaths::PinMemory, pppd)),
+                               guard::isRecorded(boardpaths::PinRecord, pppd)),
                  pppd);
 }

@@ -24,13 +24,13 @@ using std::chrono::milliseconds;
 constexpr milliseconds AnswerTime{1000}; // timeout of one command
 constexpr milliseconds PauseTime{250};   // after an error: the SIM may be starting
 constexpr milliseconds QuietTime{50};    // silence after which the response is complete
-constexpr int EndingSignals[] = {SIGTERM, SIGHUP, SIGINT};
+constexpr int TerminationSignals[] = {SIGTERM, SIGHUP, SIGINT};
 
-volatile std::sig_atomic_t ended = 0;
+volatile std::sig_atomic_t terminated = 0;
 
-void noteEnd(int)
+void onSignal(int)
 {
-    ended = 1;
+    terminated = 1;
 }
 
 } // namespace
@@ -54,18 +54,18 @@ std::string otherUsbDevice(int fd)
     return isDongle ? std::string() : vendor + ':' + product;
 }
 
-void catchEndingSignals()
+void handleTerminationSignals()
 {
     struct sigaction action {
     };
-    action.sa_handler = noteEnd;
-    for (int signal : EndingSignals)
+    action.sa_handler = onSignal;
+    for (int signal : TerminationSignals)
         sigaction(signal, &action, nullptr);
 }
 
-bool wasEnded()
+bool terminationReceived()
 {
-    return ended != 0;
+    return terminated != 0;
 }
 
 ModemPort::ModemPort(int fd) : m_fd(fd), m_flags(fcntl(fd, F_GETFL))
@@ -93,7 +93,7 @@ SimState ModemPort::ask(milliseconds limit)
 {
     const auto end = Clock::now() + limit;
     SimState state = SimState::Unknown;
-    while (m_usable && !wasEnded() && Clock::now() < end) {
+    while (m_usable && !terminationReceived() && Clock::now() < end) {
         const SimAnswer answer = askOnce(std::min(end, Clock::now() + AnswerTime));
         state = answer.state();
         dropUntilQuiet(end);
@@ -134,11 +134,12 @@ bool ModemPort::send(const char *command, Clock::time_point end)
     return *rest == '\0';
 }
 
-/** @return true when the port is ready, or unplugged: the next call on it fails then */
+/** @return true when the port is ready. An unplugged port counts as ready: the next call on it
+ *          fails. */
 bool ModemPort::await(short events, Clock::time_point end)
 {
     const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
-    if (!m_usable || wasEnded() || left.count() <= 0)
+    if (!m_usable || terminationReceived() || left.count() <= 0)
         return false;
     pollfd port{m_fd, events, 0};
     // Not ppoll(): the fortified version in glibc 2.36 misreads 64-bit times on 32-bit boards. A

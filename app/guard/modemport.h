@@ -44,14 +44,14 @@ private:
 /**
  * Check which USB device a serial port belongs to.
  * @return vendor and product ID, "0403:6001" for example, of a USB device that is not the dongle;
- *         empty for the dongle's port, and for a port of another kind
+ *         empty for the dongle's port and for ports that are not on the USB bus
  */
 std::string otherUsbDevice(int fd);
 
-/** Handle the signals that end ask(). */
-void catchEndingSignals();
+/** Handle SIGTERM, SIGHUP and SIGINT, so that they end ask() instead of the process. */
+void handleTerminationSignals();
 
 /** @return true when one of those signals has arrived */
-bool wasEnded();
+bool terminationReceived();
 
 } // namespace guard

@@ -29,11 +29,11 @@ Verdict decide(SimState state, bool scriptSendsPin, bool pinWasSent)
     case SimState::Puk:
         return Verdict::RefusePuk;
     case SimState::Ready:
-        return Verdict::DialAndForget;
+        return Verdict::DialAndDelete;
     case SimState::Pin:
         if (!scriptSendsPin)
             return Verdict::Dial;
-        return pinWasSent ? Verdict::RefusePin : Verdict::DialAndRemember;
+        return pinWasSent ? Verdict::RefusePin : Verdict::DialAndRecord;
     case SimState::Unknown:
         break;
     }
@@ -44,7 +44,7 @@ void SimAnswer::feed(const char *bytes, std::size_t size)
 {
     for (std::size_t i = 0; i < size; ++i) {
         if (bytes[i] == '\r' || bytes[i] == '\n') {
-            take(m_line);
+            parseLine(m_line);
             m_line.clear();
         } else if (m_line.size() < MaxLine) {
             m_line += bytes[i];
@@ -52,15 +52,15 @@ void SimAnswer::feed(const char *bytes, std::size_t size)
     }
 }
 
-void SimAnswer::take(const std::string &line)
+void SimAnswer::parseLine(const std::string &line)
 {
     if (m_complete)
         return;
     if (startsWith(line, "+CPIN:")) {
         m_state = stateOf(line.substr(line.find(':')));
-        m_told = true;
+        m_stateRead = true;
     } else if (line == "OK") {
-        m_complete = m_told;
+        m_complete = m_stateRead;
     } else if (line == "ERROR" || startsWith(line, "+CME ERROR:") ||
                startsWith(line, "+CMS ERROR:")) {
         m_state = SimState::Unknown;

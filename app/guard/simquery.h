@@ -12,8 +12,8 @@ enum class SimState { Unknown, Ready, Pin, Puk };
 /** Decision before a dial. */
 enum class Verdict {
     Dial,
-    DialAndForget,   ///< the PIN was accepted: forget that it was sent
-    DialAndRemember, ///< the chat script sends the PIN; a wrong one uses up an attempt
+    DialAndDelete, ///< the PIN was accepted: delete the record that it was sent
+    DialAndRecord, ///< the chat script sends the PIN, which may be wrong: record that it was sent
     RefusePuk,
     RefusePin, ///< the PIN was sent once and the SIM still requires it
 };
@@ -42,11 +42,11 @@ public:
     SimState state() const { return m_complete ? m_state : SimState::Unknown; }
 
 private:
-    void take(const std::string &line);
+    void parseLine(const std::string &line);
 
     std::string m_line;
     SimState m_state = SimState::Unknown;
-    bool m_told = false; ///< +CPIN: has been read
+    bool m_stateRead = false; ///< +CPIN: has been read
     bool m_complete = false;
 };
 

@@ -1,6 +1,6 @@
 // The PIN guard: its exchange with a modem on a pseudo-terminal, and its decision whether to dial.
 #include "app/guard/modemport.h"
-#include "app/guard/pinmemory.h"
+#include "app/guard/pinrecord.h"
 #include "app/guard/simquery.h"
 
 #include <QRegularExpression>
@@ -59,10 +59,10 @@ void PinGuardTest::verdict_data()
     QTest::addColumn<bool>("scriptSendsPin");
     QTest::addColumn<bool>("pinWasSent");
     QTest::addColumn<Verdict>("wanted");
-    QTest::newRow("first try") << SimState::Pin << true << false << Verdict::DialAndRemember;
+    QTest::newRow("first try") << SimState::Pin << true << false << Verdict::DialAndRecord;
     QTest::newRow("still asked for") << SimState::Pin << true << true << Verdict::RefusePin;
     QTest::newRow("nothing to spend") << SimState::Pin << false << true << Verdict::Dial;
-    QTest::newRow("it worked") << SimState::Ready << true << true << Verdict::DialAndForget;
+    QTest::newRow("it worked") << SimState::Ready << true << true << Verdict::DialAndDelete;
     QTest::newRow("PUK") << SimState::Puk << true << false << Verdict::RefusePuk;
     QTest::newRow("silence keeps the memory") << SimState::Unknown << true << true << Verdict::Dial;
 }
@@ -137,10 +137,10 @@ void PinGuardTest::endsOnASignal()
     int master = -1;
     int port = -1;
     QCOMPARE(openpty(&master, &port, nullptr, nullptr, nullptr), 0);
-    guard::catchEndingSignals();
+    guard::handleTerminationSignals();
     raise(SIGTERM);
     QCOMPARE(guard::ModemPort(port).ask(std::chrono::hours(1)), SimState::Unknown);
-    QVERIFY(guard::wasEnded());
+    QVERIFY(guard::terminationReceived());
     close(port);
     close(master);
 }
@@ -152,17 +152,17 @@ void PinGuardTest::memory()
     const std::string pppd =
         guard::callingPppd(); // in a test: the first ancestor that is not a shell
     QVERIFY(QRegularExpression("^\\d+ \\d+\n$").match(QString::fromStdString(pppd)).hasMatch());
-    QVERIFY(!guard::isRemembered(path, pppd));
-    QVERIFY(guard::remember(path, pppd));
-    QVERIFY(guard::isRemembered(path, pppd));
-    QVERIFY(!guard::isRemembered(path, "1 2\n")); // another pppd, possibly with a reused process ID
+    QVERIFY(!guard::isRecorded(path, pppd));
+    QVERIFY(guard::writeRecord(path, pppd));
+    QVERIFY(guard::isRecorded(path, pppd));
+    QVERIFY(!guard::isRecorded(path, "1 2\n")); // another pppd, possibly with a reused process ID
     struct stat status {
     };
     stat(path.c_str(), &status);
     QCOMPARE(status.st_mode & 07777U, 0600U);
-    guard::forget(path);
-    QVERIFY(!guard::isRemembered(path, pppd));
-    QVERIFY(!guard::remember(directory.filePath("none/memory").toStdString(), pppd));
+    guard::deleteRecord(path);
+    QVERIFY(!guard::isRecorded(path, pppd));
+    QVERIFY(!guard::writeRecord(directory.filePath("none/record").toStdString(), pppd));
 }
 
 QTEST_GUILESS_MAIN(PinGuardTest)

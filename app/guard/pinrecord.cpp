@@ -1,4 +1,4 @@
-#include "app/guard/pinmemory.h"
+#include "app/guard/pinrecord.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -81,12 +81,12 @@ std::string callingPppd()
     return {};
 }
 
-bool isRemembered(const std::string &path, const std::string &pppd)
+bool isRecorded(const std::string &path, const std::string &pppd)
 {
     return !pppd.empty() && contentOf(path, O_NOFOLLOW) == pppd;
 }
 
-bool remember(const std::string &path, const std::string &pppd)
+bool writeRecord(const std::string &path, const std::string &pppd)
 {
     if (pppd.empty()) {
         errno = ESRCH;
@@ -106,7 +106,7 @@ bool remember(const std::string &path, const std::string &pppd)
     return false;
 }
 
-void forget(const std::string &path)
+void deleteRecord(const std::string &path)
 {
     unlink(path.c_str());
 }
