@@ -94,12 +94,12 @@ void checkNames(Page &page)
     if (QFileInfo::exists("/run/systemd/resolve"))
         servers += outputOf("resolvectl", {"dns", LinkName}).simplified().split(':').value(1);
     const QString name = QUrl(CORVANTA_PROBE_URL).host();
-    const QString resolve = "the name servers (" + servers + ") resolve ";
+    const QString who = "the name servers (" + servers + ") ";
     page.check({{servers.isEmpty(), "there is no name server",
                  "see Names are not resolved in troubleshooting.md"},
-                {outputOf("getent", {"ahosts", name}).isEmpty(), resolve + "no " + name,
+                {outputOf("getent", {"ahosts", name}).isEmpty(), who + "do not resolve " + name,
                  "compare them with the operator's data", Warning}},
-               resolve + name);
+               who + "resolve " + name);
 }
 
 } // namespace
@@ -217,7 +217,7 @@ void checkService(Page &page)
                                                     "ActiveState,NRestarts,Result,ExecMainStatus"})
                                  .simplified();
     const QString text = "corvanta.service: " + state;
-    page.check({{state.isEmpty(), "could not look: systemctl does not answer",
+    page.check({{state.isEmpty(), "the service's state is unknown: systemctl does not answer",
                  "find the process with pgrep -a corvanta", Warning},
                 {state.contains("State=failed"), text,
                  "read journalctl -t corvanta, then run systemctl reset-failed corvanta and "

@@ -36,8 +36,8 @@ constexpr const char *Logs[][2] = {
                 " SYSLOG_IDENTIFIER=corvanta-pinguard"},
 };
 
-/** Return the stored secrets, also as pppd reads them, and user and password of the peer file,
- *  which can have earlier values. */
+/** Return the stored secrets, each as stored and as pppd reads it. The peer file can have an
+ * earlier user name and password: return these, too. */
 QList<QByteArray> storedSecrets()
 {
     QList<QByteArray> secrets;

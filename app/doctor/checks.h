@@ -1,4 +1,5 @@
-// Checks of corvanta-doctor, one function for each group of the page, and its archive.
+// Checks of corvanta-doctor, one function for each group of the page; and the archive that it
+// writes.
 #pragma once
 
 #include "app/doctor/page.h"
@@ -28,8 +29,11 @@ void checkService(Page &page);
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);
 
-/** Run a program without a shell. It is killed after 3 s, or 5 s after the first call of this
- *  function. @return its output; empty when it is missing, fails or is killed */
+/**
+ * Run a program without a shell. Kill it 3 s after its start or 5 s after the first call of this
+ * function, whichever comes first.
+ * @return its output; empty when it is missing, fails or is killed
+ */
 [[nodiscard]] QByteArray outputOf(const QString &program, const QStringList &arguments);
 
 } // namespace doctor

@@ -91,7 +91,7 @@ bool checkUsers(Page &page)
             QString("%1 (PID %2) has /dev/ttyUSB0 open").arg(user.name).arg(user.pid);
         page.check({{!ours.contains(user.name), text + " and takes the modem's answers",
                      QString("stop it; systemctl status %1 shows its service").arg(user.pid)}},
-                   text + ": the modem is not asked");
+                   text + ": the modem is not queried");
     }
     return users.isEmpty();
 }

@@ -11,7 +11,7 @@
 namespace
 {
 
-int couldNotLook(const char *text)
+int fail(const char *text)
 {
     std::fprintf(stderr, "corvanta-doctor: %s\n", text);
     return 2;
@@ -27,8 +27,9 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationVersion(CORVANTA_VERSION);
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        "Print why there is no link, most probable cause in the last line. Nothing is changed.\n"
-        "Exit status: 0 no failure, 1 failure, 2 could not look.");
+        "Check the board, and print the most probable cause of a missing link in the last line.\n"
+        "Nothing is changed.\n"
+        "Exit status: 0 no failure, 1 failure, 2 wrong usage, not root or archive not written.");
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({{"json", "Print the page as JSON."},
@@ -40,9 +41,9 @@ int main(int argc, char **argv)
     if (parser.isSet(version))
         parser.showVersion();
     if (!isValid || !parser.positionalArguments().isEmpty())
-        return couldNotLook("invalid arguments: see corvanta-doctor --help");
+        return fail("invalid arguments: see corvanta-doctor --help");
     if (::geteuid() != 0)
-        return couldNotLook(std::strerror(EPERM));
+        return fail(std::strerror(EPERM));
     doctor::Page page;
     if (checkDongle(page))
         checkNetwork(page);
@@ -53,6 +54,6 @@ int main(int argc, char **argv)
     checkService(page);
     std::fputs((parser.isSet("json") ? page.json() : page.text()).constData(), stdout);
     if (parser.isSet("bundle") && !writeBundle(page, parser.value("bundle")))
-        return couldNotLook("could not write the bundle completely");
+        return fail("could not write the bundle completely");
     return page.hasFailure() ? 1 : 0;
 }

@@ -29,8 +29,8 @@ public:
     /** Add a finding that is not a fault. */
     void ok(const QString &text) { add("ok", text); }
 
-    /** Add the first fault that is present, or a finding that is not a fault if none is.
-     *  @param text finding to add if no fault is present; empty to add none
+    /** Add the first fault that is present. If there is none, add a finding that is not a fault.
+     *  @param text text of that finding; empty to add none
      *  @return true when no fault is present */
     bool check(const QList<Fault> &faults, const QString &text = {});
 
