@@ -41,10 +41,10 @@ constexpr char Usage[] =
     "  -h, --help          print this help\n"
     "  --version           print the version\n\n";
 
-/** A NAME=VALUE, and where it was given. */
+/** A setting from the command line or from standard input. */
 struct Setting {
-    QByteArray text;
-    QString place;
+    QByteArray text; ///< NAME=VALUE
+    QString place;   ///< argument or line number, for messages
 };
 
 int fail(int status, const QString &text)
