@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto LockPatience = 300ms; // The user interface is blocked meanwhile.
+constexpr auto LockTimeout = 300ms; // The user interface is blocked meanwhile.
 
 } // namespace
 
@@ -35,7 +35,7 @@ void Makeup::trackEdits()
 
 void Makeup::loadParam()
 {
-    const ParameterLock lock(LockPatience);
+    const ParameterLock lock(LockTimeout);
     dialUpFile.load(paramList);
     if (const auto values = paramlist::dialUpValues(paramList))
         showDialUp(*values);
@@ -76,7 +76,7 @@ paramlist::ScreenValues Makeup::screenValues() const
 
 void Makeup::saveParam()
 {
-    const ParameterLock lock(LockPatience); // Save even if the lock cannot be acquired.
+    const ParameterLock lock(LockTimeout); // Save even if the lock cannot be acquired.
     const paramlist::ScreenValues values = screenValues();
     dialUpFile.save(paramlist::dialUpLines(values.dialUp));
     autoConnectFile.save(paramlist::autoConnectLines(values.autoConnect));
@@ -100,7 +100,7 @@ void Makeup::modifyConnectFile()
 
 void Makeup::rewriteFilesIfModified()
 {
-    const ParameterLock lock(LockPatience);
+    const ParameterLock lock(LockTimeout);
     if (!checkParamModify())
         return;
     saveParam();

@@ -21,11 +21,11 @@ constexpr unsigned long RetryMs = 20;
 FileDescriptor lockFile;
 int holders = 0; ///< number of nested locks in this process
 
-bool acquire(std::chrono::milliseconds patience)
+bool acquire(std::chrono::milliseconds timeout)
 {
     lockFile = FileDescriptor(
         ::open(boardpaths::ParameterLock, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(timeout);
     while (lockFile.isOpen()) {
         if (::flock(lockFile.get(), LOCK_EX | LOCK_NB) == 0)
             return true;
@@ -40,9 +40,9 @@ bool acquire(std::chrono::milliseconds patience)
 
 } // namespace
 
-ParameterLock::ParameterLock(std::chrono::milliseconds patience)
+ParameterLock::ParameterLock(std::chrono::milliseconds timeout)
 {
-    if (holders > 0 || acquire(patience))
+    if (holders > 0 || acquire(timeout))
         ++holders;
     else
         m_held = false;

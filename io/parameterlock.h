@@ -10,9 +10,9 @@ public:
     /**
      * Acquire the lock. Locks can be nested within a process. The lock is released when the process
      * exits, for whatever reason.
-     * @param patience longest wait while another process holds the lock; blocks the caller
+     * @param timeout longest wait while another process holds the lock; blocks the caller
      */
-    explicit ParameterLock(std::chrono::milliseconds patience);
+    explicit ParameterLock(std::chrono::milliseconds timeout);
     ~ParameterLock();
     ParameterLock(const ParameterLock &) = delete;
     ParameterLock &operator=(const ParameterLock &) = delete;
