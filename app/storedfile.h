@@ -9,8 +9,11 @@ class StoredFile
 {
 public:
     /** @param file path of the file
-     *  @param standIns default lines, used when the file cannot be read */
-    StoredFile(const char *file, const QStringList &standIns) : path(file), defaults(standIns) {}
+     *  @param defaultLines lines to use when the file cannot be read */
+    StoredFile(const char *file, const QStringList &defaultLines)
+        : path(file), defaults(defaultLines)
+    {
+    }
 
     /** Replace a list with the lines of the file. If the file cannot be read, append the defaults
      *  to the list. */
@@ -19,9 +22,8 @@ public:
     /** Record that the operator has edited the file's page since the last load. */
     void noteEdit() { edited = true; }
 
-    /** Write lines to the file. If the last load did not read the file, the file exists now and its
-     *  page was not edited, keep it: defaults that the operator did not type must not replace it.
-     */
+    /** Write lines to the file. Keep a file that exists but that the last load did not read, unless
+     *  its page was edited: defaults that the operator did not type must not replace it. */
     void save(const QStringList &lines) const;
 
     /** @return true when the file exists but could never be read: the list then holds only
