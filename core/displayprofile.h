@@ -15,8 +15,8 @@ namespace displayprofile
  */
 [[nodiscard]] int modelFor(const QSize &screen);
 
-/** Return the resource path of a profile's style sheet. @param model value of modelFor(); for any
- * other value and 0 the path is empty */
+/** Return the resource path of a profile's style sheet; empty for 0 and for unknown profiles.
+ *  @param model value of modelFor() */
 [[nodiscard]] QString styleSheetPath(int model);
 
 /** Return the resource path of the style sheet shared by all profiles. */

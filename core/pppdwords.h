@@ -11,15 +11,15 @@ struct PppdWords {
 };
 
 /**
- * Split an options file as pppd does: white space separates words, quotation marks and backslashes
- * keep characters together, and # starts a comment outside quotation marks (pppd(8), OPTIONS
- * FILES). The escape sequences are those of C, and \s for a space.
+ * Split an options file as pppd does: white space separates words, quotes and backslashes keep
+ * characters together, and # starts a comment outside quotes (pppd(8), OPTIONS FILES). The escape
+ * sequences are those of C, and \s for a space.
  */
 [[nodiscard]] PppdWords splitPppdWords(const QByteArray &file);
 
 /**
  * Check that pppd reads a value of the peer file as one word.
- * @return false when pppd would take part of the value as an option, or read on in the next line;
- *         true for an empty value
+ * @return false when pppd would take part of the value as an option, or would continue the word on
+ *         the next line; true for an empty value
  */
 [[nodiscard]] bool isOnePppdWord(const QByteArray &value);
