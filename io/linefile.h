@@ -28,7 +28,7 @@ struct ReadResult {
 [[nodiscard]] ReadResult readEnd(const QString &path);
 
 /**
- * Rewrite a file in place, as UTF-8 with a line feed after each line, and fsync it. Create a
+ * Rewrite a file in place, as UTF-8 with a newline after each line, and fsync it. Create a
  * missing file, but not a missing directory. The file gets mode 0600, because the lines contain
  * secrets; on a file system without owners and modes, only log that. A path that cannot be opened
  * or is not a regular file is left unchanged.

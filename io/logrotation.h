@@ -5,9 +5,9 @@
 
 /**
  * Create each missing log with mode 0600, and withdraw the rights of group and others from an
- * existing one: pppd creates its log readable by every user, with user names, CHAP challenges and
- * responses. Only regular files of the program's user are changed; symbolic links are not
- * followed. Failures are not reported.
+ * existing one. The logs contain user names, CHAP challenges and responses, and pppd would create
+ * its log readable by every user. Only regular files of the program's user are changed; symbolic
+ * links are not followed. Failures are not reported.
  */
 void makePrivateLogs(const QStringList &paths);
 

@@ -18,8 +18,8 @@ inline constexpr qsizetype MaxOutputBytes = 1 << 16;
 
 /**
  * Run a command line with "sh -c" and wait for the shell, without a timeout. Background processes
- * started by the command keep running. Standard input and output are /dev/null; standard error is,
- * too, unless "corvanta.commands" is enabled: then it is that of the program.
+ * started by the command keep running. Standard input and output are /dev/null. Standard error is
+ * that of the program if "corvanta.commands" is enabled, otherwise /dev/null.
  * @return exit status; -1 when the shell could not be started or was killed by a signal
  */
 int runShell(const QString &commandLine);

@@ -18,9 +18,9 @@ struct File {
 };
 
 /**
- * Load the stored values. A missing file has its defaults. In a file with missing lines, which the
- * panel does not show at all, the missing dial-up values have their defaults and the auto-connect
- * values are unset.
+ * Load the stored values. Defaults replace a missing file and the missing lines of a parameter file
+ * that is too short. If the auto-connect file is too short, its values are unset. (The panel shows
+ * no value of a file that is too short.)
  * @return an error message if a file exists but cannot be read; empty on success
  */
 [[nodiscard]] QString load(paramlist::ScreenValues &values);
