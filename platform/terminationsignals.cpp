@@ -13,7 +13,7 @@ namespace
 constexpr int Signals[] = {SIGTERM, SIGINT, SIGHUP};
 
 int eventFd = -1; // Never closed: the handlers use it until the process exits.
-bool stopReceived = false;
+bool terminationReceived = false;
 
 void onSignal(int)
 {
@@ -60,14 +60,14 @@ TerminationSignals::TerminationSignals()
 
 bool TerminationSignals::received()
 {
-    return stopReceived;
+    return terminationReceived;
 }
 
 void TerminationSignals::stop()
 {
     uint64_t count;
     [[maybe_unused]] const ssize_t got = ::read(eventFd, &count, sizeof count);
-    stopReceived = true;
+    terminationReceived = true;
     QApplication::closeAllWindows();
     QCoreApplication::quit();
 }

@@ -8,8 +8,8 @@ using keyboardlayout::Shift;
 namespace
 {
 
-/** Tolerance at the edge of a key: 1/RollParts of the key's height. */
-constexpr int RollParts = 4;
+/** The tolerance at the edge of a key is the key's height divided by this. */
+constexpr int ToleranceDivisor = 4;
 
 } // namespace
 
@@ -50,8 +50,8 @@ void KeyboardState::move(int finger, const QPoint &at)
     if (m_heldKey == -1 || finger != m_finger)
         return;
     const QRect rect = m_keys[m_heldKey].rect;
-    const int roll = rect.height() / RollParts;
-    if (!rect.adjusted(-roll, -roll, roll, roll).contains(at))
+    const int tolerance = rect.height() / ToleranceDivisor;
+    if (!rect.adjusted(-tolerance, -tolerance, tolerance, tolerance).contains(at))
         cancel();
 }
 

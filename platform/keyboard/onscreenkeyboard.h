@@ -2,8 +2,9 @@
 // keeps that edit visible.
 //
 // The keyboard appears when a finger is lifted from a line edit; its window is created at the first
-// use. It disappears on Enter, on the hide key, when the edit loses the focus, and immediately when
-// a dialog opens. Nothing moves while a finger is on the screen, except for dialogs.
+// use. Enter moves to the next edit. The keyboard disappears on Enter in the last edit, on the hide
+// key, when the edit loses the focus, and immediately when a dialog opens. Nothing moves while a
+// finger is on the screen, except for dialogs.
 #pragma once
 
 #include "platform/keyboard/touchdebouncer.h"
@@ -54,8 +55,8 @@ private:
     int m_cursorFlashTime = 0; ///< cursor flash time to restore, in milliseconds
 
     QPointer<QLineEdit> m_edit; ///< line edit that was touched and receives the keys
-    /** true when the finger was lifted inside m_edit and neither Enter nor the hide key was typed
-     *  since */
+    /** true when m_edit was selected, by a finger that was lifted inside it or by Enter in the
+     *  previous edit, and the keyboard was not hidden since */
     bool m_keyboardRequested = false;
     QPointer<QLineEdit> m_pageOwner;           ///< line edit for which the current page was opened
     QList<QPointer<QWindow>> m_touchedWindows; ///< windows that are being touched

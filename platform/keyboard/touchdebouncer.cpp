@@ -9,9 +9,9 @@ namespace
 
 constexpr int ButtonInterval = 1000; // milliseconds
 constexpr int SamePlace = 20;        // longest distance of the touches of a double tap, in pixels
-// Iterations of the event loop: the first may paint a whole window, the second reads the waiting
-// touches, the third delivers them.
-constexpr int Turns = 3;
+// Iterations of the event loop until the waiting touches are delivered: the first may paint a whole
+// window, the second reads the waiting touches, the third delivers them.
+constexpr int Iterations = 3;
 
 } // namespace
 
@@ -25,23 +25,23 @@ void TouchDebouncer::block(const QRegion &area)
 {
     m_area += area;
     m_touchBefore = m_lastTouch;
-    m_turnsLeft = Turns;
+    m_iterationsLeft = Iterations;
     m_timer.start(0);
 }
 
 void TouchDebouncer::onTimeout()
 {
-    if (m_turnsLeft == 0)
+    if (m_iterationsLeft == 0)
         m_area = QRegion();
     else
-        m_timer.start(--m_turnsLeft > 0 ? 0 : ButtonInterval);
+        m_timer.start(--m_iterationsLeft > 0 ? 0 : ButtonInterval);
 }
 
 bool TouchDebouncer::blocks(const QPoint &at) const
 {
     if (!m_area.contains(at))
         return false;
-    if (m_turnsLeft > 0 || qobject_cast<QPushButton *>(QApplication::widgetAt(at)) != nullptr)
+    if (m_iterationsLeft > 0 || qobject_cast<QPushButton *>(QApplication::widgetAt(at)) != nullptr)
         return true;
     const int elapsed = ButtonInterval - m_timer.remainingTime();
     return elapsed < QApplication::doubleClickInterval() &&

@@ -23,9 +23,10 @@ public:
     TouchDebouncer();
 
     /**
-     * Ignore presses in an area. Until the event loop has processed the waiting events, ignore all
-     * presses. After that, ignore presses on push buttons, which act immediately, for 1 s, and
-     * presses at the place of the last press before the call for the double-click interval.
+     * Ignore presses in an area: all presses until the event loop has processed the waiting events,
+     * and from then on
+     * - for 1 s, presses on push buttons, which act immediately,
+     * - for the double-click interval, presses at the place of the last press before the call.
      * @param area in global pixels
      */
     void block(const QRegion &area);
@@ -40,7 +41,7 @@ private:
 
     QRegion m_area;
     QTimer m_timer;
-    int m_turnsLeft = 0;            ///< event-loop iterations until waiting events are processed
+    int m_iterationsLeft = 0;       ///< event-loop iterations until waiting events are processed
     QPoint m_lastTouch;             ///< place of the last press, in global pixels
     QPoint m_touchBefore;           ///< place of the last press before the last block()
     std::set<int> m_blockedFingers; ///< IDs of blocked fingers, from press to release
