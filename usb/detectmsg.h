@@ -33,10 +33,10 @@ public slots:
     void waitUSB();
     /** Close the dialog if 3g.sh is not running. Blocks until the check has finished. */
     void waitAutoConnect();
-    /** "Close" button: close the parent of the main window. Without such a parent, close the dialog
-     *  if the main window is visible; during start-up, do nothing, because only a black panel would
-     *  remain. exec() returns Accepted after "Close", and Rejected when the dialog closes by
-     *  itself. */
+    /** "Close" button. If the main window has a parent, close that parent. Otherwise close the
+     *  dialog, but only if the main window is visible: during start-up, only a black panel would
+     *  remain. exec() then returns Accepted; it returns Rejected when the dialog closes by itself.
+     */
     void closeWidget();
 
 private:
