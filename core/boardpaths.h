@@ -15,8 +15,8 @@ inline constexpr char InstanceLock[] = "/run/corvanta.lock";
 // Lock for reading and writing the parameters
 inline constexpr char ParameterLock[] = "/run/corvanta-parameters.lock";
 
-// Process ID of the pppd that has sent the PIN. Not in /run/corvanta, which systemd deletes when
-// the panel stops.
+// Process ID and start time of the pppd that has sent the PIN. Not in /run/corvanta, which systemd
+// deletes when the panel stops.
 inline constexpr char PinRecord[] = "/run/corvanta-pin";
 
 // Dial-up

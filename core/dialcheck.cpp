@@ -87,7 +87,7 @@ void checkMethod(int method, NetworkSecrets secrets, QList<Finding> &findings)
                          false});
 }
 
-/** @return true when chat replaces a character of the value; it sends an escaped one unchanged */
+/** @return true when the value has an unescaped \, ^ or $, which chat replaces */
 bool hasChatEscape(const QString &value)
 {
     static const QString special = QStringLiteral("\\^$");

@@ -8,8 +8,8 @@
 namespace lineencoding
 {
 
-/** Encode text as UTF-8. An unpaired surrogate, which UTF-8 cannot represent, is encoded as the
- *  three bytes of its code point. decode() restores every text exactly. */
+/** Encode text as WTF-8: UTF-8 that also encodes unpaired surrogates, as three bytes each.
+ *  decode() restores every text exactly. */
 [[nodiscard]] QByteArray encode(const QString &text);
 
 /** Decode the output of encode(). Anything else is decoded as ISO 8859-1, which older installations

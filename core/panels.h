@@ -4,7 +4,8 @@
 namespace displayprofile
 {
 
-/** A panel size and what its style sheet sets. CMakeLists.txt and simulator/panel read the rows. */
+/** A panel size and what its style sheet sets. tests/app/CMakeLists.txt and simulator/panel
+ *  read the rows. */
 struct Panel {
     int width;           ///< in pixels
     int height;          ///< in pixels
