@@ -1,4 +1,4 @@
-// External commands of the board. All command lines are defined in this unit.
+// External commands that the panel runs. All their command lines are defined in this unit.
 #pragma once
 
 struct ShellResult;

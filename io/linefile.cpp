@@ -196,8 +196,8 @@ bool rewrite(int fd, const QByteArray &name, const QByteArray &content)
         logFailure("prepare", name, errno);
         return false;
     }
-    // Save the operator's input even on a file system without owners and modes, and over content
-    // that cannot be read.
+    // Save the operator's input even if the file system has no owners and modes, and even if the
+    // old content cannot be read.
     if (!restrictToOwner(fd))
         logFailure("restrict access to", name, errno);
     const std::optional<QByteArray> previous = readAll(fd);
