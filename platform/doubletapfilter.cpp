@@ -7,8 +7,8 @@
 namespace
 {
 
-/** Send a double-click to the window as a press. Qt has already sent one to the window, but not to
- *  the widgets. */
+/** Send a double-click to the window as a press. Qt has already sent a press to the window, but
+ *  not to its widgets. */
 void sendAsPress(QObject *window, QMouseEvent *touch)
 {
     QMouseEvent press(QEvent::MouseButtonPress, touch->position(), touch->scenePosition(),

@@ -43,6 +43,5 @@ public:
 
 private:
     PanelMetrics m_metrics;
-    /** time since the last frame of the busy bar, of which at most one is visible */
-    QElapsedTimer m_lastFrame;
+    QElapsedTimer m_lastFrame; ///< time since the busy bar's last frame; at most one bar is visible
 };

@@ -185,7 +185,7 @@ void OnScreenKeyboard::sendKey(Qt::Key key, const QString &text)
 {
     for (QEvent::Type kind : {QEvent::KeyPress, QEvent::KeyRelease}) {
         QKeyEvent event(kind, key, Qt::NoModifier, text);
-        if (isWanted()) // no longer if the press has moved the focus or deleted the edit
+        if (isWanted()) // false once the press has moved the focus or deleted the edit
             QCoreApplication::sendEvent(m_edit, &event);
     }
     if (key != Qt::Key_Return || !isWanted())
