@@ -12,31 +12,36 @@ struct Message {
     const char *remedy; ///< null if the message is not a failure
 };
 
+constexpr char CompareDialData[] =
+    "compare APN and dial number with the operator's data; check the reception";
+constexpr char SelectAuto[] = "select the method AUTO on the panel, then touch Connect";
+
 // docs/troubleshooting.md explains most of these messages to the operator.
 constexpr Message Messages[] = {
     {"local  IP address", nullptr, nullptr},
     {"Terminating on signal", nullptr, nullptr},
-    {"Connect: ppp", "the number was dialled, and the network has not answered",
-     "compare APN and dial number with the operator's data; check the reception"},
-    {"timeout sending Config-Requests", "the network has not accepted the call (NO CARRIER, BUSY)",
-     "compare APN and dial number with the operator's data; check the reception"},
+    {"Connect: ppp", "the number was dialled, and the network has not answered", CompareDialData},
+    {"IPCP: timeout sending", "the network has not assigned an IP address", "ask the operator"},
+    {"timeout sending Config-Requests", "the network has not accepted the call", CompareDialData},
+    {"No response to", "the network has stopped answering, and pppd has dropped the link",
+     "check the reception; pppd redials"},
     {"No auth is possible", "the network requires a user name and a password", "enter both"},
     {"peer refused to authenticate", "the network does not authenticate itself to the board",
-     "select the method AUTO"},
+     SelectAuto},
     {"required to authenticate itself", "the method PAP or CHAP has no secret for the network",
-     "select the method AUTO"},
+     SelectAuto},
     {"authentication failed", "the network rejects the user name or the password",
-     "correct user name and password"},
-    {"refused this PIN once", "the SIM rejects the stored PIN",
-     "correct the PIN, then touch Connect"},
+     "correct user name and password on the panel, then touch Connect"},
+    {"refused this PIN once", "the SIM has refused the stored PIN",
+     "correct the PIN on the panel, then touch Connect"},
     {"asks for the PUK", "the SIM is blocked and asks for its PUK",
-     "enter the PUK in another device, such as a phone"},
+     "put the SIM into a phone, and enter the PUK and a new PIN there"},
     {"belongs to another USB device", "/dev/ttyUSB0 belongs to another USB device",
-     "unplug that device"},
+     "unplug that device, then plug the dongle in again"},
     {"Failed to open /dev/", "pppd could not open the dongle's port", "plug the dongle in"},
     {"is locked by pid", "another process has locked the dongle's port",
      "put nolock into /etc/ppp/options.ttyUSB0"},
-    {"Couldn't allocate PPP unit", "the kernel has no PPP driver", "install its module"},
+    {"Couldn't allocate PPP unit", "the kernel has no PPP driver", "run modprobe ppp_async"},
 };
 
 /** @param status exit status of chat (chat(8), TERMINATION CODES) */
@@ -47,21 +52,14 @@ DialFailure chatFailure(int status)
                                     "NO DIAL TONE", "NO ANSWER",  "DELAYED", "ERROR"};
     constexpr int Timeout = 3;
     if (status == Timeout)
-        return {
-            "the modem has not answered chat in time",
-            "plug the dongle in again, and look for a single quote in APN, dial number and PIN"};
+        return {"the modem has not answered chat in time",
+                "plug the dongle in again; APN, dial number and PIN must have no single quote"};
     if (const QString answer = aborts.value(status - Timeout - 1); !answer.isEmpty())
         return {"the modem has answered " + answer + " to chat",
-                "check PIN, SIM, APN and reception; journalctl -t chat has the refused command"};
+                "compare PIN and APN with the operator's data, and check the SIM; journalctl -t "
+                "chat shows the refused command"};
     return {QString("chat has failed with status %1").arg(status),
-            "plug the dongle in again; journalctl -t chat has the commands"};
-}
-
-std::optional<DialFailure> failureOf(const Message &message)
-{
-    if (message.cause == nullptr)
-        return std::nullopt;
-    return DialFailure{message.cause, message.remedy};
+            "plug the dongle in again; journalctl -t chat shows the commands"};
 }
 
 } // namespace
@@ -73,7 +71,9 @@ std::optional<DialFailure> lastDialFailure(const QByteArray &log)
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         for (const Message &message : Messages) {
             if (line->contains(message.part))
-                return failureOf(message);
+                return message.cause == nullptr
+                           ? std::nullopt
+                           : std::optional<DialFailure>({message.cause, message.remedy});
         }
         const auto match = chatEnd.match(QString::fromLatin1(*line));
         if (const int status = match.captured(1).toInt(nullptr, 16); status != 0)
