@@ -1,31 +1,25 @@
 #include "io/linkstate.h"
 
+#include "io/filedescriptor.h"
 #include "io/linefile.h"
 
 #include <arpa/inet.h>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
+#include <sys/ioctl.h>
 
 namespace linkstate
 {
 
+constexpr char ResolvedStub[] = "127.0.0.53"; // systemd-resolved
+
 QString addressOf(const char *interface)
 {
-    ifaddrs *list = nullptr;
-    if (::getifaddrs(&list) == -1)
+    const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    qstrncpy(request.ifr_name, interface, sizeof request.ifr_name);
+    if (::ioctl(socket.get(), SIOCGIFADDR, &request) == -1)
         return {};
-    const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> owner(list, &::freeifaddrs);
-    for (const ifaddrs *entry = list; entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET ||
-            (entry->ifa_flags & IFF_UP) == 0 || qstrcmp(entry->ifa_name, interface) != 0)
-            continue;
-        char text[INET_ADDRSTRLEN] = "";
-        const auto *address = reinterpret_cast<const sockaddr_in *>(entry->ifa_addr);
-        ::inet_ntop(AF_INET, &address->sin_addr, text, sizeof text);
-        return text;
-    }
-    return {};
+    return ::inet_ntoa(reinterpret_cast<const sockaddr_in &>(request.ifr_addr).sin_addr);
 }
 
 QByteArray defaultInterface()
@@ -50,7 +44,7 @@ QByteArray nameServers()
     QByteArray servers;
     for (const QByteArray &line : linefile::read("/etc/resolv.conf").bytes.split('\n')) {
         const QList<QByteArray> words = line.simplified().split(' ');
-        if (words[0] == "nameserver" && !words.value(1).startsWith("127."))
+        if (words[0] == "nameserver" && words.value(1) != ResolvedStub)
             servers += words.value(1) + ' ';
     }
     return servers.trimmed();

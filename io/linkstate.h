@@ -7,13 +7,13 @@
 namespace linkstate
 {
 
-/** Return the IPv4 address of an interface that is up; empty if there is none. */
+/** Return the IPv4 address of an interface; empty if there is none. */
 [[nodiscard]] QString addressOf(const char *interface);
 
 /** Return the interface of the default route with the lowest metric; empty if there is none. */
 [[nodiscard]] QByteArray defaultInterface();
 
-/** Return the name servers of /etc/resolv.conf, separated by spaces, except 127.x addresses. */
+/** Return the name servers of /etc/resolv.conf, separated by spaces, except systemd-resolved. */
 [[nodiscard]] QByteArray nameServers();
 
 } // namespace linkstate
