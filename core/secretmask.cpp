@@ -16,7 +16,7 @@ struct Pattern {
 
 constexpr Pattern Patterns[] = {
     {R"((CPIN=\\?"?)[^"\\^\r\n]*)", R"(\1********)"},
-    {R"x(\b((?:user|password|name)\s*=\s*)"(?:\\.|[^"\\\n])*")x", R"x(\1"********")x"},
+    {R"x((?i)\b((?:user|password|name)\s*=?\s*)"(?:\\.|[^"\\\n])*")x", R"x(\1"********")x"},
     {R"((?m)^(\s*(?:user|password|name|remotename)[ \t]+)\S.*$)", R"(\1********)"},
     {R"([0-9A-Fa-f]{16,}|\+?[0-9]{7,})", "********"},
 };

@@ -7,9 +7,10 @@
 #include "io/shellcommand.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QTemporaryDir>
+#include <csignal>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace doctor
 {
@@ -20,21 +21,14 @@ namespace
 using namespace boardpaths;
 
 constexpr std::chrono::seconds ProgramTimeout{10};
-constexpr const char *Files[] = {PeerFile,
-                                 ChatScript,
-                                 PppLog,
-                                 ChatLog,
-                                 "/etc/ppp/ppp.log.old",
-                                 "/etc/ppp/chat.log.old",
-                                 "/etc/ppp/options",
-                                 "/etc/ppp/options.ttyUSB0",
-                                 "/etc/default/corvanta"};
 constexpr const char *Logs[][2] = {
     {"kernel", "dmesg | grep -i usb"},
     {"journal", "journalctl -b -q -r -n1000 _SYSTEMD_UNIT=corvanta.service + UNIT=corvanta.service"
                 " + SYSLOG_IDENTIFIER=pppd SYSLOG_IDENTIFIER=chat"
                 " SYSLOG_IDENTIFIER=corvanta-pinguard"},
 };
+
+volatile std::sig_atomic_t isInterrupted = 0;
 
 /** Return the stored secrets, each as stored and as pppd reads it. The peer file can have an
  * earlier user name and password: return these, too. */
@@ -54,33 +48,50 @@ QList<QByteArray> storedSecrets()
     return secrets;
 }
 
-} // namespace
-
-bool writeBundle(const Page &page, const QString &file)
+/** @return true when all files were written to the directory */
+bool collect(const Page &page, const QTemporaryDir &directory)
 {
-    ::umask(S_IRWXG | S_IRWXO);
-    const QTemporaryDir directory("/run/corvanta-doctor.XXXXXX");
     const QList<QByteArray> secrets = storedSecrets();
-    bool written = directory.isValid();
+    bool isWritten = directory.isValid();
     const auto save = [&](const QString &name, const QByteArray &content) {
         QFile copy(directory.filePath(name));
         const QByteArray masked = withoutSecrets(content, secrets);
-        written = written && copy.open(QFile::WriteOnly) && copy.write(masked) == masked.size() &&
-                  copy.flush();
+        isWritten = isWritten && isInterrupted == 0 && copy.open(QFile::WriteOnly) &&
+                    copy.write(masked) == masked.size() && copy.flush();
     };
     save("page.txt", page.text());
-    save("page.json", page.json());
     for (const auto &[name, command] : Logs)
         save(name, runProgram("sh", {"-c", command}, ProgramTimeout).standardOutput);
-    for (const QString path : Files) {
-        if (QFile::exists(path))
-            save(path.mid(1).replace(u'/', u'-'), linefile::readEnd(path).bytes);
-    }
-    const QString archive = QDir::current().absoluteFilePath(file);
-    if (QFileInfo(archive).isFile())
-        QFile::remove(archive); // tar would keep its mode, which may let other users read it.
-    const QStringList tar{"--force-local", "-czf", archive, "-C", directory.path(), "."};
-    return written && runProgram("tar", tar, ProgramTimeout).status == 0;
+    QStringList paths{PeerFile, ChatScript, "/etc/default/corvanta"};
+    const QDir ppp("/etc/ppp");
+    for (const QString &name : ppp.entryList({"*.log", "*.log.old", "options*"}, QDir::Files))
+        paths.append(ppp.filePath(name));
+    for (const QString &path : paths)
+        save(path.mid(1).replace(u'/', u'-'), linefile::readEnd(path).bytes);
+    return isWritten;
+}
+
+} // namespace
+
+QString writeBundle(const Page &page, const QString &file)
+{
+    // A signal must leave neither the temporary directory nor half an archive.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, [](int) { isInterrupted = 1; });
+    ::umask(S_IRWXG | S_IRWXO);
+    QFile archive(file);
+    if (!archive.open(QFile::WriteOnly | QFile::NewOnly))
+        return archive.errorString();
+    const QTemporaryDir directory("/run/corvanta-doctor.XXXXXX");
+    // Not the path, which could be another file by now.
+    const QString opened = QString("/proc/%1/fd/%2").arg(::getpid()).arg(archive.handle());
+    const QStringList tar{"--force-local", "-czf", opened, "-C", directory.path(), "."};
+    if (collect(page, directory) && runProgram("tar", tar, ProgramTimeout).status == 0 &&
+        isInterrupted == 0)
+        return {};
+    archive.remove();
+    return isInterrupted != 0 ? "interrupted"
+                              : "its file system or /run is full, or tar has failed";
 }
 
 } // namespace doctor

@@ -21,10 +21,10 @@ void checkService(Page &page);
 /**
  * Write a tar.gz archive, which only root can read, of the page, the generated files, the logs, the
  * units' journal and the kernel's messages about USB. Secrets are masked.
- * @param file path of the archive, replaced if it exists
- * @return false when it could not be written completely
+ * @param file path of the archive, which must not exist
+ * @return an error message if it could not be written completely and was removed; empty on success
  */
-[[nodiscard]] bool writeBundle(const Page &page, const QString &file);
+[[nodiscard]] QString writeBundle(const Page &page, const QString &file);
 
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);

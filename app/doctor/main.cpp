@@ -6,15 +6,31 @@
 #include <QCoreApplication>
 #include <cstdio>
 #include <cstring>
+#include <poll.h>
 #include <unistd.h>
 
 namespace
 {
 
-int fail(const char *text)
+int fail(const QString &text)
 {
-    std::fprintf(stderr, "corvanta-doctor: %s\n", text);
+    std::fprintf(stderr, "corvanta-doctor: %s\n", qPrintable(text));
     return 2;
+}
+
+/** Write to standard output, which is non-blocking.
+ *  @return false when write(2) fails, or a pipe or terminal has accepted nothing for 2 s */
+bool print(const QByteArray &text)
+{
+    constexpr int StallMs = 2000;
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    for (qsizetype done = 0; done < text.size();) {
+        const ssize_t count = ::write(output.fd, text.constData() + done, text.size() - done);
+        if (count == -1 && (errno != EAGAIN || ::poll(&output, 1, StallMs) != 1))
+            return false;
+        done += std::max<ssize_t>(count, 0);
+    }
+    return true;
 }
 
 } // namespace
@@ -52,8 +68,10 @@ int main(int argc, char **argv)
     checkLink(page, parser.isSet("reach"));
     checkScreen(page);
     checkService(page);
-    std::fputs((parser.isSet("json") ? page.json() : page.text()).constData(), stdout);
-    if (parser.isSet("bundle") && !writeBundle(page, parser.value("bundle")))
-        return fail("could not write the bundle completely");
-    return page.hasFailure() ? 1 : 0;
+    const bool isPrinted = print(parser.isSet("json") ? page.json() : page.text());
+    if (parser.isSet("bundle")) {
+        if (const QString error = writeBundle(page, parser.value("bundle")); !error.isEmpty())
+            return fail("could not write the archive: " + error);
+    }
+    return !isPrinted ? fail("could not print the output") : page.hasFailure() ? 1 : 0;
 }

@@ -16,7 +16,8 @@ SAID = "/testrun/said"
 DOCTOR, PROVISION = "/app/corvanta-doctor", "/app/corvanta-provision"
 MOUNTS = ("--ro-bind", str(BUILD / "app/doctor/corvanta-doctor"), DOCTOR,
           "--ro-bind", str(BUILD / "app/provision/corvanta-provision"), PROVISION,
-          "--tmpfs", "/run", "--tmpfs", "/sys", "--tmpfs", "/readonly", "--remount-ro", "/readonly")
+          "--tmpfs", "/run", "--tmpfs", "/sys", "--tmpfs", "/readonly", "--remount-ro", "/readonly",
+          "--size", "8192", "--tmpfs", "/full")
 # A board that dials: a process called pppd has the dongle's only port open.
 BOARD = f"""
 usb=/sys/bus/usb/devices
@@ -29,7 +30,9 @@ adapter() {{ # name, vendor, product, port
     echo $2 >$usb/$1/idVendor; echo $3 >$usb/$1/idProduct; cp $usb/$1/id* /sys/devices/$1
     ln -sfn /sys/devices/$1/$1:1.0/$4 /sys/class/tty/$4/device
 }}
+program() {{ echo "#!/bin/sh\n$2" >/run/bin/$1; chmod +x /run/bin/$1; }} # name, script
 doctor() {{ {DOCTOR} "$@" >>{SAID}; echo "status $?" >>{SAID}; }}
+mkdir -p /run/bin; PATH=/run/bin:$PATH
 mkdir -p /sys/class/graphics/fb0
 echo 800,480 >/sys/class/graphics/fb0/virtual_size; touch /dev/fb0 /dev/ttyUSB0
 adapter 1-1 12d1 1001 ttyUSB0
@@ -118,12 +121,32 @@ def test_printable(roots: Roots) -> None:
 
 
 def test_arguments(roots: Roots) -> None:
-    page, *others = said(roots, "rm -r $usb; doctor --json; doctor --wrong; doctor --bundle; "
-                         "doctor x; doctor --bundle /x/y; doctor --help\n").split("status ")
+    statuses = said(roots, "doctor; doctor --wrong; doctor --bundle; doctor x; doctor --help\n")
+    assert [int(rest[0]) for rest in statuses.split("status ")[1:]] == [0, 2, 2, 2, 0]
+
+
+def test_output(roots: Roots) -> None:
+    """A slow reader gets the whole page, with any name in it. A reader that hangs stops nothing."""
+    page, status = said(roots, f"""printf '\\377\\033[1m' >$usb/1-1/idProduct
+        (head -c 65000 /dev/zero; {DOCTOR} --json) | (sleep 1; tr -d '\\0' >>{SAID})
+        (head -c 65000 /dev/zero; {DOCTOR}; echo "status $?" >>{SAID}) | sleep 9\n""").split("status")
     found = json.loads(page)
-    assert found["cause"].startswith("Most probable cause: there is no dongle on the USB bus")
+    assert found["cause"].startswith("Most probable cause: the dongle is on the USB bus "
+                                      "as 12d1:\ufffd\ufffd[1m, not as")
     assert "/etc/ppp can be written" in [finding["text"] for finding in found["findings"]]
-    assert [int(other[0]) for other in others] == [1, 2, 2, 2, 2, 0]
+    assert int(status) == 2
+
+
+def test_hung(roots: Roots, modems: Modems) -> None:
+    """Neither a modem nor programs that hang stop it, and it leaves none of them running."""
+    page = said(roots, "kill $holder; for name in systemctl journalctl dpkg-query getent; do "
+                "program $name 'exec /usr/bin/sleep 99'; done; before=$(date +%s); doctor; "
+                f"(echo $(($(date +%s) - before)); cat /proc/[0-9]*/comm) >>{SAID}\n",
+                "--dev-bind", modems().path, "/dev/ttyUSB0").split("status 1\n")
+    assert "the modem does not answer" in page[0].splitlines()[-1]
+    seconds, *processes = page[1].split()
+    assert int(seconds) <= 9
+    assert "sleep" not in processes
 
 
 def test_bundle(roots: Roots) -> None:
@@ -131,11 +154,23 @@ def test_bundle(roots: Roots) -> None:
     password, user, pin, phone = SECRETS[:4]
     log = (f'rcvd [CHAP Response <0123456789abcdef0>, name = "{user}"]', *SECRETS, 'CPIN="12"')
     unpacked = said(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"
-                    f"printf '%s\\n' {join(log)} >{PPP_LOG}; "
-                    f"install -m 666 /dev/null /run/b.tgz; {DOCTOR} --bundle /run/b.tgz\n"
+                    f"printf '%s\\n' {join(log)} >{PPP_LOG}; {DOCTOR} --bundle /run/b.tgz\n"
                     "(tar -tzf /run/b.tgz; tar -xzOf /run/b.tgz; ls /run; "
                     f"stat -c mode%a /run/b.tgz) >>{SAID}\n")
     parts = "mode600", "./page.txt", "etc-ppp-ppp.log", "etc-ppp-chat-chat", "AT+CPIN=", "b.tgz"
     assert [part for part in parts if part not in unpacked] == []
     secrets = (*SECRETS, "0123456789abcdef", 'CPIN="12', "corvanta-doctor.")
     assert [secret for secret in secrets if secret in unpacked] == []
+
+
+@pytest.mark.parametrize("made, file", (
+    ("echo other >/run/b", "/run/b"), ("ln -s /etc/ppp/other /run/b", "/run/b"),
+    ("head -c 99999 /dev/zero >/full/other", "/full/b"), (":", "/readonly/b"),
+    ("program dmesg '/usr/bin/pkill -f doctor...bundle'", "/run/b")),
+    ids=("foreign file", "symlink", "full", "read-only", "terminated"))
+def test_no_bundle(roots: Roots, made: str, file: str) -> None:
+    """An archive that cannot be written leaves nothing behind and nothing changed."""
+    files = "find /run /full /etc/ppp -printf '%p %s %l\\n' | sort"
+    page = said(roots, f"{made}; {files} >/tmp/before; doctor --bundle {file}; "
+                f"{files} | diff /tmp/before - >>{SAID}\n")
+    assert page.splitlines()[-1] == "status 2"
