@@ -33,16 +33,11 @@ constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther 
 constexpr unsigned long MinFreeBytes = 65536;
 constexpr int MinMemoryKb = 16384;
 constexpr qint64 AllProgramsMs = 5000;
-constexpr qint64 OneProgramMs = 3000;
+constexpr qint64 OneProgramMs = 2000;
 
 QString matchIn(const QByteArray &text, const char *expression)
 {
     return QRegularExpression(expression).match(QString::fromUtf8(text)).captured(1);
-}
-
-QDateTime changed(const QString &file)
-{
-    return QFileInfo(file).lastModified();
 }
 
 void checkDirectory(Page &page, const QString &path)
@@ -59,33 +54,19 @@ void checkDirectory(Page &page, const QString &path)
                path + " can be written");
 }
 
-/** @return true when the parameters can be read */
-bool checkParameterFile(Page &page)
-{
-    const QString path = ParameterFile;
-    const ReadResult stored = linefile::read(path);
-    const auto lines = int(paramlist::parseLines(stored.bytes).size());
-    page.check(
-        {{stored.state == ReadResult::Missing, path + " does not exist: the defaults apply",
-          "enter the parameters", Warning},
-         {stored.state == ReadResult::Unreadable,
-          path + " cannot be read: " + qt_error_string(stored.error),
-          "delete it and enter the parameters again"},
-         {lines < paramlist::DialUpCount, path + QString(" has only %1 of its lines").arg(lines),
-          "enter the parameters again"}});
-    return stored.state != ReadResult::Unreadable;
-}
-
-void checkGenerated(Page &page, const storedvalues::File &file)
+void checkGenerated(Page &page, const storedvalues::File &file, bool isUp)
 {
     const QString path = file.path;
     const auto found = storedvalues::compare(file);
-    const QString age = changed(path) < changed(ParameterFile) ? " and is older" : "";
-    page.check({{found == storedvalues::Agreement::Missing,
-                 path + " does not exist: pppd cannot dial", Rewrite},
-                {found == storedvalues::Agreement::Differs,
-                 path + " differs from the stored parameters" + age, Rewrite, Warning}},
-               path + " agrees with the parameters");
+    const bool differs = found == storedvalues::Agreement::Differs;
+    const bool isOlder = changed(path) < changed(ParameterFile);
+    page.check(
+        {{found == storedvalues::Agreement::Missing, path + " does not exist, so pppd cannot dial",
+          Rewrite},
+         {differs && isOlder, path + " is older than the stored parameters and differs from them",
+          Rewrite, isUp ? Warning : Failure},
+         {differs, path + " differs from the stored parameters", Rewrite, Warning}},
+        path + " agrees with the stored parameters");
 }
 
 void checkNames(Page &page)
@@ -94,12 +75,12 @@ void checkNames(Page &page)
     if (QFileInfo::exists("/run/systemd/resolve"))
         servers += outputOf("resolvectl", {"dns", LinkName}).simplified().split(':').value(1);
     const QString name = QUrl(CORVANTA_PROBE_URL).host();
-    const QString who = "the name servers (" + servers + ") ";
-    page.check({{servers.isEmpty(), "there is no name server",
+    const bool isResolved = !outputOf("getent", {"ahosts", name}).isEmpty();
+    page.check({{!isResolved && servers.isEmpty(), "there is no name server",
                  "see Names are not resolved in troubleshooting.md"},
-                {outputOf("getent", {"ahosts", name}).isEmpty(), who + "do not resolve " + name,
+                {!isResolved, "the name servers (" + servers + ") do not resolve " + name,
                  "compare them with the operator's data", Warning}},
-               who + "resolve " + name);
+               "the name servers (" + servers + ") resolve " + name);
 }
 
 } // namespace
@@ -107,6 +88,11 @@ void checkNames(Page &page)
 QByteArray contentOf(const QString &path)
 {
     return linefile::read(path).bytes.trimmed();
+}
+
+QDateTime changed(const QString &file)
+{
+    return QFileInfo(file).lastModified();
 }
 
 QByteArray outputOf(const QString &program, const QStringList &arguments)
@@ -139,29 +125,38 @@ void checkParameters(Page &page)
 {
     page.begin("parameters");
     paramlist::ScreenValues values;
-    if (!checkParameterFile(page) || !storedvalues::load(values).isEmpty())
+    const QString path = ParameterFile;
+    const QString error = storedvalues::load(values);
+    const auto lines = paramlist::parseLines(linefile::read(path).bytes).size();
+    page.check({{!error.isEmpty(), error, "delete the file and enter the parameters again"},
+                {!QFileInfo::exists(path), path + " does not exist, so the defaults apply",
+                 "enter the parameters on the panel", Warning},
+                {lines < paramlist::DialUpCount,
+                 path + QString(" has %1 of %2 lines").arg(lines).arg(int(paramlist::DialUpCount)),
+                 "enter the parameters again"}});
+    if (!error.isEmpty())
         return;
-    for (const QString path : {ParameterFile, PeerFile, ChatScript})
-        page.check({{(QFileInfo(path).permissions() & Others) != 0,
-                     "other users can access " + path, "set its mode to 600", Warning}});
+    for (const QString file : {ParameterFile, PeerFile, ChatScript})
+        page.check({{(QFileInfo(file).permissions() & Others) != 0,
+                     "other users can access " + file, "set its mode to 600", Warning}});
     page.ok("APN " + values.dialUp.apn + ", dial number " + values.dialUp.dialNumber);
     const bool isUp = !linkstate::addressOf(LinkName).isEmpty();
     for (const auto &finding : dialcheck::check(values.dialUp, storedvalues::networkSecrets()))
         page.check({{!finding.dials, finding.text, "correct it on the panel"},
                     {!isUp, finding.text, "compare it with the operator's data", Warning}});
     for (const storedvalues::File &file : storedvalues::generatedFiles(values))
-        checkGenerated(page, file);
+        checkGenerated(page, file, isUp);
 }
 
 void checkLink(Page &page, bool reach)
 {
     page.begin("link");
-    QString state = "pppd has given up; last dial: ";
+    bool isRunning = false;
     for (const Process &process : allProcesses()) {
-        if (process.name == "pppd") {
-            page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(process.age));
-            state = "last dial: ";
-        }
+        if (process.name != "pppd")
+            continue;
+        isRunning = true;
+        page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(process.age));
     }
     const QString address = linkstate::addressOf(LinkName);
     if (address.isEmpty()) {
@@ -170,9 +165,13 @@ void checkLink(Page &page, bool reach)
                                  ? std::nullopt
                                  : lastDialFailure(linefile::readEnd(PppLog).bytes);
         const DialFailure last = failure.value_or(DialFailure());
-        page.check({{failure.has_value(), state + last.cause, last.remedy},
-                    {state.startsWith("pppd"), "pppd is not running",
-                     "touch Connect, or run pppd call ppp-connect", Warning}});
+        page.check({{failure && isRunning, "the last dial has failed: " + last.cause, last.remedy},
+                    {failure.has_value(),
+                     "pppd has given up: the last dial has failed: " + last.cause, last.remedy},
+                    {isRunning, "the link is down, and pppd has not reported why",
+                     "wait 30 s, then run this again", Warning},
+                    {true, "pppd is not running", "touch Connect, or run pppd call ppp-connect",
+                     Warning}});
         return;
     }
     page.ok("ppp0 is up, address " + address);
@@ -184,7 +183,7 @@ void checkLink(Page &page, bool reach)
         "the default route is over ppp0");
     checkNames(page);
     if (reach)
-        page.check({{outputOf("ping", {"-c1", "-W2", CORVANTA_PING_TARGET}).isEmpty(),
+        page.check({{outputOf("ping", {"-c1", "-W1", CORVANTA_PING_TARGET}).isEmpty(),
                      CORVANTA_PING_TARGET " does not answer a ping", "ask the operator"}},
                    CORVANTA_PING_TARGET " answers a ping");
 }
@@ -213,19 +212,22 @@ void checkScreen(Page &page)
 void checkService(Page &page)
 {
     page.begin("service");
-    const QByteArray state = outputOf("systemctl", {"show", "corvanta.service", "--property",
-                                                    "ActiveState,NRestarts,Result,ExecMainStatus"})
-                                 .simplified();
-    const QString text = "corvanta.service: " + state;
-    page.check({{state.isEmpty(), "the service's state is unknown: systemctl does not answer",
+    const QByteArray found =
+        outputOf("systemctl", {"show", "corvanta.service", "--property",
+                               "ActiveState,NRestarts,Result,ExecMainStatus,ExecMainExitTimestamp"})
+            .simplified();
+    const QString state = "corvanta.service is " + matchIn(found, R"(ActiveState=(\S*))");
+    const QString text = state + ": " + found;
+    page.check({{found.isEmpty(), "the service's state is unknown: systemctl does not answer",
                  "find the process with pgrep -a corvanta", Warning},
-                {state.contains("State=failed"), text,
+                {state.endsWith("failed"), text,
                  "read journalctl -t corvanta, then run systemctl reset-failed corvanta and "
                  "systemctl start corvanta"},
-                {!state.contains("State=active"), text, "systemctl start corvanta", Warning}},
+                {!state.endsWith(" active"), text, "run systemctl start corvanta", Warning}},
                text);
-    page.ok("last message in the journal: " +
-            outputOf("journalctl", {"-b", "-q", "-n1", "-ocat", "-tcorvanta"}).trimmed());
+    const QByteArray last = outputOf("journalctl", {"-b", "-q", "-n1", "-ocat", "-tcorvanta"});
+    if (!last.isEmpty())
+        page.ok("last message in the journal: " + last.trimmed());
 }
 
 } // namespace doctor

@@ -4,10 +4,12 @@
 
 #include "app/doctor/page.h"
 
+#include <QDateTime>
+
 namespace doctor
 {
 
-/** @return true when the modem's port is usable and no process has it open */
+/** @return true when /dev/ttyUSB0 is the dongle's port and no process has it open */
 [[nodiscard]] bool checkDongle(Page &page);
 /** Query the modem with at most five commands, each with a timeout of 3 s. */
 void checkNetwork(Page &page);
@@ -29,8 +31,12 @@ void checkService(Page &page);
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);
 
+/** Return the time of a file's last change; an invalid one, earlier than others, if there is none.
+ */
+[[nodiscard]] QDateTime changed(const QString &file);
+
 /**
- * Run a program without a shell. Kill it 3 s after its start or 5 s after the first call of this
+ * Run a program without a shell. Kill it 2 s after its start or 5 s after the first call of this
  * function, whichever comes first.
  * @return its output; empty when it is missing, fails or is killed
  */

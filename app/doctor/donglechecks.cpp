@@ -1,6 +1,5 @@
 #include "app/doctor/checks.h"
 #include "core/boardpaths.h"
-#include "core/csqresponse.h"
 #include "core/dongleid.h"
 #include "io/atport.h"
 #include "io/processlist.h"
@@ -18,11 +17,51 @@ namespace doctor
 namespace
 {
 
-using boardpaths::ModemPort;
+using namespace boardpaths;
 
 const QString UsbDevices = "/sys/bus/usb/devices/";
 constexpr char PlugAgain[] = "plug the dongle in again";
+constexpr char EnterPin[] = "enter the SIM's PIN on the panel, then touch Connect";
 constexpr std::chrono::milliseconds AnswerTimeout{3000};
+
+constexpr char Sim[] = "AT+CPIN?";
+constexpr char Signal[] = "AT+CSQ";
+constexpr char Registration[] = "AT+CREG? AT+CGREG?";
+constexpr char Operator[] = "AT+COPS?";
+
+/** A response of the modem. The first row of a query that matches the response is its finding. */
+struct Response {
+    const char *query;   ///< commands, separated by spaces
+    const char *pattern; ///< regular expression for the responses together
+    const char *state;
+    const char *text; ///< %1 stands for what the pattern captures
+    const char *remedy = "";
+};
+
+// 3GPP TS 27.007, 8.3, 8.5, 7.2, 10.1.20 and 7.3. checkNetwork() adds "stored" or "refused".
+constexpr Response Responses[] = {
+    {Sim, "READY", Ok, "the SIM is ready"},
+    {Sim, "^(stored|refused)?$", Failure, "the modem does not answer", PlugAgain},
+    {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK",
+     "put the SIM into a phone, and enter the PUK and a new PIN there"},
+    {Sim, "SIM PIN.*refused", Failure, "the SIM has refused the stored PIN", EnterPin},
+    {Sim, "SIM PIN.*stored", Ok, "the SIM asks for its PIN, which the chat script sends"},
+    {Sim, "SIM PIN", Failure, "the SIM asks for its PIN, and none is stored", EnterPin},
+    {Sim, "", Failure, "the modem finds no SIM", "insert the SIM, then plug the dongle in again"},
+    {Signal, R"(: *0*([1-9]\d?),(?<!99,))", Ok, "signal strength %1 of 31"},
+    {Signal, "", Warning, "the modem receives no signal", "check the antenna, or move the board"},
+    {Registration, "REG: *\\d, *1", Ok, "the SIM is registered in its home network"},
+    {Registration, "REG: *\\d, *5", Ok, "the SIM is registered in another network (roaming)"},
+    {Registration, "REG: *\\d, *3", Failure, "the network denies the SIM its registration",
+     "ask the operator whether the SIM is activated, blocked or may not roam"},
+    {Registration, "REG: *\\d, *\\d", Failure, "the modem finds no network to register in",
+     "check the antenna, or move the board; ask the operator whether there is coverage"},
+    {Registration, "", Warning, "the modem does not report its registration", PlugAgain},
+    {Operator, R"x("([^"]*)",[013])x", Ok, "operator %1, 2G"},
+    {Operator, R"x("([^"]*)",[2456])x", Ok, "operator %1, 3G"},
+    {Operator, R"x("([^"]*)",7)x", Ok, "operator %1, 4G"},
+    {Operator, R"x("([^"]*)")x", Ok, "operator %1"},
+};
 
 QStringList namesIn(const QString &directory, const QString &pattern)
 {
@@ -44,18 +83,16 @@ QString findDongle(Page &page)
         const QByteArray product = contentOf(UsbDevices + name + "/idProduct");
         if (contentOf(UsbDevices + name + "/idVendor").toUInt(nullptr, 16) != DongleVendor)
             continue;
-        if (product.toUInt(nullptr, 16) == DongleProduct)
-            dongle = name;
-        else
-            other = product;
+        (product.toUInt(nullptr, 16) == DongleProduct ? dongle : other) = name;
     }
-    page.check({{dongle.isEmpty() && other.isEmpty(), "there is no dongle on the USB bus",
-                 "plug it in; check port and power supply"},
-                {dongle.isEmpty(),
-                 "the dongle is on the USB bus as 12d1:" + other +
-                     ", not as 12d1:1001: it is in storage mode or of another model",
-                 "install usb-modeswitch, then plug the dongle in again"}},
-               "on the USB bus as " + dongle);
+    page.check(
+        {{dongle.isEmpty() && other.isEmpty(), "there is no dongle on the USB bus",
+          "plug it in; if it is plugged in, try another port and check the power supply"},
+         {dongle.isEmpty(),
+          "the dongle is on the USB bus as 12d1:" + contentOf(UsbDevices + other + "/idProduct") +
+              ", not as 12d1:1001: it is in storage mode or of another model",
+          "install usb-modeswitch, then plug the dongle in again"}},
+        "the dongle is on the USB bus as 12d1:1001, device " + dongle);
     return dongle;
 }
 
@@ -64,21 +101,20 @@ bool checkPorts(Page &page, const QString &dongle)
 {
     QStringList ports;
     for (const QString &interface : namesIn(UsbDevices, dongle + ":*")) {
-        const QString driver = targetName(UsbDevices + interface + "/driver");
         for (const QString &name : namesIn(UsbDevices + interface, "ttyUSB*")) {
             ports.append(name);
-            page.ok("port " + name + ", driver " + (driver.isEmpty() ? "unknown" : driver));
+            page.ok("port " + name + ", driver " + targetName(UsbDevices + interface + "/driver"));
         }
     }
-    const QString target = targetName(ModemPort);
-    const QString owner = "/sys/class/tty/" + target + "/device/../../id";
+    const QString port = targetName(ModemPort);
+    const QString owner = "/sys/class/tty/" + port + "/device/../../id";
     return page.check({{ports.isEmpty(), "the dongle has no serial port: no driver has taken it",
-                        "modprobe option, then plug the dongle in again"},
-                       {target.isEmpty(), "/dev/ttyUSB0 does not exist", PlugAgain},
-                       {!ports.contains(target),
+                        "run modprobe option, then plug the dongle in again"},
+                       {port.isEmpty(), "/dev/ttyUSB0 does not exist", PlugAgain},
+                       {!ports.contains(port),
                         "/dev/ttyUSB0 belongs to another adapter (" + contentOf(owner + "Vendor") +
                             ':' + contentOf(owner + "Product") + ") than the dongle",
-                        "unplug that adapter"}});
+                        "unplug that adapter, then plug the dongle in again"}});
 }
 
 /** @return true when no process has the port open */
@@ -91,77 +127,23 @@ bool checkUsers(Page &page)
             QString("%1 (PID %2) has /dev/ttyUSB0 open").arg(user.name).arg(user.pid);
         page.check({{!ours.contains(user.name), text + " and takes the modem's answers",
                      QString("stop it; systemctl status %1 shows its service").arg(user.pid)}},
-                   text + ": the modem is not queried");
+                   text + ", so the modem is not queried about SIM and network");
     }
     return users.isEmpty();
 }
 
-bool checkRaw(Page &page)
+/** Add the finding of a query. @return true when it is not a fault */
+bool checkResponse(Page &page, const char *query, const QString &responses)
 {
-    const FileDescriptor port(::open(ModemPort, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    termios modes{};
-    const bool isClosed = ::tcgetattr(port.get(), &modes) == -1;
-    return page.check(
-        {{isClosed, "/dev/ttyUSB0 cannot be opened as a serial port", PlugAgain},
-         {(modes.c_lflag & (ICANON | ECHO)) != 0,
-          "/dev/ttyUSB0 is not in raw mode: the modem gets its answers back", PlugAgain}});
-}
-
-/** @return the modem's response; empty when there is none or another process has the port open */
-QByteArray ask(AtPort &port, const QByteArray &command)
-{
-    return usersOf(ModemPort).isEmpty() ? port.ask(command, AnswerTimeout) : QByteArray();
-}
-
-/** @param answer response to +CPIN?. @return true when the SIM is ready */
-bool checkSim(Page &page, const QByteArray &answer)
-{
-    if (answer.contains("READY"))
-        return true;
-    paramlist::ScreenValues stored;
-    const bool hasPin = storedvalues::load(stored).isEmpty() && !stored.dialUp.pin.isEmpty();
-    page.check(
-        {{answer.isEmpty(), "the modem does not answer", PlugAgain},
-         {answer.contains("PUK"), "the SIM is blocked and asks for its PUK",
-          "enter the PUK in another device, such as a phone"},
-         {!answer.contains("PIN"), "the modem finds no SIM",
-          "insert the SIM, then plug the dongle in again"},
-         {!hasPin, "the SIM asks for its PIN, and none is stored", "enter the PIN on the panel"},
-         {QFileInfo::exists(boardpaths::PinRecord), "the SIM has refused the stored PIN",
-          "correct the PIN before you dial again"}},
-        "the SIM asks for its PIN, which the chat script sends");
-    return false;
-}
-
-/** @param answers responses to +CREG? and +CGREG? (3GPP TS 27.007, 7.2 and 10.1.20) */
-void checkRegistration(Page &page, const QByteArray &answers)
-{
-    static const QRegularExpression form(R"(\+CG?REG: *\d, *(\d))");
-    QString states;
-    for (auto all = form.globalMatch(QString::fromLatin1(answers)); all.hasNext();)
-        states += all.next().captured(1);
-    const bool isRoaming = states.contains(u'5');
-    const bool isRegistered = isRoaming || states.contains(u'1');
-    page.check(
-        {{states.isEmpty(), "the modem does not report its registration",
-          "send AT+CREG? with a terminal program", Warning},
-         {!isRegistered && states.contains(u'3'), "the network denies the SIM its registration",
-          "ask the operator: SIM not activated, blocked or without roaming"},
-         {!isRegistered, "the modem finds no network to register in",
-          "check antenna, place and SIM"}},
-        isRoaming ? "registered, roaming" : "registered");
-}
-
-/** @param answer response to +COPS? (3GPP TS 27.007, 7.3) */
-void checkOperator(Page &page, const QByteArray &answer)
-{
-    static const QRegularExpression form(R"(\+COPS: *\d,\d,"([^"]*)\"(?:,([0-7]))?)");
-    const QStringList technologies{"GSM", "GSM", "UMTS", "EDGE", "HSDPA", "HSUPA", "HSPA", "LTE"};
-    const auto match = form.match(QString::fromUtf8(answer));
-    const QString technology = match.captured(2);
-    if (match.hasMatch())
-        page.ok("operator " + match.captured(1) +
-                (technology.isEmpty() ? "" : ", " + technologies[technology.toInt()]));
+    for (const Response &row : Responses) {
+        const QRegularExpression form(row.pattern, QRegularExpression::DotMatchesEverythingOption);
+        const auto match = form.match(responses);
+        if (row.query != query || !match.hasMatch())
+            continue;
+        const QString text = QString(row.text).replace("%1", match.captured(1));
+        return page.check({{row.state != Ok, text, row.remedy, row.state}}, text);
+    }
+    return true;
 }
 
 } // namespace
@@ -173,23 +155,41 @@ bool checkDongle(Page &page)
     if (dongle.isEmpty())
         return false;
     page.check({{contentOf(UsbDevices + dongle + "/power/control") == "auto",
-                 "the kernel may suspend the dongle (power/control)",
+                 "the kernel may suspend the dongle (power/control is auto)",
                  "check the udev rules for USB power management", Warning}});
-    return checkPorts(page, dongle) && checkUsers(page) && checkRaw(page);
+    return checkPorts(page, dongle) && checkUsers(page);
 }
 
 void checkNetwork(Page &page)
 {
     page.begin("SIM and network");
-    AtPort port(ModemPort);
-    if (!checkSim(page, ask(port, "AT+CPIN?")))
+    // Open during all queries, because opening and closing a modem that hangs takes seconds.
+    const FileDescriptor tty(::open(ModemPort, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    termios modes{};
+    const bool isClosed = ::tcgetattr(tty.get(), &modes) == -1;
+    if (!page.check({{isClosed, "/dev/ttyUSB0 cannot be opened as a serial port", PlugAgain},
+                     {(modes.c_lflag & (ICANON | ECHO)) != 0,
+                      "/dev/ttyUSB0 is not in raw mode, so the modem receives its own answers",
+                      PlugAgain}}))
         return;
-    const CsqResponse signal = parseCsqResponse(ask(port, "AT+CSQ"));
-    page.check(
-        {{signal.noSignal || signal.percent == 0, "no signal", "check antenna and place", Warning}},
-        QString("the SIM is ready; signal %1 %").arg(signal.percent));
-    checkRegistration(page, ask(port, "AT+CREG?") + ask(port, "AT+CGREG?"));
-    checkOperator(page, ask(port, "AT+COPS?"));
+    AtPort port(ModemPort);
+    paramlist::ScreenValues stored;
+    for (const char *query : {Sim, Signal, Registration, Operator}) {
+        if (!checkUsers(page))
+            return;
+        QByteArray responses;
+        for (const QByteArray &command : QByteArray(query).split(' '))
+            responses += port.ask(command, AnswerTimeout);
+        if (query == Sim && storedvalues::load(stored).isEmpty() && !stored.dialUp.pin.isEmpty()) {
+            // A record older than the chat script is of an earlier PIN.
+            const bool isSent =
+                QFileInfo::exists(PinRecord) && changed(PinRecord) >= changed(ChatScript);
+            responses += isSent ? "refused" : "stored";
+        }
+        const bool isInOrder = checkResponse(page, query, QString::fromUtf8(responses));
+        if (query == Sim && !(isInOrder && responses.contains("READY")))
+            return;
+    }
 }
 
 } // namespace doctor

@@ -8,6 +8,7 @@
 namespace doctor
 {
 
+inline constexpr char Ok[] = "ok";
 inline constexpr char Warning[] = "warning";
 inline constexpr char Failure[] = "failure";
 
@@ -27,7 +28,7 @@ public:
     void begin(const QString &group) { currentGroup = group; }
 
     /** Add a finding that is not a fault. */
-    void ok(const QString &text) { add("ok", text); }
+    void ok(const QString &text) { add(Ok, text); }
 
     /** Add the first fault that is present. If there is none, add a finding that is not a fault.
      *  @param text text of that finding; empty to add none

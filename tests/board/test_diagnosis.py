@@ -3,20 +3,20 @@
 import pytest
 
 from boardtest import OperatedBoard
-from panel.constants import CHECK_SECONDS
+from panel.constants import CHECK_SECONDS, PPP_LOG
 
 SECRETS = USER, PASSWORD, PIN, IMEI = "phoneuser", "longsecret", "8642", "490154203237518"
 PROVISION = f"corvanta-provision apn=web dial=*99# user={USER} password={PASSWORD} pin={PIN}"
 FILL = "mount -t tmpfs -o size=64k x /quenfold/configs; ! cat /dev/zero >/quenfold/configs/full"
 FAIL = ("mv /dev/fb0 /dev/fb9; systemctl start corvanta; "
         "until systemctl is-failed -q corvanta; do sleep 1; done; mv /dev/fb9 /dev/fb0")
+DIAL = f"pppd call ppp-connect; until grep Connect: {PPP_LOG}; do sleep 0.5; done"
 # The modem's scenario, commands that make the cause and that undo it, part of the last line.
 CAUSES: dict[str, tuple[dict[str, str], str, str, str]] = {
-    "no dongle": ({}, "dongle unplug", ":", "no dongle on the USB bus"),
-    "PUK": ({"sim.pin": PIN, "sim.tries": "0"}, ":", ":", "asks for its PUK"),
+    "wrong APN": ({"apn": "internet"}, DIAL, ":", "the network has not answered. To do: compare APN"),
     "denied": ({"registration": "denied"}, ":", ":", "denies the SIM its registration"),
     "full": ({}, FILL, "umount /quenfold/configs", "/quenfold/configs is full"),
-    "failed": ({}, FAIL, "systemctl reset-failed corvanta", "corvanta.service: "),
+    "failed": ({}, FAIL, "systemctl reset-failed corvanta", "corvanta.service is failed"),
 }
 LINKS = (  # the same on a board with a link
     (":", ":", "No failure was found"),

@@ -6,7 +6,7 @@ from shlex import join
 
 import pytest
 
-from panel.constants import CHAT_SCRIPT, PARAMETERS, PPP_LOG
+from panel.constants import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PPP_LOG
 from privateroot.process import BUILD
 from program.conftest import Roots
 from program.modem import Modem
@@ -42,28 +42,28 @@ hold pppd
 # Commands that make the cause on that board, exit status, part of the last line.
 CAUSES = {
     "in order": (":", 0, "No failure was found"),
+    "no dongle": ("rm -r $usb", 1, "there is no dongle on the USB bus"),
     "storage mode": ("echo 14fe >$usb/1-1/idProduct", 1, "as 12d1:14fe"),
     "no driver": ("rm -r $usb/1-1:1.0/ttyUSB0", 1, "no serial port"),
     "foreign adapter": ("mv $usb/1-1:1.0/ttyUSB0 $usb/1-1:1.0/ttyUSB1; "
                         "adapter 1-2 0403 6001 ttyUSB0", 1, "another adapter (0403:6001)"),
     "busy port": ("hold ModemManager", 1, "ModemManager (PID"),
     "locked port": ("mkdir /run/lock; echo $$ >/run/lock/LCK..ttyUSB0", 1, "/dev/ttyUSB0 open"),
-    "FIFO": (f"rm {PARAMETERS}; mkfifo {PARAMETERS}", 1, f"{PARAMETERS} cannot be read"),
-    "too short": (f"echo internet >{PARAMETERS}", 1, "only 1 of its lines"),
+    "FIFO": (f"rm {PARAMETERS}; mkfifo {PARAMETERS}", 1, f"could not read {PARAMETERS}"),
+    "autoparam": (f"rm {AUTO_CONNECT}; mkdir {AUTO_CONNECT}", 1, f"could not read {AUTO_CONNECT}"),
+    "too short": (f"echo internet >{PARAMETERS}", 1, "has 1 of 6 lines"),
     "no password": (f"{PROVISION} password= >/dev/null", 1, "password is empty and user is not"),
-    "older script": (f"sed -i s/internet/web/ {PARAMETERS}; touch -d 1990-01-01 {CHAT_SCRIPT}", 0,
-                     f"{CHAT_SCRIPT} differs from the stored parameters and is older"),
+    "older script": (f"sed -i s/internet/web/ {PARAMETERS}; touch -d 1990-01-01 {CHAT_SCRIPT}", 1,
+                     f"{CHAT_SCRIPT} is older than the stored parameters"),
     "no script": (f"rm {CHAT_SCRIPT}", 1, f"{CHAT_SCRIPT} does not exist"),
     "open to others": (f"chmod 644 {PARAMETERS}", 0, f"other users can access {PARAMETERS}"),
     "read-only": ("rm -r /quenfold/configs; ln -s /readonly /quenfold/configs", 1, "is read-only"),
     "no framebuffer": ("rm /dev/fb0", 1, "there is no framebuffer"),
-    "chat refused": (f"echo 'Script chat -f x finished (pid 5), status = 0xb' >{PPP_LOG}", 1,
-                     "answered ERROR to chat"),
     "wrong APN": (f"echo 'Connect: ppp0 <--> ttyUSB0' >{PPP_LOG}", 1, "network has not answered"),
     "given up": (f"hold chat; echo 'LCP: timeout sending Config-Requests\\nExit.' >{PPP_LOG}", 1,
-                 "pppd has given up; last dial: the network has not accepted the call"),
-    "earlier log": (f"echo 'refused this PIN once\\nlocal  IP address 10.0.0.1' >{PPP_LOG}", 0,
-                    "No failure was found"),
+                 "pppd has given up: the last dial has failed: the network has not accepted the call"),
+    "earlier log": (f"echo 'refused this PIN once' >{PPP_LOG}; touch -d 1990-01-01 {PPP_LOG}", 0,
+                    "has not reported why"),
 }
 # What the modem answers to every command, commands, part of the last line.
 NETWORK = ("\r\n+CSQ: 17,99\r\n+CPIN: READY\r\n+CREG: 0,{}\r\n"
@@ -72,8 +72,10 @@ NEEDS_PIN = "\r\n+CPIN: SIM PIN\r\n\r\nOK\r\n"
 MODEMS = {
     "registered": (NETWORK.format(1), ":", "Look first at this: pppd is not running"),
     "searching": (NETWORK.format(2), ":", "the modem finds no network"),
+    "denied": (NETWORK.format(3), ":", "the network denies the SIM"),
     "no SIM": ("\r\n+CME ERROR: 10\r\n", ":", "the modem finds no SIM"),
     "PIN": (NEEDS_PIN, ":", "asks for its PIN, and none is stored"),
+    "PUK": ("\r\n+CPIN: SIM PUK\r\n\r\nOK\r\n", ":", "asks for its PUK"),
     "wrong PIN": (NEEDS_PIN, f"{PROVISION} pin=1234 >/dev/null", "refused the stored PIN"),
     "silent": ("", ":", "the modem does not answer"),
     "not raw": (NETWORK.format(1), "stty -F /dev/ttyUSB0 icanon echo", "is not in raw mode"),
