@@ -16,16 +16,6 @@ QByteArray contentOf(const QString &path)
     return linefile::read(path).bytes.trimmed();
 }
 
-/** Return the seconds since a process started. In proc(5), field 22 is the start in clock ticks
- *  after boot; field 2 may contain spaces. */
-qint64 ageOf(const QString &directory)
-{
-    const QByteArray stat = contentOf(directory + "/stat");
-    const double ticks = stat.mid(stat.lastIndexOf(')') + 2).split(' ').value(19).toDouble();
-    const double uptime = contentOf("/proc/uptime").split(' ').value(0).toDouble();
-    return static_cast<qint64>(uptime - ticks / static_cast<double>(::sysconf(_SC_CLK_TCK)));
-}
-
 /** @param file canonical path; empty if it does not exist */
 bool hasOpen(const Process &process, const QString &file)
 {
@@ -43,11 +33,19 @@ QList<Process> allProcesses()
 {
     QList<Process> found;
     for (const QString &name : QDir("/proc").entryList(QDir::Dirs)) {
-        const QString directory = "/proc/" + name;
         if (const qint64 pid = name.toLongLong(); pid > 0)
-            found.append({pid, contentOf(directory + "/comm"), ageOf(directory)});
+            found.append({pid, contentOf("/proc/" + name + "/comm")});
     }
     return found;
+}
+
+qint64 ageOf(const Process &process)
+{
+    // In proc(5), field 22 is the start in clock ticks after boot; field 2 may contain spaces.
+    const QByteArray stat = contentOf(QString("/proc/%1/stat").arg(process.pid));
+    const double ticks = stat.mid(stat.lastIndexOf(')') + 2).split(' ').value(19).toDouble();
+    const double uptime = contentOf("/proc/uptime").split(' ').value(0).toDouble();
+    return static_cast<qint64>(uptime - ticks / static_cast<double>(::sysconf(_SC_CLK_TCK)));
 }
 
 QList<Process> usersOf(const QString &path)

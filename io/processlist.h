@@ -8,11 +8,13 @@
 struct Process {
     qint64 pid;
     QByteArray name; ///< at most 15 bytes
-    qint64 age;      ///< seconds since its start; meaningless if it has exited meanwhile
 };
 
 /** Return all processes. */
 [[nodiscard]] QList<Process> allProcesses();
+
+/** Return the seconds since a process started; meaningless if it has exited meanwhile. */
+[[nodiscard]] qint64 ageOf(const Process &process);
 
 /** Return the other processes that have a file open, and the owner of its lock file in /run/lock,
  *  which pppd creates with the option lock. */

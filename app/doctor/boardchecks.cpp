@@ -156,7 +156,7 @@ void checkLink(Page &page, bool reach)
         if (process.name != "pppd")
             continue;
         isRunning = true;
-        page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(process.age));
+        page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(ageOf(process)));
     }
     const QString address = linkstate::addressOf(LinkName);
     if (address.isEmpty()) {
