@@ -28,7 +28,8 @@ using linefile::ReadResult;
 constexpr char Framebuffer[] = "/dev/fb0";
 constexpr char Font[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";
 constexpr char LinkName[] = "ppp0";
-constexpr char Rewrite[] = "write it with corvanta-provision, or edit a value and touch Connect";
+constexpr char Rewrite[] = "run corvanta-provision apn=APN with the stored APN, which writes all "
+                           "files, then touch Connect";
 constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
 constexpr unsigned long MinFreeBytes = 65536;
 constexpr int MinMemoryKb = 16384;

@@ -31,23 +31,17 @@ void Page::add(const QString &state, const QString &text)
             c = QChar::ReplacementCharacter;
     }
     allFindings.append(QJsonObject{{"group", currentGroup}, {"state", state}, {"text", line}});
-}
-
-QString Page::firstOf(const QString &state) const
-{
-    for (const QJsonValue finding : allFindings) {
-        if (finding["state"] == state)
-            return finding["text"].toString();
-    }
-    return {};
+    QString &first = state == Failure ? firstFailure : firstWarning;
+    if (state != Ok && first.isEmpty())
+        first = line;
 }
 
 QString Page::cause() const
 {
     if (hasFailure())
-        return "Most probable cause: " + firstOf(Failure);
-    const QString warning = firstOf(Warning);
-    return "No failure was found" + (warning.isEmpty() ? "" : ". Look first at this: " + warning);
+        return "Most probable cause: " + firstFailure;
+    return "No failure was found" +
+           (firstWarning.isEmpty() ? "" : ". Look first at this: " + firstWarning);
 }
 
 QByteArray Page::text() const
@@ -57,8 +51,8 @@ QByteArray Page::text() const
     for (const QJsonValue finding : allFindings) {
         if (const QString next = finding["group"].toString(); next != group)
             page += (group = next) + '\n';
-        page += QString("  %1  ").arg(finding["state"].toString(), -7) +
-                finding["text"].toString() + '\n';
+        page +=
+            "  " + finding["state"].toString().leftJustified(9) + finding["text"].toString() + '\n';
     }
     return (page + '\n' + cause() + ".\n").toUtf8();
 }

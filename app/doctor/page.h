@@ -35,7 +35,7 @@ public:
      *  @return true when no fault is present */
     bool check(const QList<Fault> &faults, const QString &text = {});
 
-    [[nodiscard]] bool hasFailure() const { return !firstOf(Failure).isEmpty(); }
+    [[nodiscard]] bool hasFailure() const { return !firstFailure.isEmpty(); }
 
     /** Return the page in UTF-8, one line for each finding; the last line names the cause. */
     [[nodiscard]] QByteArray text() const;
@@ -45,10 +45,11 @@ public:
 
 private:
     void add(const QString &state, const QString &text);
-    [[nodiscard]] QString firstOf(const QString &state) const;
     [[nodiscard]] QString cause() const;
 
     QString currentGroup;
+    QString firstFailure; ///< text of the first finding that is a failure
+    QString firstWarning;
     QJsonArray allFindings; ///< objects with "group", "state" and "text", which is one line
 };
 

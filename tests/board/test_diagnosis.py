@@ -13,7 +13,7 @@ FAIL = ("mv /dev/fb0 /dev/fb9; systemctl start corvanta; "
 DIAL = f"pppd call ppp-connect; until grep Connect: {PPP_LOG}; do sleep 0.5; done"
 # The modem's scenario, commands that make the cause and that undo it, part of the last line.
 CAUSES: dict[str, tuple[dict[str, str], str, str, str]] = {
-    "wrong APN": ({"apn": "internet"}, DIAL, ":", "the network has not answered. To do: compare APN"),
+    "wrong APN": ({"apn": "internet"}, DIAL, ":", "not answered. To do: compare APN"),
     "denied": ({"registration": "denied"}, ":", ":", "denies the SIM its registration"),
     "full": ({}, FILL, "umount /quenfold/configs", "/quenfold/configs is full"),
     "failed": ({}, FAIL, "systemctl reset-failed corvanta", "corvanta.service is failed"),
