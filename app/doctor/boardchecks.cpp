@@ -23,7 +23,6 @@ namespace
 {
 
 using namespace boardpaths;
-using linefile::ReadResult;
 
 constexpr char Framebuffer[] = "/dev/fb0";
 constexpr char Font[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";

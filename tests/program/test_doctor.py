@@ -126,8 +126,8 @@ def test_output(roots: Roots) -> None:
         (head -c 65000 /dev/zero; {DOCTOR}; echo "status $?" >>{SAID}) | sleep 9
         """).partition("status")
     found = json.loads(page)
-    assert found["cause"].startswith("Most probable cause: the dongle is on the USB bus "
-                                      "as 12d1:\ufffd\ufffd[1 \ufffdm, not as")
+    assert "Most probable cause: the dongle is on the USB bus as 12d1:" in found["cause"]
+    assert ":\ufffd\ufffd[1 \ufffdm, not as 12d1:1001" in found["cause"]
     assert "/etc/ppp can be written" in [finding["text"] for finding in found["findings"]]
     assert int(status) == 2
 
