@@ -30,6 +30,7 @@ constexpr char LinkName[] = "ppp0";
 constexpr char Rewrite[] = "run corvanta-provision apn=APN with the stored APN, which writes all "
                            "files, then touch Connect";
 constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+constexpr qint64 FirstDialS = 10; // The network may still answer.
 constexpr unsigned long MinFreeBytes = 65536;
 constexpr int MinMemoryKb = 16384;
 constexpr qint64 AllProgramsMs = 5000;
@@ -152,10 +153,12 @@ void checkLink(Page &page, bool reach)
 {
     page.begin("link");
     bool isRunning = false;
+    bool isFirstDial = false;
     for (const Process &process : allProcesses()) {
         if (process.name != "pppd")
             continue;
         isRunning = true;
+        isFirstDial = ageOf(process) < FirstDialS;
         page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(ageOf(process)));
     }
     const QString address = linkstate::addressOf(LinkName);
@@ -165,13 +168,14 @@ void checkLink(Page &page, bool reach)
                                  ? std::nullopt
                                  : lastDialFailure(linefile::readEnd(PppLog).bytes);
         const DialFailure last = failure.value_or(DialFailure());
-        page.check({{failure && isRunning, "the last dial has failed: " + last.cause, last.remedy},
-                    {failure.has_value(),
-                     "pppd has given up: the last dial has failed: " + last.cause, last.remedy},
-                    {isRunning, "the link is down, and pppd has not reported why",
-                     "wait 30 s, then run this again", Warning},
-                    {true, "pppd is not running", "touch Connect, or run pppd call ppp-connect",
-                     Warning}});
+        page.check(
+            {{failure && isRunning, "last dial: " + last.cause, last.remedy,
+              isFirstDial ? Warning : Failure},
+             {failure.has_value(), "pppd has given up; last dial: " + last.cause, last.remedy},
+             {isRunning, "the link is down, and pppd has not reported why",
+              "wait 30 s, then run this again", Warning},
+             {true, "pppd is not running", "touch Connect, or run pppd call ppp-connect",
+              Warning}});
         return;
     }
     page.ok("ppp0 is up, address " + address);

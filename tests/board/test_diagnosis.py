@@ -10,7 +10,7 @@ PROVISION = f"corvanta-provision apn=web dial=*99# user={USER} password={PASSWOR
 FILL = "mount -t tmpfs -o size=64k x /quenfold/configs; ! cat /dev/zero >/quenfold/configs/full"
 FAIL = ("mv /dev/fb0 /dev/fb9; systemctl start corvanta; "
         "until systemctl is-failed -q corvanta; do sleep 1; done; mv /dev/fb9 /dev/fb0")
-DIAL = f"pppd call ppp-connect; until grep Connect: {PPP_LOG}; do sleep 0.5; done"
+DIAL = f"pppd call ppp-connect; until grep Connect: {PPP_LOG}; do sleep 0.5; done; sleep 10"
 # The modem's scenario, commands that make the cause and that undo it, part of the last line.
 CAUSES: dict[str, tuple[dict[str, str], str, str, str]] = {
     "wrong APN": ({"apn": "internet"}, DIAL, ":", "not answered. To do: compare APN"),

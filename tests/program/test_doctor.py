@@ -61,9 +61,9 @@ CAUSES = {
     "open to others": (f"chmod 644 {PARAMETERS}", 0, f"other users can access {PARAMETERS}"),
     "read-only": ("rm -r /quenfold/configs; ln -s /readonly /quenfold/configs", 1, "is read-only"),
     "no framebuffer": ("rm /dev/fb0", 1, "there is no framebuffer"),
-    "wrong APN": (f"echo 'Connect: ppp0 <--> ttyUSB0' >{PPP_LOG}", 1, "network has not answered"),
+    "first dial": (f"echo 'Connect: ppp0 <--> ttyUSB0' >{PPP_LOG}", 0, "network has not answered"),
     "given up": (f"hold chat; echo 'LCP: timeout sending Config-Requests\\nExit.' >{PPP_LOG}", 1,
-                 "pppd has given up: the last dial has failed: the network has not accepted"),
+                 "pppd has given up; last dial: the network has not accepted the call"),
     "earlier log": (f"echo 'refused this PIN once' >{PPP_LOG}; touch -d 1990-01-01 {PPP_LOG}", 0,
                     "has not reported why"),
 }
