@@ -11,7 +11,7 @@ from pathlib import Path
 
 import pytest
 
-ROOT = Path(__file__).resolve().parents[3]
+ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("CORVANTA_BUILD", ROOT / "build/native"))
 EXPECTED = ROOT / "tests/expected"
 SECONDS = 30  # timeout for expected events, long enough for a busy machine
