@@ -1,5 +1,5 @@
-// Files of lines: symbolic links, huge files, power cuts, file systems without modes, and read
-// errors. The end-to-end tests cover other file types, access rights, and write errors.
+// Files of lines: symbolic links, power cuts, file systems without modes, and read errors. The
+// end-to-end tests cover huge files, other file types, access rights, and write errors.
 #include "core/paramlist.h"
 #include "io/linefile.h"
 
@@ -109,7 +109,6 @@ private slots:
     void powerCutLeavesOldOrNewValues();
     void savesDespiteErrors();
     void followsALinkToARegularFile();
-    void readsAtMostAMebibyte();
     void logsFailuresIfEnabled();
 
 private:
@@ -175,12 +174,6 @@ void LineFileTest::followsALinkToARegularFile()
     QVERIFY(linefile::write(path("link"), {"y"}));
     QCOMPARE(linefile::read(path("link")).bytes, QByteArray("y\n"));
     QVERIFY(QFileInfo(path("link")).isSymLink());
-}
-
-void LineFileTest::readsAtMostAMebibyte()
-{
-    put(path("f"), QByteArray(3 << 20, 'x'));
-    QCOMPARE(linefile::read(path("f")).bytes.size(), 1024 * 1024);
 }
 
 void LineFileTest::logsFailuresIfEnabled()

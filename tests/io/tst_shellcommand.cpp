@@ -1,10 +1,7 @@
 // Status and output of command lines.
 #include "io/shellcommand.h"
 
-#include <QLoggingCategory>
-#include <QTemporaryFile>
 #include <QtTest>
-#include <unistd.h>
 
 class ShellCommandTest : public QObject
 {
@@ -14,8 +11,6 @@ private slots:
     void results_data();
     void results();
     void keepsTheBeginningOfMuch();
-    void logsErrorsIfEnabled();
-    void outlivesTheReaderOfErrors();
 };
 
 void ShellCommandTest::results_data()
@@ -49,39 +44,6 @@ void ShellCommandTest::keepsTheBeginningOfMuch()
     QCOMPARE(result.standardOutput.size(), MaxOutputBytes);
     QCOMPARE(result.standardError.size(), MaxOutputBytes);
     QVERIFY(result.standardOutput.startsWith("out\nout\n"));
-}
-
-/** Run a command with another file as the standard error of this process. @return exit status */
-static int runWithErrorsTo(int file, const QString &line, bool logged = true)
-{
-    const int before = dup(STDERR_FILENO);
-    dup2(file, STDERR_FILENO);
-    if (logged)
-        QLoggingCategory::setFilterRules(QStringLiteral("corvanta.*.warning=true"));
-    const int status = runShell(line);
-    QLoggingCategory::setFilterRules(QString());
-    dup2(before, STDERR_FILENO);
-    close(before);
-    return status;
-}
-
-void ShellCommandTest::logsErrorsIfEnabled()
-{
-    QTemporaryFile log;
-    QVERIFY(log.open());
-    runWithErrorsTo(log.handle(), "echo silent >&2", false);
-    runWithErrorsTo(log.handle(), "echo output; echo why >&2");
-    log.seek(0);
-    QCOMPARE(log.readAll(), QByteArray("why\n"));
-}
-
-void ShellCommandTest::outlivesTheReaderOfErrors()
-{
-    int ends[2];
-    QCOMPARE(pipe(ends), 0);
-    close(ends[0]);
-    QCOMPARE(runWithErrorsTo(ends[1], "sh -c 'echo why >&2; exit 7'"), 7);
-    close(ends[1]);
 }
 
 QTEST_GUILESS_MAIN(ShellCommandTest)
