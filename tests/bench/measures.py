@@ -5,15 +5,12 @@ the program's figure, and the reference's figure or 0. Times are in ms, memory i
 """
 
 import re
-import subprocess
-import sys
 import time
 from contextlib import ExitStack
 from pathlib import Path
 from signal import SIGUSR1
 
 from bench.root import FIELD, FLOOR, HIDE, LIMIT_SECONDS, PROGRAM, BenchRoot
-from host.paths import HOST_PACKAGES
 from panel.constants import (BUTTON_GUARD_SECONDS, DOUBLE_TOUCH_SECONDS, MISC, SETTING,
                              START_SECONDS, STATUS)
 from panel.screen import centre
@@ -60,12 +57,10 @@ def instructions(program: str, variables: str = "") -> float:
 
 def start_instructions(rounds: int) -> list[Pairs]:
     """Compare the program with the baseline, and with itself with all fonts of the board."""
-    plain, with_board = [], []
-    for _ in range(max(1, rounds // 15)):
-        ours = instructions(PROGRAM)
-        plain.append((ours, instructions(FLOOR)))
-        with_board.append((ours, instructions(PROGRAM, "FONTCONFIG_SYSROOT=/")))
-    return [plain, with_board]
+    measured = [(instructions(PROGRAM), instructions(FLOOR),
+                 instructions(PROGRAM, "FONTCONFIG_SYSROOT=/"))
+                for _ in range(max(1, rounds // 15))]
+    return [[(ours, theirs[at]) for ours, *theirs in measured] for at in range(2)]
 
 
 def reference(work: str) -> float:
@@ -132,8 +127,6 @@ def keyboard_on_board(size: tuple[int, int], _: int) -> list[Pairs]:
     """Measure a touch on a field on the simulated board, where CPU time is a count of instructions.
 
     @return each figure of board_cost() after and before the touch"""
-    subprocess.run(["tools/install-packages", HOST_PACKAGES], stdout=sys.stderr, check=True)
-    subprocess.run("tools/build-board", stdout=sys.stderr, check=True)
     with Board(size, f"bench-{size[0]}x{size[1]}") as board:
         board.dongle.plug()
         board.program.start()
