@@ -24,7 +24,6 @@ describes the behaviour in words.
 
 | group | passed | known limitation | failed |
 |---|---|---|---|"""
-TOTAL = "Total"  # first word of the line about all groups
 PASSED, LIMITED, FAILED = OUTCOMES = ("passed", "known limitation", "failed")
 # Names of the properties with which a test records a known limitation, and a line for the page.
 LIMITATION, FIGURE = "limitation", "figure"
@@ -158,22 +157,11 @@ class Results:
 
 
 def write_docs(results: Results, total: str) -> None:
-    """Write the page. Keep the lines of groups that were not run.
-
-    @param total line about all groups, written only if all were run"""
-    lines = PAGE.read_text().splitlines()
-    for group in filter(results.outcomes.get, results.outcomes):
-        entry, note = f"| {group}: ", f"- {group}, "
-        cells = " | ".join(map(str, results.counts(group).values()))
-        lines = [line for line in lines if not line.startswith((entry, note))]
-        lines.append(f"{entry}{GROUPS[group].title} | {cells} |")
-        lines += [note + figure for figure in results.figures(group)]
-    if all(map(results.outcomes.get, GROUPS)):
-        lines = [*(line for line in lines if not line.startswith(TOTAL)), total]
-    table = [line for group in GROUPS for line in lines if line.startswith(f"| {group}: ")]
-    totals = [line for line in lines if line.startswith(TOTAL)]
-    notes = sorted(line for line in lines if line.startswith("- "))
-    PAGE.write_text("\n".join([HEAD, *table, "", *totals, "", *notes, ""]))
+    """Write the page. @param total line about all groups"""
+    table = [f"| {name}: {group.title} | {' | '.join(map(str, results.counts(name).values()))} |"
+             for name, group in GROUPS.items()]
+    notes = sorted(f"- {name}, {figure}" for name in GROUPS for figure in results.figures(name))
+    PAGE.write_text("\n".join([HEAD, *table, "", total, "", *notes, ""]))
 
 
 def arguments() -> argparse.Namespace:
@@ -191,8 +179,8 @@ def arguments() -> argparse.Namespace:
     found = parser.parse_args()
     if unknown := set(found.groups) - set(GROUPS):
         parser.error(f"unknown group: {', '.join(sorted(unknown))}")
-    if found.write_docs and found.only:
-        parser.error("--write-docs needs complete groups: omit --only")
+    if found.write_docs and (found.groups or found.only):
+        parser.error("--write-docs needs all groups: omit GROUP and --only")
     return found
 
 
@@ -217,7 +205,7 @@ def main() -> int:
         return 2
     print(f"{total} faults: {results.summary(*groups)} ({seconds:.0f} s)")
     if wanted.write_docs:
-        write_docs(results, f"{TOTAL}: {total} faults in {seconds:.0f} s on {cores} cores.")
+        write_docs(results, f"Total: {total} faults in {seconds:.0f} s on {cores} cores.")
     return 1 if status else 0
 
 
