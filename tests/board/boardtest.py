@@ -1,15 +1,15 @@
 """The simulated board that the board tests use, with their common steps and waits."""
 
 import time
-from collections.abc import Callable, Iterator, Mapping
-from contextlib import ExitStack, contextmanager
+from collections.abc import Callable, Mapping
+from contextlib import ExitStack
 from typing import Any
 
 from host.paths import ROOT
 from panel.constants import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_DETECTED, DONGLE_UNDETECTED,
                              FAILED, FILES, LINK_DOWN, LINK_STATUS, LINK_UP, LOGS, MISC, OLD_LOG,
-                             PARAMETERS, PPP_LOG, SETTING, SIZES, SOON_SECONDS, START_SECONDS,
-                             STATUS, STORED, UNDETECTED, WITHOUT_KEYS)
+                             PARAMETERS, PPP_LOG, SETTING, SOON_SECONDS, START_SECONDS, STATUS,
+                             STORED, UNDETECTED, WITHOUT_KEYS)
 from panel.screen import Screen
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
@@ -28,14 +28,13 @@ class OperatedBoard(Board):
     """A board that tests use one after the other.
 
     @ivar cleanups callbacks to run after the current test
-    @ivar used true once a test has used the board
     @ivar reusable false once later tests cannot use the board
     """
 
     def __init__(self, size: tuple[int, int], run: str, **how: Any) -> None:
         super().__init__(size, run, **how)
         self.cleanups = ExitStack()
-        self.used, self.reusable = False, True
+        self.reusable = True
         self._logged_before = 0
 
     def clear(self) -> None:
@@ -152,37 +151,3 @@ class OperatedBoard(Board):
         while self.records.picture("seen.png").read_bytes() != wanted:
             assert time.monotonic() < deadline, what
             time.sleep(1)
-
-
-IDLE: dict[tuple[int, int], list[OperatedBoard]] = {size: [] for size in SIZES}
-
-
-@contextmanager
-def borrowed(size: tuple[int, int], name: str) -> Iterator[OperatedBoard]:
-    """Provide a board for a test: a used one after clear(), or a new one from a saved state.
-
-    @param name name of the run, if the board is new
-    """
-    if IDLE[size]:
-        board = IDLE[size].pop()
-    else:
-        board = OperatedBoard(size, name)
-        board.start()
-    try:
-        if board.used:
-            board.clear()
-        board.used = True
-        yield board
-        board.cleanups.close()
-        if board.reusable:
-            IDLE[size].append(board)
-    finally:
-        if board not in IDLE[size]:
-            board.__exit__(None, None, None)
-
-
-def turn_off_boards() -> None:
-    """Save the logs of all idle boards, and turn these boards off."""
-    for boards in IDLE.values():
-        while boards:
-            boards.pop().__exit__(None, None, None)
