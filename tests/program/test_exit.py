@@ -10,13 +10,12 @@ import pytest
 
 from panel.constants import CHAT_LOG, OLD_LOG, PPP_LOG, STATUS
 from privateroot.files import STAND_IN
-from privateroot.operating import check_link, connect, ended, leave
-from program.modem import Modem
+from privateroot.operating import ended, leave
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending
 from program.conftest import Roots
+from program.modem import Modem
 
-LONG_PPPD = "/usr/bin/sleep 600\n:"  # the second command keeps the shell named pppd
 FLOOD = 600
 PENDING = 278  # capacity of the program's socket pair
 SLOW_UNTIL_TOLD = """
@@ -41,16 +40,6 @@ def test_logs(roots: Roots, current: bool, old: bool) -> None:
     for log, (has_current, _) in logs.items():
         assert root.read(log) is None
         assert root.content(log + OLD_LOG) == (f"current {log}".encode() if has_current else b"")
-
-
-def test_pppd_stays(roots: Roots) -> None:
-    root = roots.stored()
-    root.answer("pppd", LONG_PPPD)
-    root.set_link(True)
-    check_link(root.start(), False)
-    connect(root)
-    leave(root, ["pppd", "sleep"])
-    assert len(root.calls("killall")) == 1, "Exit runs no killall; Connect has run it once"
 
 
 @pytest.mark.parametrize("by_signal", (False, True), ids=("Exit", "SIGTERM"))

@@ -20,15 +20,12 @@ PAGE = os.sysconf("SC_PAGE_SIZE")  # bytes
 PARAMETER_FILES: dict[str, tuple[bytes | None, str]] = {
     "missing": (None, "\n\n\n\n\n0\n"),
     "complete": (b"a\nb\nc\nd\n1234\n1\n", "a\nb\nc\nd\n1234\n1\n"),
-    "no last newline": (b"a\nb\nc\nd\n\n2", "a\nb\nc\nd\n\n2\n"),
     "five lines": (b"a\nb\nc\nd\ne\n", "\n\n\n\n\n0\n"),
     "very long": (b"a\nb\nc\nd\ne\n1\n" + b"x\n" * 200000, "a\nb\nc\nd\ne\n1\n"),
     "UTF-8 and ISO 8859-1": (b"gr\xc3\xbcn\n\xe4\xb8\n\xff\n\n\n0\n",
                              "gr\u00fcn\n\u00e4\u00b8\n\u00ff\n\n\n0\n"),
     "method beyond the list": (b"\n\n\n\n\n3\n", "\n\n\n\n\n-1\n"),
     "method is no number": (b"\n\n\n\n\nPAP\n", "\n\n\n\n\n0\n"),
-    "quotes and markup": (b"it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n",
-                          "it's\n\"q\"\n<b>x</b>\n%s\\n\n&amp;\n0\n"),
 }
 # Content, radio buttons YES and NO, counts, content after a save.
 AUTO_CONNECT_FILES: dict[str, tuple[bytes | None, list[bool], str, bytes]] = {

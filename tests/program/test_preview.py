@@ -1,14 +1,12 @@
 """./preview: its screen over VNC, its simulated commands, and its clean-up."""
 
 import os
-import signal
 import socket
 import subprocess
 import sys
 import time
-from collections.abc import Iterator
-from contextlib import contextmanager
 from pathlib import Path
+from signal import SIGINT, SIGUSR1
 
 from panel.catalogue import Texts
 from panel.constants import BUTTON_GUARD_SECONDS, SETTING
@@ -20,49 +18,32 @@ from privateroot.viewer import Viewer
 SIMULATOR = Path(__file__).resolve().parents[2] / "simulator"
 
 
-class Preview:
-    """The process that ./preview runs after the build."""
-
-    def __init__(self, process: subprocess.Popen[str]) -> None:
-        assert process.stdout
-        self.process = process
-        address, pid, usb = (process.stdout.readline().split()[1] for _ in range(3))
-        host, port = address.split(":")
-        self.address, self.program, self._usb = (host, int(port)), int(pid), Path(usb)
-        self._processes = descendants(process.pid)
-        self.panel = Panel(unix_request(self._usb.with_name("inspector")))
-
-    def expect_gone(self, status: int) -> None:
-        assert self.process.wait(5) == status
-        assert {process_name(pid) for pid in self._processes} <= {*ENDED}
-        assert not self._usb.parent.exists()
-
-
-@contextmanager
-def preview(*options: str) -> Iterator[Preview]:
-    environment = {**os.environ, "DISPLAY": "", "WAYLAND_DISPLAY": "", "PYTHONPATH": str(SIMULATOR)}
-    with subprocess.Popen([sys.executable, "-B", "-m", "privateroot.preview", *options],
-                          env=environment, stdout=subprocess.PIPE, text=True) as process:
-        try:
-            yield Preview(process)
-        finally:
-            process.terminate()  # on SIGTERM it removes its directory
-
-
 def test_preview() -> None:
     """Touch Connect over VNC and wait for the link. Ctrl-C removes all processes and files."""
-    texts = Texts(1)
-    with preview("--size", "480x272", "--language", "1") as shown:
-        shown.panel.tab(texts(SETTING))
-        with Viewer(socket.create_connection(shown.address, 5)) as viewer:
-            assert viewer.size == (480, 272)
-            time.sleep(BUTTON_GUARD_SECONDS)
-            viewer.touch(*centre(shown.panel.button(texts("Connect"))))
+    texts, command = Texts(1), [sys.executable, "-B", "-m", "privateroot.preview", "--size",
+                                "480x272", "--language", "1"]
+    environment = {**os.environ, "DISPLAY": "", "WAYLAND_DISPLAY": "", "PYTHONPATH": str(SIMULATOR)}
+    with subprocess.Popen(command, env=environment, stdout=subprocess.PIPE, text=True) as preview:
+        try:
+            assert preview.stdout
+            address, program, usb = (preview.stdout.readline().split()[1] for _ in range(3))
+            panel = Panel(unix_request(Path(usb).with_name("inspector")))
+            panel.tab(texts(SETTING))
+            host, port = address.split(":")
+            with Viewer(socket.create_connection((host, int(port)), 5)) as viewer:
+                assert viewer.size == (480, 272)
+                time.sleep(BUTTON_GUARD_SECONDS)
+                viewer.touch(*centre(panel.button(texts("Connect"))))
 
-            def is_up(screen: Screen) -> bool:
-                os.kill(shown.program, signal.SIGUSR1)  # check the link without waiting 15 s
-                return bool(screen.button(texts("Disconnect"))["enabled"])
+                def is_up(screen: Screen) -> bool:
+                    os.kill(int(program), SIGUSR1)  # check the link without waiting 15 s
+                    return bool(screen.button(texts("Disconnect"))["enabled"])
 
-            shown.panel.wait(is_up, 5, "the link")
-        shown.process.send_signal(signal.SIGINT)
-        shown.expect_gone(128 + signal.SIGINT)
+                panel.wait(is_up, 5, "the link")
+            processes = descendants(preview.pid)
+            preview.send_signal(SIGINT)
+            assert preview.wait(5) == 128 + SIGINT
+            assert {process_name(pid) for pid in processes} <= {*ENDED}
+            assert not Path(usb).parent.exists()
+        finally:
+            preview.terminate()  # on SIGTERM it removes its directory
