@@ -50,9 +50,6 @@ STARTS = [
     Start("queries fail", 1, [
         "open", "RD_MODE failed", "WR_MODE failed", "RD_BITS_PER_WORD failed",
         "RD_MAX_SPEED_HZ failed", IDENTIFIED[-1], block(1)], {"fault": "queries"}, NO_QUERIES),
-    Start("transfers fail", 0, [*OPENED, "message failed", "message failed"],
-          {"fault": "transfers"}, identity=ZEROS),
-    Start("short block", 0, [*IDENTIFIED, block(1)], {"fault": "short"}),
 ]
 SLOW = Start("slow", 2, [*IDENTIFIED, block(2)], {"fault": "slow"}, holds=2)
 
