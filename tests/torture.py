@@ -97,41 +97,29 @@ def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item
 
 
 class Results:
-    """Collects the outcomes of all rows, and prints the failed rows.
+    """Collects the outcomes of all rows.
 
-    @ivar show true to print all rows
     @ivar outcomes outcome by group and node ID
     @ivar recorded values that rows have recorded, by group and name
     """
 
-    def __init__(self, groups: list[str], show: bool) -> None:
-        self.show = show
+    def __init__(self, groups: list[str]) -> None:
         self.outcomes: dict[str, dict[str, str]] = {group: {} for group in groups}
         self.recorded: dict[str, dict[str, list[object]]] = {group: {} for group in groups}
 
+    def pytest_report_teststatus(self, report: pytest.TestReport) -> tuple[str, str, str] | None:
+        limited = report.when == "call" and LIMITATION in dict(report.user_properties)
+        return (LIMITED, ".", LIMITED.upper()) if report.passed and limited else None
+
     def pytest_runtest_logreport(self, report: pytest.TestReport) -> None:
         group = group_of(report.nodeid)
-        outcomes = self.outcomes[group]
         if not report.passed:
-            crash = getattr(report.longrepr, "reprcrash", None)
-            outcomes[report.nodeid] = FAILED
-            self.tell(report.nodeid, f"{crash.message if crash else report.longreprtext}")
+            self.outcomes[group][report.nodeid] = FAILED
         if report.when == "teardown":
             for name, value in report.user_properties:
                 self.recorded[group].setdefault(name, []).append(value)
             limited = LIMITATION in dict(report.user_properties)
-            outcomes.setdefault(report.nodeid, LIMITED if limited else PASSED)
-            if self.show and outcomes[report.nodeid] != FAILED:
-                self.tell(report.nodeid)
-
-    def tell(self, test: str, why: str = "") -> None:
-        group, row = group_of(test), test.partition("::")[2]
-        print(f"  {self.outcomes[group][test]}: {group}: {row}", *why.splitlines(),
-              sep="\n      ", flush=True)
-
-    def pytest_collectreport(self, report: pytest.CollectReport) -> None:
-        if report.failed:
-            print(report.longreprtext, flush=True)
+            self.outcomes[group].setdefault(report.nodeid, LIMITED if limited else PASSED)
 
     def counts(self, *groups: str) -> Counter[str]:
         counted = Counter(outcome for group in groups for outcome in self.outcomes[group].values())
@@ -171,7 +159,7 @@ def arguments() -> argparse.Namespace:
         epilog="groups: " + ", ".join(f"{name} ({group.title})" for name, group in GROUPS.items()))
     parser.add_argument("groups", nargs="*", metavar="GROUP", help="inject only these groups")
     parser.add_argument("--rows", action="store_true",
-                        help="print one line per fault instead of one per group")
+                        help="print the name and the outcome of each fault")
     parser.add_argument("--only", metavar="TEXT", default="",
                         help="inject only faults whose name contains TEXT")
     parser.add_argument("--write-docs", action="store_true",
@@ -190,10 +178,10 @@ def main() -> int:
     groups = wanted.groups or list(GROUPS)
     files = {f"{TESTS}/{test.partition('::')[0]}" for group in groups
              for test in GROUPS[group].tests}
-    results = Results(groups, wanted.rows)
+    results = Results(groups)
     status = pytest.main([
-        "-o", "addopts=", "-p", "torture", "-p", "no:terminal", "-p", "no:cacheprovider",
-        "--strict-markers", "-n", str(2 * cores + 1),  # most of a row is waiting
+        "-p", "torture", "-vv" if wanted.rows else "-q",  # pytest.ini has another -q
+        "-n", str(2 * cores + 1),  # most of a row is waiting
         "--only", wanted.only, *(f"--group={group}" for group in groups), *sorted(files)],
         plugins=[results])
     for group in filter(results.outcomes.get, groups):
