@@ -16,8 +16,8 @@ from program.programtest import (AUTO_EDITED, DEFAULTS, EDITED, EDITED_LAST, TYP
                                  TYPED_LAST, generated, repairable, row, type_and_connect,
                                  type_counts)
 
-CUT = ("pwrite64", "ftruncate", "fsync")
 KILL, TERM = "KILL", "TERM"
+EVERYDAY = {KILL: ("pwrite64", "ftruncate", "fsync"), TERM: ("pwrite64",)}  # calls by signal
 ORDERLY = (TERM, "INT", "HUP")  # one signal handler exits cleanly on all of them
 OLD, NEW, EMPTY = "all files old", "all four files new", "empty"
 BEHIND = "new parameters with an older generated file"
@@ -100,19 +100,20 @@ def expect_ended(root: PrivateRoot, name: str, signal: str, record: Record) -> N
 
 
 def rows(name: str, calls: list[Call], signals: tuple[str, ...],
-         everyday: tuple[str, ...] = ()) -> list[Any]:
-    """@param everyday names of the calls at which ./test sends SIGKILL and SIGTERM"""
+         everyday: dict[str, tuple[str, ...]]) -> list[Any]:
+    """@param everyday names of the calls at which ./test sends each signal"""
     return [row(f"{name}: {fault}", name, fault, signal,
-                everyday=call.name in everyday and signal in (KILL, TERM))
+                everyday=call.name in everyday.get(signal, ()))
             for call in calls for signal in signals
             for fault in (Fault(call, f"signal={signal}"),)]
 
 
 def saves() -> list[Any]:
     found = phases(launch(), "everything")
-    return [*rows("connect", found["connect"], (KILL, *ORDERLY), CUT),
-            *rows("exit", found["exit"], (KILL, *ORDERLY), CUT),
-            *rows("first connect", phases(launch(), "nothing")["connect"], (KILL,), CUT[:1])]
+    return [*rows("connect", found["connect"], (KILL, *ORDERLY), EVERYDAY),
+            *rows("exit", found["exit"], (KILL, *ORDERLY), EVERYDAY),
+            *rows("first connect", phases(launch(), "nothing")["connect"], (KILL,),
+                  {KILL: ("pwrite64",)})]
 
 
 @pytest.mark.parametrize("name, fault, signal", saves())
@@ -130,7 +131,7 @@ def test_save(record_property: Record, name: str, fault: Fault, signal: str) -> 
 
 @pytest.mark.parametrize("name, fault, signal", rows(
     "connect, no inspector", first_of_each(phases(launch(), "everything")["connect"]),
-    (KILL, TERM)))
+    (KILL, TERM), {}))
 def test_save_unseen(record_property: Record, name: str, fault: Fault, signal: str) -> None:
     with unseen_root(launch=launch(fault)) as root:
         lay(root, SAVES[name].store)
