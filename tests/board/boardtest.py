@@ -20,7 +20,8 @@ INSTALL_SECONDS = 120
 PACKAGE = "/app/corvanta.deb"
 SETTINGS = "/etc/default/corvanta"
 UP, DOWN, DETECTED, AWAY = LINK_UP, LINK_DOWN, DONGLE_DETECTED, DONGLE_UNDETECTED
-NO_LINK = "[ ! -e /sys/class/net/ppp0 ]"
+LINK = "[ -e /sys/class/net/ppp0 ]"
+NO_LINK = f"! {LINK}"
 END_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done"
 
 
@@ -105,7 +106,9 @@ class OperatedBoard(Board):
             screen.value(label)["text"], screen.value(label)["style"]) == value)
 
     def wait_up(self, seconds: float = CHECK_SECONDS) -> None:
-        """Wait until the panel shows the link up, which may be before Connect's link check."""
+        """Wait until the panel shows the link up, which may be before Connect's link check. Wait
+        for the link itself first, because each dump of the screen slows the board."""
+        self.wait_for(LINK, seconds)
         self.wait_status(LINK_STATUS, UP, seconds)
 
     def wait_checked(self) -> None:
@@ -114,8 +117,9 @@ class OperatedBoard(Board):
         self.wait_up()
         self.program.await_check()
 
-    def wait_down(self, seconds: float = CHECK_SECONDS) -> None:
-        self.wait_status(LINK_STATUS, DOWN, seconds)
+    def wait_down(self) -> None:
+        self.wait_for(NO_LINK, CHECK_SECONDS)
+        self.wait_status(LINK_STATUS, DOWN)
 
     def wait_notice(self) -> None:
         self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
