@@ -7,7 +7,7 @@ from panel.constants import CHIP_MARKER
 from virtualboard.guest import Guest
 
 NODE = "/dev/spidev1.0"
-FAULTS = ("missing", "open", "queries", "transfers", "short", "zeros", "ones", "slow")
+FAULTS = ("missing", "queries", "transfers", "short", "slow")
 SLOW_MS = 1500
 LOG = "/run/chip/chip.log"
 

@@ -3,9 +3,8 @@
 // DELAY_MS is added to the duration of each message. Parameter N of the block at address 4 is V,
 // all others are 0. FAULT is one of:
 // - none;
-// - open, queries, transfers: opening the device, ioctls for a setting, or messages fail;
-// - short: a message receives at most 16 bytes;
-// - zeros, ones: the data line has this level permanently.
+// - queries, transfers: ioctls for a setting, or messages fail;
+// - short: a message receives at most 16 bytes.
 //
 // LOG records opens, settings and chip-select cycles. A cycle has the sent bytes, the number of
 // received bytes and these bytes:
@@ -150,12 +149,8 @@ public:
 
     void open(fuse_req_t id, fuse_file_info *file)
     {
-        const bool fails = m_fault == "open";
-        log(fails ? "open failed" : "open");
-        if (fails)
-            fuse_reply_err(id, EBUSY);
-        else
-            fuse_reply_open(id, file);
+        log("open");
+        fuse_reply_open(id, file);
     }
 
     void close(fuse_req_t id)
@@ -245,9 +240,7 @@ private:
             if (transfer.rx_buf != 0)
                 entry += 'r' + std::to_string(transfer.len);
         }
-        Bytes line = m_chip.cycle(sent);
-        if (m_fault == "zeros" || m_fault == "ones")
-            line.assign(line.size(), m_fault == "ones" ? 0xff : 0);
+        const Bytes line = m_chip.cycle(sent);
         Bytes received;
         auto next = line.begin();
         for (const spi_ioc_transfer &transfer : transfers) {

@@ -109,10 +109,9 @@ private:
     /** @return the state of the registration (3GPP TS 27.007, 7.2) */
     std::string registration() const
     {
-        const std::string &state = m_scenario.at("registration");
-        if (state == "denied" || state == "roaming")
-            return state == "denied" ? "3" : "5";
-        return state == "searching" || simState() != "READY" ? "2" : "1";
+        if (m_scenario.at("registration") == "denied")
+            return "3";
+        return simState() == "READY" ? "1" : "2";
     }
 
     Reply pin(const std::string &argument)
@@ -140,14 +139,11 @@ private:
     {
         if (simState() != "READY")
             return result(false);
-        const std::string &wanted = m_scenario.at("dial");
-        const std::string &apn = m_scenario.at("apn");
-        if (wanted == "busy")
+        if (m_scenario.at("dial") == "busy")
             return {onLine("BUSY"), true};
-        if (wanted == "error")
-            return {onLine("ERROR"), true};
-        const bool isAccepted = (number == "*99#" || number == "*99***1#") &&
-                                (apn.empty() || apn == m_apn) && wanted == "connect";
+        const std::string &apn = m_scenario.at("apn");
+        const bool isAccepted =
+            (number == "*99#" || number == "*99***1#") && (apn.empty() || apn == m_apn);
         return {onLine(isAccepted ? "CONNECT 3600000" : "NO CARRIER"), true, isAccepted};
     }
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
 #include <sched.h>
 #include <sstream>
@@ -50,18 +51,6 @@ inline std::vector<std::string> words(const std::string &text)
 inline std::string message(const std::string &what)
 {
     return what + ": " + std::strerror(errno);
-}
-
-/** @return a word in the syntax of pppd's secrets files */
-inline std::string quoted(const std::string &word)
-{
-    std::string text = "\"";
-    for (const char c : word) {
-        if (c == '"' || c == '\\')
-            text += '\\';
-        text += c;
-    }
-    return text + '"';
 }
 
 /** Runs the network's pppd on a pseudo-terminal during a call. */
@@ -120,8 +109,6 @@ public:
         arguments.insert(arguments.end(),
                          {method == "none" ? "noauth" : "require-" + method, "maxconnect",
                           std::to_string(number(scenario, "drop_after_s")), "logfile", m_log});
-        if (!scenario.at("network.user").empty())
-            arguments.insert(arguments.end(), {"user", scenario.at("network.user")});
         m_pid = startProgram(arguments);
         m_process = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
         return m_process.isOpen() ? std::string() : message("fork");
@@ -169,14 +156,12 @@ public:
 private:
     static void writeSecrets(const Scenario &scenario)
     {
-        std::string secrets;
-        for (const std::string owner : {"", "network."}) {
-            const std::string &user = scenario.at(owner + "user");
-            if (!user.empty())
-                secrets += quoted(user) + " * " + quoted(scenario.at(owner + "password")) + " *\n";
+        for (const char *path : {"/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"}) {
+            std::ofstream secrets(path);
+            if (!scenario.at("user").empty())
+                secrets << std::quoted(scenario.at("user")) << " * "
+                        << std::quoted(scenario.at("password")) << " *\n";
         }
-        for (const char *path : {"/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"})
-            std::ofstream(path) << secrets;
     }
 
     /**
