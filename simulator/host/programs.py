@@ -3,7 +3,7 @@
 import os
 import shutil
 import subprocess
-from collections.abc import Mapping, Sequence
+from collections.abc import Sequence
 from pathlib import Path
 
 from host.architecture import ARCH
@@ -28,31 +28,22 @@ def require_packages() -> None:
                          "apt-get install --no-install-recommends " + " ".join(missing))
 
 
-def environment(more: Mapping[str, str] | None = None) -> dict[str, str]:
-    """Return the environment for the host's programs, with messages in English."""
-    return {**os.environ, "LC_ALL": "C", "PATH": SEARCH_PATH, **(more or {})}
-
-
-def run(argv: Sequence[str | Path], what: str, *, env: Mapping[str, str] | None = None,
-        stdin: bytes = b"", cwd: Path | None = None) -> bytes:
+def run(argv: Sequence[str | Path], what: str, *, stdin: bytes = b"",
+        cwd: Path | None = None) -> bytes:
     """
-    Run a program and wait for its exit.
+    Run a program, with messages in English, and wait for its exit.
 
     @param what  purpose of the program, for the error message
     @return its standard output
     @raise BoardError with its output, when it cannot start or fails
     """
     try:
-        done = subprocess.run([str(word) for word in argv], env=environment(env), input=stdin,
-                              cwd=cwd, capture_output=True, check=False)
+        done = subprocess.run([str(word) for word in argv], input=stdin, cwd=cwd,
+                              env={**os.environ, "LC_ALL": "C", "PATH": SEARCH_PATH},
+                              capture_output=True, check=False)
     except OSError as error:
         raise BoardError(f"{what}: {error}") from error
     if done.returncode:
-        raise failure(what, str(argv[0]), done.returncode, done.stderr or done.stdout)
+        output = (done.stderr or done.stdout).decode(errors="replace").strip()
+        raise BoardError(f"{what}: {argv[0]} exited with {done.returncode}: {output}")
     return done.stdout
-
-
-def failure(what: str, program: str, status: int, output: bytes) -> BoardError:
-    """Return the error for a program with this exit status and output."""
-    text = output.decode(errors="replace").strip()
-    return BoardError(f"{what}: {program} exited with {status}: {text}")
