@@ -4,10 +4,8 @@ import contextlib
 import fcntl
 import hashlib
 import shutil
-from collections.abc import Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from pathlib import Path
-
-MARK = ".fingerprint"
 
 
 def read_list(file: Path) -> list[str]:
@@ -70,11 +68,22 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
     return digest.hexdigest()
 
 
-def is_current(directory: Path, key: str) -> bool:
-    """Return true when a directory was made from inputs with this fingerprint."""
-    mark = directory / MARK
-    return mark.is_file() and mark.read_text() == key
+def mark_of(path: Path) -> Path:
+    """Return the file with the fingerprint of what current() made at a path."""
+    return path.with_name(f"{path.name}.fingerprint")
 
 
-def mark_current(directory: Path, key: str) -> None:
-    (directory / MARK).write_text(key)
+def current(path: Path, key: str, make: Callable[[Path], object]) -> Path:
+    """
+    Return a file or directory, and make it again when its inputs have changed.
+
+    @param key  fingerprint of the inputs
+    @param make  makes the file or directory under a temporary name
+    """
+    mark = mark_of(path)
+    with locked(path.with_name(f"{path.name}.lock")):
+        if not (path.exists() and mark.is_file() and mark.read_text() == key):
+            with whole(path) as unfinished:
+                make(unfinished)
+            mark.write_text(key)
+    return path

@@ -6,7 +6,7 @@ from collections.abc import Mapping
 from pathlib import Path
 
 from host.architecture import ARCH
-from host.files import fingerprint, locked, whole
+from host.files import current, fingerprint
 from host.paths import APP_DISK, ARM, BOARD
 from image import ext4
 
@@ -24,8 +24,10 @@ CONTENTS = {
 }
 
 
-def _found(pattern: str) -> Path | None:
-    return next(iter(sorted(ARM.glob(pattern))), None)
+def _present() -> dict[Path, str]:
+    """Return the files of CONTENTS that have been built, and their paths on the disk."""
+    return {source: target for pattern, target in CONTENTS.items()
+            for source in sorted(ARM.glob(pattern))[:1]}
 
 
 def ensure() -> Path:
@@ -34,16 +36,7 @@ def ensure() -> Path:
 
     A running board keeps its present disk.
     """
-    present = {source: target for pattern, target in CONTENTS.items()
-               if (source := _found(pattern))}
-    wanted = fingerprint([SIZE, *present])
-    mark = _mark()
-    with locked(BOARD / "app.lock"):
-        if not (APP_DISK.is_file() and mark.is_file() and mark.read_text() == wanted):
-            with whole(APP_DISK) as image:
-                _make(image, present)
-            mark.write_text(wanted)
-    return APP_DISK
+    return current(APP_DISK, key(), lambda image: _make(image, _present()))
 
 
 def with_changes(changes: Path, disk: Path) -> None:
@@ -65,14 +58,9 @@ def _make(image: Path, contents: Mapping[Path, str]) -> None:
 
 
 def key() -> str:
-    """Return the fingerprint of the disk of ensure(); empty without the program's package."""
-    return _mark().read_text() if _found(next(iter(CONTENTS))) else ""
+    """Return the fingerprint of what ensure() puts on the disk."""
+    return fingerprint([SIZE, *_present()])
 
 
-def _mark() -> Path:
-    return APP_DISK.with_suffix(".fingerprint")
-
-
-def missing() -> list[str]:
-    """Return the globs of CONTENTS that the cross build has not made yet."""
-    return [pattern for pattern in CONTENTS if not _found(pattern)]
+def has_package() -> bool:
+    return PACKAGE in _present().values()

@@ -10,7 +10,7 @@ from urllib.parse import unquote
 
 from host import programs
 from host.errors import BoardError
-from host.files import MARK, fingerprint, locked, remove, whole
+from host.files import current, fingerprint, locked, mark_of, remove
 from host.paths import ARM, BOARD, MACHINE, RUNS
 from image import appdisk, rootfs
 from machine import qemu
@@ -155,7 +155,7 @@ class Board:
                       "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
                       + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                       + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
-        if self._fresh and self._panel_on and not self._changes and appdisk.key():
+        if self._fresh and self._panel_on and not self._changes and appdisk.has_package():
             self.guest.sh(INSTALL, INSTALL_SECONDS)
 
     @classmethod
@@ -249,16 +249,13 @@ def installed_state(size: tuple[int, int]) -> Path:
     a package, return the state of the image.
     """
     plain = state_file(MACHINE, size)
-    if not appdisk.key():
+    if not appdisk.has_package():
         return plain
-    file = state_file(BOARD / "installed", size)
-    mark = file.with_suffix(".fingerprint")
-    with locked(file.with_suffix(".lock")):
-        key = fingerprint([appdisk.key(), (MACHINE / MARK).read_text(), INSTALL])
-        if not (file.is_file() and mark.is_file() and mark.read_text() == key):
-            with (whole(file) as unfinished,
-                  Board(size, f"install-{file.name}", state=plain) as board):
-                board.guest.sh(INSTALL + FORGET, INSTALL_SECONDS)
-                board.save(unfinished)
-            mark.write_text(key)
-    return file
+
+    def make(file: Path) -> None:
+        with Board(size, f"install-{plain.name}", state=plain) as board:
+            board.guest.sh(INSTALL + FORGET, INSTALL_SECONDS)
+            board.save(file)
+
+    key = fingerprint([appdisk.key(), mark_of(MACHINE).read_text(), INSTALL])
+    return current(state_file(BOARD / "installed", size), key, make)

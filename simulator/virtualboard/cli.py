@@ -56,8 +56,6 @@ def do_sysroot(_: Options) -> None:
 
 def do_app(_: Options) -> None:
     say(f"disk with the programs ready in {appdisk.ensure()}")
-    for source in appdisk.missing():
-        say(f"not cross-built yet: {source}")
 
 
 def do_boot(chosen: Options) -> None:

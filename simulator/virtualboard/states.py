@@ -6,14 +6,15 @@ from pathlib import Path
 
 from host import programs
 from host.architecture import ARCH
-from host.files import MARK, fingerprint, is_current, locked, mark_current, whole
-from host.paths import BOARD, MACHINE, cache
+from host.files import current, fingerprint, mark_of
+from host.paths import MACHINE, cache
 from image import rootfs, sysroot
 from machine import qemu
 from panel.constants import SIZES
 from virtualboard.board import FORGET, Board, state_file
 
 KEPT_IN_CACHE = 2
+KEY_LENGTH = 16  # hexadecimal digits of the fingerprint in the name of a directory of the cache
 BOOT_SECONDS = 180
 
 # Prepares the saved state: drivers and agent run, the dongle's driver is loaded but the dongle is
@@ -36,36 +37,24 @@ def ensure(say: Say) -> Path:
     @param say  called with progress messages
     """
     programs.require_packages()
-    key = _fingerprint()
-    with locked(BOARD / "machine.lock"):
-        if is_current(MACHINE, key):
-            return MACHINE
-        saved = cache() / f"machine-{key[:16]}"
-        if is_current(saved, key):
-            _copy(saved, MACHINE)
-            say("copied the image from the cache")
-            return MACHINE
-        _build(key, say)
-        with locked(cache() / "machine.lock"):
-            _copy(MACHINE, saved)
-            _forget_old()
-    return MACHINE
-
-
-def _fingerprint() -> str:
-    here = Path(__file__)
     version = programs.run([ARCH.qemu[0], "--version"], "asking QEMU for its version").decode()
-    return fingerprint([version, here, Path(qemu.__file__), *ARCH.qemu, *rootfs.inputs()])
+    key = fingerprint([version, Path(__file__), Path(qemu.__file__), *ARCH.qemu,
+                       *rootfs.inputs()])
 
-
-def _build(key: str, say: Say) -> None:
-    root = sysroot.ensure()
-    with whole(MACHINE) as unfinished:
-        unfinished.mkdir()
+    def build(directory: Path) -> None:
+        directory.mkdir()
         say("building the disk image")
-        rootfs.build(root, unfinished)
-        _save_states(unfinished, say)
-        mark_current(unfinished, key)
+        rootfs.build(sysroot.ensure(), directory)
+        _save_states(directory, say)
+
+    def copy(directory: Path) -> None:
+        saved = current(cache() / f"machine-{key[:KEY_LENGTH]}", key, build)
+        say("copying the image from the cache")
+        programs.run(["cp", "-r", "--sparse=always", "--reflink=auto", saved, directory],
+                     f"copying {saved}")
+        _forget_old()
+
+    return current(MACHINE, key, copy)
 
 
 def _save_states(directory: Path, say: Say) -> None:
@@ -84,15 +73,10 @@ def _save_states(directory: Path, say: Say) -> None:
     base.unlink()
 
 
-def _copy(source: Path, target: Path) -> None:
-    with whole(target) as unfinished:
-        programs.run(["cp", "-r", "--sparse=always", "--reflink=auto", source, unfinished],
-                     f"copying {source}")
-
-
 def _forget_old() -> None:
-    """Remove old machine states, but no directory without the mark that ensure() gives them."""
-    saved = [mark.parent for mark in cache().glob(f"machine-*/{MARK}")
-             if mark.parent.name == f"machine-{mark.read_text()[:16]}"]
-    for directory in sorted(saved, key=lambda f: f.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
+    """Remove old machine states from the cache: only directories that have a mark of current()."""
+    saved = [path for path in cache().glob("machine-" + "[0-9a-f]" * KEY_LENGTH)
+             if mark_of(path).is_file()]
+    for directory in sorted(saved, key=lambda d: d.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
         shutil.rmtree(directory, ignore_errors=True)
+        mark_of(directory).unlink()
