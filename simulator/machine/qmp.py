@@ -17,10 +17,6 @@ LOOK_SECONDS = 0.5  # interval of the checks for a failed start of QEMU
 AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 
 
-class Refusal(BoardError):
-    """QEMU answered a command with an error."""
-
-
 class Qmp:
     """A connection to QEMU, which serves one connection at a time."""
 
@@ -60,7 +56,7 @@ class Qmp:
 
         @param arguments  as in QEMU's QMP reference
         @return the command's result
-        @raise Refusal when QEMU answers with an error
+        @raise BoardError when QEMU answers with an error
         """
         request = json.dumps({"execute": name, "arguments": arguments}) + "\n"
         try:
@@ -70,7 +66,7 @@ class Qmp:
         while True:
             reply = self._reply()
             if "error" in reply:
-                raise Refusal(f"QEMU: {name}: {reply['error']['desc']}")
+                raise BoardError(f"QEMU: {name}: {reply['error']['desc']}")
             if "return" in reply:
                 return reply["return"]
 
@@ -106,7 +102,7 @@ class Qmp:
         said = self.command("human-monitor-command",
                             **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
         if "Waiting" not in said:
-            raise Refusal(f"QEMU: {said.strip()}")
+            raise BoardError(f"QEMU: {said.strip()}")
 
     def save(self, file: Path) -> None:
         """Stop the machine and write its complete state to a file."""

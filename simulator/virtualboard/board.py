@@ -2,6 +2,7 @@
 
 import re
 import subprocess
+from contextlib import ExitStack, closing
 import time
 from pathlib import Path
 from types import TracebackType
@@ -14,12 +15,12 @@ from host.files import current, fingerprint, locked, mark_of, remove
 from host.paths import ARM, BOARD, MACHINE, RUNS
 from image import appdisk, rootfs
 from machine import qemu
-from machine.connections import Connections
+from machine.guest import Guest
+from machine.qmp import Qmp
 from panel.panel import Panel
 from virtualboard.chip import Chip
 from virtualboard.dongle import Dongle
 from virtualboard.fingers import Fingers, Keyboard
-from virtualboard.guest import Guest
 from virtualboard.process import RECORD, Process
 from virtualboard.program import Program
 from virtualboard.records import Records
@@ -55,8 +56,8 @@ class Board:
     """
     A board and its panel: a context manager that copies the logs and switches the board off.
 
-    Operate it through its parts: `guest`, `dongle`, `chip`, `program`, `panel`, `fingers`,
-    `keyboard` and `records`.
+    Once it has started, operate it through its parts: `guest`, `dongle`, `chip`, `program`,
+    `panel`, `fingers`, `keyboard` and `records`.
 
     @param size  panel size in pixels
     @param run  name of the directory below build/runs for its logs and screenshots
@@ -67,33 +68,31 @@ class Board:
     @param state  saved state to use instead of the one with the program installed
     @param panel_on  true to turn the panel on at the start
     @param changes  archive that stored() of an earlier board has returned: boot with these files
-    @param logs  true to copy the logs even after a success
     @param spare  image of the third disk, as in machine.qemu.start()
     """
+
+    guest: Guest
+    dongle: Dongle
+    chip: Chip
+    program: Program
+    panel: Panel
+    fingers: Fingers
+    keyboard: Keyboard
+    records: Records
 
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
                  fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
                  machine: Path = MACHINE, state: Path | None = None,
                  panel_on: bool = True, changes: Path | None = None,
-                 logs: bool = True, spare: Path | None = None) -> None:
+                 spare: Path | None = None) -> None:
         if not re.fullmatch(r"\w[\w.-]*", run):
             raise BoardError(f"invalid name of a run (letters, digits, . - _): {run!r}")
         self.size = size
         self.folder = RUNS / run
-        self._connections = Connections()
-        self.guest = Guest(self._connections)
-        self.dongle = Dongle(self.guest)
-        self.chip = Chip(self.guest)
-        self.program = Program(self.guest)
-        self.fingers = Fingers(self._connections, size)
-        self.keyboard = Keyboard(self._connections, self.program.keep_up)
-        self.records = Records(self.folder, self._connections, self.guest)
-        self.panel = Panel(self._request, LOOK_PAUSE,
-                           lambda seconds: self.guest.sh(f"sleep {seconds}"))
+        self._connections = ExitStack()
         self._machine, self._panel_on = machine, panel_on
         self._state, self._fresh, self._changes = state, fresh or changes is not None, changes
-        self._logs, self._spare = logs, spare
-        self._vnc_port, self._detached = vnc_port, detached
+        self._spare, self._vnc_port, self._detached = spare, vnc_port, detached
         self._stands_still = self._power_cut = False
         self._process: Process | None = None
         self._child: subprocess.Popen[bytes] | None = None
@@ -104,10 +103,10 @@ class Board:
 
     def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
                  __: TracebackType | None) -> None:
-        # After Ctrl-C or a signal, which do not raise an Exception, exit without the logs.
-        wanted = self._logs if kind is None else issubclass(kind, Exception)
         try:
-            if wanted and not self._stands_still:
+            # After Ctrl-C or a signal, which do not raise an Exception, exit without the logs.
+            interrupted = kind is not None and not issubclass(kind, Exception)
+            if not interrupted and not self._stands_still:
                 self.records.logs()
         except (BoardError, OSError) as error:
             (self.folder / "logs.error").write_text(f"{error}\n", encoding="utf-8")
@@ -142,21 +141,41 @@ class Board:
             self._child = qemu.start(self.size, self.folder, self._machine, disk,
                                      state=state, vnc_port=self._vnc_port,
                                      detached=self._detached, spare=self._spare)
-            self._process = Process.note(self.folder, self._child.pid, self.size)
+            self._process = Process(self._child.pid, self.folder, self.size)
+            self._process.note()
 
     def _set_up(self, state: Path | None) -> None:
         """Resume or boot the machine, mount the disk with the programs, turn on the panel."""
         if self._power_cut or not self._process:
             raise BoardError("the board's power was cut")
-        self._connections.open(self.folder, self._process.alive)
+        self._connect(self._process)
         if state:
-            self._connections.qmp.resume()
+            self._qmp.resume()
         self.guest.sh("set -e; mountpoint -q /app || "
                       "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
                       + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                       + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
-        if self._fresh and self._panel_on and not self._changes and appdisk.has_package():
-            self.guest.sh(INSTALL, INSTALL_SECONDS)
+
+    def _connect(self, process: Process) -> None:
+        """Connect to QEMU and to the agent, and make the parts that use these connections.
+
+        @raise BoardError with QEMU's output if one of them does not answer"""
+        try:
+            self._qmp = self._connections.enter_context(
+                closing(Qmp(self.folder / qemu.QMP_SOCKET, process.alive)))
+            self.guest = self._connections.enter_context(
+                closing(Guest(self.folder / qemu.AGENT_SOCKET)))
+        except BoardError as error:
+            said = (self.folder / qemu.QEMU_LOG).read_text(errors="replace").strip()
+            raise BoardError(f"{error}\n{said}".strip()) from error
+        self.dongle = Dongle(self.guest)
+        self.chip = Chip(self.guest)
+        self.program = Program(self.guest)
+        self.fingers = Fingers(self._qmp, self.size)
+        self.keyboard = Keyboard(self._qmp, self.program.keep_up)
+        self.records = Records(self.folder, self._qmp, self.guest)
+        self.panel = Panel(self._request, LOOK_PAUSE,
+                           lambda seconds: self.guest.sh(f"sleep {seconds}"))
 
     @classmethod
     def attach(cls, run: str = "board") -> Self:
@@ -166,7 +185,7 @@ class Board:
             raise BoardError(f"no board named {run} runs: start one with simulator/board boot")
         board = cls(process.size, run, detached=True)
         board._process = process
-        board._connections.open(board.folder, process.alive)
+        board._connect(process)
         return board
 
     def detach(self) -> None:
@@ -193,7 +212,7 @@ class Board:
 
     def save(self, file: Path) -> None:
         """Stop the machine and write its complete state to a file."""
-        self._connections.qmp.save(file)
+        self._qmp.save(file)
         self._stands_still = True
 
     def stored(self) -> bytes:
@@ -217,7 +236,7 @@ class Board:
         @return command line of gdb-multiarch for the running program
         """
         address = self.program.load_address()
-        self._connections.qmp.serve_debugger(port)
+        self._qmp.serve_debugger(port)
         return (f"gdb-multiarch -ex 'set architecture arm' "
                 f"-ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
                 f"-ex 'target remote 127.0.0.1:{port}'")

@@ -3,8 +3,8 @@
 import shlex
 from collections.abc import Mapping
 
+from machine.guest import Guest
 from panel.constants import CHIP_MARKER
-from virtualboard.guest import Guest
 
 NODE = "/dev/spidev1.0"
 FAULTS = ("missing", "queries", "transfers", "short", "slow")

@@ -8,6 +8,7 @@ from pathlib import Path
 from host.errors import BoardError
 from host.signals import INTERRUPTED, exit_on_signals
 from image import appdisk, sysroot
+from machine.guest import TOOK_TOO_LONG
 from machine.qemu import VNC_BASE
 from panel.constants import LANGUAGE, LANGUAGES, SIZES
 from panel.screen import NotShown, PanelError, Screen, centre
@@ -95,10 +96,15 @@ def _find(board: Board, text: str) -> tuple[int, int]:
 
 
 def do_sh(board: Board, chosen: Options) -> int:
-    def write(output: bytes) -> None:
-        sys.stdout.buffer.write(output)
-        sys.stdout.flush()
-    return board.guest.follow(" ".join(chosen.command), chosen.seconds, write)
+    try:
+        done = board.guest.run(" ".join(chosen.command), chosen.seconds)
+    except KeyboardInterrupt:
+        sys.stdout.buffer.write(board.guest.interrupt())
+        raise
+    sys.stdout.buffer.write(done.output)
+    if done.status == TOOK_TOO_LONG:
+        raise BoardError(f"the command was killed after {chosen.seconds:g} s")
+    return done.status
 
 
 def do_panel(board: Board, chosen: Options) -> None:

@@ -2,8 +2,8 @@
 
 from collections.abc import Mapping
 
+from machine.guest import Guest
 from panel.constants import DONGLE_PRODUCT
-from virtualboard.guest import Guest
 
 PORTS = 3
 SCENARIO = "/run/dongle/scenario"

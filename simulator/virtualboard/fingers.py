@@ -4,7 +4,7 @@ import time
 from collections.abc import Callable
 
 from machine import keycodes
-from machine.connections import Connections
+from machine.qmp import Qmp
 
 TOUCH_SECONDS = 0.08  # default duration of a touch
 # Number of keys to press before waiting for the board. The kernel's queues hold 64 events, and a
@@ -19,8 +19,8 @@ class Fingers:
     @param size  panel size in pixels
     """
 
-    def __init__(self, connections: Connections, size: tuple[int, int]) -> None:
-        self._connections = connections
+    def __init__(self, qmp: Qmp, size: tuple[int, int]) -> None:
+        self._qmp = qmp
         self._size = size
 
     def touch(self, x: int, y: int, seconds: float = TOUCH_SECONDS) -> None:
@@ -31,13 +31,13 @@ class Fingers:
 
     def down(self, x: int, y: int) -> None:
         self.move(x, y)
-        self._connections.qmp.button(True)
+        self._qmp.button(True)
 
     def move(self, x: int, y: int) -> None:
-        self._connections.qmp.point(x, y, self._size)
+        self._qmp.point(x, y, self._size)
 
     def up(self) -> None:
-        self._connections.qmp.button(False)
+        self._qmp.button(False)
 
 
 class Keyboard:
@@ -47,18 +47,18 @@ class Keyboard:
     @param keep_up  waits until the board has handled the pressed keys
     """
 
-    def __init__(self, connections: Connections, keep_up: Callable[[], None]) -> None:
-        self._connections = connections
+    def __init__(self, qmp: Qmp, keep_up: Callable[[], None]) -> None:
+        self._qmp = qmp
         self._keep_up = keep_up
 
     def type(self, text: str) -> None:
         """Type a text. @raise ValueError, before the first key, if a character has no key"""
         for at, codes in enumerate([keycodes.keys_of(character) for character in text], 1):
-            self._connections.qmp.keys(codes)
+            self._qmp.keys(codes)
             if at % KEYS_AHEAD == 0 or at == len(text):
                 self._keep_up()
 
     def press(self, name: str) -> None:
         """Press a key or chord, such as "Tab" or "Ctrl+A". @raise BoardError if there is none"""
-        self._connections.qmp.keys(keycodes.chord(name))
+        self._qmp.keys(keycodes.chord(name))
         self._keep_up()

@@ -1,15 +1,14 @@
 """The QEMU process of a run, and a record with which other processes of the host find it."""
 
-import json
 import os
 import signal
 import time
-from dataclasses import asdict, dataclass
+from dataclasses import dataclass
 from pathlib import Path
 
 from host.errors import BoardError
 
-RECORD = "board.json"
+RECORD = "board"  # process ID, width and height
 EXIT_SECONDS = 5  # timeout for the exit after SIGKILL
 LOOK_SECONDS = 0.01  # interval of the checks whether QEMU has exited
 
@@ -25,31 +24,27 @@ class Process:
     """
 
     pid: int
-    directory: str
+    directory: Path
     size: tuple[int, int]
 
     @classmethod
     def of(cls, directory: Path) -> "Process | None":
         """Return the running process of a run's directory, or None."""
         try:
-            record = json.loads((directory / RECORD).read_text("utf-8"))
-            width, height = record["size"]
-            found = cls(record["pid"], record["directory"], (width, height))
-        except (OSError, ValueError, KeyError):
+            pid, width, height = map(int, (directory / RECORD).read_text().split())
+        except (FileNotFoundError, ValueError):
             return None
+        found = cls(pid, directory, (width, height))
         return found if found.alive() else None
 
-    @classmethod
-    def note(cls, directory: Path, pid: int, size: tuple[int, int]) -> "Process":
+    def note(self) -> None:
         """Write the record of a new process into its run's directory."""
-        process = cls(pid, str(directory.resolve()), size)
-        (directory / RECORD).write_text(json.dumps(asdict(process)))
-        return process
+        (self.directory / RECORD).write_text(f"{self.pid} {self.size[0]} {self.size[1]}\n")
 
     def alive(self) -> bool:
         """Return true while the process runs; false for a zombie."""
         try:
-            return os.readlink(f"/proc/{self.pid}/cwd") == self.directory
+            return Path(f"/proc/{self.pid}/cwd").samefile(self.directory)
         except OSError:
             return False
 

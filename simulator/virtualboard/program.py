@@ -6,8 +6,8 @@ from collections.abc import Mapping
 from typing import Any
 
 from host.errors import BoardError
+from machine.guest import SECONDS, Guest
 from panel.constants import CHECK_SECONDS
-from virtualboard.guest import SECONDS, Guest
 
 UNIT = "corvanta.service"
 PROGRAM = "/usr/sbin/corvanta"

@@ -3,11 +3,11 @@
 from pathlib import Path
 
 from machine import qemu
-from machine.connections import Connections
+from machine.guest import Guest
+from machine.qmp import Qmp
 from panel.constants import LOGS as PPP_LOGS
 from panel.constants import OLD_LOG
 from virtualboard import chip, dongle, program
-from virtualboard.guest import Guest
 
 KERNEL_LOG, PROCESSES = "/run/dmesg.log", "/run/processes.log"
 # Files of the board that are copied to the host with the same names.
@@ -24,9 +24,9 @@ class Records:
     @param directory  the run's directory
     """
 
-    def __init__(self, directory: Path, connections: Connections, guest: Guest) -> None:
+    def __init__(self, directory: Path, qmp: Qmp, guest: Guest) -> None:
         self._directory = directory
-        self._connections = connections
+        self._qmp = qmp
         self._guest = guest
 
     def picture(self, file: str | Path) -> Path:
@@ -37,7 +37,7 @@ class Records:
         @return the screenshot's absolute path
         """
         path = self._directory / file
-        self._connections.qmp.picture(path)
+        self._qmp.picture(path)
         return path
 
     def logs(self) -> list[Path]:

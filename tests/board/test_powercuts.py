@@ -102,7 +102,7 @@ def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
 
     @return writes to the disk, and values of each save, both in order"""
     saves = []
-    with Board(SIZES[0], "test-power-cuts", spare=disk, logs=False) as board:
+    with Board(SIZES[0], "test-power-cuts", spare=disk) as board:
         board.guest.sh(MOUNT)
         for number, length in enumerate(LENGTHS):
             values = [f"{name[0]}{number}".ljust(length, name[0]) for name in VALUES]

@@ -3,7 +3,8 @@
 // A request is the line "ID VERB SECONDS LENGTH" and LENGTH bytes; the reply is the line
 // "ID STATUS LENGTH" and LENGTH bytes. ID is any word. The verbs and their bytes:
 // - run: shell commands, run by bash as root; the reply has their exit status (128 + N for signal
-//   N, 124 when they took longer than SECONDS and were killed) and their output;
+//   N, 256 when they took longer than SECONDS) and their output. The agent kills them then, and
+//   when the host sends a byte before the reply or disconnects;
 // - read: the path of a file; the reply has its content;
 // - write: a path, a NUL and the content, which replaces the file atomically;
 // - ask: the path of a Unix socket, a NUL and the data to send; the reply has the data received
@@ -30,7 +31,7 @@
 namespace
 {
 
-constexpr int TimedOut = 124;
+constexpr int TimedOut = 256; // not an exit status
 constexpr int NotRun = 127;
 constexpr int SignalBase = 128;
 constexpr useconds_t HostPoll = 20'000; // µs
@@ -78,10 +79,12 @@ Reply run(const std::string &commands, double seconds)
     if (child == 0)
         becomeShell(commands, output);
     const Descriptor handle{static_cast<int>(::syscall(SYS_pidfd_open, child, 0))};
-    pollfd ended{handle, POLLIN, 0};
-    const bool late = ::poll(&ended, 1, static_cast<int>(seconds * 1000)) == 0;
-    if (late)
+    pollfd events[] = {{handle, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    const bool late = ::poll(events, 2, static_cast<int>(seconds * 1000)) == 0;
+    if (events[0].revents == 0)
         ::kill(-child, SIGKILL);
+    if ((events[1].revents & POLLIN) != 0)
+        std::cin.ignore();
     int status = 0;
     ::waitpid(child, &status, 0);
     ::lseek(output, 0, SEEK_SET);
