@@ -1,4 +1,4 @@
-"""Client of QEMU's control socket (QMP): touches, keys, screenshots, saved machine states."""
+"""Client of QEMU's control socket (QMP): commands, and saved machine states."""
 
 import json
 import shlex
@@ -13,8 +13,6 @@ from host.sockets import connect
 CONNECT_SECONDS = 30
 ANSWER_SECONDS = 30
 LOOK_SECONDS = 0.5  # interval of the checks for a failed start of QEMU
-
-AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 
 
 class Qmp:
@@ -69,40 +67,6 @@ class Qmp:
                 raise BoardError(f"QEMU: {name}: {reply['error']['desc']}")
             if "return" in reply:
                 return reply["return"]
-
-    def point(self, x: int, y: int, size: tuple[int, int]) -> None:
-        """
-        Move the pointer to a pixel of a panel of that size.
-
-        @raise ValueError when the panel has no such pixel
-        """
-        if not (0 <= x < size[0] and 0 <= y < size[1]):
-            raise ValueError(f"a panel of {size[0]}x{size[1]} has no pixel {x}, {y}")
-        self.command("input-send-event", events=[
-            {"type": "abs", "data": {"axis": axis, "value": round(
-                pixel * AXIS_MAXIMUM / (pixels - 1))}}
-            for axis, pixel, pixels in (("x", x, size[0]), ("y", y, size[1]))])
-
-    def button(self, down: bool) -> None:
-        self.command("input-send-event",
-                     events=[{"type": "btn", "data": {"button": "left", "down": down}}])
-
-    def keys(self, codes: list[str]) -> None:
-        """Press keys in this order and release them in reverse order."""
-        for down, order in ((True, codes), (False, codes[::-1])):
-            self.command("input-send-event", events=[
-                {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": code}}}
-                for code in order])
-
-    def picture(self, file: Path) -> None:
-        self.command("screendump", filename=str(file.absolute()), format="png")
-
-    def serve_debugger(self, port: int) -> None:
-        """Let a debugger connect to the machine on a TCP port of the loopback interface."""
-        said = self.command("human-monitor-command",
-                            **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
-        if "Waiting" not in said:
-            raise BoardError(f"QEMU: {said.strip()}")
 
     def save(self, file: Path) -> None:
         """Stop the machine and write its complete state to a file."""

@@ -236,7 +236,10 @@ class Board:
         @return command line of gdb-multiarch for the running program
         """
         address = self.program.load_address()
-        self._qmp.serve_debugger(port)
+        said = self._qmp.command("human-monitor-command",
+                                 **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
+        if "Waiting" not in said:
+            raise BoardError(f"QEMU: {said.strip()}")
         return (f"gdb-multiarch -ex 'set architecture arm' "
                 f"-ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
                 f"-ex 'target remote 127.0.0.1:{port}'")

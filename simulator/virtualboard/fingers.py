@@ -6,6 +6,7 @@ from collections.abc import Callable
 from machine import keycodes
 from machine.qmp import Qmp
 
+AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 TOUCH_SECONDS = 0.08  # default duration of a touch
 # Number of keys to press before waiting for the board. The kernel's queues hold 64 events, and a
 # key with Shift makes 8 of them.
@@ -30,14 +31,21 @@ class Fingers:
         self.up()
 
     def down(self, x: int, y: int) -> None:
-        self.move(x, y)
-        self._qmp.button(True)
-
-    def move(self, x: int, y: int) -> None:
-        self._qmp.point(x, y, self._size)
+        width, height = self._size
+        if not (0 <= x < width and 0 <= y < height):
+            raise ValueError(f"a panel of {width}x{height} has no pixel {x}, {y}")
+        self._qmp.command("input-send-event", events=[
+            {"type": "abs", "data": {"axis": axis, "value": round(
+                pixel * AXIS_MAXIMUM / (pixels - 1))}}
+            for axis, pixel, pixels in (("x", x, width), ("y", y, height))])
+        self._press(True)
 
     def up(self) -> None:
-        self._qmp.button(False)
+        self._press(False)
+
+    def _press(self, down: bool) -> None:
+        self._qmp.command("input-send-event",
+                          events=[{"type": "btn", "data": {"button": "left", "down": down}}])
 
 
 class Keyboard:
@@ -54,11 +62,18 @@ class Keyboard:
     def type(self, text: str) -> None:
         """Type a text. @raise ValueError, before the first key, if a character has no key"""
         for at, codes in enumerate([keycodes.keys_of(character) for character in text], 1):
-            self._qmp.keys(codes)
+            self._press(codes)
             if at % KEYS_AHEAD == 0 or at == len(text):
                 self._keep_up()
 
     def press(self, name: str) -> None:
         """Press a key or chord, such as "Tab" or "Ctrl+A". @raise BoardError if there is none"""
-        self._qmp.keys(keycodes.chord(name))
+        self._press(keycodes.chord(name))
         self._keep_up()
+
+    def _press(self, codes: list[str]) -> None:
+        """Press keys in this order and release them in reverse order."""
+        for down, order in ((True, codes), (False, codes[::-1])):
+            self._qmp.command("input-send-event", events=[
+                {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": code}}}
+                for code in order])

@@ -101,16 +101,6 @@ class Program:
         self._guest.sh(f"systemctl stop {UNIT}", STOP_SECONDS)
         return self.status()
 
-    def kill(self) -> int | None:
-        """Kill the program, and stop its service so that it does not restart it.
-
-        @return as stop()"""
-        pid = self.pid()
-        if pid is not None:
-            self._guest.sh(f"kill -KILL {pid}; until [ -e {STATUS} ]; do sleep 0.02; done; "
-                           f"systemctl stop {UNIT}", STOP_SECONDS)
-        return self.status()
-
     def await_check(self) -> None:
         """
         Wait until Connect's link check, 15 s after the start of pppd, is over.

@@ -37,7 +37,7 @@ class Records:
         @return the screenshot's absolute path
         """
         path = self._directory / file
-        self._qmp.picture(path)
+        self._qmp.command("screendump", filename=str(path.absolute()), format="png")
         return path
 
     def logs(self) -> list[Path]:

@@ -55,7 +55,7 @@ SLOW = Start("slow", 2, [*IDENTIFIED, block(2)], {"fault": "slow"}, holds=2)
 
 
 def check_start(board: OperatedBoard, start: Start) -> None:
-    board.program.kill()
+    board.program.stop()
     board.chip.put_in({LANGUAGE: start.holds}, **start.chip)
     board.start_program()
     assert board.panel.button(CONNECT[start.language])["visible"]
