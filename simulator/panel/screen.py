@@ -12,7 +12,7 @@ from typing import Any, TypedDict
 # A widget, a window, an item of a list or tab bar, or a key of the on-screen keyboard. dump.cpp of
 # the inspector sets the entries. A "rect" is [x, y, width, height] in pixels of the screen.
 Widget = TypedDict("Widget", {
-    "class": str, "text": str, "title": str, "style": str, "rect": list[int], "window": int,
+    "class": str, "text": str, "style": str, "rect": list[int], "window": int,
     "visible": bool, "enabled": bool, "focus": bool, "modal": bool, "checked": bool, "index": int,
     "value": int, "minimum": int, "maximum": int, "echo": int, "format": int, "hint": list[int],
     "minimumHint": list[int], "items": list["Widget"], "buttons": list[str],

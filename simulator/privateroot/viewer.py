@@ -62,7 +62,3 @@ class Viewer:
         self.press(CONTROL, ord("a"))
         for character in text:
             self.press(ord(character))
-
-    def wait_end(self) -> bool:
-        """Wait until the server closes the connection. @return true when it sent no more data"""
-        return self._stream.read() == b""

@@ -19,8 +19,10 @@ struct Entry {
 };
 
 constexpr Entry WindowEntries[] = {
-    {"title", "windowTitle"}, {"title", "title"},    {"visible", "visible"},
-    {"modal", "modal"},       {"modal", "modality"}, {"keys", "keys"},
+    {"visible", "visible"},
+    {"modal", "modal"},
+    {"modal", "modality"},
+    {"keys", "keys"},
 };
 constexpr Entry WidgetEntries[] = {
     {"visible", "visible"},  {"enabled", "enabled"},   {"focus", "focus"},
