@@ -10,7 +10,6 @@ import time
 from collections.abc import Iterator
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
-from typing import Any
 
 from host.architecture import ARCH, ARCHITECTURES, VARIABLE
 from host.errors import BoardError
@@ -33,19 +32,6 @@ MODEM = {"sim.pin": VALUES[PIN], "apn": VALUES[APN], "auth": "pap", "user": VALU
          "password": VALUES[PASSWORD]}
 STORED = stored_parameters(*VALUES.values())
 LOOK_SECONDS = 0.5  # interval of the checks whether the program has exited
-
-
-class SessionError(Exception):
-    """A step failed."""
-
-
-def expect(holds: Any, what: str) -> None:
-    if not holds:
-        raise SessionError(what)
-
-
-def expect_no_layout_faults(screen: Screen) -> None:
-    expect(not screen.cut_off(), f"no layout faults: {screen.cut_off()}")
 
 
 class Session:
@@ -71,11 +57,11 @@ class Session:
         started = time.monotonic()
         try:
             yield
-        except (BoardError, PanelError, SessionError, OSError) as error:
+        except (BoardError, AssertionError, OSError) as error:
             print(f"  FAILED  {what}: {error}", flush=True)
             with contextlib.suppress(BoardError):
                 self.save_screenshot("failed")
-            raise SessionError(what) from error
+            raise BoardError(what) from error
         print(f"{time.monotonic() - started:7.1f} s  {what}", flush=True)
 
     def save_screenshot(self, name: str) -> None:
@@ -105,9 +91,9 @@ class Session:
         self.panel.wait(lambda screen: screen.main_window()["visible"] and not screen.has_dialog(),
                         START_SECONDS, "the main window")
         screen = self.panel.screen()
-        expect(screen.main_window()["rect"] == [0, 0, *self.board.size],
-               "the window fills the panel")
-        expect_no_layout_faults(screen)
+        whole_panel = [0, 0, *self.board.size]
+        assert screen.main_window()["rect"] == whole_panel, "the window fills the panel"
+        assert not screen.cut_off(), screen.cut_off()
 
     def fill_in(self) -> None:
         """the parameters are typed on the on-screen keyboard"""
@@ -128,7 +114,7 @@ class Session:
         """Connect is touched: the busy bar shows"""
         self.panel.press(self.text("Connect"))
         self.panel.wait(lambda screen: screen.busy_bars(), SOON_SECONDS, "the busy bar")
-        expect(not self.panel.button(self.text("Connect"))["enabled"], "Connect is disabled")
+        assert not self.panel.button(self.text("Connect"))["enabled"], "Connect is disabled"
         self.save_screenshot("busy")
 
     def see_connected(self) -> None:
@@ -136,19 +122,19 @@ class Session:
         self.panel.open_tab(self.text(STATUS))
         self.await_link(LINK_UP)
         screen = self.panel.screen()
-        expect(screen.value(self.text(DONGLE_STATUS))["text"] == self.text("detected"),
-               "the dongle is detected")
-        expect(screen.button(self.text("Disconnect"))["enabled"], "Disconnect is enabled")
-        expect(not screen.busy_bars(), "the busy bar is hidden")
+        dongle = screen.value(self.text(DONGLE_STATUS))["text"]
+        assert dongle == self.text("detected"), f"the dongle is {dongle!r}"
+        assert screen.button(self.text("Disconnect"))["enabled"], "Disconnect is enabled"
+        assert not screen.busy_bars(), "the busy bar is hidden"
         self.save_screenshot("connected")
         self.panel.open_tab(self.text(SETTING))
-        expect(not self.panel.field(self.text(APN))["enabled"], "the setting page is disabled")
+        assert not self.panel.field(self.text(APN))["enabled"], "the setting page is disabled"
         self.save_screenshot("setting-disabled")
 
     def reach_network(self) -> None:
         """the default route is over ppp0, a name is resolved and pinged over the link"""
         routes = self.board.guest.sh("ip route show default")
-        expect("dev ppp0" in routes, f"the default route is over ppp0: {routes!r}")
+        assert "dev ppp0" in routes, f"the default route is over ppp0: {routes!r}"
         self.board.guest.sh(f"ping -c 3 -i 0.3 -W 5 {NETWORK_NAME}", seconds=30)
 
     def check_on_signal(self) -> None:
@@ -164,8 +150,8 @@ class Session:
         self.panel.open_tab(self.text(STATUS))
         self.panel.press(self.text("Disconnect"))
         self.await_link(LINK_DOWN)
-        expect(self.panel.button(self.text("Connect"))["enabled"], "Connect is enabled")
-        expect(self.board.guest.run("pgrep -x pppd").status != 0, "no pppd is left")
+        assert self.panel.button(self.text("Connect"))["enabled"], "Connect is enabled"
+        assert self.board.guest.run("pgrep -x pppd").status != 0, "no pppd is left"
         self.save_screenshot("disconnected")
 
     def connect_without_dongle(self) -> None:
@@ -203,14 +189,13 @@ class Session:
     def leave(self) -> None:
         """Exit is touched: logs are rotated, parameters saved, and the program exits"""
         self.panel.press(self.text("Exit"))
-        expect(self.board.program.wait_end(SOON_SECONDS) == 0, "exit status 0")
+        assert self.board.program.wait_end(SOON_SECONDS) == 0, "exit status 0"
         guest = self.board.guest
         saved = guest.read(PARAMETERS)
-        expect(saved == STORED.replace(b"internet", b"internet2"), f"saved: {saved!r}")
+        assert saved == STORED.replace(b"internet", b"internet2"), f"saved: {saved!r}"
         saved = guest.read(AUTO_CONNECT)
-        expect(saved == b"0\n3\n", f"saved: {saved!r}")
-        expect(b"Connect: ppp0" in guest.read(PPP_LOG + OLD_LOG),
-               "the old log is the log of this run")
+        assert saved == b"0\n3\n", f"saved: {saved!r}"
+        assert b"Connect: ppp0" in guest.read(PPP_LOG + OLD_LOG), "the old log is of this run"
         guest.sh(f"test -e {CHAT_LOG}{OLD_LOG}")  # the log is empty if pppd was redialling
         guest.sh("killall pppd")  # pppd keeps running after Exit
         self.save_screenshot("ended")
@@ -252,13 +237,14 @@ class Gallery:
                    START_SECONDS, "the main window")
         for tab, what in ((STATUS, "status"), (MISC, "misc"), (SETTING, "setting")):
             panel.open_tab(text(tab), START_SECONDS)
-            expect_no_layout_faults(panel.screen())
+            faults = panel.screen().cut_off()
+            assert not faults, faults
             self._save_screenshot(board, language, what)
         panel.raise_keys(text(PIN), START_SECONDS)
         self._save_screenshot(board, language, "typing")
         panel.put_keys_away(timeout=START_SECONDS)
         panel.press(text("Exit"))
-        expect(board.program.wait_end(START_SECONDS) == 0, "exit status 0")
+        assert board.program.wait_end(START_SECONDS) == 0, "exit status 0"
         board.dongle.unplug()
 
     def _save_screenshot(self, board: Board, language: int, what: str) -> None:
@@ -282,7 +268,7 @@ def interactive(board: Board, language: int, port: int) -> None:
 
 
 def run_all(size: tuple[int, int], language: int) -> None:
-    """Run the session and the gallery in parallel. @raise SessionError if a step fails"""
+    """Run the session and the gallery in parallel. @raise BoardError if a step fails"""
     gallery = Gallery()
     with ThreadPoolExecutor(1) as thread, Board(size, "session") as board:
         running = thread.submit(gallery.run)
@@ -338,7 +324,7 @@ def main() -> int:
         else:
             run_all(chosen.size, chosen.language)
             print(f"All steps passed ({time.monotonic() - started:.0f} s).")
-    except (BoardError, PanelError, SessionError, OSError) as error:
+    except (BoardError, PanelError, OSError) as error:
         print(f"run: {error}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:
