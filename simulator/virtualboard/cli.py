@@ -47,18 +47,6 @@ def pair(text: str) -> tuple[str, str]:
     return key, value
 
 
-def do_image(_: Options) -> None:
-    say(f"image ready in {states.ensure(say)}")
-
-
-def do_sysroot(_: Options) -> None:
-    say(f"sysroot ready in {sysroot.ensure()}")
-
-
-def do_app(_: Options) -> None:
-    say(f"disk with the programs ready in {appdisk.ensure()}")
-
-
 def do_boot(chosen: Options) -> None:
     states.ensure(say)
     board = Board(chosen.size, chosen.run, vnc_port=chosen.vnc, detached=True)
@@ -116,11 +104,6 @@ def do_panel(board: Board, chosen: Options) -> None:
         say(_screen(board).short())
 
 
-def do_logs(board: Board, _: Options) -> None:
-    for path in board.records.logs():
-        say(str(path))
-
-
 def do_off(board: Board, _: Options) -> None:
     try:
         board.records.logs()
@@ -143,12 +126,19 @@ def parser() -> argparse.ArgumentParser:
         return verb
 
     for name, action, text in (
-            ("image", do_image, "build the disk image and the saved states"),
-            ("sysroot", do_sysroot, "build the sysroot of the cross build"),
-            ("app", do_app, "build the disk with the cross-built programs")):
+            ("image", lambda _: say(f"image ready in {states.ensure(say)}"),
+             "build the disk image and the saved states"),
+            ("sysroot", lambda _: say(f"sysroot ready in {sysroot.ensure()}"),
+             "build the sysroot of the cross build"),
+            ("app", lambda _: say(f"disk with the programs ready in {appdisk.ensure()}"),
+             "build the disk with the cross-built programs")):
         verbs.add_parser(name, help=text, description=text).set_defaults(on_host=action)
-    _add_boot(verbs.add_parser("boot", help="start a board that runs until the verb off",
-                               parents=[run]))
+    boot = verbs.add_parser("boot", help="start a board that runs until the verb off",
+                            parents=[run])
+    boot.set_defaults(on_host=do_boot)
+    add_size(boot)
+    boot.add_argument("--vnc", type=int, metavar="PORT",
+                      help=f"TCP port for a VNC viewer, {VNC_BASE} or above")
     chip = add("chip", lambda board, chosen: board.chip.put_in(
         {LANGUAGE: chosen.language}, fault=chosen.fault), "insert an F-RAM chip")
     add_language(chip)
@@ -175,16 +165,10 @@ def parser() -> argparse.ArgumentParser:
     add("gdb", lambda board, chosen: say(board.serve_debugger(chosen.port)),
         "let gdb-multiarch connect, and print its command line").add_argument(
             "--port", type=int, default=1234, help="TCP port (default: 1234)")
-    add("logs", do_logs, "copy the board's logs to the run's directory")
+    add("logs", lambda board, _: say("\n".join(map(str, board.records.logs()))),
+        "copy the board's logs to the run's directory")
     add("off", do_off, "copy the logs and switch the board off")
     return top
-
-
-def _add_boot(boot: argparse.ArgumentParser) -> None:
-    boot.set_defaults(on_host=do_boot)
-    add_size(boot)
-    boot.add_argument("--vnc", type=int, metavar="PORT",
-                      help=f"TCP port for a VNC viewer, {VNC_BASE} or above")
 
 
 def main() -> int:

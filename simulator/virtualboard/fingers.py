@@ -7,7 +7,7 @@ from machine import keycodes
 from machine.qmp import Qmp
 
 AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
-TOUCH_SECONDS = 0.08  # default duration of a touch
+TOUCH_SECONDS = 0.08  # duration of a touch
 # Number of keys to press before waiting for the board. The kernel's queues hold 64 events, and a
 # key with Shift makes 8 of them.
 KEYS_AHEAD = 4
@@ -24,10 +24,10 @@ class Fingers:
         self._qmp = qmp
         self._size = size
 
-    def touch(self, x: int, y: int, seconds: float = TOUCH_SECONDS) -> None:
-        """Touch a pixel for `seconds`. @raise ValueError when the panel has no such pixel"""
+    def touch(self, x: int, y: int) -> None:
+        """Touch a pixel. @raise ValueError when the panel has no such pixel"""
         self.down(x, y)
-        time.sleep(seconds)
+        time.sleep(TOUCH_SECONDS)
         self.up()
 
     def down(self, x: int, y: int) -> None:
@@ -35,8 +35,8 @@ class Fingers:
         if not (0 <= x < width and 0 <= y < height):
             raise ValueError(f"a panel of {width}x{height} has no pixel {x}, {y}")
         self._qmp.command("input-send-event", events=[
-            {"type": "abs", "data": {"axis": axis, "value": round(
-                pixel * AXIS_MAXIMUM / (pixels - 1))}}
+            {"type": "abs",
+             "data": {"axis": axis, "value": round(pixel * AXIS_MAXIMUM / (pixels - 1))}}
             for axis, pixel, pixels in (("x", x, width), ("y", y, height))])
         self._press(True)
 
