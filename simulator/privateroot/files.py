@@ -39,9 +39,8 @@ class RootFiles:
                  setup: str = "", launch: str = LAUNCH) -> None:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
-        for directory in ("testrun/answers", "testrun/answering", "testrun/bin",
-                          "quenfold/configs", "ppp/peers", "ppp/chat", "dev/pts", "dev/shm",
-                          "etc"):
+        for directory in ("testrun/answers", "testrun/answering", "testrun/bin", "quenfold/configs",
+                       "etc/ppp/peers", "etc/ppp/chat", "dev/pts", "dev/shm"):
             (self.base / directory).mkdir(parents=True)
         for file in ("calls", "stdout", "stderr"):
             (self.run / file).touch()
@@ -62,12 +61,9 @@ class RootFiles:
             self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
 
     def host(self, path: str) -> Path:
-        """Return the path on the host of a path in the private root."""
-        for inside, outside in (("/quenfold", "quenfold"), ("/etc/ppp", "ppp"), ("/dev", "dev"),
-                                ("/testrun", "testrun")):
-            if path == inside or path.startswith(inside + "/"):
-                return self.base / outside / path[len(inside) + 1:]
-        raise ValueError(path)
+        """Return the path on the host of a path in /dev, /etc/ppp, /quenfold or /testrun of the
+        private root."""
+        return self.base / path.removeprefix("/")
 
     def write(self, path: str, content: bytes | str) -> None:
         data = content.encode() if isinstance(content, str) else content

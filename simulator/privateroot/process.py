@@ -76,10 +76,9 @@ class PrivateRoot(RootRecord):
         for path in ("/etc/fonts", "/etc/ld.so.cache", "/var/cache/fontconfig"):
             arguments += ["--ro-bind-try", path, path]
         arguments += ["--ro-bind", f"{base}/etc/passwd", "/etc/passwd",
-                      "--bind", f"{base}/quenfold", "/quenfold",
-                      "--bind", f"{base}/ppp", "/etc/ppp",
-                      "--bind", str(self.run), "/testrun",
                       "--ro-bind", str(HERE / "inside"), "/testroot"]
+        for folder in ("/etc/ppp", "/quenfold", "/testrun"):
+            arguments += ["--bind", str(self.host(folder)), folder]
         for built, inside in (("simulator/privateroot/fakes", "/testfakes"),
                               ("simulator/programs/inspector/plugins", "/testplugins"),
                               ("app/corvanta", "/app/corvanta")):

@@ -62,7 +62,7 @@ def raise_keys(root: PrivateRoot) -> None:
 def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
     """Wait until no command runs. @return private memory in KiB, open descriptors, files"""
     wait_until_idle(root)
-    files = {str(path.relative_to(root.base)) for directory in ("quenfold", "ppp", "dev")
+    files = {str(path.relative_to(root.base)) for directory in ("quenfold", "etc/ppp", "dev")
              for path in Path(root.base, directory).rglob("*")}
     return private_kib(root.pid), root.descriptors(), files
 
