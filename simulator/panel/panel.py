@@ -124,13 +124,9 @@ class Panel:
         while not screen.has_key(name):
             page = "ABC" if name.isalpha() else "#+=" if screen.has_key("#+=") else "123"
             self.click(screen.key(page))
-            screen = self._wait_gone(page, timeout)
+            screen = self.wait(lambda now: None if now.has_key(page) else now, timeout,
+                               f"the page that {page!r} opens")
         return screen
-
-    def _wait_gone(self, key: str, timeout: float) -> Screen:
-        """Wait until the keyboard shows a page without this key. @return the screen"""
-        return self.wait(lambda screen: None if screen.has_key(key) else screen, timeout,
-                         f"the page that {key!r} opens")
 
     def _wait_text(self, label: str, text: str, timeout: float) -> Screen:
         return self.wait(lambda screen: screen if screen.field(label)["text"] == text else None,
