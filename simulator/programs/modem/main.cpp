@@ -18,7 +18,6 @@
 #include <poll.h>
 #include <sstream>
 #include <string>
-#include <sys/stat.h>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -36,13 +35,13 @@ constexpr char FrameFlag = 0x7e;
 constexpr char Ipcp[] = "\x80\x21"; // protocol number; PPP frames never escape these bytes
 
 constexpr char Usage[] =
-    "Usage: modemsim PORT DIRECTORY [NETWORK]\n"
+    "Usage: modemsim PORT DIRECTORY NETWORK\n"
     "       modemsim --check-scenario FILE\n"
     "Simulate the dongle (a USB modem) on a serial line, and the network behind it.\n\n"
     "  PORT       serial line\n"
     "  DIRECTORY  directory of the files scenario, modem.log and network.log; its\n"
     "             subdirectory ppp has the secrets of the network\n"
-    "  NETWORK    program to run instead of pppd, without separate namespaces\n\n"
+    "  NETWORK    pppd of the network, in namespaces where these secrets are in /etc/ppp\n\n"
     "  --check-scenario FILE  check a scenario file and exit\n\n"
     "A scenario has lines of KEY=VALUE. The keys, with their values and (defaults):\n";
 
@@ -217,18 +216,6 @@ private:
     Clock::time_point m_start = Clock::now();
 };
 
-/** Simulate the dongle until the process is killed. @return exit status after an error */
-int play(const std::string &port, const std::string &directory, const std::string &program)
-{
-    ::umask(S_IRWXG | S_IRWXO); // only root may read the network's secrets
-    modem::Network network(program.empty() ? "netpppd" : program, directory + "/network.log");
-    const std::string error = program.empty() ? network.enterNamespaces(directory + "/ppp") : "";
-    if (error.empty())
-        Dongle(port, directory, network).run();
-    std::fprintf(stderr, "modemsim: %s\n", error.c_str());
-    return 1;
-}
-
 /** @return exit status of the program: 1 if the scenario is invalid */
 int check(const std::string &path)
 {
@@ -254,7 +241,8 @@ int main(int argc, char **argv)
     const std::vector<std::string> words(argv + 1, argv + argc);
     if (words.size() == 2 && words[0] == "--check-scenario")
         return check(words[1]);
-    if (words.size() < 2 || words.size() > 3)
+    if (words.size() != 3)
         return help(argc == 2 && words[0] == "--help" ? 0 : 2);
-    return play(words[0], words[1], words.size() == 3 ? words[2] : "");
+    modem::Network network(words[2], words[1]);
+    Dongle(words[0], words[1], network).run();
 }

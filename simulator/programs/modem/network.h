@@ -1,4 +1,4 @@
-// The network behind the dongle: a pppd for its end of the link, and a name server.
+// The network behind the dongle: a pppd for its end of the link.
 #pragma once
 
 #include "simulator/programs/modem/scenario.h"
@@ -7,15 +7,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iterator>
-#include <sched.h>
 #include <sstream>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -24,16 +20,6 @@
 
 namespace modem
 {
-
-// Hosts that answer a ping: one for tests, and the target of the program's ping test.
-constexpr char Addresses[] = "link set lo up\n"
-                             "address add 203.0.113.7/32 dev lo\n"
-                             "address add " CORVANTA_PING_TARGET "/32 dev lo\n";
-
-// Run it as root: a change of the user or group would reset the death signal of startProgram().
-constexpr char NameServer[] =
-    "dnsmasq --keep-in-foreground --user=root --group=root --no-resolv --no-hosts --pid-file= "
-    "--log-facility=- --cache-size=0 --conf-file=/dev/null --host-record=host.example,203.0.113.7";
 
 // With these options, pppd drops a caller that does not answer after about 12 s.
 constexpr char LinkOptions[] =
@@ -65,29 +51,11 @@ public:
 
     /**
      * @param program pppd under another name, so that "killall pppd" does not reach it
-     * @param log file for the output of all programs
+     * @param directory directory of its log and, in ppp, of its secrets
      */
-    Network(const std::string &program, const std::string &log) : m_program(program), m_log(log) {}
-
-    /**
-     * Move this process into new network and mount namespaces and start a name server.
-     * @param directory directory to mount at /etc/ppp, for the secrets of the network's pppd
-     * @return an error message, or an empty string
-     */
-    std::string enterNamespaces(const std::string &directory)
+    Network(const std::string &program, const std::string &directory)
+        : m_program(program), m_directory(directory)
     {
-        std::error_code error;
-        std::filesystem::create_directories(directory, error);
-        if (::unshare(CLONE_NEWNET | CLONE_NEWNS) == -1 ||
-            ::mount("", "/", "none", MS_SLAVE | MS_REC, nullptr) == -1 ||
-            ::mount(directory.c_str(), "/etc/ppp", "none", MS_BIND, nullptr) == -1)
-            return message("namespaces");
-        m_hasSecrets = true;
-        std::FILE *ip = ::popen("ip -batch -", "w");
-        if (ip == nullptr || std::fputs(Addresses, ip) == EOF || ::pclose(ip) != 0)
-            return "ip: cannot set the addresses of the network";
-        const pid_t nameServer = startProgram(words(NameServer));
-        return nameServer == -1 ? message("fork") : std::string();
     }
 
     /** Start a call. @return an error message, or an empty string */
@@ -100,15 +68,14 @@ public:
         m_farEnd = FileDescriptor(::open(device, O_RDWR | O_NOCTTY | O_CLOEXEC));
         m_early.clear();
         m_ready = false;
-        if (m_hasSecrets)
-            writeSecrets(scenario);
+        writeSecrets(scenario);
 
         const std::string &method = scenario.at("auth");
         std::vector<std::string> arguments = words(LinkOptions);
         arguments.insert(arguments.begin(), {m_program, device});
         arguments.insert(arguments.end(),
                          {method == "none" ? "noauth" : "require-" + method, "maxconnect",
-                          std::to_string(number(scenario, "drop_after_s")), "logfile", m_log});
+                          std::to_string(number(scenario, "drop_after_s")), "logfile", logFile()});
         m_pid = startProgram(arguments);
         m_process = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
         return m_process.isOpen() ? std::string() : message("fork");
@@ -154,10 +121,12 @@ public:
     }
 
 private:
-    static void writeSecrets(const Scenario &scenario)
+    std::string logFile() const { return m_directory + "/network.log"; }
+
+    void writeSecrets(const Scenario &scenario) const
     {
-        for (const char *path : {"/etc/ppp/pap-secrets", "/etc/ppp/chap-secrets"}) {
-            std::ofstream secrets(path);
+        for (const char *name : {"/ppp/pap-secrets", "/ppp/chap-secrets"}) {
+            std::ofstream secrets(m_directory + name);
             if (!scenario.at("user").empty())
                 secrets << std::quoted(scenario.at("user")) << " * "
                         << std::quoted(scenario.at("password")) << " *\n";
@@ -179,7 +148,7 @@ private:
             return child;
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         const int in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        const int out = ::open(m_log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+        const int out = ::open(logFile().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
         if (::getppid() == parent && ::dup2(in, STDIN_FILENO) != -1 &&
             ::dup2(out, STDOUT_FILENO) != -1 && ::dup2(out, STDERR_FILENO) != -1)
             ::execvp(argv[0], argv.data());
@@ -187,8 +156,7 @@ private:
     }
 
     std::string m_program;
-    std::string m_log;
-    bool m_hasSecrets = false;
+    std::string m_directory;
     pid_t m_pid = -1;
     FileDescriptor m_process;
     FileDescriptor m_line;
