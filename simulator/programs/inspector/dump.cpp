@@ -19,11 +19,7 @@ struct Entry {
 };
 
 constexpr Entry WindowEntries[] = {
-    {"visible", "visible"},
-    {"modal", "modal"},
-    {"modal", "modality"},
-    {"keys", "keys"},
-};
+    {"visible", "visible"}, {"modal", "modal"}, {"modal", "modality"}, {"keys", "keys"}};
 constexpr Entry WidgetEntries[] = {
     {"visible", "visible"},  {"enabled", "enabled"},   {"focus", "focus"},
     {"style", "styleSheet"}, {"text", "currentText"},  {"text", "plainText"},
