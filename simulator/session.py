@@ -175,7 +175,7 @@ class Session:
         self.panel.wait(lambda screen: screen.dialog()["text"] == self.text(FAILED), CHECK_SECONDS,
                         "the notice")
         self.save_screenshot("connect-failed")
-        page = self.board.folder / "doctor.txt"
+        page = self.board.directory / "doctor.txt"
         page.write_text(self.board.guest.run("corvanta-doctor").text, encoding="utf-8")
         print(f"diagnosis  {page.relative_to(ROOT)}", flush=True)
         self.board.guest.sh(f"sleep {BUTTON_GUARD_SECONDS}")
@@ -281,7 +281,7 @@ def run_all(size: tuple[int, int], language: int) -> None:
             gallery.stop()
             for path in (*session.screenshots, *gallery.screenshots):
                 print(f"screenshot {path.relative_to(ROOT)}")
-            print(f"logs       {board.folder.relative_to(ROOT)}", flush=True)
+            print(f"logs       {board.directory.relative_to(ROOT)}", flush=True)
 
 
 def build() -> int:

@@ -77,8 +77,8 @@ class PrivateRoot(RootRecord):
             arguments += ["--ro-bind-try", path, path]
         arguments += ["--ro-bind", f"{base}/etc/passwd", "/etc/passwd",
                       "--ro-bind", str(HERE / "inside"), "/testroot"]
-        for folder in ("/etc/ppp", "/quenfold", "/testrun"):
-            arguments += ["--bind", str(self.host(folder)), folder]
+        for directory in ("/etc/ppp", "/quenfold", "/testrun"):
+            arguments += ["--bind", str(self.host(directory)), directory]
         for built, inside in (("simulator/privateroot/fakes", "/testfakes"),
                               ("simulator/programs/inspector/plugins", "/testplugins"),
                               ("app/corvanta", "/app/corvanta")):

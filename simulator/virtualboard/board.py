@@ -88,7 +88,7 @@ class Board:
         if not re.fullmatch(r"\w[\w.-]*", run):
             raise BoardError(f"invalid name of a run (letters, digits, . - _): {run!r}")
         self.size = size
-        self.folder = RUNS / run
+        self.directory = RUNS / run
         self._connections = ExitStack()
         self._machine, self._panel_on = machine, panel_on
         self._state, self._fresh, self._changes = state, fresh or changes is not None, changes
@@ -109,7 +109,7 @@ class Board:
             if not interrupted and not self._stands_still:
                 self.records.logs()
         except (BoardError, OSError) as error:
-            (self.folder / "logs.error").write_text(f"{error}\n", encoding="utf-8")
+            (self.directory / "logs.error").write_text(f"{error}\n", encoding="utf-8")
         finally:
             self.off()
 
@@ -130,18 +130,18 @@ class Board:
 
     def _start_qemu(self, state: Path | None) -> None:
         disk = appdisk.ensure()
-        with locked(RUNS / f".{self.folder.name}.lock"):
-            if Process.of(self.folder):
-                raise BoardError(f"a board named {self.folder.name} is already running")
-            remove(self.folder)
-            self.folder.mkdir(parents=True)
+        with locked(RUNS / f".{self.directory.name}.lock"):
+            if Process.of(self.directory):
+                raise BoardError(f"a board named {self.directory.name} is already running")
+            remove(self.directory)
+            self.directory.mkdir(parents=True)
             if self._changes:
-                disk = self.folder / "app.ext4"
+                disk = self.directory / "app.ext4"
                 appdisk.with_changes(self._changes, disk)
-            self._child = qemu.start(self.size, self.folder, self._machine, disk,
+            self._child = qemu.start(self.size, self.directory, self._machine, disk,
                                      state=state, vnc_port=self._vnc_port,
                                      detached=self._detached, spare=self._spare)
-            self._process = Process(self._child.pid, self.folder, self.size)
+            self._process = Process(self._child.pid, self.directory, self.size)
             self._process.note()
 
     def _set_up(self, state: Path | None) -> None:
@@ -162,18 +162,18 @@ class Board:
         @raise BoardError with QEMU's output if one of them does not answer"""
         try:
             self._qmp = self._connections.enter_context(
-                closing(Qmp(self.folder / qemu.QMP_SOCKET, process.alive)))
+                closing(Qmp(self.directory / qemu.QMP_SOCKET, process.alive)))
             self.guest = self._connections.enter_context(
-                closing(Guest(self.folder / qemu.AGENT_SOCKET)))
+                closing(Guest(self.directory / qemu.AGENT_SOCKET)))
         except BoardError as error:
-            said = (self.folder / qemu.QEMU_LOG).read_text(errors="replace").strip()
+            said = (self.directory / qemu.QEMU_LOG).read_text(errors="replace").strip()
             raise BoardError(f"{error}\n{said}".strip()) from error
         self.dongle = Dongle(self.guest)
         self.chip = Chip(self.guest)
         self.program = Program(self.guest)
         self.fingers = Fingers(self._qmp, self.size)
         self.keyboard = Keyboard(self._qmp, self.program.keep_up)
-        self.records = Records(self.folder, self._qmp, self.guest)
+        self.records = Records(self.directory, self._qmp, self.guest)
         self.panel = Panel(self._request, LOOK_PAUSE,
                            lambda seconds: self.guest.sh(f"sleep {seconds}"))
 
@@ -202,7 +202,7 @@ class Board:
             self._child.wait()
             self._child = None
         for name in (RECORD, qemu.QMP_SOCKET, qemu.AGENT_SOCKET):
-            remove(self.folder / name)
+            remove(self.directory / name)
 
     def cut_power(self) -> None:
         """Kill the machine, from any thread. Waiting calls soon raise a BoardError."""

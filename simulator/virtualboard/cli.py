@@ -52,7 +52,7 @@ def do_boot(chosen: Options) -> None:
     board = Board(chosen.size, chosen.run, vnc_port=chosen.vnc, detached=True)
     board.start()
     board.detach()
-    say(f"board {chosen.run} runs; logs and screenshots: {board.folder}")
+    say(f"board {chosen.run} runs; logs and screenshots: {board.directory}")
 
 
 def _screen(board: Board) -> Screen:

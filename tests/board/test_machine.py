@@ -20,7 +20,7 @@ import signal
 from virtualboard.board import Board
 from virtualboard.process import Process
 with Board((480, 272), "test-owned") as board:
-    print(Process.of(board.folder).pid, flush=True)
+    print(Process.of(board.directory).pid, flush=True)
     signal.pause()
 """
 

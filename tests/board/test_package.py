@@ -184,7 +184,7 @@ def test_panel_starts_at_boot() -> None:
         wanted = board.photograph("wanted.png").read_bytes()
         board.program.stop()
         board.guest.sh(LATE_PANEL)
-        changes = board.folder / "changes.tar"
+        changes = board.directory / "changes.tar"
         changes.write_bytes(board.stored())
     with OperatedBoard(SIZES[0], "test-boot", changes=changes, panel_on=False) as booted:
         booted.wait_picture(wanted, "the waiting dialog")

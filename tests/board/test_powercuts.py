@@ -111,7 +111,7 @@ def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
             board.guest.sh(f"corvanta-provision auth={method} " + " ".join(
                 f"{name}={value}" for name, value in zip(VALUES, values)))
         board.guest.sh("umount /quenfold/configs")
-        return logged(board.folder / SPARE_LOG), saves
+        return logged(board.directory / SPARE_LOG), saves
 
 
 @pytest.mark.torture
