@@ -35,7 +35,8 @@ constexpr Message Messages[] = {
     {"refused this PIN once", "the SIM has refused the stored PIN",
      "correct the PIN on the panel, then touch Connect"},
     {"asks for the PUK", "the SIM is blocked and asks for its PUK",
-     "put the SIM into a phone, and enter the PUK and a new PIN there"},
+     "get the PUK from the operator; put the SIM into a phone, enter the PUK and a new PIN there; "
+     "then enter this PIN on the panel"},
     {"belongs to another USB device", "/dev/ttyUSB0 belongs to another USB device",
      "unplug that device, then plug the dongle in again"},
     {"Failed to open /dev/", "pppd could not open the dongle's port", "plug the dongle in"},

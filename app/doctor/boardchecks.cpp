@@ -27,8 +27,8 @@ using namespace boardpaths;
 constexpr char Framebuffer[] = "/dev/fb0";
 constexpr char Font[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";
 constexpr char LinkName[] = "ppp0";
-constexpr char Rewrite[] = "run corvanta-provision apn=APN with the stored APN, which writes all "
-                           "files, then touch Connect";
+constexpr char Rewrite[] = "run corvanta-provision with apn= and the APN, which writes this "
+                           "file again, then touch Connect on the panel";
 constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
 constexpr qint64 FirstDialS = 10; // The network may still answer.
 constexpr unsigned long MinFreeBytes = 65536;
@@ -140,7 +140,7 @@ void checkParameters(Page &page)
     for (const QString file : {ParameterFile, PeerFile, ChatScript})
         page.check({{(QFileInfo(file).permissions() & Others) != 0,
                      "other users can access " + file, "set its mode to 600", Warning}});
-    page.ok("APN " + values.dialUp.apn + ", dial number " + values.dialUp.dialNumber);
+    page.ok("stored: APN " + values.dialUp.apn + ", dial number " + values.dialUp.dialNumber);
     const bool isUp = !linkstate::addressOf(LinkName).isEmpty();
     for (const auto &finding : dialcheck::check(values.dialUp, storedvalues::networkSecrets()))
         page.check({{!finding.dials, finding.text, "correct it on the panel"},
@@ -159,7 +159,9 @@ void checkLink(Page &page, bool reach)
             continue;
         isRunning = true;
         isFirstDial = ageOf(process) < FirstDialS;
-        page.ok(QString("pppd (PID %1) has run for %2 s").arg(process.pid).arg(ageOf(process)));
+        page.ok(QString("pppd (PID %1) has been running for %2 s")
+                    .arg(process.pid)
+                    .arg(ageOf(process)));
     }
     const QString address = linkstate::addressOf(LinkName);
     if (address.isEmpty()) {
@@ -174,8 +176,8 @@ void checkLink(Page &page, bool reach)
              {failure.has_value(), "pppd has given up; last dial: " + last.cause, last.remedy},
              {isRunning, "the link is down, and pppd has not reported why",
               "wait 30 s, then run this again", Warning},
-             {true, "pppd is not running", "touch Connect, or run pppd call ppp-connect",
-              Warning}});
+             {true, "pppd is not running",
+              "touch Connect on the panel, or run pppd call ppp-connect", Warning}});
         return;
     }
     page.ok("ppp0 is up, address " + address);

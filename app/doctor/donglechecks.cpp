@@ -40,10 +40,11 @@ struct Response {
 
 // 3GPP TS 27.007, 8.3, 8.5, 7.2, 10.1.20 and 7.3. checkNetwork() adds "stored" or "refused".
 constexpr Response Responses[] = {
-    {Sim, "READY", Ok, "the SIM is ready"},
+    {Sim, "READY", Ok, "the SIM is ready, and asks for no PIN"},
     {Sim, "^(stored|refused)?$", Failure, "the modem does not answer", PlugAgain},
     {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK",
-     "put the SIM into a phone, and enter the PUK and a new PIN there"},
+     "get the PUK from the operator; put the SIM into a phone, enter the PUK and a new PIN there; "
+     "then enter this PIN on the panel"},
     {Sim, "SIM PIN.*refused", Failure, "the SIM has refused the stored PIN", EnterPin},
     {Sim, "SIM PIN.*stored", Ok, "the SIM asks for its PIN, which the chat script sends"},
     {Sim, "SIM PIN", Failure, "the SIM asks for its PIN, and none is stored", EnterPin},
@@ -52,15 +53,16 @@ constexpr Response Responses[] = {
     {Signal, "", Warning, "the modem receives no signal", "check the antenna, or move the board"},
     {Registration, "REG: *\\d, *1", Ok, "the SIM is registered in its home network"},
     {Registration, "REG: *\\d, *5", Ok, "the SIM is registered in another network (roaming)"},
-    {Registration, "REG: *\\d, *3", Failure, "the network denies the SIM its registration",
-     "ask the operator whether the SIM is activated, blocked or may not roam"},
+    {Registration, "REG: *\\d, *3", Failure, "the network refuses to register this SIM",
+     "try the SIM in a phone; if it is refused there, too, ask the operator why (not activated, "
+     "barred, no roaming); otherwise try another dongle"},
     {Registration, "REG: *\\d, *\\d", Failure, "the modem finds no network to register in",
      "check the antenna, or move the board; ask the operator whether there is coverage"},
     {Registration, "", Warning, "the modem does not report its registration", PlugAgain},
-    {Operator, R"x("([^"]*)",[013])x", Ok, "operator %1, 2G"},
-    {Operator, R"x("([^"]*)",[2456])x", Ok, "operator %1, 3G"},
-    {Operator, R"x("([^"]*)",7)x", Ok, "operator %1, 4G"},
-    {Operator, R"x("([^"]*)")x", Ok, "operator %1"},
+    {Operator, R"x("([^"]*)",[013])x", Ok, "network in reach: %1, 2G"},
+    {Operator, R"x("([^"]*)",[2456])x", Ok, "network in reach: %1, 3G"},
+    {Operator, R"x("([^"]*)",7)x", Ok, "network in reach: %1, 4G"},
+    {Operator, R"x("([^"]*)")x", Ok, "network in reach: %1"},
 };
 
 QStringList namesIn(const QString &directory, const QString &pattern)
@@ -103,7 +105,8 @@ bool checkPorts(Page &page, const QString &dongle)
     for (const QString &interface : namesIn(UsbDevices, dongle + ":*")) {
         for (const QString &name : namesIn(UsbDevices + interface, "ttyUSB*")) {
             ports.append(name);
-            page.ok("port " + name + ", driver " + targetName(UsbDevices + interface + "/driver"));
+            page.ok("serial port " + name + ", kernel driver " +
+                    targetName(UsbDevices + interface + "/driver"));
         }
     }
     const QString port = targetName(ModemPort);
@@ -125,9 +128,10 @@ bool checkUsers(Page &page)
     for (const Process &user : users) {
         const QString text =
             QString("%1 (PID %2) has /dev/ttyUSB0 open").arg(user.name).arg(user.pid);
-        page.check({{!ours.contains(user.name), text + " and takes the modem's answers",
-                     QString("stop it; systemctl status %1 shows its service").arg(user.pid)}},
-                   text + ", so the modem is not queried about SIM and network");
+        page.check({{!ours.contains(user.name), text + " and reads the modem's answers to pppd",
+                     QString("find its service with systemctl status %1, and disable that")
+                         .arg(user.pid)}},
+                   text + ": SIM and network are not checked");
     }
     return users.isEmpty();
 }

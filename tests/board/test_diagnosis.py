@@ -14,7 +14,7 @@ DIAL = f"pppd call ppp-connect; until grep Connect: {PPP_LOG}; do sleep 0.5; don
 # The modem's scenario, commands that make the cause and that undo it, part of the last line.
 CAUSES: dict[str, tuple[dict[str, str], str, str, str]] = {
     "wrong APN": ({"apn": "internet"}, DIAL, ":", "not answered. To do: compare APN"),
-    "denied": ({"registration": "denied"}, ":", ":", "denies the SIM its registration"),
+    "denied": ({"registration": "denied"}, ":", ":", "refuses to register this SIM"),
     "full": ({}, FILL, "umount /quenfold/configs", "/quenfold/configs is full"),
     "failed": ({}, FAIL, "systemctl reset-failed corvanta", "corvanta.service is failed"),
 }

@@ -74,7 +74,7 @@ NEEDS_PIN = "\r\n+CPIN: SIM PIN\r\n\r\nOK\r\n"
 MODEMS = {
     "registered": (NETWORK.format(1), ":", "Look first at this: pppd is not running"),
     "searching": (NETWORK.format(2), ":", "the modem finds no network"),
-    "denied": (NETWORK.format(3), ":", "the network denies the SIM"),
+    "denied": (NETWORK.format(3), ":", "the network refuses to register this SIM"),
     "no SIM": ("\r\n+CME ERROR: 10\r\n", ":", "the modem finds no SIM"),
     "PIN": (NEEDS_PIN, ":", "asks for its PIN, and none is stored"),
     "PUK": ("\r\n+CPIN: SIM PUK\r\n\r\nOK\r\n", ":", "asks for its PUK"),
