@@ -240,8 +240,7 @@ class Board:
                                  **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
         if "Waiting" not in said:
             raise BoardError(f"QEMU: {said.strip()}")
-        return (f"gdb-multiarch -ex 'set architecture arm' "
-                f"-ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
+        return (f"gdb-multiarch -ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
                 f"-ex 'target remote 127.0.0.1:{port}'")
 
     def _request(self, line: str) -> dict[str, Any]:
