@@ -2,8 +2,8 @@
 
 import re
 import subprocess
-from contextlib import ExitStack, closing
 import time
+from contextlib import ExitStack, closing
 from pathlib import Path
 from types import TracebackType
 from typing import Any, Self
