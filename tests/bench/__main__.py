@@ -12,7 +12,9 @@ from pathlib import Path
 from typing import NamedTuple
 
 from bench import measures
+from bench.boot import boot
 from bench.measures import IDLE_STATES, Pairs
+from host.architecture import ARCH
 from panel.constants import SIZES
 
 PAGE = Path(__file__).resolve().parents[2] / "docs/measured/bench.md"
@@ -56,12 +58,17 @@ TABLES: dict[str, list[Group]] = {"Compared with the baseline": [
         Row("link check, status page hidden, CPU time, ms", 1.05, REFERENCE),
         Row("link check, status page shown, CPU time, ms", 1.05, REFERENCE),
         Row("Connect touched to pppd started, CPU time, ms", 1.2, REFERENCE)]),
-], "On the simulated board": [
-    (partial(measures.keyboard_on_board, (width, height)), [
+], f"On the simulated board ({ARCH.name})": [
+    (partial(boot, SIZES[1]), [
+        Row("boot, kernel's first line to setting page, s"),
+        Row("boot, kernel's first line to setting page, million instructions"),
+        Row("boot, start of the service to setting page, s"),
+        Row("boot, start of the service to setting page, million instructions of the program")]),
+    *((partial(measures.keyboard_on_board, (width, height)), [
         Row(f"{width}x{height}, field touched: {figure}", None, UNTOUCHED, True)
         for figure in ("CPU time since the start, ms", "resident memory, MiB",
                        "private memory, MiB")])
-    for width, height in SIZES
+      for width, height in SIZES)
 ]}
 
 
