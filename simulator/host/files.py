@@ -85,5 +85,6 @@ def current(path: Path, key: str, make: Callable[[Path], object]) -> Path:
         if not (path.exists() and mark.is_file() and mark.read_text() == key):
             with whole(path) as unfinished:
                 make(unfinished)
+                mark.unlink(missing_ok=True)  # it is that of the earlier inputs
             mark.write_text(key)
     return path

@@ -40,7 +40,7 @@ class RootFiles:
         self.base = Path(tempfile.mkdtemp(prefix="corvanta-"))
         self.run = self.base / "testrun"
         for directory in ("testrun/answers", "testrun/answering", "testrun/bin", "quenfold/configs",
-                       "etc/ppp/peers", "etc/ppp/chat", "dev/pts", "dev/shm"):
+                          "etc/ppp/peers", "etc/ppp/chat", "dev/pts", "dev/shm"):
             (self.base / directory).mkdir(parents=True)
         for file in ("calls", "stdout", "stderr"):
             (self.run / file).touch()
