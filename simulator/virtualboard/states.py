@@ -79,4 +79,4 @@ def _forget_old() -> None:
              if mark_of(path).is_file()]
     for directory in sorted(saved, key=lambda d: d.stat().st_mtime, reverse=True)[KEPT_IN_CACHE:]:
         shutil.rmtree(directory, ignore_errors=True)
-        mark_of(directory).unlink()
+        mark_of(directory).unlink(missing_ok=True)  # another checkout may remove it, too
