@@ -22,7 +22,7 @@ constexpr Message Messages[] = {
     {"Terminating on signal", nullptr, nullptr},
     {"Connect: ppp", "the number was dialled, and the network has not answered", CompareDialData},
     {"IPCP: timeout sending", "the network has not assigned an IP address", "ask the operator"},
-    {"timeout sending Config-Requests", "the network has not accepted the call", CompareDialData},
+    {"LCP: timeout sending", "the network has not accepted the call", CompareDialData},
     {"No response to", "the network has stopped answering, and pppd has dropped the link",
      "check the reception; pppd redials"},
     {"No auth is possible", "the network requires a user name and a password", "enter both"},

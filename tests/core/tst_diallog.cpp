@@ -36,6 +36,7 @@ void DialLogTest::finds_data()
     row("no answer", QByteArray(Up) + "Connect: ppp0 <--> /dev/ttyUSB0\n", "not answered");
     row("no call", "LCP: timeout sending Config-Requests\n", "not accepted the call");
     row("no address", "IPCP: timeout sending Config-Requests\n", "not assigned an IP address");
+    row("no IPv6", QByteArray(Answered) + Up + "IPV6CP: timeout sending Config-Requests\n", {});
     row("PAP", QByteArray(Answered) + "PAP authentication failed\n" + Ended, "rejects the user");
     row("CHAP", QByteArray(Answered) + "CHAP authentication failed: x\n" + Ended,
         "rejects the user");
