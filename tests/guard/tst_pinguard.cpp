@@ -30,7 +30,7 @@ private slots:
     void modem_data();
     void modem();
     void endsOnASignal();
-    void memory();
+    void record();
 };
 
 namespace
@@ -64,7 +64,7 @@ void PinGuardTest::verdict_data()
     QTest::newRow("nothing to spend") << SimState::Pin << false << true << Verdict::Dial;
     QTest::newRow("it worked") << SimState::Ready << true << true << Verdict::DialAndDelete;
     QTest::newRow("PUK") << SimState::Puk << true << false << Verdict::RefusePuk;
-    QTest::newRow("silence keeps the memory") << SimState::Unknown << true << true << Verdict::Dial;
+    QTest::newRow("silence keeps the record") << SimState::Unknown << true << true << Verdict::Dial;
 }
 
 void PinGuardTest::verdict()
@@ -145,10 +145,10 @@ void PinGuardTest::endsOnASignal()
     close(master);
 }
 
-void PinGuardTest::memory()
+void PinGuardTest::record()
 {
     const QTemporaryDir directory;
-    const std::string path = directory.filePath("memory").toStdString();
+    const std::string path = directory.filePath("record").toStdString();
     const std::string pppd =
         guard::callingPppd(); // in a test: the first ancestor that is not a shell
     QVERIFY(QRegularExpression("^\\d+ \\d+\n$").match(QString::fromStdString(pppd)).hasMatch());
