@@ -45,7 +45,7 @@ int main(int argc, char **argv)
     parser.setApplicationDescription(
         "Check the board, and print the most probable cause of a missing link in the last line.\n"
         "Nothing is changed.\n"
-        "Exit status: 0 no failure, 1 failure, 2 wrong usage, not root or archive not written.");
+        "Exit status: 0 no failure, 1 failure, 2 wrong usage, not root or output not written.");
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({{"json", "Print the page as JSON."},
