@@ -33,7 +33,8 @@ def test_unplugged_while_dialling(board: OperatedBoard) -> None:
     board.dongle.tell_modem()
     board.panel.open_tab(SETTING)
     board.panel.press("Connect")  # an earlier dialog was shown, so this attempt shows none
-    board.wait("the busy bar", SOON_SECONDS, lambda screen: screen.busy_bars())
+    board.wait("the busy bar only", SOON_SECONDS,
+               lambda screen: screen.busy_bars() and not screen.has_dialog())
     board.dongle.plug()
     board.wait_up()
     board.wait_status(DONGLE_STATUS, DETECTED)
