@@ -35,6 +35,7 @@ constexpr unsigned long MinFreeBytes = 65536;
 constexpr int MinMemoryKb = 16384;
 constexpr qint64 AllProgramsMs = 5000;
 constexpr qint64 OneProgramMs = 2000;
+constexpr std::chrono::seconds PingTime{2};
 
 QString matchIn(const QByteArray &text, const char *expression)
 {
@@ -74,14 +75,15 @@ void checkNames(Page &page)
 {
     QByteArray servers = linkstate::nameServers();
     if (QFileInfo::exists("/run/systemd/resolve"))
-        servers += outputOf("resolvectl", {"dns", LinkName}).simplified().split(':').value(1);
+        servers += matchIn(outputOf("resolvectl", {"dns", LinkName}), R"(\): *(.*))").toUtf8();
     const QString name = QUrl(CORVANTA_PROBE_URL).host();
     const bool isResolved = !outputOf("getent", {"ahosts", name}).isEmpty();
     page.check({{!isResolved && servers.isEmpty(), "there is no name server",
                  "see Names are not resolved in troubleshooting.md"},
                 {!isResolved, "the name servers (" + servers + ") do not resolve " + name,
                  "compare them with the operator's data", Warning}},
-               "the name servers (" + servers + ") resolve " + name);
+               servers.isEmpty() ? name + " is resolved by a server of another interface"
+                                 : "the name servers (" + servers + ") resolve " + name);
 }
 
 } // namespace
@@ -189,7 +191,7 @@ void checkLink(Page &page, bool reach)
         "the default route is over ppp0");
     checkNames(page);
     if (reach)
-        page.check({{outputOf("ping", {"-c1", "-W1", CORVANTA_PING_TARGET}).isEmpty(),
+        page.check({{runProgram("ping", {"-c1", "-W1", CORVANTA_PING_TARGET}, PingTime).status != 0,
                      CORVANTA_PING_TARGET " does not answer a ping", "ask the operator"}},
                    CORVANTA_PING_TARGET " answers a ping");
 }

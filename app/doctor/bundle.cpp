@@ -7,6 +7,7 @@
 #include "io/shellcommand.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <csignal>
 #include <sys/stat.h>
@@ -66,8 +67,10 @@ bool collect(const Page &page, const QTemporaryDir &directory)
     const QDir ppp("/etc/ppp");
     for (const QString &name : ppp.entryList({"*.log", "*.log.old", "options*"}, QDir::Files))
         paths.append(ppp.filePath(name));
-    for (const QString &path : paths)
-        save(path.mid(1).replace(u'/', u'-'), linefile::readEnd(path).bytes);
+    for (const QString &path : paths) {
+        if (QFileInfo::exists(path))
+            save(path.mid(1).replace(u'/', u'-'), linefile::readEnd(path).bytes);
+    }
     return isWritten;
 }
 

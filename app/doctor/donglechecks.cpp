@@ -42,6 +42,8 @@ struct Response {
 constexpr Response Responses[] = {
     {Sim, "READY", Ok, "the SIM is ready, and asks for no PIN"},
     {Sim, "^(stored|refused)?$", Failure, "the modem does not answer", PlugAgain},
+    {Sim, "PH-", Failure, "the dongle is locked to another network or SIM",
+     "ask its vendor for the unlock code, or use another dongle"},
     {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK",
      "get the PUK from the operator; put the SIM into a phone, enter the PUK and a new PIN there; "
      "then enter this PIN on the panel"},

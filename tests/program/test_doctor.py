@@ -78,6 +78,7 @@ MODEMS = {
     "no SIM": ("\r\n+CME ERROR: 10\r\n", ":", "the modem finds no SIM"),
     "PIN": (NEEDS_PIN, ":", "asks for its PIN, and none is stored"),
     "PUK": ("\r\n+CPIN: SIM PUK\r\n\r\nOK\r\n", ":", "asks for its PUK"),
+    "network lock": ("\r\n+CPIN: PH-NET PIN\r\n\r\nOK\r\n", ":", "locked to another network"),
     "wrong PIN": (NEEDS_PIN, f"{PROVISION} pin=1234 >/dev/null", "refused the stored PIN"),
     "silent": ("", ":", "the modem does not answer"),
     "not raw": (NETWORK.format(1), "stty -F /dev/ttyUSB0 icanon echo", "is not in raw mode"),
