@@ -7,7 +7,7 @@ from machine.guest import Guest
 from panel.constants import CHIP_MARKER
 
 NODE = "/dev/spidev1.0"
-FAULTS = ("missing", "queries", "transfers", "short", "slow")
+FAULTS = ("missing", "queries", "slow")
 SLOW_MS = 1500
 LOG = "/run/chip/chip.log"
 

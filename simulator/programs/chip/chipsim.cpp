@@ -3,8 +3,7 @@
 // DELAY_MS is added to the duration of each message. Parameter N of the block at address 4 is V,
 // all others are 0. FAULT is one of:
 // - none;
-// - queries, transfers: ioctls for a setting, or messages fail;
-// - short: a message receives at most 16 bytes.
+// - queries: ioctls for a setting fail.
 //
 // LOG records opens, settings and chip-select cycles. A cycle has the sent bytes, the number of
 // received bytes and these bytes:
@@ -43,7 +42,6 @@ enum Opcode : uint8_t {
 };
 
 constexpr std::size_t MaxLength = 4096; // limit of the kernel's spidev driver
-constexpr std::size_t ShortLength = 16; // too short for parameter 10 of the block
 constexpr unsigned BlockAddress = 4;
 constexpr uint8_t Floating = 0xff; // byte received while the chip does not drive the line
 
@@ -210,10 +208,6 @@ public:
         if (!request.has(fetched, filled))
             return;
         std::this_thread::sleep_for(m_delay);
-        if (m_fault == "transfers") {
-            log("message failed");
-            return request.fail(EIO);
-        }
         cycle(request, transfers, request.in + size);
     }
 
@@ -249,10 +243,8 @@ private:
             next += transfer.len;
         }
         log(entry + (received.empty() ? "" : ' ' + hex(received)));
-        const std::size_t kept =
-            m_fault == "short" ? std::min(received.size(), ShortLength) : received.size();
-        const std::size_t result = sent.size() - (received.size() - kept);
-        fuse_reply_ioctl(request.id, static_cast<int>(result), received.data(), kept);
+        fuse_reply_ioctl(request.id, static_cast<int>(sent.size()), received.data(),
+                         received.size());
     }
 
     std::FILE *m_log;

@@ -74,8 +74,7 @@ public:
         std::vector<std::string> arguments = words(LinkOptions);
         arguments.insert(arguments.begin(), {m_program, device});
         arguments.insert(arguments.end(),
-                         {method == "none" ? "noauth" : "require-" + method, "maxconnect",
-                          std::to_string(number(scenario, "drop_after_s")), "logfile", logFile()});
+                         {method == "none" ? "noauth" : "require-" + method, "logfile", logFile()});
         m_pid = startProgram(arguments);
         m_process = FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
         return m_process.isOpen() ? std::string() : message("fork");

@@ -36,7 +36,6 @@ constexpr ScenarioKey ScenarioKeys[] = {
     {"user", "", "TEXT", "accepted user name"},
     {"password", "", "TEXT", "its password"},
     {"ipcp", "yes", "yes|no", "no: the caller's IPCP packets are lost"},
-    {"drop_after_s", "0", "DIGITS", "time until the network ends a link; 0: never"},
 };
 
 inline const ScenarioKey *findKey(const std::string &name)
