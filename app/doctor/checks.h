@@ -21,8 +21,9 @@ void checkScreen(Page &page);
 void checkService(Page &page);
 
 /**
- * Write a tar.gz archive, which only root can read, of the page, the generated files, the logs, the
- * units' journal and the kernel's messages about USB. Secrets are masked.
+ * Write a tar.gz archive, which only root can read, of the page, the generated files, pppd's
+ * options, /etc/default/corvanta, the logs, the journal of the service and of dialling, and the
+ * kernel's messages about USB. Secrets are masked.
  * @param file path of the archive, which must not exist
  * @return an error message if it could not be written completely and was removed; empty on success
  */
@@ -31,8 +32,8 @@ void checkService(Page &page);
 /** Return a small file's content without white space at its ends; empty if it cannot be read. */
 [[nodiscard]] QByteArray contentOf(const QString &path);
 
-/** Return the time of a file's last change; an invalid one, earlier than others, if there is none.
- */
+/** Return a file's modification time; if the file does not exist, an invalid time, which compares
+ *  as earlier than every other. */
 [[nodiscard]] QDateTime changed(const QString &file);
 
 /**

@@ -20,7 +20,8 @@ struct Fault {
     const char *state = Failure;
 };
 
-/** Findings in groups, the most probable cause of a missing link first. */
+/** Findings in groups. The first failure is reported as the most probable cause of a missing link.
+ *  If there is no failure, the first warning is named instead. */
 class Page
 {
 public:
