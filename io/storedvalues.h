@@ -31,10 +31,10 @@ QList<File> parameterFiles(const paramlist::ScreenValues &values);
 /** Return the files that pppd and chat read, in the order in which the panel writes them. */
 QList<File> generatedFiles(const paramlist::ScreenValues &values);
 
-/** Result of comparing a file on the board with its lines. */
+/** Result of compare(). */
 enum class Agreement { Agrees, Missing, Differs };
 
-/** Compare a file on the board with its lines. An unreadable file counts as different. */
+/** Compare the file at file.path with file.lines. An unreadable file counts as different. */
 [[nodiscard]] Agreement compare(const File &file);
 
 /** Return which of pppd's secrets files have entries. */
