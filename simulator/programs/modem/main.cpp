@@ -29,7 +29,7 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds ReopenPause{200};
-constexpr milliseconds BytePause{10}; // between the bytes of a reply in pieces
+constexpr milliseconds BytePause{10}; // after each byte (answer=pieces)
 constexpr std::size_t LongestLine = 1024;
 constexpr char FrameFlag = 0x7e;
 constexpr char Ipcp[] = "\x80\x21"; // protocol number; PPP frames never escape these bytes
