@@ -1,4 +1,4 @@
-"""corvanta-doctor on a board: causes that need one, and the bundle of a board that dialled."""
+"""corvanta-doctor: causes that only a board can show, and the bundle of a board that dialled."""
 
 import pytest
 

@@ -1,5 +1,4 @@
-// The cause of a failed dial in pppd's log: the last message that tells it, among those that
-// follow.
+// Why a dial failed: the last known message in pppd's log. Other messages may follow it.
 #include "core/diallog.h"
 
 #include <QtTest>

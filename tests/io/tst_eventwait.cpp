@@ -1,5 +1,5 @@
-// Waits that process events: the end of a wait and the interval of its probes. The end-to-end tests
-// cover timeouts.
+// Waits that process events: when a wait ends and how often it checks its condition. The end-to-end
+// tests cover timeouts.
 #include "io/eventwait.h"
 
 #include <QtTest>
@@ -24,7 +24,7 @@ void EventWaitTest::probesImmediatelyAndAtMostOncePerInterval()
     QCOMPARE(waitWithEvents({[&] { return ++probes == 1; }, {}}), WaitResult::Ready);
     QVERIFY(time.elapsed() < 500);
 
-    QTimer ticks; // frequent events must not make the probe run more often
+    QTimer ticks; // frequent events must not cause more frequent checks
     ticks.start(1ms);
     probes = 0;
     time.restart();

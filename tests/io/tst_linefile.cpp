@@ -11,12 +11,12 @@
 namespace
 {
 
-/** The possible contents of a file after a power cut: each data with each size since the last sync.
- */
+/** The possible contents of a file after a power cut: each state of its block since the last sync,
+ *  truncated to each size since then. */
 struct Disk {
     QByteArray data; ///< of the file's only block; zeros after the end of the file
     qsizetype size = 0;
-    QByteArrayList datas;      ///< since the last sync
+    QByteArrayList datas;      ///< states of the block since the last sync
     QList<qsizetype> sizes;    ///< since the last sync
     QSet<QByteArray> contents; ///< after a power cut at any time so far
 

@@ -103,7 +103,7 @@ void OnScreenKeyboardTest::touch(const QString &names)
 void OnScreenKeyboardTest::touchField(QLineEdit *edit)
 {
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    QTest::qWait(50); // until the touches from before the window are dropped
+    QTest::qWait(50); // all touches are ignored just after the window is shown
     tap(edit);
     QTRY_VERIFY(keys() != nullptr);
     QTest::qWait(50);
@@ -132,7 +132,7 @@ void OnScreenKeyboardTest::enterOpensTheNextField()
     touch("w Enter");
     QCOMPARE(returned.size(), 1);
     QTRY_COMPARE(m_window->y(), 0); // the second field is visible without a move
-    QTest::qWait(50);               // until the touches from before the move are dropped
+    QTest::qWait(50);               // all touches are ignored just after the move
     touch("1 ABC q");               // the second field opens the digits page
     touchField(m_number);
     touch("e");                                        // still on the page of letters

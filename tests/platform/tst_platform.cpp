@@ -1,4 +1,4 @@
-// The platform layer: the pointer, the black background, style measures of the panel, and how often
+// The platform layer: the pointer, the black background, style metrics of the panel, and how often
 // a moving bar is painted.
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
@@ -85,7 +85,7 @@ void PlatformTest::backgroundIsPaintedUntilCovered()
 
 void PlatformTest::layoutsTakeThePanelsMeasures()
 {
-    // An application style sheet wraps the style; the style's measures must still apply.
+    // An application style sheet wraps the style; the style's metrics must still apply.
     qApp->setStyle(new PanelStyle({20, 7, 2}));
     qApp->setStyleSheet("QPushButton{border-style: outset;}");
     QWidget page;

@@ -30,7 +30,8 @@ CALL = re.compile(r'(?:\d+ +)?(\w+)\((?:\d+<([^>]*)>|(?:AT_FDCWD<[^>]*>, )?"([^"
 OWN = (*FILES, PPP_LOG, PPP_LOG + OLD_LOG, CHAT_LOG, CHAT_LOG + OLD_LOG,
        "/etc/ppp/chat", "/etc/ppp/peers", "/quenfold/configs")
 
-# Files before a run. In most runs, the program has not dialled with the parameters yet.
+# Files before a run. "everything" includes generated files with an earlier user name. The other
+# stores have no generated files, as before the first Connect.
 EARLIER = generated(STORED.replace(b"operator", b"earlier operator"))
 STORES: dict[str, dict[str, bytes]] = {
     "nothing": {}, "parameters": {PARAMETERS: STORED, AUTO_CONNECT: AUTO},

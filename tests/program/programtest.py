@@ -136,7 +136,7 @@ def type_counts(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
-# By the contents of the four files: the values that a second start shows.
+# Values that a second start shows. The keys are the contents of the four files.
 REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}
 
 

@@ -39,7 +39,7 @@ adapter 1-1 12d1 1001 ttyUSB0
 hold pppd
 {PROVISION} apn=internet 'dial=*99#' user=guest password=hidden pin= >/dev/null
 """
-# Commands that make the cause on that board, exit status, part of the last line.
+# Shell commands that create the cause on that board, exit status, part of the last line.
 CAUSES = {
     "in order": (":", 0, "No failure was found"),
     "escapes": (f"{PROVISION} user='\"\\033[1m\\n\\033\"' >/dev/null", 0,
@@ -67,7 +67,7 @@ CAUSES = {
     "earlier log": (f"echo 'refused this PIN once' >{PPP_LOG}; touch -d 1990-01-01 {PPP_LOG}", 0,
                     "has not reported why"),
 }
-# What the modem answers to every command, commands, part of the last line.
+# The modem's reply to every AT command, shell commands to run first, part of the last line.
 NETWORK = ("\r\n+CSQ: 17,99\r\n+CPIN: READY\r\n+CREG: 0,{}\r\n"
            '+COPS: 0,0,"\033[31mNet",7\r\n\r\nOK\r\n')
 NEEDS_PIN = "\r\n+CPIN: SIM PIN\r\n\r\nOK\r\n"
@@ -104,7 +104,8 @@ def test_cause(roots: Roots, made: str, status: int, cause: str) -> None:
 
 @pytest.mark.parametrize("answer, made, cause", MODEMS.values(), ids=MODEMS)
 def test_modem(roots: Roots, modems: Modems, answer: str, made: str, cause: str) -> None:
-    """It is asked only if no process has its port open; the port keeps its modes."""
+    """The doctor queries the modem only if its port is in raw mode and no process has it open. It
+    does not change the port's modes."""
     modem = modems([answer.encode()] if answer else [])
     page = said(roots, f"kill $holder; wait; {made}; echo 5 5 >/run/corvanta-pin\n"
                 "stty -F /dev/ttyUSB0 -g >/run/modes; doctor\n"
@@ -121,7 +122,8 @@ def test_arguments(roots: Roots) -> None:
 
 
 def test_output(roots: Roots) -> None:
-    """A slow reader gets the whole page, with any name in it. A reader that hangs stops nothing."""
+    """A slow reader receives the complete output, even if a device ID contains control characters.
+    If the reader hangs, the doctor exits with status 2."""
     page, _, status = said(roots, f"""printf '\\377\\033[1\\n\\342\\200\\256m' >$usb/1-1/idProduct
         (head -c 65000 /dev/zero; {DOCTOR} --json) | (sleep 1; tr -d '\\0' >>{SAID})
         (head -c 65000 /dev/zero; {DOCTOR}; echo "status $?" >>{SAID}) | sleep 9
@@ -134,7 +136,8 @@ def test_output(roots: Roots) -> None:
 
 
 def test_hung(roots: Roots, modems: Modems) -> None:
-    """Neither a modem nor programs that hang stop it, and it leaves none of them running."""
+    """If the modem and some programs hang, the doctor still finishes within 9 s. It leaves none of
+    these programs running."""
     page = said(roots, "kill $holder; for name in systemctl journalctl dpkg-query getent; do "
                 "program $name 'exec /usr/bin/sleep 99'; done; before=$(date +%s); doctor; "
                 f"(echo $(($(date +%s) - before)); cat /proc/[0-9]*/comm) >>{SAID}\n",
@@ -146,7 +149,7 @@ def test_hung(roots: Roots, modems: Modems) -> None:
 
 
 def test_bundle(roots: Roots) -> None:
-    """It has the files and none of the secrets, and only root can read it."""
+    """The bundle has the files and none of the secrets, and only root can read it."""
     password, user, pin, phone = SECRETS[:4]
     log = (f'rcvd [CHAP Response <0123456789abcdef0>, name = "{user}"]', *SECRETS, 'CPIN="12"')
     unpacked = said(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"

@@ -67,8 +67,8 @@ def state(root: PrivateRoot) -> tuple[int, dict[int, str], set[str]]:
     return private_kib(root.pid), root.descriptors(), files
 
 
-# Function to repeat, number of repetitions, limit of the growth in KiB for each, KiB of the objects
-# that each keeps by design on amd64, and number of actions in each. If one repetition has several
+# Function to repeat, number of repetitions; per repetition: permitted growth in KiB, size of the
+# objects that stay by design in KiB (on amd64), number of actions. If a repetition has several
 # actions, commands are logged but not run, and the inspector is not loaded.
 @pytest.mark.parametrize("once, count, most, objects, times", (
     row("300 failed attempts", fail, 300, 8, NOTICE_KIB + BAR_KIB, 1),
