@@ -12,7 +12,7 @@ namespace linefile
 /** Result of reading a file. */
 struct ReadResult {
     enum State {
-        Complete,   ///< read completely; of a larger file, its first MiB
+        Complete,   ///< read to the end of the file, at most 1 MiB
         Missing,    ///< the file does not exist
         Unreadable, ///< it exists, but is not a regular file or could not be read completely
     };

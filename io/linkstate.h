@@ -13,7 +13,8 @@ namespace linkstate
 /** Return the interface of the default route with the lowest metric; empty if there is none. */
 [[nodiscard]] QByteArray defaultInterface();
 
-/** Return the name servers of /etc/resolv.conf, separated by spaces, except systemd-resolved. */
+/** Return the name servers of /etc/resolv.conf, separated by spaces, without the address of
+ *  systemd-resolved (127.0.0.53). */
 [[nodiscard]] QByteArray nameServers();
 
 } // namespace linkstate

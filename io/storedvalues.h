@@ -18,9 +18,9 @@ struct File {
 };
 
 /**
- * Load the stored values. Defaults replace a missing file and the missing lines of a parameter file
- * that is too short. If the auto-connect file is too short, its values are unset. (The panel shows
- * no value of a file that is too short.)
+ * Load the stored values. A missing file counts as its defaults. If 3gparam is too short, defaults
+ * replace its missing lines; if autoparam is too short, its values are unset. (The panel shows no
+ * value of a file that is too short.)
  * @return an error message if a file exists but cannot be read; empty on success
  */
 [[nodiscard]] QString load(paramlist::ScreenValues &values);
