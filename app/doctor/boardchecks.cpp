@@ -30,7 +30,7 @@ constexpr char LinkName[] = "ppp0";
 constexpr char Rewrite[] = "run corvanta-provision with apn= and the APN, which writes this "
                            "file again, then touch Connect on the panel";
 constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-constexpr qint64 FirstDialS = 10; // The network may still answer.
+constexpr qint64 FirstDialS = 10; // A pppd younger than this may still get an answer.
 constexpr unsigned long MinFreeBytes = 65536;
 constexpr int MinMemoryKb = 16384;
 constexpr qint64 AllProgramsMs = 5000;

@@ -38,7 +38,8 @@ struct Response {
     const char *remedy = "";
 };
 
-// 3GPP TS 27.007, 8.3, 8.5, 7.2, 10.1.20 and 7.3. checkNetwork() adds "stored" or "refused".
+// 3GPP TS 27.007, 8.3, 8.5, 7.2, 10.1.20 and 7.3. If a PIN is stored, checkNetwork() appends
+// "stored" to the response to AT+CPIN?, or "refused" if that PIN has been sent.
 constexpr Response Responses[] = {
     {Sim, "READY", Ok, "the SIM is ready, and asks for no PIN"},
     {Sim, "^(stored|refused)?$", Failure, "the modem does not answer", PlugAgain},
