@@ -13,7 +13,8 @@ bool startsWith(const std::string &text, const char *start)
 
 SimState stateOf(const std::string &code)
 {
-    // PIN2 and the device and network locks count attempts, too: "SIM PUK2", "PH-NET PIN".
+    // Match every PIN and PUK, such as "SIM PUK2" or "PH-NET PIN": PIN2 and the device and network
+    // locks count attempts, too.
     if (code.find("PUK") != std::string::npos)
         return SimState::Puk;
     if (code.find("PIN") != std::string::npos)
