@@ -13,7 +13,7 @@ struct Message {
 };
 
 constexpr char CompareDialData[] =
-    "compare APN and dial number with the operator's data; check the reception";
+    "compare APN and dial number with the network operator's data; check the reception";
 constexpr char SelectAuto[] = "select the method AUTO on the panel, then touch Connect";
 
 // docs/troubleshooting.md explains most of these messages to the operator.
@@ -21,7 +21,8 @@ constexpr Message Messages[] = {
     {"local  IP address", nullptr, nullptr},
     {"Terminating on signal", nullptr, nullptr},
     {"Connect: ppp", "the number was dialled, and the network has not answered", CompareDialData},
-    {"IPCP: timeout sending", "the network has not assigned an IP address", "ask the operator"},
+    {"IPCP: timeout sending", "the network has not assigned an IP address",
+     "ask the network operator"},
     {"LCP: timeout sending", "the network has not accepted the call", CompareDialData},
     {"No response to", "the network has stopped answering, and pppd has dropped the link",
      "check the reception; pppd redials"},
@@ -36,7 +37,8 @@ constexpr Message Messages[] = {
     {"refused this PIN once", "the SIM has refused the stored PIN",
      "correct the PIN on the panel, then touch Connect"},
     {"asks for the PUK", "the SIM is blocked and asks for its PUK",
-     "get the PUK from the operator; put the SIM into a phone, enter the PUK and a new PIN there; "
+     "get the PUK from the network operator; put the SIM into a phone, enter the PUK and a new PIN "
+     "there; "
      "then enter this PIN on the panel"},
     {"belongs to another USB device", "/dev/ttyUSB0 belongs to another USB device",
      "unplug that device, then plug the dongle in again"},
@@ -58,7 +60,8 @@ DialFailure chatFailure(int status)
                 "plug the dongle in again; APN, dial number and PIN must have no single quote"};
     if (const QString answer = aborts.value(status - Timeout - 1); !answer.isEmpty())
         return {"the modem has answered " + answer + " to chat",
-                "compare PIN and APN with the operator's data, and check the SIM; journalctl -t "
+                "compare PIN and APN with the network operator's data, and check the SIM; "
+                "journalctl -t "
                 "chat shows the refused command"};
     return {QString("chat has failed with status %1").arg(status),
             "plug the dongle in again; journalctl -t chat shows the commands"};

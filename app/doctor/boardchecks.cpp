@@ -81,7 +81,7 @@ void checkNames(Page &page)
     page.check({{!isResolved && servers.isEmpty(), "there is no name server",
                  "see Names are not resolved in troubleshooting.md"},
                 {!isResolved, "the name servers (" + servers + ") do not resolve " + name,
-                 "compare them with the operator's data", Warning}},
+                 "compare them with the network operator's data", Warning}},
                servers.isEmpty() ? name + " is resolved by a server of another interface"
                                  : "the name servers (" + servers + ") resolve " + name);
 }
@@ -146,7 +146,7 @@ void checkParameters(Page &page)
     const bool isUp = !linkstate::addressOf(LinkName).isEmpty();
     for (const auto &finding : dialcheck::check(values.dialUp, storedvalues::networkSecrets()))
         page.check({{!finding.dials, finding.text, "correct it on the panel"},
-                    {!isUp, finding.text, "compare it with the operator's data", Warning}});
+                    {!isUp, finding.text, "compare it with the network operator's data", Warning}});
     for (const storedvalues::File &file : storedvalues::generatedFiles(values))
         checkGenerated(page, file, isUp);
 }
@@ -192,7 +192,7 @@ void checkLink(Page &page, bool reach)
     checkNames(page);
     if (reach)
         page.check({{runProgram("ping", {"-c1", "-W1", CORVANTA_PING_TARGET}, PingTime).status != 0,
-                     CORVANTA_PING_TARGET " does not answer a ping", "ask the operator"}},
+                     CORVANTA_PING_TARGET " does not answer a ping", "ask the network operator"}},
                    CORVANTA_PING_TARGET " answers a ping");
 }
 

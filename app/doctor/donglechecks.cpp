@@ -46,7 +46,8 @@ constexpr Response Responses[] = {
     {Sim, "PH-", Failure, "the dongle is locked to another network or SIM",
      "ask its vendor for the unlock code, or use another dongle"},
     {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK",
-     "get the PUK from the operator; put the SIM into a phone, enter the PUK and a new PIN there; "
+     "get the PUK from the network operator; put the SIM into a phone, enter the PUK and a new PIN "
+     "there; "
      "then enter this PIN on the panel"},
     {Sim, "SIM PIN.*refused", Failure, "the SIM has refused the stored PIN", EnterPin},
     {Sim, "SIM PIN.*stored", Ok, "the SIM asks for its PIN, which the chat script sends"},
@@ -57,10 +58,11 @@ constexpr Response Responses[] = {
     {Registration, "REG: *\\d, *1", Ok, "the SIM is registered in its home network"},
     {Registration, "REG: *\\d, *5", Ok, "the SIM is registered in another network (roaming)"},
     {Registration, "REG: *\\d, *3", Failure, "the network refuses to register this SIM",
-     "try the SIM in a phone; if it is refused there, too, ask the operator why (not activated, "
+     "try the SIM in a phone; if it is refused there, too, ask the network operator why (not "
+     "activated, "
      "barred, no roaming); otherwise try another dongle"},
     {Registration, "REG: *\\d, *\\d", Failure, "the modem finds no network to register in",
-     "check the antenna, or move the board; ask the operator whether there is coverage"},
+     "check the antenna, or move the board; ask the network operator whether there is coverage"},
     {Registration, "", Warning, "the modem does not report its registration", PlugAgain},
     {Operator, R"x("([^"]*)",[013])x", Ok, "network in reach: %1, 2G"},
     {Operator, R"x("([^"]*)",[2456])x", Ok, "network in reach: %1, 3G"},
