@@ -119,13 +119,14 @@ def arguments() -> argparse.Namespace:
 
 def main() -> None:
     options = arguments()
-    page = f"{OPENING}\nLast run: {machine()}.\n"
+    rounds = 5 if options.quick else 45
+    page = f"{OPENING}\nLast run: {machine()}, {rounds} rounds.\n"
     for title, groups in TABLES.items():
         page += f"\n## {title}\n\n{HEAD}"
         print(HEAD, end="", flush=True)
         for measure, rows in groups:
             if any(word in row.what for word in options.words or [""] for row in rows):
-                figures = measure(5 if options.quick else 45)
+                figures = measure(rounds)
                 lines = "".join(line(row, pairs) for row, pairs in zip(rows, figures))
                 print(lines, end="", flush=True)
                 page += lines
