@@ -3,9 +3,9 @@
  *
  * A regular file is the frame buffer for Qt's linuxfb plugin. A FIFO of struct input_event is the
  * multi-touch screen for Qt's evdev handler (type B, positions in pixels). Each wait of the main
- * thread in poll() adds an entry to the journal /testrun/loop: GLib's event loop waits in poll().
- * QProcess waits in ppoll(), which is not recorded. With CORVANTA_BENCH_STOP the process exits when
- * it is first idle after it has painted the panel.
+ * thread in GLib's event loop adds an entry to the journal /testrun/loop; a wait of QProcess does
+ * not. With CORVANTA_BENCH_STOP the process exits when it is first idle after it has painted the
+ * panel.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -14,6 +14,7 @@
 #include <linux/fb.h>
 #include <linux/input.h>
 #include <poll.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdint.h>
 #include <stdlib.h>
@@ -106,24 +107,61 @@ static int isPainted(void)
     return painted;
 }
 
-int poll(struct pollfd *fds, nfds_t count, int timeout)
+static off_t entry;
+
+static void store(const struct wait *wait)
 {
-    static off_t entry;
-    int (*next)(struct pollfd *, nfds_t, int) = dlsym(RTLD_NEXT, "poll");
-    if (gettid() != getpid())
-        return next(fds, count, timeout);
-    struct wait wait = {now(), 0, cpuTime(RUSAGE_SELF) + cpuTime(RUSAGE_CHILDREN),
-                        timeout != 0 && isPainted()};
-    if (pwrite(journal, &wait, sizeof wait, entry) == -1)
+    if (pwrite(journal, wait, sizeof *wait, entry) == -1)
         abort();
+}
+
+/** Return 1 for a call by the main thread, but not by QProcess. @param caller its return address */
+static int isRecorded(void *caller)
+{
+    Dl_info library;
+    return gettid() == getpid() && dladdr(caller, &library) != 0 &&
+           strstr(library.dli_fname, "/libQt6Core.") == NULL;
+}
+
+/** Start an entry of the journal. @param blocks 0 if the call returns at once */
+static struct wait beginWait(int blocks)
+{
+    const struct wait wait = {now(), 0, cpuTime(RUSAGE_SELF) + cpuTime(RUSAGE_CHILDREN),
+                              blocks && isPainted()};
+    store(&wait);
     if (wait.idle && getenv("CORVANTA_BENCH_STOP") != NULL)
         _exit(0);
-    const int ready = next(fds, count, timeout);
+    return wait;
+}
+
+static void endWait(struct wait *wait)
+{
     const int error = errno;
-    wait.end = now();
-    if (pwrite(journal, &wait, sizeof wait, entry) == -1)
-        abort();
-    entry += sizeof wait;
+    wait->end = now();
+    store(wait);
+    entry += sizeof *wait;
     errno = error;
+}
+
+int poll(struct pollfd *fds, nfds_t count, int timeout) /* GLib of Debian 12 */
+{
+    int (*next)(struct pollfd *, nfds_t, int) = dlsym(RTLD_NEXT, "poll");
+    if (!isRecorded(__builtin_return_address(0)))
+        return next(fds, count, timeout);
+    struct wait wait = beginWait(timeout != 0);
+    const int ready = next(fds, count, timeout);
+    endWait(&wait);
+    return ready;
+}
+
+int ppoll(struct pollfd *fds, nfds_t count, const struct timespec *timeout, const sigset_t *mask)
+{ /* GLib of Debian 13 */
+    int (*next)(struct pollfd *, nfds_t, const struct timespec *, const sigset_t *) =
+        dlsym(RTLD_NEXT, "ppoll");
+    if (!isRecorded(__builtin_return_address(0)))
+        return next(fds, count, timeout, mask);
+    struct wait wait = beginWait(timeout == NULL || timeout->tv_sec != 0 || timeout->tv_nsec != 0);
+    const int ready = next(fds, count, timeout, mask);
+    endWait(&wait);
     return ready;
 }
