@@ -48,6 +48,14 @@ struct Disk {
 Disk disk;
 int readError = 0;  ///< errno of every read; 0 if reads succeed
 int chmodError = 0; ///< errno of every change of a mode; 0 if they succeed
+int callsLeft = -1; ///< calls of a save before the one that fails with EIO; negative if none fails
+
+/** @return true for the call that fails */
+bool fails()
+{
+    errno = EIO;
+    return callsLeft-- == 0;
+}
 
 void put(const QString &path, const QByteArray &bytes)
 {
@@ -77,6 +85,10 @@ int __wrap_fchmod(int fd, mode_t mode)
 ssize_t __real_pwrite64(int fd, const void *bytes, size_t count, off_t offset);
 ssize_t __wrap_pwrite64(int fd, const void *bytes, size_t count, off_t offset)
 {
+    if (fails())
+        return -1;
+    if (callsLeft >= 0)
+        count = (count + 1) / 2; // so that a later call can fail halfway
     const auto length = static_cast<qsizetype>(count);
     QByteArray data = disk.data;
     data.replace(offset, length, static_cast<const char *>(bytes), length);
@@ -87,6 +99,8 @@ ssize_t __wrap_pwrite64(int fd, const void *bytes, size_t count, off_t offset)
 int __real_ftruncate64(int fd, off_t length);
 int __wrap_ftruncate64(int fd, off_t length)
 {
+    if (fails())
+        return -1;
     disk.change(disk.data.left(length).leftJustified(disk.data.size(), '\0'), length);
     return __real_ftruncate64(fd, length);
 }
@@ -94,6 +108,8 @@ int __wrap_ftruncate64(int fd, off_t length)
 int __real_fsync(int fd);
 int __wrap_fsync(int fd)
 {
+    if (fails())
+        return -1;
     disk.sync();
     return __real_fsync(fd);
 }
@@ -107,6 +123,8 @@ private slots:
     void init() { m_directory.reset(new QTemporaryDir); }
     void powerCutLeavesOldOrNewValues_data();
     void powerCutLeavesOldOrNewValues();
+    void failedSaveKeepsTheOldContent_data() { powerCutLeavesOldOrNewValues_data(); }
+    void failedSaveKeepsTheOldContent();
     void savesDespiteErrors();
     void followsALinkToARegularFile();
     void logsFailuresIfEnabled();
@@ -151,6 +169,21 @@ void LineFileTest::powerCutLeavesOldOrNewValues()
                           : values == paramlist::parseLines(before).mid(0, paramlist::DialUpCount)),
                  content.toPercentEncoding());
     }
+}
+
+void LineFileTest::failedSaveKeepsTheOldContent()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    int failures = 0;
+    for (bool isSaved = false; !isSaved; ++failures) {
+        put(path("f"), before);
+        callsLeft = failures;
+        isSaved = linefile::write(path("f"), QString::fromLatin1(after.chopped(1)).split('\n'));
+        callsLeft = -1;
+        QCOMPARE(linefile::read(path("f")).bytes, isSaved ? after : before);
+    }
+    QVERIFY(failures > 5);
 }
 
 void LineFileTest::savesDespiteErrors()
