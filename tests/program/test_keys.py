@@ -175,10 +175,11 @@ def test_exit_with_the_keys_up(keyed: PrivateRoot) -> None:
     assert keyed.content(PARAMETERS).splitlines()[FIELDS.index(PIN)] == b"0471"
 
 
-def test_field_touched_twice(roots: Roots) -> None:
+@pytest.mark.parametrize("size", SIZES, ids=str)
+def test_field_touched_twice(roots: Roots, size: tuple[int, int]) -> None:
     """Touch a field twice, then type: a double-click would select a word, and the key would replace
     it. Use VNC, because the inspector's clicks are too far apart for a double-click."""
-    root = roots.started(setup=SETUP)
+    root = roots.started(size=size, setup=SETUP)
     x, y, _, height = root.panel.field(USER)["rect"]
     with Viewer(connect(root.run / SOCKET, 5)) as viewer:
         for _ in range(2):
