@@ -36,10 +36,7 @@ constexpr Message Messages[] = {
      "correct user name and password on the panel, then touch Connect"},
     {"refused this PIN once", "the SIM has refused the stored PIN",
      "correct the PIN on the panel, then touch Connect"},
-    {"asks for the PUK", "the SIM is blocked and asks for its PUK",
-     "get the PUK from the network operator; put the SIM into a phone, enter the PUK and a new PIN "
-     "there; "
-     "then enter this PIN on the panel"},
+    {"asks for the PUK", "the SIM is blocked and asks for its PUK", PukRemedy},
     {"belongs to another USB device", "/dev/ttyUSB0 belongs to another USB device",
      "unplug that device, then plug the dongle in again"},
     {"Failed to open /dev/", "pppd could not open the dongle's port", "plug the dongle in"},
@@ -61,8 +58,7 @@ DialFailure chatFailure(int status)
     if (const QString answer = aborts.value(status - Timeout - 1); !answer.isEmpty())
         return {"the modem has answered " + answer + " to chat",
                 "compare PIN and APN with the network operator's data, and check the SIM; "
-                "journalctl -t "
-                "chat shows the refused command"};
+                "journalctl -t chat shows the refused command"};
     return {QString("chat has failed with status %1").arg(status),
             "plug the dongle in again; journalctl -t chat shows the commands"};
 }

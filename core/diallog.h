@@ -11,6 +11,11 @@ struct DialFailure {
     QString remedy; ///< what to do, without a full stop
 };
 
+/** What to do when the SIM asks for its PUK. */
+inline constexpr char PukRemedy[] =
+    "get the PUK from the network operator; put the SIM into a phone, enter the PUK and a new PIN "
+    "there; then enter this PIN on the panel";
+
 /**
  * Find the last message in pppd's log that gives the result of a dial.
  * @param log end of the log

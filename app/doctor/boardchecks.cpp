@@ -27,8 +27,6 @@ using namespace boardpaths;
 constexpr char Framebuffer[] = "/dev/fb0";
 constexpr char Font[] = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc";
 constexpr char LinkName[] = "ppp0";
-constexpr char Rewrite[] = "run corvanta-provision with apn= and the APN, which writes this "
-                           "file again, then touch Connect on the panel";
 constexpr auto Others = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
 constexpr qint64 FirstDialS = 10; // A pppd younger than this may still get an answer.
 constexpr unsigned long MinFreeBytes = 65536;
@@ -56,18 +54,21 @@ void checkDirectory(Page &page, const QString &path)
                path + " can be written");
 }
 
-void checkGenerated(Page &page, const storedvalues::File &file, bool isUp)
+void checkGenerated(Page &page, const storedvalues::File &file, QString apn, bool isUp)
 {
     const QString path = file.path;
+    // corvanta-provision writes all files, even if the value is the stored one.
+    const QString remedy = "run corvanta-provision 'apn=" + apn.replace("'", "'\\''") +
+                           "', then touch Connect on the panel";
     const auto found = storedvalues::compare(file);
     const bool differs = found == storedvalues::Agreement::Differs;
     const bool isOlder = changed(path) < changed(ParameterFile);
     page.check(
         {{found == storedvalues::Agreement::Missing, path + " does not exist, so pppd cannot dial",
-          Rewrite},
+          remedy},
          {differs && isOlder, path + " is older than the stored parameters and differs from them",
-          Rewrite, isUp ? Warning : Failure},
-         {differs, path + " differs from the stored parameters", Rewrite, Warning}},
+          remedy, isUp ? Warning : Failure},
+         {differs, path + " differs from the stored parameters", remedy, Warning}},
         path + " agrees with the stored parameters");
 }
 
@@ -148,7 +149,7 @@ void checkParameters(Page &page)
         page.check({{!finding.dials, finding.text, "correct it on the panel"},
                     {!isUp, finding.text, "compare it with the network operator's data", Warning}});
     for (const storedvalues::File &file : storedvalues::generatedFiles(values))
-        checkGenerated(page, file, isUp);
+        checkGenerated(page, file, values.dialUp.apn, isUp);
 }
 
 void checkLink(Page &page, bool reach)

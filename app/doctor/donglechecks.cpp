@@ -1,5 +1,6 @@
 #include "app/doctor/checks.h"
 #include "core/boardpaths.h"
+#include "core/diallog.h"
 #include "core/dongleid.h"
 #include "io/atport.h"
 #include "io/processlist.h"
@@ -45,10 +46,7 @@ constexpr Response Responses[] = {
     {Sim, "^(stored|refused)?$", Failure, "the modem does not answer", PlugAgain},
     {Sim, "PH-", Failure, "the dongle is locked to another network or SIM",
      "ask its vendor for the unlock code, or use another dongle"},
-    {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK",
-     "get the PUK from the network operator; put the SIM into a phone, enter the PUK and a new PIN "
-     "there; "
-     "then enter this PIN on the panel"},
+    {Sim, "SIM PUK", Failure, "the SIM is blocked and asks for its PUK", PukRemedy},
     {Sim, "SIM PIN.*refused", Failure, "the SIM has refused the stored PIN", EnterPin},
     {Sim, "SIM PIN.*stored", Ok, "the SIM asks for its PIN, which the chat script sends"},
     {Sim, "SIM PIN", Failure, "the SIM asks for its PIN, and none is stored", EnterPin},

@@ -56,7 +56,8 @@ CAUSES = {
     "too short": (f"echo internet >{PARAMETERS}", 1, "has 1 of 6 lines"),
     "no password": (f"{PROVISION} password= >/dev/null", 1, "password is empty and user is not"),
     "older script": (f"sed -i s/internet/web/ {PARAMETERS}; touch -d 1990-01-01 {CHAT_SCRIPT}", 1,
-                     f"{CHAT_SCRIPT} is older than the stored parameters"),
+                     f"{CHAT_SCRIPT} is older than the stored parameters and differs from them. "
+                     "To do: run corvanta-provision 'apn=web'"),
     "no script": (f"rm {CHAT_SCRIPT}", 1, f"{CHAT_SCRIPT} does not exist"),
     "open to others": (f"chmod 644 {PARAMETERS}", 0, f"other users can access {PARAMETERS}"),
     "read-only": ("rm -r /quenfold/configs; ln -s /readonly /quenfold/configs", 1, "is read-only"),
