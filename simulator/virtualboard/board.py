@@ -25,7 +25,7 @@ from virtualboard.process import RECORD, Process
 from virtualboard.program import Program
 from virtualboard.records import Records
 
-UP_SECONDS = 300  # a boot takes 40 s of the clock of the board, and longer on a busy host
+UP_SECONDS = 300  # a boot takes 40 s of the board's clock, and longer on a busy host
 INSTALL_SECONDS = 180
 LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, because each dump slows the board
 
