@@ -54,10 +54,11 @@ TABLES: dict[str, list[Group]] = {"Compared with the baseline": [
     # While the keyboard is shown, the blinking text cursor causes two wakeups per second.
     (measures.idle, [Row(f"wakeups in 60 s: {state}", 122 if state == "keyboard shown" else 0)
                      for state in IDLE_STATES]),
-    (measures.actions, [
+    (measures.checks, [
         Row("link check, status page hidden, CPU time, ms", 1.05, REFERENCE),
-        Row("link check, status page shown, CPU time, ms", 1.05, REFERENCE),
-        Row("Connect touched to pppd started, CPU time, ms", 1.2, REFERENCE)]),
+        Row("link check, status page shown, CPU time, ms", 1.05, REFERENCE)]),
+    (measures.connects, [
+        Row("Connect touched to pppd started, CPU time, ms", 1.2, FLOOR)]),
 ], f"On the simulated board ({ARCH.name})": [
     (partial(boot, SIZES[1]), [
         Row("boot, kernel's first line to setting page, s"),

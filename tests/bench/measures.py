@@ -63,38 +63,42 @@ def start_instructions(rounds: int) -> list[Pairs]:
     return [[(ours, theirs[at]) for ours, *theirs in measured] for at in range(2)]
 
 
-def reference(work: str) -> float:
-    """Return the CPU time of the C reference in ms. @param work "check" or "connect" """
-    with BenchRoot(FLOOR, argument=work) as root:
-        root.run_to_end()
-        first, second = root.waits()
-        return (second.cpu - first.cpu) / MS
-
-
-def action_costs() -> tuple[int, ...]:
-    """Return the CPU time in ns of a link check with the status page hidden and shown, then from
-    the touch on Connect until the start of pppd."""
+def check_costs() -> tuple[float, ...]:
+    """Return the CPU time in ms of a link check with the status page hidden and shown, then of the
+    C reference. Each is the second of its kind."""
     with BenchRoot() as root:
         root.launch()
-        root.do(root.signal, SIGUSR1)  # loads what later checks use
+        root.do(root.signal, SIGUSR1)
         costs = []
         for page in (SETTING, STATUS):
             before = root.do(root.touch, page).cpu
-            costs.append(root.do(root.signal, SIGUSR1).cpu - before)
+            costs.append((root.do(root.signal, SIGUSR1).cpu - before) / MS)
+    with BenchRoot(FLOOR, argument="check") as root:
+        root.run_to_end()
+        first, second = root.waits()
+        return *costs, (second.cpu - first.cpu) / MS
+
+
+def checks(rounds: int) -> list[Pairs]:
+    measured = [check_costs() for _ in range(rounds)]
+    return [[(costs[at], costs[2]) for costs in measured] for at in range(2)]
+
+
+def connect_cost(program: str) -> float:
+    """Return the CPU time in ms from a touch on Connect until the start of pppd."""
+    with BenchRoot(program) as root:
+        root.launch()
         root.do(root.touch, MISC)
         before = root.do(root.touch, "YES").cpu
         time.sleep(BUTTON_GUARD_SECONDS)
         root.touch("Connect")
         dialled = root.wait_calls("pppd", 1).time * 1e9
         root.wait_until(lambda: root.waits()[-1].begin > dialled, LIMIT_SECONDS, "the event loop")
-        after = next(wait for wait in root.waits() if wait.begin > dialled)
-        return *costs, after.cpu - before
+        return (next(wait for wait in root.waits() if wait.begin > dialled).cpu - before) / MS
 
 
-def actions(rounds: int) -> list[Pairs]:
-    measured = [(action_costs(), (reference("check"), reference("check"), reference("connect")))
-                for _ in range(rounds)]
-    return [[(ours[at] / MS, theirs[at]) for ours, theirs in measured] for at in range(3)]
+def connects(rounds: int) -> list[Pairs]:
+    return [[(connect_cost(PROGRAM), connect_cost(FLOOR)) for _ in range(rounds)]]
 
 
 def idle(_: int) -> list[Pairs]:

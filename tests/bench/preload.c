@@ -118,9 +118,17 @@ static void store(const struct wait *wait)
 /** Return 1 for a call by the main thread, but not by QProcess. @param caller its return address */
 static int isRecorded(void *caller)
 {
+    static void *known[2]; /* the last callers, because dladdr() is slow: of QProcess, of GLib */
+    if (gettid() != getpid())
+        return 0;
+    for (int recorded = 0; recorded < 2; ++recorded)
+        if (caller == known[recorded])
+            return recorded;
     Dl_info library;
-    return gettid() == getpid() && dladdr(caller, &library) != 0 &&
-           strstr(library.dli_fname, "/libQt6Core.") == NULL;
+    const int recorded =
+        dladdr(caller, &library) != 0 && strstr(library.dli_fname, "/libQt6Core.") == NULL;
+    known[recorded] = caller;
+    return recorded;
 }
 
 /** Start an entry of the journal. @param blocks 0 if the call returns at once */
@@ -145,7 +153,9 @@ static void endWait(struct wait *wait)
 
 int poll(struct pollfd *fds, nfds_t count, int timeout) /* GLib of Debian 12 */
 {
-    int (*next)(struct pollfd *, nfds_t, int) = dlsym(RTLD_NEXT, "poll");
+    static int (*next)(struct pollfd *, nfds_t, int);
+    if (next == NULL)
+        next = dlsym(RTLD_NEXT, "poll");
     if (!isRecorded(__builtin_return_address(0)))
         return next(fds, count, timeout);
     struct wait wait = beginWait(timeout != 0);
@@ -156,8 +166,9 @@ int poll(struct pollfd *fds, nfds_t count, int timeout) /* GLib of Debian 12 */
 
 int ppoll(struct pollfd *fds, nfds_t count, const struct timespec *timeout, const sigset_t *mask)
 { /* GLib of Debian 13 */
-    int (*next)(struct pollfd *, nfds_t, const struct timespec *, const sigset_t *) =
-        dlsym(RTLD_NEXT, "ppoll");
+    static int (*next)(struct pollfd *, nfds_t, const struct timespec *, const sigset_t *);
+    if (next == NULL)
+        next = dlsym(RTLD_NEXT, "ppoll");
     if (!isRecorded(__builtin_return_address(0)))
         return next(fds, count, timeout, mask);
     struct wait wait = beginWait(timeout == NULL || timeout->tv_sec != 0 || timeout->tv_nsec != 0);

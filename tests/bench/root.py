@@ -142,8 +142,8 @@ class BenchRoot(PrivateRoot):
 
 @cache
 def places() -> dict[str, tuple[int, int]]:
-    """Return the positions of the items to touch, in pixels. Exit is at the same position in the
-    baseline program."""
+    """Return the positions of the items to touch, in pixels. Buttons and tabs are at the same
+    positions in the baseline program."""
     with BenchRoot(inspected=True) as root:
         root.launch()
         panel = root.panel
