@@ -8,7 +8,7 @@ import subprocess
 import sys
 import time
 from collections.abc import Iterator
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import Future, ThreadPoolExecutor
 from pathlib import Path
 
 from host.architecture import ARCH, ARCHITECTURES, VARIABLE
@@ -202,28 +202,25 @@ class Session:
 
 
 class Gallery:
-    """Screenshots of the main screens in every language on every panel, on separate boards."""
+    """Screenshots of the main screens in every language, on a separate board per panel size."""
 
     def __init__(self) -> None:
         self.screenshots: list[Path] = []
-        self._wanted = True
-        self._board: Board | None = None
+        self._boards = [Board(size, f"gallery-{size[0]}x{size[1]}") for size in SIZES]
 
-    def run(self) -> None:
-        for size in SIZES:
-            self._board = Board(size, f"gallery-{size[0]}x{size[1]}")
-            if not self._wanted:
-                return
-            with self._board as board:
-                board.guest.write(PARAMETERS, STORED)
-                for language in LANGUAGES:
-                    self._photograph(board, language)
+    def start(self, threads: ThreadPoolExecutor) -> list[Future[None]]:
+        return [threads.submit(self._run, board) for board in self._boards]
 
     def stop(self) -> None:
-        """Make run() in another thread return soon. After the run, this has no effect."""
-        self._wanted = False
-        if self._board:
-            self._board.cut_power()
+        """Make the threads end soon. After the run, this has no effect."""
+        for board in self._boards:
+            board.cut_power()
+
+    def _run(self, board: Board) -> None:
+        with board:
+            board.guest.write(PARAMETERS, STORED)
+            for language in LANGUAGES:
+                self._photograph(board, language)
 
     def _photograph(self, board: Board, language: int) -> None:
         text, panel = Texts(language), board.panel
@@ -242,9 +239,7 @@ class Gallery:
             self._save_screenshot(board, language, what)
         panel.raise_keys(text(PIN), START_SECONDS)
         self._save_screenshot(board, language, "typing")
-        panel.put_keys_away(timeout=START_SECONDS)
-        panel.press(text("Exit"))
-        assert board.program.wait_end(START_SECONDS) == 0, "exit status 0"
+        board.program.stop()
         board.dongle.unplug()
 
     def _save_screenshot(self, board: Board, language: int, what: str) -> None:
@@ -270,13 +265,14 @@ def interactive(board: Board, language: int, port: int) -> None:
 def run_all(size: tuple[int, int], language: int) -> None:
     """Run the session and the gallery in parallel. @raise BoardError if a step fails"""
     gallery = Gallery()
-    with ThreadPoolExecutor(1) as thread, Board(size, "session") as board:
-        running = thread.submit(gallery.run)
+    with ThreadPoolExecutor() as threads, Board(size, "session") as board:
+        running = gallery.start(threads)
         session = Session(board, language)
         try:
             session.run()
             with session.timed("the main screens in every language on every panel"):
-                running.result()
+                for photographed in running:
+                    photographed.result()
         finally:
             gallery.stop()
             for path in (*session.screenshots, *gallery.screenshots):
