@@ -18,7 +18,6 @@ CONTENTS = {
     f"corvanta_*_{ARCH.name}.deb": PACKAGE,
     "simulator/programs/modem/modemsim": "modemsim",
     "simulator/programs/chip/chipsim": "chipsim",
-    "simulator/programs/chip/chipcheck": "chipcheck",
     "simulator/programs/inspector/plugins/generic/libinspector.so":
         "plugins/generic/libinspector.so",
 }

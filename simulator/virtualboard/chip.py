@@ -36,28 +36,21 @@ class Chip:
     def __init__(self, guest: Guest) -> None:
         self._guest = guest
 
-    def put_in(self, parameters: Mapping[int, int] | None = None, *, marker: bool = True,
-               fault: str | None = None) -> None:
+    def put_in(self, parameters: Mapping[int, int], fault: str | None = None) -> None:
         """
         Insert a chip with an empty log; it replaces any earlier chip.
 
         @param parameters  values, 0 to 65535, by index, 0 to 99; all others are 0
-        @param marker  true to create the file without which the program does not read the chip
         @param fault  one of FAULTS: "missing" inserts no chip, "slow" delays every message by
                SLOW_MS, and chipsim.cpp describes the others
         @raise BoardError when the device does not appear
         """
         words = [fault or "none", str(SLOW_MS if fault == "slow" else 0),
-                 *(f"{index}={value}" for index, value in (parameters or {}).items())]
-        mark = "touch" if marker else "rm -f"
+                 *(f"{index}={value}" for index, value in parameters.items())]
         put_in = "" if fault == "missing" else PUT_IN % shlex.join(words)
         # One command for everything, because each command takes the board noticeable time.
-        self._guest.sh(f"{TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; {mark} {CHIP_MARKER}\n"
+        self._guest.sh(f"{TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; touch {CHIP_MARKER}\n"
                        f"{put_in}")
-
-    def take_out(self) -> None:
-        """Remove the chip, if there is one, but keep its log."""
-        self._guest.sh(TAKE_OUT)
 
     def log(self) -> list[str]:
         """Return the chip's log entries without times, in the format described in chipsim.cpp."""
