@@ -70,8 +70,7 @@ Record = Callable[[str, object], None]
 
 
 def test_from_connect_to_disconnect(board: OperatedBoard) -> None:
-    modem = {"sim.pin": "1234", "auth": "chap", "user": "guest", "password": "password",
-             "csq": "17,99"}
+    modem = {"sim.pin": "1234", "auth": "chap", "user": "guest", "password": "password"}
     board.provide(modem, stored_parameters("web.example", "*99***1#", "guest", "password", "1234"))
     board.panel.invoke("Makeup", "checkSignalStrength", 1)
     board.wait("the signal", SOON_SECONDS, lambda screen: any(

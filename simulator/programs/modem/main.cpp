@@ -1,7 +1,11 @@
 // modemsim: simulates the dongle (a USB modem stick) on a serial line, and the network behind it.
 //
 // When the dongle is unplugged, the line hangs up. This ends the call and resets the modem, which
-// waits until the line can be opened again. The log has command lines and replies in double quotes:
+// waits until the line can be opened again.
+//
+// PORT is the serial line. DIRECTORY has the files scenario, modem.log and network.log; its
+// subdirectory ppp has the secrets of the network, which runs NETWORK, its pppd, in namespaces
+// where these secrets are in /etc/ppp. modem.log has command lines and replies in double quotes:
 //
 //     12.345 heard "AT+CSQ"
 //     12.346 reply "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
@@ -30,19 +34,13 @@ using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds ReopenPause{200};
 constexpr milliseconds BytePause{10}; // after each byte (answer=pieces)
-constexpr std::size_t LongestLine = 1024;
 constexpr char FrameFlag = 0x7e;
 constexpr char Ipcp[] = "\x80\x21"; // protocol number; PPP frames never escape these bytes
 
 constexpr char Usage[] =
     "Usage: modemsim PORT DIRECTORY NETWORK\n"
     "       modemsim --check-scenario FILE\n"
-    "Simulate the dongle (a USB modem) on a serial line, and the network behind it.\n\n"
-    "  PORT       serial line\n"
-    "  DIRECTORY  directory of the files scenario, modem.log and network.log; its\n"
-    "             subdirectory ppp has the secrets of the network\n"
-    "  NETWORK    pppd of the network, in namespaces where these secrets are in /etc/ppp\n\n"
-    "  --check-scenario FILE  check a scenario file and exit\n\n"
+    "Simulate the dongle (a USB modem) on a serial line, and the network behind it.\n"
     "A scenario has lines of KEY=VALUE. The keys, with their values and (defaults):\n";
 
 std::string printable(const std::string &bytes)
@@ -75,14 +73,10 @@ public:
         for (;;) {
             if (!m_port.isOpen())
                 awaitPort();
-            pollfd entries[] = {{m_port.get(), POLLIN, 0},
-                                {m_network.line(), POLLIN, 0},
-                                {m_network.process(), POLLIN, 0}};
+            pollfd entries[] = {{m_port.get(), POLLIN, 0}, {m_network.line(), POLLIN, 0}};
             ::poll(entries, std::size(entries), -1);
             if (entries[1].revents != 0)
-                modem::writeTerminal(m_port, m_network.receive());
-            if (entries[2].revents != 0 && !finishCall().callerLeft)
-                say("\r\nNO CARRIER\r\n");
+                hearNetwork();
             if ((entries[0].revents & (POLLHUP | POLLERR)) != 0)
                 losePort();
             else if (entries[0].revents != 0)
@@ -121,7 +115,7 @@ private:
                 return relay(bytes.substr(i));
             if (bytes[i] == '\r')
                 execute(std::exchange(m_typed, {}));
-            else if (m_typed.size() < LongestLine)
+            else
                 m_typed += bytes[i];
         }
     }
@@ -141,19 +135,21 @@ private:
         if (reply.dialled) {
             log("event dialled, apn \"" + m_modem.apn() + "\", " +
                 (reply.connected ? "connected" : "refused"));
-            std::this_thread::sleep_for(milliseconds(modem::number(m_scenario, "dial_ms")));
+            std::this_thread::sleep_for(milliseconds(std::stoi(m_scenario["dial_ms"])));
         }
         if (!reply.text.empty())
             say(reply.text);
-        if (reply.connected)
-            startCall();
+        if (reply.connected) {
+            m_network.start(m_scenario);
+            log("event network started");
+        }
     }
 
     void say(const std::string &text)
     {
         log("reply " + printable(text));
         if (m_scenario["answer"] == "slow")
-            std::this_thread::sleep_for(milliseconds(modem::number(m_scenario, "delay_ms")));
+            std::this_thread::sleep_for(milliseconds(std::stoi(m_scenario["delay_ms"])));
         if (m_scenario["answer"] != "pieces")
             return modem::writeTerminal(m_port, text);
         for (const char byte : text) {
@@ -162,11 +158,16 @@ private:
         }
     }
 
-    void startCall()
+    /** Forward the network's bytes to the caller. If the network has hung up, end the call. */
+    void hearNetwork()
     {
-        const std::string error = m_network.start(m_scenario);
-        log("event " +
-            (error.empty() ? "network started, pid " + std::to_string(m_network.pid()) : error));
+        const std::string bytes = m_network.receive();
+        if (!bytes.empty())
+            return modem::writeTerminal(m_port, bytes);
+        const int status = finishCall();
+        // pppd(8), EXIT STATUS: negotiation failed, no reply to echo requests, modem hung up.
+        if (status != 10 && status != 15 && status != 16)
+            say("\r\nNO CARRIER\r\n");
     }
 
     /** Forward a caller's bytes to the network. A command line among them ends the call. */
@@ -197,12 +198,14 @@ private:
         finishCall();
     }
 
-    modem::Network::End finishCall()
+    /** @return exit status of the network's pppd, or 0 if a signal has killed it */
+    int finishCall()
     {
-        modem::Network::End end = m_network.finish();
-        log("event network ended, " + end.text);
+        const int status = m_network.finish();
+        log("event network ended, status " + std::to_string(status >> 8) + ", signal " +
+            std::to_string(status & 0x7f));
         m_typed.clear();
-        return end;
+        return WEXITSTATUS(status);
     }
 
     std::string m_path;

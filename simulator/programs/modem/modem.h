@@ -47,7 +47,7 @@ public:
             isOtherSim = isOtherSim || scenario.at(key) != m_scenario.at(key);
         m_scenario = scenario;
         if (isOtherSim) {
-            m_tries = number(scenario, "sim.tries");
+            m_tries = std::stoi(scenario.at("sim.tries"));
             m_verified = false;
         }
     }
@@ -88,7 +88,7 @@ private:
         if (name == "+CGDCONT")
             return setContext(argument);
         if (name == "+CSQ")
-            return information("+CSQ: " + m_scenario.at("csq"));
+            return information("+CSQ: 17,99");
         if ((name == "+CREG" || name == "+CGREG") && argument == "?")
             return information(name + ": 0," + registration());
         if (name == "+COPS" && simState() == "READY")

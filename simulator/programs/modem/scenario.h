@@ -1,9 +1,11 @@
 // The behaviour of the dongle and its network: lines of KEY=VALUE in a file.
 #pragma once
 
-#include <cstdlib>
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <map>
+#include <regex>
 #include <string>
 
 namespace modem
@@ -15,46 +17,27 @@ using Scenario = std::map<std::string, std::string>;
 struct ScenarioKey {
     const char *name;
     const char *usual;  ///< default
-    const char *values; ///< DIGITS, TEXT or words separated by |
+    const char *values; ///< regular expression
     const char *help;
 };
 
 constexpr ScenarioKey ScenarioKeys[] = {
     {"sim.present", "yes", "yes|no", "no: SIM commands and dial commands fail"},
-    {"sim.pin", "", "DIGITS", "PIN of the SIM card; empty: no PIN"},
-    {"sim.tries", "3", "0|1|2|3", "PIN attempts left; 0: the SIM card requires its PUK"},
+    {"sim.pin", "", "[0-9]*", "PIN of the SIM card; empty: no PIN"},
+    {"sim.tries", "3", "[0-3]", "PIN attempts left; 0: the SIM card requires its PUK"},
     {"answer", "normal", "normal|silent|echo|slow|pieces",
      "replies; echo: echo commands; pieces: byte by byte"},
-    {"delay_ms", "1000", "DIGITS", "delay of each slow reply"},
-    {"refused", "", "TEXT", "command that is answered with ERROR: Z, I, +CPIN"},
+    {"delay_ms", "1000", "[0-9]{1,5}", "delay of each slow reply"},
+    {"refused", "", ".*", "command that is answered with ERROR: Z, I, +CPIN"},
     {"dial", "connect", "connect|busy", "result of the dial command"},
-    {"dial_ms", "0", "DIGITS", "delay of the dial result"},
+    {"dial_ms", "0", "[0-9]{1,5}", "delay of the dial result"},
     {"registration", "home", "home|denied", "reply to +CREG? and +CGREG?"},
-    {"csq", "17,99", "TEXT", "RSSI and bit error rate"},
-    {"apn", "", "TEXT", "accepted APN; empty: any"},
+    {"apn", "", ".*", "accepted APN; empty: any"},
     {"auth", "none", "none|pap|chap", "authentication that the network requires"},
-    {"user", "", "TEXT", "accepted user name"},
-    {"password", "", "TEXT", "its password"},
+    {"user", "", ".*", "accepted user name"},
+    {"password", "", ".*", "its password"},
     {"ipcp", "yes", "yes|no", "no: the caller's IPCP packets are lost"},
 };
-
-inline const ScenarioKey *findKey(const std::string &name)
-{
-    for (const ScenarioKey &key : ScenarioKeys) {
-        if (key.name == name)
-            return &key;
-    }
-    return nullptr;
-}
-
-inline bool isValid(const std::string &value, const std::string &values)
-{
-    constexpr std::size_t MaxDigits = 8;
-    if (values == "DIGITS")
-        return value.size() <= MaxDigits &&
-               value.find_first_not_of("0123456789") == std::string::npos;
-    return values == "TEXT" || ('|' + values + '|').find('|' + value + '|') != std::string::npos;
-}
 
 /**
  * Read a scenario file. Keys that are not in it, or all if there is no file, get their defaults.
@@ -68,23 +51,17 @@ inline std::string readScenario(const std::string &path, Scenario &scenario)
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         const std::size_t equals = line.find('=');
-        const std::string name = line.substr(0, equals);
-        const ScenarioKey *key = findKey(name);
-        if (line.empty())
-            continue;
-        if (key == nullptr || equals == std::string::npos)
+        const auto key = std::find_if(
+            std::begin(ScenarioKeys), std::end(ScenarioKeys),
+            [&](const ScenarioKey &known) { return line.substr(0, equals) == known.name; });
+        if (key == std::end(ScenarioKeys) || equals == std::string::npos)
             return "\"" + line + "\": no such key (modemsim --help lists them)";
-        scenario[name] = line.substr(equals + 1);
-        if (!isValid(scenario[name], key->values))
-            return "\"" + line + "\": the value must be " + key->values;
+        const std::string value = line.substr(equals + 1);
+        if (!std::regex_match(value, std::regex(key->values)))
+            return "\"" + line + "\": the value must match " + key->values;
+        scenario[key->name] = value;
     }
     return {};
-}
-
-/** @return the value of a key as a number; 0 if it is empty */
-inline int number(const Scenario &scenario, const std::string &key)
-{
-    return std::atoi(scenario.at(key).c_str());
 }
 
 } // namespace modem

@@ -11,9 +11,16 @@
 namespace modem
 {
 
+inline void makeRaw(termios &modes)
+{
+    ::cfmakeraw(&modes);
+    modes.c_cflag |= CLOCAL | CREAD;
+    ::cfsetspeed(&modes, B115200);
+}
+
 /**
  * Open a terminal in raw mode, but not as the controlling terminal.
- * @return the descriptor; after an error a closed one, with errno set
+ * @return the descriptor; after an error a closed one
  */
 inline FileDescriptor openTerminal(const std::string &path)
 {
@@ -21,11 +28,8 @@ inline FileDescriptor openTerminal(const std::string &path)
     termios modes = {};
     if (::tcgetattr(terminal.get(), &modes) == -1)
         return FileDescriptor();
-    ::cfmakeraw(&modes);
-    modes.c_cflag |= CLOCAL | CREAD;
-    ::cfsetspeed(&modes, B115200);
-    if (::tcsetattr(terminal.get(), TCSANOW, &modes) == -1)
-        return FileDescriptor();
+    makeRaw(modes);
+    ::tcsetattr(terminal.get(), TCSANOW, &modes);
     return terminal;
 }
 
