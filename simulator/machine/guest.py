@@ -10,7 +10,6 @@ from pathlib import Path
 from host.errors import BoardError
 from host.sockets import connect
 
-CONNECT_SECONDS = 30
 SECONDS = 30  # default timeout
 # Time that the agent needs after the timeout to kill a command and send its output.
 GRACE_SECONDS = 10
@@ -44,7 +43,7 @@ class Guest:
     def __init__(self, path: Path) -> None:
         """Connect to the agent's socket."""
         try:
-            self._socket = connect(path, CONNECT_SECONDS)
+            self._socket = connect(path)
         except OSError as error:
             raise BoardError(f"the board does not answer: {error.strerror}") from error
 
@@ -90,11 +89,6 @@ class Guest:
         @raise OSError with the board's errno
         """
         return self._served("ask", socket, b"\0" + question, seconds)
-
-    def interrupt(self) -> bytes:
-        """Kill the commands of run() after a KeyboardInterrupt. @return their output so far"""
-        self._socket.sendall(b"\n")
-        return self._receive(SECONDS).output
 
     def _served(self, verb: str, path: str, body: bytes, seconds: float) -> bytes:
         done = self._ask(verb, path.encode() + body, seconds)

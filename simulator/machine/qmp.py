@@ -3,32 +3,25 @@
 import json
 import shlex
 import time
-from collections.abc import Callable
 from pathlib import Path
 from typing import Any
 
 from host.errors import BoardError
 from host.sockets import connect
 
-CONNECT_SECONDS = 30
+CONNECT_SECONDS = 15
 ANSWER_SECONDS = 30
-LOOK_SECONDS = 0.5  # interval of the checks for a failed start of QEMU
 
 
 class Qmp:
     """A connection to QEMU, which serves one connection at a time."""
 
-    def __init__(self, path: Path, alive: Callable[[], bool]) -> None:
-        """Connect to QEMU. @param alive  returns true while QEMU runs"""
-        deadline = time.monotonic() + CONNECT_SECONDS
-        while True:
-            try:
-                self._socket = connect(path, LOOK_SECONDS)
-                break
-            except OSError as error:
-                if not alive() or time.monotonic() > deadline:
-                    raise BoardError("QEMU does not answer" if alive() else
-                                     "QEMU has exited during its start") from error
+    def __init__(self, path: Path) -> None:
+        """Connect to QEMU's socket."""
+        try:
+            self._socket = connect(path, CONNECT_SECONDS)
+        except OSError as error:
+            raise BoardError(f"QEMU does not answer: {error.strerror}") from error
         self._socket.settimeout(ANSWER_SECONDS)
         self._stream = self._socket.makefile("rb")
         self._reply()
@@ -39,10 +32,7 @@ class Qmp:
         self._socket.close()
 
     def _reply(self) -> dict[str, Any]:
-        try:
-            line = self._stream.readline()
-        except OSError as error:
-            raise BoardError(f"QEMU does not answer: {error}") from error
+        line = self._stream.readline()
         if not line:
             raise BoardError("QEMU has exited")
         reply: dict[str, Any] = json.loads(line)
@@ -59,14 +49,12 @@ class Qmp:
         request = json.dumps({"execute": name, "arguments": arguments}) + "\n"
         try:
             self._socket.sendall(request.encode())
+            while "return" not in (reply := self._reply()):
+                if "error" in reply:
+                    raise BoardError(f"QEMU: {name}: {reply['error']['desc']}")
         except OSError as error:
-            raise BoardError(f"QEMU has exited: {error}") from error
-        while True:
-            reply = self._reply()
-            if "error" in reply:
-                raise BoardError(f"QEMU: {name}: {reply['error']['desc']}")
-            if "return" in reply:
-                return reply["return"]
+            raise BoardError(f"QEMU does not answer: {error}") from error
+        return reply["return"]
 
     def save(self, file: Path) -> None:
         """Stop the machine and write its complete state to a file."""

@@ -148,7 +148,7 @@ class Board:
         """Resume or boot the machine, mount the disk with the programs, turn on the panel."""
         if self._power_cut or not self._process:
             raise BoardError("the board's power was cut")
-        self._connect(self._process)
+        self._connect()
         if state:
             self._qmp.resume()
         self.guest.sh("set -e; mountpoint -q /app || "
@@ -156,13 +156,13 @@ class Board:
                       + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                       + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
 
-    def _connect(self, process: Process) -> None:
+    def _connect(self) -> None:
         """Connect to QEMU and to the agent, and make the parts that use these connections.
 
         @raise BoardError with QEMU's output if one of them does not answer"""
         try:
             self._qmp = self._connections.enter_context(
-                closing(Qmp(self.directory / qemu.QMP_SOCKET, process.alive)))
+                closing(Qmp(self.directory / qemu.QMP_SOCKET)))
             self.guest = self._connections.enter_context(
                 closing(Guest(self.directory / qemu.AGENT_SOCKET)))
         except BoardError as error:
@@ -185,7 +185,7 @@ class Board:
             raise BoardError(f"no board named {run} runs: start one with simulator/board boot")
         board = cls(process.size, run, detached=True)
         board._process = process
-        board._connect(process)
+        board._connect()
         return board
 
     def detach(self) -> None:

@@ -84,11 +84,7 @@ def _find(board: Board, text: str) -> tuple[int, int]:
 
 
 def do_sh(board: Board, chosen: Options) -> int:
-    try:
-        done = board.guest.run(" ".join(chosen.command), chosen.seconds)
-    except KeyboardInterrupt:
-        sys.stdout.buffer.write(board.guest.interrupt())
-        raise
+    done = board.guest.run(" ".join(chosen.command), chosen.seconds)
     sys.stdout.buffer.write(done.output)
     if done.status == TOOK_TOO_LONG:
         raise BoardError(f"the command was killed after {chosen.seconds:g} s")

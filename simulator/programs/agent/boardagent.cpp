@@ -4,7 +4,7 @@
 // "ID STATUS LENGTH" and LENGTH bytes. ID is any word. The verbs and their bytes:
 // - run: shell commands, run by bash as root; the reply has their exit status (128 + N for signal
 //   N, 256 when they took longer than SECONDS) and their output. The agent kills them then, and
-//   when the host disconnects or sends a newline or the next request before the reply;
+//   when the host disconnects or sends the next request before the reply;
 // - read: the path of a file; the reply has its content;
 // - write: a path, a NUL and the content, which replaces the file atomically;
 // - ask: the path of a Unix socket, a NUL and the data to send; the reply has the data received
@@ -83,8 +83,6 @@ Reply run(const std::string &commands, double seconds)
     const bool late = ::poll(events, 2, static_cast<int>(seconds * 1000)) == 0;
     if (events[0].revents == 0)
         ::kill(-child, SIGKILL);
-    if ((events[1].revents & POLLIN) != 0 && std::cin.peek() == '\n')
-        std::cin.ignore(); // Any other byte is the first one of the next request.
     int status = 0;
     ::waitpid(child, &status, 0);
     ::lseek(output, 0, SEEK_SET);
