@@ -16,8 +16,8 @@ PACKAGE = "corvanta.deb"  # its path on the disk
 # Files of the cross build, as globs, and their paths on the disk.
 CONTENTS = {
     f"corvanta_*_{ARCH.name}.deb": PACKAGE,
-    "simulator/programs/modem/modemsim": "modemsim",
-    "simulator/programs/chip/chipsim": "chipsim",
+    "simulator/modemsim": "modemsim",
+    "simulator/chipsim": "chipsim",
     "simulator/programs/inspector/plugins/generic/libinspector.so":
         "plugins/generic/libinspector.so",
 }

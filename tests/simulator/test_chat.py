@@ -61,7 +61,7 @@ def modem(directory: Path, scenario: str) -> Iterator[int]:
     network.chmod(0o755)
     terminal, line = pty.openpty()
     tty.setraw(line)
-    with subprocess.Popen([BUILD / "simulator/programs/modem/modemsim", os.ttyname(line), directory,
+    with subprocess.Popen([BUILD / "simulator/modemsim", os.ttyname(line), directory,
                            network]) as process:
         try:
             wait_for(directory / "modem.log", "line open")

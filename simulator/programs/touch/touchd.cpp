@@ -44,8 +44,8 @@ int grabPointer()
         }
         ::close(device);
     }
-    check(false, "touchd: no pointer");
-    return -1;
+    std::fputs("touchd: no pointer\n", stderr);
+    std::exit(1);
 }
 
 void addAxis(int screen, __u16 code, int maximum)
@@ -138,10 +138,6 @@ void serve(int pointer, int screen, int width, int height, bool isSingle)
 
 int main(int argc, char **argv)
 {
-    if (argc < 3) {
-        std::fputs("Usage: touchd WIDTH HEIGHT [single]\n", stderr);
-        return 2;
-    }
     const int width = std::atoi(argv[1]);
     const int height = std::atoi(argv[2]);
     const bool isSingle = argc > 3;
