@@ -1,14 +1,17 @@
-"""The files of a private root: those that the program reads, writes and runs."""
+"""The files of a private root: those that the program reads, writes and runs, and records of it."""
 
 from __future__ import annotations
 
 import shutil
 import stat
 import tempfile
-from collections.abc import Iterable
+from collections.abc import Callable, Iterable, Iterator
+from contextlib import contextmanager
 from pathlib import Path
+from typing import NamedTuple
 
 from panel.constants import CHIP_MARKER, DONGLE_PRODUCT, DONGLE_VENDOR, LANGUAGE
+from panel.patience import wait_until
 
 DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
 LINK_DOWN = "lo: flags=73\n"
@@ -23,10 +26,24 @@ CHIP = "spidev1.0"
 CHIP_BYTES = 32768
 LAUNCH = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
 BLOCK_ADDRESS = 4  # address of the parameters in the chip, 2 bytes each
+# Beginnings of lines that every start prints, from the platform plugin and about the chip.
+USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
+
+
+class Call(NamedTuple):
+    """One call of a program of the board."""
+
+    time: float  # seconds since the epoch
+    name: str
+    arguments: str
+
+    def __str__(self) -> str:
+        return f"{self.name} {self.arguments}".rstrip()
 
 
 class RootFiles:
-    """The directories of a private root on the host; remove() deletes them.
+    """The directories of a private root on the host, with the output of the program and the log of
+    its stand-ins; remove() deletes them.
 
     @param usb devices on the USB bus, in the format of fakes/fakeusb.c
     @param nodes names of device nodes in /dev, in addition to the usual ones
@@ -131,6 +148,61 @@ class RootFiles:
         stand_in = self.run / "bin" / name
         stand_in.unlink()
         stand_in.symlink_to(program or f"/usr/bin/{name}")
+
+    def calls(self, *names: str) -> list[Call]:
+        """Return the calls of the board's programs so far, in order.
+
+        @param names names of the programs; none for all"""
+        calls = []
+        for line in self.run.joinpath("calls").read_text().splitlines():
+            moment, name, *rest = line.split(" ", 2)
+            if not names or name in names:
+                calls.append(Call(float(moment), name, "".join(rest).rstrip()))
+        return calls
+
+    def commands(self, since: int = 0) -> list[str]:
+        """Return the calls as command lines, except for searches for a device node or the dongle.
+
+        @param since number of calls to skip"""
+        return [str(call) for call in self.calls()[since:] if call.name not in ("ls", "usb")]
+
+    def wait_calls(self, name: str, count: int, timeout: float = 5.0) -> Call:
+        """Wait until a program has been called `count` times. @return the last of these calls"""
+        self.wait_until(lambda: len(self.calls(name)) >= count, timeout,
+                        f"call {count} of {name}")
+        return self.calls(name)[count - 1]
+
+    def exit_status(self) -> int | None:
+        """Return the program's exit status as a shell reports it, or None while it runs."""
+        status = self.read("/testrun/status")
+        return int(status) if status else None
+
+    def wait_exit(self, timeout: float = 5.0) -> int | None:
+        self.wait_until(lambda: self.exit_status() is not None, timeout, "the program has exited")
+        return self.exit_status()
+
+    def errors(self) -> list[str]:
+        """Return the lines on standard error, except for those that every start prints."""
+        lines = self.run.joinpath("stderr").read_text(errors="replace").splitlines()
+        return [line for line in lines if not line.startswith(USUAL_OUTPUT)]
+
+    def report(self) -> str:
+        """Return the exit status, the last calls and the last errors, for a failure message."""
+        calls = "\n".join(f"  {call}" for call in self.calls()[-20:])
+        errors = "\n".join("  " + line for line in self.errors()[-20:])
+        return f"exit status {self.exit_status()}\nlast calls:\n{calls}\nerrors:\n{errors}"
+
+    @contextmanager
+    def reported(self) -> Iterator[None]:
+        """Add report() to the message of a failed wait."""
+        try:
+            yield
+        except AssertionError as error:
+            raise AssertionError(f"{error}\n{self.report()}") from None
+
+    def wait_until(self, condition: Callable[[], object], timeout: float, what: str) -> None:
+        with self.reported():
+            wait_until(condition, timeout, what)
 
     def remove(self) -> None:
         """Remove the directories, even if tests have removed their permissions."""

@@ -17,10 +17,10 @@ from contextlib import ExitStack
 
 from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES,
                              stored_parameters)
+from panel.patience import wait_until
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, VNC_PORT
-from privateroot.waiting import wait_until
 
 HOST = "127.0.0.1"
 INTERFACES = "/testrun/interfaces"

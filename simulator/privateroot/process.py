@@ -17,17 +17,19 @@ from typing import Any, Self
 
 from panel.constants import WITHOUT_KEYS
 from panel.panel import Panel, unix_request
+from panel.patience import wait_until
 from panel.screen import Screen
-from privateroot.files import CHIP, DEVICES
+from privateroot.files import CHIP, DEVICES, RootFiles
 from privateroot.procfs import ENDED, children, descendants, process_name
-from privateroot.record import RootRecord
-from privateroot.waiting import RootError, wait_until
 
 HERE = Path(__file__).resolve().parent
+# Names of processes that keep the root running (inside/session) or forward VNC connections, and of
+# one that has just exited.
+KEEPERS = ("session", "tail", "socat", "")
 BUILD = Path(os.environ.get("CORVANTA_BUILD", HERE.parents[1] / "build/native"))
 
 
-class PrivateRoot(RootRecord):
+class PrivateRoot(RootFiles):
     """A run of the program.
 
     After construction, set up files with host() and write(). Then start() runs the program, and
@@ -107,9 +109,9 @@ class PrivateRoot(RootRecord):
 
         @param shown true to wait until the main window is shown
         @param timeout seconds for the start of the process, and for the window
-        @raise RootError when the program does not start"""
+        @raise AssertionError when the program does not start"""
         info_read, info_write = os.pipe()
-        with open(info_read, "rb") as info, open(self.run / "bwrap", "wb") as errors:
+        with open(info_read, "rb") as info, open(self.run / "stderr", "wb") as errors:
             try:
                 self._bwrap = subprocess.Popen(
                     self._arguments(info_write), env=self._environment(), stdin=subprocess.DEVNULL,
@@ -118,9 +120,9 @@ class PrivateRoot(RootRecord):
                 os.close(info_write)
             described = info.read()
         if not described:
-            raise RootError("bwrap: " + self.run.joinpath("bwrap").read_text())
+            raise AssertionError(self.report())
         self._init = json.loads(described)["child-pid"]
-        wait_until(self._find_program, timeout, "the program running")
+        self.wait_until(self._find_program, timeout, "the program running")
         if shown:
             self.wait_shown(timeout)
         return self
@@ -128,8 +130,6 @@ class PrivateRoot(RootRecord):
     def _find_program(self) -> bool:
         if self.exit_status() is not None:
             return True
-        if self._bwrap is None or self._bwrap.poll() is not None:
-            raise RootError("bwrap: " + self.run.joinpath("bwrap").read_text())
         for session in children(self._init):
             for pid in children(session):
                 if process_name(pid) == "corvanta":
@@ -137,14 +137,12 @@ class PrivateRoot(RootRecord):
         return self.pid != 0
 
     def wait_shown(self, timeout: float = 10.0) -> None:
-        """Wait until the main window is shown. @raise RootError after the timeout"""
-        try:
-            self.wait(lambda screen: screen.main_window()["visible"], timeout, "the main window")
-        except AssertionError as error:
-            raise RootError(f"{error}\n{self.report()}") from None
+        """Wait until the main window is shown."""
+        self.wait(lambda screen: screen.main_window()["visible"], timeout, "the main window")
 
     def wait(self, predicate: Callable[[Screen], Any], timeout: float, what: str) -> None:
-        self.panel.wait(predicate, timeout, what)
+        with self.reported():
+            self.panel.wait(predicate, timeout, what)
 
     def signal(self, number: Signals) -> None:
         os.kill(self.pid, number)
@@ -177,19 +175,9 @@ class PrivateRoot(RootRecord):
 
     def processes(self) -> list[str]:
         """Return the sorted names of the processes in the root, except for the program and those
-        that keep the root running."""
-        return sorted(process_name(pid) for pid in descendants(self._init)
-                      if pid != self.pid and process_name(pid) and not self._keeps_root(pid))
-
-    def _keeps_root(self, pid: int) -> bool:
-        command = b""
-        while not command and process_name(pid) not in ENDED:  # empty during an exec
-            try:
-                command = Path(f"/proc/{pid}/cmdline").read_bytes()
-            except (FileNotFoundError, ProcessLookupError):
-                return True
-        # UNIX-LISTEN is in the command line of socat, which forwards VNC connections.
-        return any(word in command for word in (b"/testroot/session", b"infinity", b"UNIX-LISTEN"))
+        of KEEPERS."""
+        names = (process_name(pid) for pid in descendants(self._init) if pid != self.pid)
+        return sorted(name for name in names if name not in KEEPERS)
 
     def close(self) -> None:
         """Kill every process of the root and remove its files."""

@@ -10,10 +10,9 @@ import pytest
 from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, MISC,
                              PARAMETERS, PEER_FILE, SETTING, STORED)
 from panel.patience import patient
-from privateroot.files import LAUNCH
+from privateroot.files import LAUNCH, Call
 from privateroot.operating import AUTO, FAKETIME, SECONDS, connect, expect, leave
 from privateroot.process import PrivateRoot
-from privateroot.record import Call
 
 EXPECTED = Path(__file__).resolve().parent.parent / "expected"
 PEERS = {b"0": "peer-auto", b"1": "peer-pap", b"2": "peer-chap"}  # expected files by method

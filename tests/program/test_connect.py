@@ -11,10 +11,10 @@ from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, DIAL,
                              LOGS, MISC, PARAMETERS, PASSWORD, PEER_FILE, PIN, SETTING, STATUS,
                              STORED_AUTO, UNDETECTED, USER, stored_parameters)
 from panel.panel import Panel
+from panel.patience import wait_until
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
-from privateroot.waiting import wait_until
 from program.programtest import (FAST, Screenshot, clocks, expect_file, expect_period, fail,
                                  generated, stored)
 from program.conftest import Roots

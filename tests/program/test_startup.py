@@ -10,10 +10,10 @@ import pytest
 
 from panel.constants import (APN, AUTH, BUTTON_HEIGHTS, DONGLE_STATUS, GREEN, PASSWORD, RED,
                              UNDETECTED)
+from panel.patience import wait_until
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import wait_link
 from privateroot.procfs import processor_ticks
-from privateroot.waiting import wait_until
 from program.modem import Modem
 from program.programtest import Screenshot, clocks, expect_lasted, expect_period
 from program.conftest import Roots
