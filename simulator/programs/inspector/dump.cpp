@@ -18,17 +18,14 @@ struct Entry {
     const char *property;
 };
 
-constexpr Entry WindowEntries[] = {
-    {"visible", "visible"}, {"modal", "modal"}, {"modal", "modality"}, {"keys", "keys"}};
-constexpr Entry WidgetEntries[] = {
+constexpr Entry Entries[] = {
     {"visible", "visible"},  {"enabled", "enabled"},   {"focus", "focus"},
+    {"modal", "modal"},      {"modal", "modality"},    {"keys", "keys"},
     {"style", "styleSheet"}, {"text", "currentText"},  {"text", "plainText"},
     {"text", "text"},        {"checked", "checked"},   {"index", "currentIndex"},
     {"value", "value"},      {"minimum", "minimum"},   {"maximum", "maximum"},
     {"echo", "echoMode"},    {"format", "textFormat"},
 };
-// Reading these polishes the widget, so read them only from visible widgets.
-constexpr Entry LayoutEntries[] = {{"hint", "sizeHint"}, {"minimumHint", "minimumSizeHint"}};
 
 QJsonValue toJson(const QVariant &value)
 {
@@ -55,27 +52,33 @@ QJsonValue toJson(const QVariant &value)
     return QJsonValue::fromVariant(value);
 }
 
-template <std::size_t Count>
-void addEntries(QJsonObject &json, const QObject *object, const Entry (&entries)[Count])
+/** @param rect the object's rectangle on the screen */
+QJsonObject describe(const QObject *object, const QRect &rect)
 {
-    for (const Entry &entry : entries) {
+    QJsonObject json{{"class", object->metaObject()->className()}, {"rect", toJson(rect)}};
+    for (const Entry &entry : Entries) {
         const QVariant value = object->property(entry.property);
         if (value.isValid() && !json.contains(QLatin1String(entry.key)))
             json.insert(QLatin1String(entry.key), toJson(value));
     }
+    return json;
 }
 
-QJsonValue globalRect(const QWidget *widget, const QRect &local)
+QRect globalRect(const QWidget *widget, const QRect &local)
 {
-    return toJson(QRect(widget->mapToGlobal(local.topLeft()), local.size()));
+    return QRect(widget->mapToGlobal(local.topLeft()), local.size());
+}
+
+QJsonObject item(const QString &text, const QWidget *widget, const QRect &local)
+{
+    return {{"text", text}, {"rect", toJson(globalRect(widget, local))}};
 }
 
 QJsonArray tabs(const QTabBar *bar)
 {
     QJsonArray items;
     for (int i = 0; i < bar->count(); ++i)
-        items.append(
-            QJsonObject{{"text", bar->tabText(i)}, {"rect", globalRect(bar, bar->tabRect(i))}});
+        items.append(item(bar->tabText(i), bar, bar->tabRect(i)));
     return items;
 }
 
@@ -85,23 +88,21 @@ QJsonArray rows(const QAbstractItemView *view)
     const QAbstractItemModel *model = view->model();
     for (int row = 0; model != nullptr && row < model->rowCount(view->rootIndex()); ++row) {
         const QModelIndex index = model->index(row, 0, view->rootIndex());
-        items.append(QJsonObject{{"text", index.data().toString()},
-                                 {"rect", globalRect(view->viewport(), view->visualRect(index))}});
+        items.append(item(index.data().toString(), view->viewport(), view->visualRect(index)));
     }
     return items;
 }
 
-QJsonObject describe(const QWidget *widget, int window)
+QJsonObject describeWidget(const QWidget *widget, int window)
 {
-    QJsonObject json{{"class", widget->metaObject()->className()},
-                     {"window", window},
-                     {"rect", globalRect(widget, widget->rect())}};
-    addEntries(json, widget, WidgetEntries);
+    QJsonObject json = describe(widget, globalRect(widget, widget->rect()));
+    json.insert("window", window);
     if (const auto *bar = qobject_cast<const QTabBar *>(widget))
         json.insert("items", tabs(bar));
-    if (!widget->isVisible())
+    if (!widget->isVisible()) // The functions below would polish the widget.
         return json;
-    addEntries(json, widget, LayoutEntries);
+    json.insert("hint", toJson(widget->sizeHint()));
+    json.insert("minimumHint", toJson(widget->minimumSizeHint()));
     if (const auto *view = qobject_cast<const QAbstractItemView *>(widget))
         json.insert("items", rows(view));
     return json;
@@ -109,21 +110,12 @@ QJsonObject describe(const QWidget *widget, int window)
 
 void appendTree(QJsonArray &list, const QWidget *widget, int window)
 {
-    list.append(describe(widget, window));
+    list.append(describeWidget(widget, window));
     for (const QObject *child : widget->children()) {
         const auto *below = qobject_cast<const QWidget *>(child);
         if (below != nullptr && !below->isWindow())
             appendTree(list, below, window);
     }
-}
-
-/** @param window a QWidget or QWindow */
-template <typename Window> void appendWindow(QJsonArray &list, const Window *window)
-{
-    QJsonObject json{{"class", window->metaObject()->className()},
-                     {"rect", toJson(window->geometry())}};
-    addEntries(json, window, WindowEntries);
-    list.append(json);
 }
 
 /** @return top-level widgets from the bottom of the stack to the top; never shown widgets first */
@@ -145,11 +137,11 @@ QJsonObject dumpScreen()
     QJsonArray widgets;
     for (const QWindow *window : QGuiApplication::topLevelWindows()) {
         if (!window->inherits("QWidgetWindow"))
-            appendWindow(windows, window);
+            windows.append(describe(window, window->geometry()));
     }
     for (const QWidget *widget : stackedTopLevels()) {
         appendTree(widgets, widget, static_cast<int>(windows.size()));
-        appendWindow(windows, widget);
+        windows.append(describe(widget, widget->geometry()));
     }
     const QScreen *screen = QGuiApplication::primaryScreen();
     return {{"screen", toJson(screen != nullptr ? screen->size() : QSize(0, 0))},

@@ -84,11 +84,10 @@ void sendKey(Qt::Key key, Qt::KeyboardModifiers modifiers, const QString &text)
 QObject *findByClass(const QByteArray &name)
 {
     for (QWidget *top : QApplication::topLevelWidgets()) {
-        if (top->metaObject()->className() == name)
-            return top;
-        for (QObject *child : top->findChildren<QObject *>()) {
-            if (child->metaObject()->className() == name)
-                return child;
+        QObjectList objects = top->findChildren<QObject *>();
+        for (QObject *object : std::as_const(objects << top)) {
+            if (object->metaObject()->className() == name)
+                return object;
         }
     }
     return nullptr;
@@ -166,13 +165,13 @@ QJsonObject Inspector::invoke(const QStringList &words)
 {
     QPointer<QObject> target = findByClass(words.value(1).toLatin1());
     if (target == nullptr)
-        return failure("no object of class " + words.value(1));
+        return failure("no such object: " + words.join(' '));
     const bool hasArgument = words.size() > 3;
     const QByteArray signature = words.value(2).toLatin1() + (hasArgument ? "(int)" : "()");
     const QMetaMethod method =
         target->metaObject()->method(target->metaObject()->indexOfSlot(signature));
     if (!method.isValid())
-        return failure("no such slot: " + words.value(2));
+        return failure("no such slot: " + words.join(' '));
     QJsonObject call{{"slot", words.value(2)}, {"running", true}};
     const auto index = m_invoked.size();
     m_invoked.append(call);
@@ -202,12 +201,9 @@ class InspectorPlugin : public QGenericPlugin
     Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "inspector.json")
 
 public:
-    QObject *create(const QString &name, const QString &) override
+    QObject *create(const QString &, const QString &) override
     {
-        const QString path = qEnvironmentVariable("CORVANTA_INSPECTOR_SOCKET");
-        if (name.compare(QLatin1String("inspector"), Qt::CaseInsensitive) != 0 || path.isEmpty())
-            return nullptr;
-        return new Inspector(path);
+        return new Inspector(qEnvironmentVariable("CORVANTA_INSPECTOR_SOCKET"));
     }
 };
 
