@@ -20,7 +20,7 @@ from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, S
 from panel.patience import wait_until
 from privateroot.files import LINK_DOWN, LINK_UP
 from privateroot.process import PrivateRoot
-from privateroot.viewer import SETUP, SOCKET, VNC_PORT
+from privateroot.viewer import SETUP, SOCKET
 
 HOST = "127.0.0.1"
 INTERFACES = "/testrun/interfaces"
@@ -66,21 +66,12 @@ def start(stack: ExitStack, *command: str) -> None:
     stack.callback(process.terminate)
 
 
-def free_port() -> int:
-    """Return the usual VNC port, or another free port if that is in use."""
-    try:
-        with socket.create_server((HOST, VNC_PORT)):
-            return VNC_PORT
-    except OSError:
-        with socket.create_server((HOST, 0)) as server:
-            return int(server.getsockname()[1])
-
-
 def lead_out(stack: ExitStack, root: PrivateRoot) -> str:
-    """Forward a port of the host's loopback interface to the program's VNC server.
+    """Forward a free port of the host's loopback interface to the program's VNC server.
 
     @return address and port"""
-    port = free_port()
+    with socket.create_server((HOST, 0)) as server:
+        port = server.getsockname()[1]
     start(stack, "socat", f"TCP-LISTEN:{port},bind={HOST},reuseaddr,fork",
           f"UNIX-CONNECT:{root.run}/{SOCKET}")
 

@@ -7,7 +7,6 @@ outside is changed. close() kills all processes of the root.
 
 from __future__ import annotations
 
-import json
 import os
 import subprocess
 from collections.abc import Callable, Iterable
@@ -63,16 +62,14 @@ class PrivateRoot(RootFiles):
     def __exit__(self, *_: object) -> None:
         self.close()
 
-    def _arguments(self, info: int) -> list[str]:
+    def _arguments(self) -> list[str]:
         base, usr = str(self.base), "/usr"
-        arguments = ["bwrap", "--unshare-all", "--die-with-parent", "--new-session", "--info-fd",
-                     str(info), "--uid", "0", "--gid", "0", "--cap-drop", "ALL", "--tmpfs", "/",
-                     "--ro-bind", usr, usr, "--proc", "/proc", "--perms", "0700",
-                     "--tmpfs", "/tmp", "--bind", f"{base}/dev", "/dev",
-                     "--dev-bind", "/dev/pts", "/dev/pts"]
-        for directory in ("bin", "sbin", "lib", "lib32", "lib64"):
-            if Path(usr, directory).exists():
-                arguments += ["--symlink", f"usr/{directory}", f"/{directory}"]
+        arguments = ["bwrap", "--unshare-all", "--die-with-parent", "--new-session", "--uid", "0",
+                     "--gid", "0", "--cap-drop", "ALL", "--tmpfs", "/", "--ro-bind", usr, usr,
+                     "--proc", "/proc", "--perms", "0700", "--tmpfs", "/tmp",
+                     "--bind", f"{base}/dev", "/dev", "--dev-bind", "/dev/pts", "/dev/pts"]
+        for directory in ("bin", "sbin", "lib", "lib64"):
+            arguments += ["--symlink", f"usr/{directory}", f"/{directory}"]
         for name in DEVICES:
             arguments += ["--dev-bind", f"/dev/{name}", f"/dev/{name}"]
         for path in ("/etc/fonts", "/etc/ld.so.cache", "/var/cache/fontconfig"):
@@ -110,31 +107,24 @@ class PrivateRoot(RootFiles):
         @param shown true to wait until the main window is shown
         @param timeout seconds for the start of the process, and for the window
         @raise AssertionError when the program does not start"""
-        info_read, info_write = os.pipe()
-        with open(info_read, "rb") as info, open(self.run / "stderr", "wb") as errors:
-            try:
-                self._bwrap = subprocess.Popen(
-                    self._arguments(info_write), env=self._environment(), stdin=subprocess.DEVNULL,
-                    stdout=errors, stderr=errors, pass_fds=[info_write], start_new_session=True)
-            finally:
-                os.close(info_write)
-            described = info.read()
-        if not described:
-            raise AssertionError(self.report())
-        self._init = json.loads(described)["child-pid"]
+        with open(self.run / "stderr", "wb") as errors:
+            self._bwrap = subprocess.Popen(
+                self._arguments(), env=self._environment(), stdin=subprocess.DEVNULL,
+                stdout=errors, stderr=errors, start_new_session=True)
         self.wait_until(self._find_program, timeout, "the program running")
         if shown:
             self.wait_shown(timeout)
         return self
 
     def _find_program(self) -> bool:
-        if self.exit_status() is not None:
-            return True
-        for session in children(self._init):
-            for pid in children(session):
-                if process_name(pid) == "corvanta":
-                    self.pid = pid
-        return self.pid != 0
+        """Find bwrap's child, which is the first process of the root, and the program."""
+        assert self._bwrap
+        for self._init in children(self._bwrap.pid):
+            for session in children(self._init):
+                for pid in children(session):
+                    if process_name(pid) == "corvanta":
+                        self.pid = pid
+        return self.pid != 0 or self.exit_status() is not None
 
     def wait_shown(self, timeout: float = 10.0) -> None:
         """Wait until the main window is shown."""

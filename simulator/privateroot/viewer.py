@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import socket
-from types import TracebackType
 
 CONTROL = 0xFFE3  # an X keysym; the keysym of an ASCII character is its code
 SHARED = b"\1"  # keep other viewers connected
@@ -12,9 +11,8 @@ VERSION_BYTES, FORMAT_BYTES = 12, 16
 
 # A private root has its own network namespace, so socat forwards connections from a Unix socket.
 # SETUP is the set-up command for a root.
-VNC_PORT = 5900
 SOCKET = "vnc"  # in the run's directory
-SETUP = f"socat UNIX-LISTEN:/testrun/{SOCKET},fork TCP:127.0.0.1:{VNC_PORT} &\n"
+SETUP = f"socat UNIX-LISTEN:/testrun/{SOCKET},fork TCP:127.0.0.1:5900 &\n"
 
 
 class Viewer:
@@ -38,8 +36,7 @@ class Viewer:
     def __enter__(self) -> Viewer:
         return self
 
-    def __exit__(self, _: type[BaseException] | None, __: BaseException | None,
-                 ___: TracebackType | None) -> None:
+    def __exit__(self, *_: object) -> None:
         self._stream.close()
         self._connection.close()
 

@@ -23,7 +23,7 @@ STOPS = ("TERM", "INT", "HUP")
 SIGNALS = ("USR1", "CHLD", "PIPE", *STOPS)
 REDIRECTIONS = (("<&-", "</dev/null"), (">&-", ">/testrun/stdout"), ("2>&-", "2>/testrun/stderr"))
 # Set-up of a full pipe whose reader does not read, and of a pipe whose reader has exited.
-STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/sleep infinity <>/testrun/stalled & "
+STALLED = ("/usr/bin/mkfifo /testrun/stalled; /usr/bin/tail -f /dev/null <>/testrun/stalled & "
            "/usr/bin/dd if=/dev/zero of=/testrun/stalled bs=4096 oflag=nonblock 2>/dev/null\n")
 GONE = ("/usr/bin/mkfifo /testrun/gone; /usr/bin/cat /testrun/gone >/dev/null & reader=$!\n"
         "exec 9>/testrun/gone; kill $reader; wait $reader\n")
