@@ -17,10 +17,8 @@
 
 #include <chrono>
 #include <cstdio>
-#include <iomanip>
 #include <iterator>
 #include <poll.h>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -43,19 +41,16 @@ constexpr char Usage[] =
     "Simulate the dongle (a USB modem) on a serial line, and the network behind it.\n"
     "A scenario has lines of KEY=VALUE. The keys, with their values and (defaults):\n";
 
-std::string printable(const std::string &bytes)
+std::string quoted(const std::string &line)
 {
-    std::ostringstream text;
-    text << std::hex << std::setfill('0');
-    for (const char byte : bytes) {
+    std::string text;
+    for (const char byte : line) {
         if (byte == '\r' || byte == '\n')
-            text << (byte == '\r' ? "\\r" : "\\n");
-        else if (byte < 0x20 || byte >= 0x7f)
-            text << "\\x" << std::setw(2) << (byte & 0xff);
+            text += byte == '\r' ? "\\r" : "\\n";
         else
-            text << (byte == '"' || byte == '\\' ? "\\" : "") << byte;
+            text += (byte == '"' || byte == '\\' ? "\\" : "") + std::string(1, byte);
     }
-    return '"' + text.str() + '"';
+    return '"' + text + '"';
 }
 
 class Dongle
@@ -122,7 +117,7 @@ private:
 
     void execute(const std::string &line)
     {
-        log("heard " + printable(line));
+        log("heard " + quoted(line));
         const std::string error = modem::readScenario(m_scenarioPath, m_scenario);
         if (!error.empty())
             log("event " + error);
@@ -147,7 +142,7 @@ private:
 
     void say(const std::string &text)
     {
-        log("reply " + printable(text));
+        log("reply " + quoted(text));
         if (m_scenario["answer"] == "slow")
             std::this_thread::sleep_for(milliseconds(std::stoi(m_scenario["delay_ms"])));
         if (m_scenario["answer"] != "pieces")
