@@ -25,11 +25,8 @@ class Dongle:
         """
         Plug in a dongle and wait for its ports.
 
-        With the default product, udev sets the ports to raw mode without echo. With any other, they
-        keep the kernel's default mode.
-
         @param product  USB product id, 0 to 0xffff; the program detects 0x1001 only
-        @param ports  number of serial ports, 0 to 3
+        @param ports  number of serial ports: PORTS, or 0 for a dongle without a driver
         """
         self._guest.sh(f"dongle plug {product:#06x} {ports}", PLUG_SECONDS)
 
