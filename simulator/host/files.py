@@ -68,11 +68,6 @@ def fingerprint(parts: Sequence[str | Path]) -> str:
     return digest.hexdigest()
 
 
-def mark_of(path: Path) -> Path:
-    """Return the file with the fingerprint of what current() made at a path."""
-    return path.with_name(f"{path.name}.fingerprint")
-
-
 def current(path: Path, key: str, make: Callable[[Path], object]) -> Path:
     """
     Return a file or directory, and make it again when its inputs have changed.
@@ -80,7 +75,7 @@ def current(path: Path, key: str, make: Callable[[Path], object]) -> Path:
     @param key  fingerprint of the inputs
     @param make  makes the file or directory under a temporary name
     """
-    mark = mark_of(path)
+    mark = path.with_name(f"{path.name}.fingerprint")
     with locked(path.with_name(f"{path.name}.lock")):
         if not (path.exists() and mark.is_file() and mark.read_text() == key):
             with whole(path) as unfinished:

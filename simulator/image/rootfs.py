@@ -19,7 +19,6 @@ BUSYBOX = "usr/bin/busybox"  # the only program of the initial RAM file system
 # store empty ones. dpkg installs the program's own package on the running board.
 DIRECTORIES = ("app", "dev", "etc/ppp/peers", "mnt", "proc", "root", "run", "sys", "tmp",
                "var/cache/fontconfig", "var/lib/dpkg/alternatives", "var/log")
-INITRAMFS_DIRECTORIES = ("changes", "dev", "image", "mnt", "proc", "sys", "system")
 UNITS = "/lib/systemd/system"
 LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash",
          "var/run": "/run", "var/lock": "/run/lock",
@@ -75,10 +74,9 @@ def _build_initramfs(root: Path, version: str, into: Path) -> None:
     contents = {IMAGE_DATA / "initramfs-init": "init", root / BUSYBOX: "bin/busybox"}
     modules = _module_files(root, version, read_list(IMAGE_DATA / "initramfs-modules.txt"))
     contents |= {module: f"lib/modules/{module.name}" for module in modules}
-    for directory in (*INITRAMFS_DIRECTORIES, "bin", "lib/modules"):
-        (tree / directory).mkdir(parents=True)
     for source, target in contents.items():
-        programs.run(["install", "-m", "755", source, tree / target], f"copying {source.name}")
+        programs.run(["install", "-D", "-m", "755", source, tree / target],
+                     f"copying {source.name}")
     (tree / "modules").write_text("".join(f"{module.name}\n" for module in modules))
     names = "\n".join(str(p.relative_to(tree)) for p in sorted(tree.rglob("*"))).encode()
     (into / INITRAMFS).write_bytes(

@@ -2,7 +2,6 @@
 
 from pathlib import Path
 
-from host import programs
 from host.errors import BoardError
 from host.files import remove, whole
 from host.paths import ARM, SYSROOT_NAME
@@ -15,7 +14,6 @@ def ensure() -> Path:
 
     @raise BoardError when there is a space in its path, which pkg-config cannot handle
     """
-    programs.require_packages()
     sysroot = debian.unpacked("sysroot", for_host=True)
     if " " in str(sysroot):
         raise BoardError(f"a space is in {sysroot}; set CORVANTA_CACHE to a path without one")

@@ -9,9 +9,8 @@ from types import TracebackType
 from typing import Any, Self
 from urllib.parse import unquote
 
-from host import programs
 from host.errors import BoardError
-from host.files import current, fingerprint, locked, mark_of, remove
+from host.files import current, fingerprint, locked, remove
 from host.paths import ARM, BOARD, MACHINE, RUNS
 from image import appdisk, rootfs
 from machine import qemu
@@ -27,7 +26,7 @@ from virtualboard.records import Records
 
 UP_SECONDS = 300  # a boot takes 40 s of the board's clock, and longer on a busy host
 INSTALL_SECONDS = 180
-LOOK_PAUSE = 0.4  # seconds between two dumps of the screen, because each dump slows the board
+LOOK_PAUSE = 0.6  # seconds between two dumps of the screen, because each dump slows the board
 
 # Installs the package as on any board, and stops the program until Program.start().
 INSTALLING = "/run/installing"  # its change time is the start of the installation
@@ -117,7 +116,6 @@ class Board:
         """Start the board and wait until the program can be started.
 
         The dongle is not plugged in."""
-        programs.require_packages()
         if not (self._machine / rootfs.KERNEL).is_file():
             raise BoardError("no image: run simulator/board image")
         state = None if self._fresh else self._state or installed_state(self.size)
@@ -278,5 +276,5 @@ def installed_state(size: tuple[int, int]) -> Path:
             board.guest.sh(INSTALL + FORGET, INSTALL_SECONDS)
             board.save(file)
 
-    key = fingerprint([appdisk.key(), mark_of(MACHINE).read_text(), INSTALL])
+    key = fingerprint([appdisk.key(), str(MACHINE.resolve()), INSTALL])
     return current(state_file(BOARD / "installed", size), key, make)

@@ -7,7 +7,7 @@ from pathlib import Path
 
 from host.errors import BoardError
 from host.signals import INTERRUPTED, exit_on_signals
-from image import appdisk, sysroot
+from image import sysroot
 from machine.guest import TOOK_TOO_LONG
 from machine.qemu import VNC_BASE
 from panel.constants import LANGUAGE, LANGUAGES, SIZES
@@ -19,10 +19,6 @@ from virtualboard.chip import FAULTS
 FAILED = 1  # exit status; after a usage error argparse exits with 2
 
 Options = argparse.Namespace
-
-
-def say(text: str) -> None:
-    print(text, flush=True)
 
 
 def add_size(parser: argparse.ArgumentParser) -> None:
@@ -48,11 +44,11 @@ def pair(text: str) -> tuple[str, str]:
 
 
 def do_boot(chosen: Options) -> None:
-    states.ensure(say)
+    states.ensure()
     board = Board(chosen.size, chosen.run, vnc_port=chosen.vnc, detached=True)
     board.start()
     board.detach()
-    say(f"board {chosen.run} runs; logs and screenshots: {board.directory}")
+    print(f"board {chosen.run} runs; logs and screenshots: {board.directory}")
 
 
 def _screen(board: Board) -> Screen:
@@ -67,7 +63,7 @@ def do_touch(board: Board, chosen: Options) -> None:
     else:
         x, y = _find(board, " ".join(chosen.where))
     board.fingers.touch(x, y)
-    say(f"touched {x} {y}")
+    print(f"touched {x} {y}")
 
 
 def _find(board: Board, text: str) -> tuple[int, int]:
@@ -95,9 +91,9 @@ def do_panel(board: Board, chosen: Options) -> None:
     if chosen.action == "start":
         board.program.start(dict(chosen.environment))
     elif chosen.action == "stop":
-        say(f"exit status {board.program.stop()}")
+        print(f"exit status {board.program.stop()}")
     else:
-        say(_screen(board).short())
+        print(_screen(board).short())
 
 
 def do_off(board: Board, _: Options) -> None:
@@ -122,12 +118,10 @@ def parser() -> argparse.ArgumentParser:
         return verb
 
     for name, action, text in (
-            ("image", lambda _: say(f"image ready in {states.ensure(say)}"),
+            ("image", lambda _: print(f"image ready in {states.ensure()}"),
              "build the disk image and the saved states"),
-            ("sysroot", lambda _: say(f"sysroot ready in {sysroot.ensure()}"),
-             "build the sysroot of the cross build"),
-            ("app", lambda _: say(f"disk with the programs ready in {appdisk.ensure()}"),
-             "build the disk with the cross-built programs")):
+            ("sysroot", lambda _: print(f"sysroot ready in {sysroot.ensure()}"),
+             "build the sysroot of the cross build")):
         verbs.add_parser(name, help=text, description=text).set_defaults(on_host=action)
     boot = verbs.add_parser("boot", help="start a board that runs until the verb off",
                             parents=[run])
@@ -153,15 +147,15 @@ def parser() -> argparse.ArgumentParser:
         "type a text on the USB keyboard").add_argument("text")
     add("key", lambda board, chosen: board.keyboard.press(chosen.name),
         "press a key or chord, such as Tab or Ctrl+A").add_argument("name")
-    add("shot", lambda board, chosen: say(str(board.records.picture(chosen.file.absolute()))),
+    add("shot", lambda board, chosen: print(board.records.picture(chosen.file.absolute())),
         "save a screenshot as PNG").add_argument("file", type=Path)
     command = add("sh", do_sh, "run a command on the board")
     command.add_argument("--seconds", type=float, default=60, help="timeout (default: 60)")
     command.add_argument("command", nargs="+")
-    add("gdb", lambda board, chosen: say(board.serve_debugger(chosen.port)),
+    add("gdb", lambda board, chosen: print(board.serve_debugger(chosen.port)),
         "let gdb-multiarch connect, and print its command line").add_argument(
             "--port", type=int, default=1234, help="TCP port (default: 1234)")
-    add("logs", lambda board, _: say("\n".join(map(str, board.records.logs()))),
+    add("logs", lambda board, _: print("\n".join(map(str, board.records.logs()))),
         "copy the board's logs to the run's directory")
     add("off", do_off, "copy the logs and switch the board off")
     return top
