@@ -1,26 +1,17 @@
 """The board's architecture: all names and options that differ between architectures."""
 
 import os
-from dataclasses import dataclass
+from typing import NamedTuple
 
 
-@dataclass(frozen=True)
-class Architecture:
-    """
-    An architecture that the board can have.
+class Architecture(NamedTuple):
+    """An architecture that the board can have."""
 
-    @param name  Debian's name of the architecture
-    @param triplet  GNU triplet, the prefix of the cross compiler
-    @param preset  CMake preset of the cross build, and its directory in build/
-    @param board  directory in build/ for the board's files
-    @param qemu  the emulator, and its options for machine and CPU
-    """
-
-    name: str
-    triplet: str
-    preset: str
-    board: str
-    qemu: tuple[str, ...]
+    name: str  # Debian's name of the architecture
+    triplet: str  # GNU triplet, the prefix of the cross compiler
+    preset: str  # CMake preset of the cross build, and its directory in build/
+    board: str  # directory in build/ for the board's files
+    qemu: tuple[str, ...]  # the emulator, and its options for machine and CPU
 
 
 ARCHITECTURES = {known.name: known for known in (

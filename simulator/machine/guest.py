@@ -4,8 +4,8 @@ import os
 import re
 import secrets
 import time
-from dataclasses import dataclass
 from pathlib import Path
+from typing import NamedTuple
 
 from host.errors import BoardError
 from host.sockets import connect
@@ -16,15 +16,10 @@ GRACE_SECONDS = 10
 TOOK_TOO_LONG = 256  # the agent's status for a command that it killed after the timeout
 
 
-@dataclass(frozen=True)
-class Result:
-    """
-    The result of a command.
+class Result(NamedTuple):
+    """The result of a command."""
 
-    @param status  exit status, 128 + N for signal N, or TOOK_TOO_LONG
-    """
-
-    status: int
+    status: int  # exit status, 128 + N for signal N, or TOOK_TOO_LONG
     output: bytes
 
     @property

@@ -14,10 +14,8 @@ class Texts:
         self._translations: dict[str, str] = {}
         if language in CODES:
             tree = ElementTree.parse(TRANSLATIONS / f"corvanta_{CODES[language]}.ts")
-            for message in tree.iter("message"):
-                source, text = message.findtext("source"), message.findtext("translation")
-                if source and text:
-                    self._translations[source] = text
+            self._translations = {entry.findtext("source", ""): entry.findtext("translation", "")
+                                  for entry in tree.iter("message")}
 
     def __call__(self, english: str) -> str:
-        return self._translations.get(english, english)
+        return self._translations.get(english) or english

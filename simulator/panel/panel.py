@@ -16,8 +16,7 @@ from panel.screen import NotShown, PanelError, Screen, Widget, centre
 
 T = TypeVar("T")
 
-LOOK_SECONDS = 0.02  # first interval between two dumps of the screen
-LONGER, LONGEST = 1.2, 2.5  # factor of the interval after each dump; limit of the product
+LOOK_SECONDS = 0.03  # interval of the dumps of the screen during a wait
 SECONDS = 30.0  # timeout for the effect of a touch or key; the simulated board may be slow
 
 
@@ -27,7 +26,7 @@ class Panel:
 
     @param request  sends one request line to the inspector and returns its reply; raises OSError
            while the inspector does not answer
-    @param pause  interval of the first two dumps of a wait in seconds; later intervals are longer
+    @param pause  interval of the dumps of the screen during a wait, in seconds
     @param rest  waits for a time in seconds by the program's clock, which may be slower than the
            host's
     """
@@ -174,7 +173,6 @@ class Panel:
         """
         deadline = time.monotonic() + patient(timeout)
         last = "nothing"
-        pause = self._pause
         while True:
             try:
                 screen = self.screen()
@@ -187,8 +185,7 @@ class Panel:
                 last = f"nothing: {error}"
             if time.monotonic() > deadline:
                 raise PanelError(f"timeout after {timeout:g} s: {what}; the panel showed {last}")
-            time.sleep(pause)
-            pause = min(pause * LONGER, self._pause * LONGEST)
+            time.sleep(self._pause)
 
 
 def unix_request(path: Path, timeout: float = 10.0) -> Callable[[str], dict[str, Any]]:

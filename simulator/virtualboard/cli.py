@@ -11,7 +11,7 @@ from image import sysroot
 from machine.guest import TOOK_TOO_LONG
 from machine.qemu import VNC_BASE
 from panel.constants import LANGUAGE, LANGUAGES, SIZES
-from panel.screen import NotShown, PanelError, Screen, centre
+from panel.screen import NotShown, PanelError, centre
 from virtualboard import states
 from virtualboard.board import Board
 from virtualboard.chip import FAULTS
@@ -51,12 +51,6 @@ def do_boot(chosen: Options) -> None:
     print(f"board {chosen.run} runs; logs and screenshots: {board.directory}")
 
 
-def _screen(board: Board) -> Screen:
-    if not board.program.running():
-        raise BoardError("the program is not running: start it with simulator/board panel start")
-    return board.panel.screen()
-
-
 def do_touch(board: Board, chosen: Options) -> None:
     if all(word.isdecimal() for word in chosen.where) and len(chosen.where) == 2:
         x, y = map(int, chosen.where)
@@ -70,7 +64,7 @@ def _find(board: Board, text: str) -> tuple[int, int]:
     """Return the middle of the button, list row, tab, field or key with this text or label.
 
     @raise BoardError when there is none"""
-    screen = _screen(board)
+    screen = board.panel.screen()
     for look in (screen.button, screen.row, screen.tab, screen.field, screen.key):
         try:
             return centre(look(text))
@@ -93,7 +87,7 @@ def do_panel(board: Board, chosen: Options) -> None:
     elif chosen.action == "stop":
         print(f"exit status {board.program.stop()}")
     else:
-        print(_screen(board).short())
+        print(board.panel.screen().short())
 
 
 def do_off(board: Board, _: Options) -> None:

@@ -25,19 +25,16 @@ class Fingers:
         self._size = size
 
     def touch(self, x: int, y: int) -> None:
-        """Touch a pixel. @raise ValueError when the panel has no such pixel"""
+        """Touch a pixel."""
         self.down(x, y)
         time.sleep(TOUCH_SECONDS)
         self.up()
 
     def down(self, x: int, y: int) -> None:
-        width, height = self._size
-        if not (0 <= x < width and 0 <= y < height):
-            raise ValueError(f"a panel of {width}x{height} has no pixel {x}, {y}")
         self._qmp.command("input-send-event", events=[
             {"type": "abs",
              "data": {"axis": axis, "value": round(pixel * AXIS_MAXIMUM / (pixels - 1))}}
-            for axis, pixel, pixels in (("x", x, width), ("y", y, height))])
+            for axis, pixel, pixels in zip("xy", (x, y), self._size)])
         self._press(True)
 
     def up(self) -> None:
