@@ -8,11 +8,11 @@ from typing import Any
 import pytest
 
 from panel.constants import APN, AUTO_CONNECT, COUNTS, FILES, PARAMETERS, STORED
-from privateroot.operating import AUTO, SECONDS, alive, expect, leave, stored_root
+from privateroot.operating import AUTO, alive, expect, leave, stored_root
 from privateroot.process import PrivateRoot
-from program.injection import (EARLIER, INJECTED, TRACE, Call, Fault, connect_and_leave, connecting,
-                               edit_again, edit_and_connect, expect_injected, first_of_each, launch,
-                               leave_unseen, logged_root, phases, unseen_root, untouched_run)
+from program.injection import (EARLIER, TRACE, Call, Fault, connect_and_leave, edit_again,
+                               edit_and_connect, expect_injected, first_of_each, launch,
+                               logged_root, phases, unseen_root, untouched_run)
 from program.programtest import (AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, EDITED_LAST,
                                  STORED_COUNTS, TYPED, generated, repairable, row, shown, stored,
                                  type_and_connect)
@@ -164,17 +164,5 @@ def test_start_of_a_command(fault: Fault) -> None:
             time.sleep(0.02)
         leave(root)
         expect_injected(root)
-        expect_whole(root, {*EARLIER}, EDITED)
-        expect_saved(root, UNCOUNTED, set())
-
-
-@pytest.mark.torture
-def test_start_of_a_command_unseen() -> None:
-    fault = Fault(starting()["connect"][0], "error=EAGAIN")
-    with unseen_root(launch=launch(fault, (), STARTING)) as root:
-        with connecting(root) as viewer:
-            root.wait_until(lambda: stored(root) == EDITED, SECONDS, "the save")
-            root.wait_until(lambda: INJECTED in root.content(TRACE), SECONDS, "the fault")
-            leave_unseen(root, viewer)
         expect_whole(root, {*EARLIER}, EDITED)
         expect_saved(root, UNCOUNTED, set())

@@ -1,7 +1,6 @@
 """External commands are missing, fail, are killed, are slow, print 100 MB or read their input."""
 
 from pathlib import Path
-from signal import SIGUSR1
 
 import pytest
 
@@ -9,7 +8,6 @@ from panel.constants import APN
 from privateroot.files import STAND_IN, STAND_INS
 from privateroot.operating import DIALLING, SECONDS, check_link, expect, link_shown, wait_link
 from privateroot.process import PrivateRoot
-from program.injection import connecting, leave_unseen, unseen_root
 from program.programtest import EDITED, LATE, PRINTS_LATE, TYPED, generated, row, stored
 
 NAMES = ("ls", "ifconfig", "route", "killall", "pppd")
@@ -113,18 +111,3 @@ def test_command(root: PrivateRoot, name: str, deed: str) -> None:
     mend(root, name)
     check_link(root, True)
     expect_peak(root, before)
-
-
-def test_route_prints_much_unseen() -> None:
-    with unseen_root() as root, connecting(root) as viewer:
-        root.wait_calls("pppd", 1, SECONDS)
-        before = peak_kib(root)
-        spoil(root, "route", PRINTS)
-        root.set_link(True)
-        root.signal(SIGUSR1)
-        root.wait_calls("route", 1, SECONDS)
-        checks = len(root.calls("ifconfig"))
-        root.signal(SIGUSR1)
-        root.wait_calls("ifconfig", checks + 1, SECONDS)  # after the exit of route
-        expect_peak(root, before)
-        leave_unseen(root, viewer)

@@ -63,36 +63,23 @@ def test_several_waits_at_once(roots: Roots, modems: Callable[..., Modem],
     assert root.commands() == ["ifconfig"]
 
 
-def flood(root: PrivateRoot) -> None:
-    """Block the GUI thread with a link check and send FLOOD signals. Wait until each is delivered,
-    because the kernel merges pending signals. Then let the check continue."""
+def test_flood(root: PrivateRoot) -> None:
+    """Send signals while a link check blocks the GUI thread. The handler drops those that do not
+    fit into the socket. The program handles all others, and a touch and Exit in between."""
     root.answer("ifconfig", SLOW_UNTIL_TOLD)
     root.signal(SIGUSR1)
     root.wait_calls("ifconfig", 2)
     for _ in range(FLOOD):
         root.signal(SIGUSR1)
         deadline = time.monotonic() + 2
-        while is_pending(root.pid, SIGUSR1):
+        while is_pending(root.pid, SIGUSR1):  # the kernel merges pending signals
             assert time.monotonic() < deadline, "the handler does not return"
     root.write("/testrun/go-on", "")
-
-
-def test_flood(root: PrivateRoot) -> None:
-    """The signal handler drops signals that do not fit into the socket. The program handles all
-    others, and a touch in between."""
-    flood(root)
     root.unwrap("sh", STAND_IN)  # logs commands without running them, which is faster
     root.panel.open_tab(STATUS, 5)
     root.wait_calls("ifconfig", 200, 60)
     leave(root)
     assert len(root.calls("ifconfig")) <= PENDING + 10
-
-
-def test_exit_with_checks_pending(root: PrivateRoot) -> None:
-    button = root.panel.button("Exit")
-    flood(root)
-    root.panel.click(button)
-    ended(root)
 
 
 def test_while_ending(root: PrivateRoot) -> None:

@@ -9,8 +9,7 @@ import pytest
 from panel.constants import AUTO_CONNECT, CHAT_SCRIPT, FILES, PARAMETERS, PEER_FILE, STORED
 from privateroot.operating import AUTO, alive, expect, leave
 from program.conftest import Roots
-from program.injection import (TRACE, Call, Fault, connect_and_leave, expect_injected, launch,
-                               unseen_root)
+from program.injection import TRACE, Call, Fault, expect_injected, launch
 from program.programtest import (DEFAULTS, EDITED, expect_stored, generated, row, shown,
                                  type_and_connect)
 
@@ -108,16 +107,3 @@ def test_owner(roots: Roots, path: str, taken: bool) -> None:
     content = {PARAMETERS: EDITED, **generated(EDITED)}[path]
     expect(root.content(path) == content, f"its content: {root.content(path)!r}")
     expect(root.mode(path) == "600", f"its mode: {root.mode(path)}")
-
-
-@pytest.mark.torture
-@pytest.mark.parametrize("blocked", EARLIER)
-def test_directory_unseen(blocked: str) -> None:
-    """Put a directory in a file's place, without the inspector, and check the stored values."""
-    with unseen_root() as root:
-        root.host(blocked).unlink(missing_ok=True)
-        root.host(blocked).mkdir()
-        connect_and_leave(root)
-        if blocked != PARAMETERS:
-            expect_stored(root, EDITED)
-        expect(root.host(blocked).is_dir(), "the directory is kept")
