@@ -1,5 +1,5 @@
-// Parts of the controller that the end-to-end tests cannot reach: the signal handler, the HTTP
-// probe and the destruction.
+// Parts that the end-to-end tests cannot reach: the signal handler, the HTTP probe, the destruction
+// of the controller, and the dialog that waits for 3g.sh.
 #include "app/makeup.h"
 #include "usb/detectmsg.h"
 
@@ -21,6 +21,7 @@ private slots:
     void httpProbe_data();
     void httpProbe();
     void teardownReleasesEveryWidget();
+    void dialogWaitsForTheScript();
 };
 
 void MakeupTest::signalHandlerKeepsErrno()
@@ -97,6 +98,28 @@ void MakeupTest::teardownReleasesEveryWidget()
     }
     delete window;
     QCOMPARE(QApplication::allWidgets().size(), before);
+}
+
+void MakeupTest::dialogWaitsForTheScript()
+{
+    QTemporaryDir directory;
+    QFile script(directory.filePath("3g.sh"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("read line\n");
+    script.close();
+    QProcess running;
+    running.start("sh", {script.fileName()});
+    QVERIFY(running.waitForStarted());
+    QWidget window;
+    QString text = "Some text";
+    DetectMsg dialog(&window, &text, WAIT_AUTO_CONNECT);
+    dialog.show();
+    dialog.waitAutoConnect();
+    QVERIFY(dialog.isVisible());
+    running.kill();
+    running.waitForFinished();
+    dialog.waitAutoConnect();
+    QVERIFY(!dialog.isVisible());
 }
 
 QTEST_MAIN(MakeupTest)

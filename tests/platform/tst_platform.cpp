@@ -1,5 +1,5 @@
-// The platform layer: the pointer, the black background, style metrics of the panel, and how often
-// a moving bar is painted.
+// The platform layer: the background, style metrics of the panel, and how often a moving bar is
+// painted.
 #include "platform/panelstyle.h"
 #include "platform/qwsserver.h"
 #include "platform/screen.h"
@@ -38,21 +38,11 @@ class PlatformTest : public QObject
     Q_OBJECT
 
 private slots:
-    void cursorHidesAndComesBack();
     void backgroundIsPaintedUntilCovered();
     void layoutsTakeThePanelsMeasures();
     void listOpensAboveItsBox();
     void movingBarIsPaintedTenTimesASecond();
 };
-
-void PlatformTest::cursorHidesAndComesBack()
-{
-    QWSServer::setCursorVisible(false);
-    QWSServer::setCursorVisible(false);
-    QCOMPARE(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
-    QWSServer::setCursorVisible(true);
-    QVERIFY(QGuiApplication::overrideCursor() == nullptr);
-}
 
 /** A colour with which Qt does not clear the panel, like black on a framebuffer with an alpha
  * channel.
