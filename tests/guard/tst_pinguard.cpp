@@ -114,7 +114,7 @@ void PinGuardTest::modem()
 
     std::thread modem(serve, master, answers);
     const auto begin = std::chrono::steady_clock::now();
-    const SimState state = guard::ModemPort(port).ask(std::chrono::milliseconds(2500));
+    const SimState state = guard::ModemPort(port).ask(std::chrono::milliseconds(1500));
     const auto spent = std::chrono::steady_clock::now() - begin;
     termios after{};
     tcgetattr(port, &after);
@@ -126,7 +126,7 @@ void PinGuardTest::modem()
     close(master);
 
     QTEST(state, "wanted");
-    QVERIFY(spent < std::chrono::milliseconds(4000));
+    QVERIFY(spent < std::chrono::milliseconds(3000));
     QVERIFY(after.c_lflag == before.c_lflag && after.c_iflag == before.c_iflag &&
             after.c_cflag == before.c_cflag && flagsAfter == flags);
     QCOMPARE(unread, 0);
