@@ -18,7 +18,6 @@ class MakeupTest : public QObject
 
 private slots:
     void signalHandlerKeepsErrno();
-    void httpProbe_data();
     void httpProbe();
     void teardownReleasesEveryWidget();
     void dialogWaitsForTheScript();
@@ -39,25 +38,14 @@ void MakeupTest::signalHandlerKeepsErrno()
     }
 }
 
-void MakeupTest::httpProbe_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("debugLine"); // a regular expression
-    QTest::newRow("page") << QByteArray("HTTP/1.0 200 OK\r\n\r\nhello \"you\"")
-                          << "^\"hello \\\\\"you\\\\\"\"$";
-    QTest::newRow("zero byte") << QByteArray("HTTP/1.0 200 OK\r\n\r\nab\0cd", 24) << "^\"ab\"$";
-    QTest::newRow("redirection is not followed")
-        << QByteArray("HTTP/1.0 302 Found\r\nLocation: http://www.example.com/x\r\n\r\nmoved")
-        << "^\"moved\"$";
-    QTest::newRow("error") << QByteArray("HTTP/1.0 404 Not Found\r\n\r\nbody") << "Not Found";
-}
-
 static QStringList logged;
 
 void MakeupTest::httpProbe()
 {
-    QFETCH(QByteArray, reply);
-    QFETCH(QString, debugLine);
+    // A zero byte ends the line. A redirection is not followed.
+    const QByteArray reply("HTTP/1.0 302 Found\r\nLocation: http://www.example.com/x\r\n\r\n"
+                           "\"ab\"\0cd",
+                           65);
     int requests = 0;
     QTcpServer proxy;
     QVERIFY(proxy.listen(QHostAddress::LocalHost));
@@ -80,8 +68,7 @@ void MakeupTest::httpProbe()
     qInstallMessageHandler(handler);
     QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
     QVERIFY(answered);
-    QCOMPARE(logged.size(), 1);
-    QVERIFY2(logged.first().contains(QRegularExpression(debugLine)), qPrintable(logged.first()));
+    QCOMPARE(logged, QStringList{R"("\"ab\"")"});
     QCOMPARE(requests, 1);
 }
 

@@ -1,5 +1,5 @@
 // Files of lines: symbolic links, power cuts, file systems without modes, and read errors. The
-// end-to-end tests cover huge files, other file types, access rights, and write errors.
+// end-to-end tests cover huge files, other file types, owners, and write errors.
 #include "core/paramlist.h"
 #include "io/linefile.h"
 
