@@ -50,14 +50,19 @@ void look(const QWidget &window, QStringList &shown)
     }
 }
 
-/** @return the font size in pixels that the panel's style sheet sets */
-int fontPixels(const QSize &size)
+/** Check what the style sheets of the program and of the panel's profile set. */
+void checkStyles(const QWidget &window)
 {
+    const auto *button = window.findChild<QPushButton *>();
+    const QImage edge = const_cast<QPushButton *>(button)->grab().toImage();
+    QCOMPARE(edge.pixelColor(0, edge.height() / 2), QColor(Qt::black));
     for (const auto &panel : displayprofile::Panels) {
-        if (size == QSize(panel.width, panel.height))
-            return panel.fontPixels;
+        if (window.size() != QSize(panel.width, panel.height))
+            continue;
+        const int height = button->sizeHint().height();
+        QVERIFY(height >= panel.buttonHeightMin && height <= panel.buttonHeightMax);
+        QCOMPARE(window.findChild<QLineEdit *>()->font().pixelSize(), panel.fontPixels);
     }
-    return 0;
 }
 
 /** Append the texts of all pages in both states of the link, and of both notices. */
@@ -81,15 +86,19 @@ void lookAround(int language, QStringList &shown)
     const bool roomy = window.width() == 1280;
     QCOMPARE(tabs->widget(0)->layout()->contentsMargins() == QMargins(10, 30, 0, 0), roomy);
     QCOMPARE(tabs->widget(1)->layout()->contentsMargins(), QMargins(10, 20, 0, 0));
-    const int fontSize = fontPixels(window.size());
-    QCOMPARE(window.findChild<QLineEdit *>()->font().pixelSize(), fontSize);
+    checkStyles(window);
+    const auto edits = window.findChildren<QLineEdit *>();
+    QCOMPARE(std::count_if(
+                 edits.begin(), edits.end(),
+                 [](const QLineEdit *edit) { return edit->echoMode() == QLineEdit::Password; }),
+             1);
     for (const char *notice : {"Undetected dongle,Please plugin and wait a moment!",
                                "Connect Fail! Please Check the Parameter And Try Again!"}) {
         QString text = translated(notice);
         DetectMsg dialog(&window, &text, NOTICE);
         dialog.show();
         look(dialog, shown);
-        QCOMPARE(dialog.findChild<QLabel *>()->font().pixelSize(), fontSize);
+        QCOMPARE(dialog.findChild<QLabel *>()->font().pixelSize(), edits[0]->font().pixelSize());
     }
 }
 
