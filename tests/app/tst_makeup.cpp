@@ -1,5 +1,5 @@
-// Parts that the end-to-end tests cannot reach: the signal handler, the HTTP probe, the destruction
-// of the controller, and the dialog that waits for 3g.sh.
+// Parts that the end-to-end tests cannot reach: the signal handler, the HTTP probe, and the dialog
+// that waits for 3g.sh.
 #include "app/makeup.h"
 #include "usb/detectmsg.h"
 
@@ -19,7 +19,6 @@ class MakeupTest : public QObject
 private slots:
     void signalHandlerKeepsErrno();
     void httpProbe();
-    void teardownReleasesEveryWidget();
     void dialogWaitsForTheScript();
 };
 
@@ -70,21 +69,6 @@ void MakeupTest::httpProbe()
     QVERIFY(answered);
     QCOMPARE(logged, QStringList{R"("\"ab\"")"});
     QCOMPARE(requests, 1);
-}
-
-void MakeupTest::teardownReleasesEveryWidget()
-{
-    const qsizetype before = QApplication::allWidgets().size();
-    auto *window = new QWidget;
-    Makeup *makeup = Makeup::getInstance(window);
-    makeup->doShapping();
-    QString text;
-    for (int i = 0; i < 2; ++i) {
-        makeup->progressBar(true);
-        makeup->messageDialog = new DetectMsg(window, &text, NOTICE); // the older one stays a child
-    }
-    delete window;
-    QCOMPARE(QApplication::allWidgets().size(), before);
 }
 
 void MakeupTest::dialogWaitsForTheScript()

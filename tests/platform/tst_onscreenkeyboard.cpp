@@ -12,7 +12,6 @@ class OnScreenKeyboardTest : public QObject
 private slots:
     void init();
     void cleanup();
-    void typesAsAKeyboardDoes();
     void enterOpensTheNextField();
     void fingersOverlap();
     void heldBackspaceRepeats();
@@ -107,19 +106,6 @@ void OnScreenKeyboardTest::touchField(QLineEdit *edit)
     tap(edit);
     QTRY_VERIFY(keys() != nullptr);
     QTest::qWait(50);
-}
-
-void OnScreenKeyboardTest::typesAsAKeyboardDoes()
-{
-    m_text->setMaxLength(4);
-    m_text->setValidator(new QRegularExpressionValidator(QRegularExpression("[^x]*"), m_text));
-    QSignalSpy edited(m_text, &QLineEdit::textEdited);
-    touchField(m_text);
-    touch("Shift a x b 123 1 @ : Backspace %");
-    QCOMPARE(m_text->text(), QStringLiteral("Ab1%"));
-    QCOMPARE(edited.size(), 6);
-    m_text->undo();
-    QCOMPARE(m_text->text(), QStringLiteral("Ab1"));
 }
 
 void OnScreenKeyboardTest::enterOpensTheNextField()

@@ -2,9 +2,8 @@
 SIGUSR1 lose no touch and do not prevent the exit."""
 
 import time
-from collections.abc import Callable
 from contextlib import suppress
-from signal import SIGTERM, SIGUSR1
+from signal import SIGUSR1
 
 import pytest
 
@@ -14,7 +13,6 @@ from privateroot.operating import ended, leave
 from privateroot.process import PrivateRoot
 from privateroot.procfs import is_pending
 from program.conftest import Roots
-from program.modem import Modem
 
 FLOOD = 600
 PENDING = 278  # capacity of the program's socket pair
@@ -40,27 +38,6 @@ def test_logs(roots: Roots, current: bool, old: bool) -> None:
     for log, (has_current, _) in logs.items():
         assert root.read(log) is None
         assert root.content(log + OLD_LOG) == (f"current {log}".encode() if has_current else b"")
-
-
-@pytest.mark.parametrize("by_signal", (False, True), ids=("Exit", "SIGTERM"))
-def test_several_waits_at_once(roots: Roots, modems: Callable[..., Modem],
-                               by_signal: bool) -> None:
-    """Exit while two waits are nested: Connect waits for the device node inside the signal query's
-    wait for the modem."""
-    root = roots.stored(nodes=())
-    root.add_node("ttyUSB0", modems().path)
-    asked = root.start().panel.invoke("Makeup", "checkSignalStrength", 1)
-    root.wait(lambda screen: screen.invoked[asked]["running"], 2, "the modem asked")
-    root.remove_node("ttyUSB0")
-    root.panel.press("Connect")
-    root.wait(lambda screen: screen.busy_bars(), 2, "the wait of Connect")
-    if by_signal:
-        root.signal(SIGTERM)
-    else:
-        root.panel.press("Exit")
-    assert root.wait_exit(1) == 0
-    ended(root)
-    assert root.commands() == ["ifconfig"]
 
 
 def test_flood(root: PrivateRoot) -> None:

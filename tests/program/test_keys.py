@@ -2,7 +2,6 @@
 
 import time
 from collections.abc import Callable
-from pathlib import Path
 from signal import SIGUSR1
 
 import pytest
@@ -144,12 +143,3 @@ def test_field_touched_twice(roots: Roots, size: tuple[int, int]) -> None:
         root.wait(lambda screen: screen.field(USER)["focus"], 5, "the focus")
         viewer.press(ord("x"))
         root.wait(lambda screen: len(screen.field(USER)["text"]) == 9, 5, "x typed")
-
-
-def test_another_input_method(root: PrivateRoot) -> None:
-    """With another input method in the environment, the keyboard stays hidden, and no Qt Quick
-    keyboard is loaded."""
-    root.panel.fill(PIN, "0471")
-    expect_hidden(root.panel.screen())
-    assert "Quick" not in Path(f"/proc/{root.pid}/maps").read_text()
-    assert root.errors() == []

@@ -65,19 +65,6 @@ def test_silence(roots: Roots, modems: Modems) -> None:
     assert silent.path not in root.descriptors().values()
 
 
-def test_dongle_pulled_while_asked(roots: Roots, modems: Modems) -> None:
-    modem = modems()
-    root = asked(roots, modem)
-
-    def pull() -> None:
-        root.wait(lambda screen: modem.heard == QUERY, 2, "the query")
-        root.remove_node("ttyUSB0")
-        modem.close()
-
-    assert query_signal(root, pull) == -1
-    assert signal_value(root)["text"] == SILENCE
-
-
 def test_ping(roots: Roots) -> None:
     """The box gets both outputs as plain text, up to a zero byte, and of each the first 64 KiB."""
     root = roots.new().start()
