@@ -3,7 +3,7 @@
 import itertools
 import threading
 from collections.abc import Callable, Iterator
-from contextlib import ExitStack
+from contextlib import ExitStack, closing
 from signal import SIGTERM
 from typing import Any
 
@@ -90,4 +90,4 @@ def root(roots: Roots) -> PrivateRoot:
 def modems() -> Iterator[Callable[..., Modem]]:
     """Provide a function that makes modems; its arguments are those of Modem."""
     with ExitStack() as stack:
-        yield lambda *arguments: stack.enter_context(Modem(*arguments))
+        yield lambda *arguments: stack.enter_context(closing(Modem(*arguments)))

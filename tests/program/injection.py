@@ -132,11 +132,6 @@ def edit_again(root: PrivateRoot) -> None:
     root.panel.fill(APN, TYPED_LAST)
 
 
-def edit_and_leave(root: PrivateRoot) -> None:
-    edit_again(root)
-    leave(root)
-
-
 @cache
 def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
     """Return the calls of each phase of a run without a fault. It makes the same edits as the runs
@@ -147,7 +142,7 @@ def phases(how: str, store: str = "parameters") -> dict[str, list[Call]]:
     with logged_root(how, store) as root:
         steps: dict[str, Callable[[PrivateRoot], object]] = {
             "start": PrivateRoot.start, "connect": edit_and_connect, "check": alive,
-            "exit": edit_and_leave}
+            "edit": edit_again, "exit": leave}
         for name, step in steps.items():
             step(root)
             done = sum(map(len, found.values()))

@@ -5,7 +5,6 @@ import select
 import threading
 import tty
 from collections.abc import Iterable
-from typing import Self
 
 
 class Modem:
@@ -25,12 +24,6 @@ class Modem:
         self._closed = threading.Event()
         self._thread = threading.Thread(target=self._serve)
         self._thread.start()
-
-    def __enter__(self) -> Self:
-        return self
-
-    def __exit__(self, *_: object) -> None:
-        self.close()
 
     def _serve(self) -> None:
         while not self._closed.is_set():

@@ -15,8 +15,8 @@ from panel.patience import wait_until
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
-from program.programtest import (FAST, Screenshot, clocks, expect_file, expect_period, fail,
-                                 generated, stored)
+from program.programtest import (FAST, clocks, expect_file, expect_period, fail, generated,
+                                 screenshot, stored)
 from program.conftest import Roots
 
 # Answer script that copies the program's files as they are when the command runs.
@@ -147,11 +147,11 @@ def wait_for_dongle(root: PrivateRoot, node: bool, usb: str = DONGLE) -> None:
 @clocks("to 1971")
 def test_served_with_a_moving_bar(root: PrivateRoot) -> None:
     wait_for_dongle(root, node=False)
-    bar = root.panel.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")[0]
+    root.wait(lambda screen: screen.busy_bars(), 2, "the busy bar")
     screenshots = set()
 
     def moving(_: object) -> bool:
-        screenshots.add(Screenshot(root).part(bar["rect"]))
+        screenshots.add(screenshot(root))
         return len(screenshots) >= 5
 
     root.wait(moving, 3, "the busy bar moves")
@@ -192,8 +192,7 @@ def test_dongle_dialog_closed(root: PrivateRoot) -> None:
     root.panel.press("Connect")
     root.wait_calls("ls", closed[0] + 4)
     assert not root.panel.screen().has_dialog()
-    leave(root)
-    assert root.calls("pppd") == []
+    assert root.calls("pppd") == []  # SIGTERM ends this wait after the test
 
 
 def test_closed_with_a_node(root: PrivateRoot) -> None:

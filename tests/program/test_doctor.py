@@ -7,16 +7,12 @@ from shlex import join
 import pytest
 
 from panel.constants import AUTO_CONNECT, CHAT_SCRIPT, PARAMETERS, PPP_LOG
-from privateroot.process import BUILD
 from program.conftest import Roots
 from program.modem import Modem
+from program.programtest import DOCTOR, PROVISION, SAID, run_tools, said
 
 Modems = Callable[..., Modem]
-SAID = "/testrun/said"
-DOCTOR, PROVISION = "/app/corvanta-doctor", "/app/corvanta-provision"
-MOUNTS = ("--ro-bind", str(BUILD / "app/doctor/corvanta-doctor"), DOCTOR,
-          "--ro-bind", str(BUILD / "app/provision/corvanta-provision"), PROVISION,
-          "--tmpfs", "/run", "--tmpfs", "/sys", "--tmpfs", "/readonly", "--remount-ro", "/readonly",
+MOUNTS = ("--tmpfs", "/sys", "--tmpfs", "/readonly", "--remount-ro", "/readonly",
           "--size", "8192", "--tmpfs", "/full")
 # A board that dials: a process called pppd has the dongle's only port open.
 BOARD = f"""
@@ -89,16 +85,14 @@ SECRETS = ("hidden-pass", "hidden-user", "8642", "886912345678", "00101012345678
            "8988600000000000001F", "490154203237518")
 
 
-def said(roots: Roots, commands: str, *mounts: str) -> str:
-    """Run commands on that board, without a panel. @return the content of SAID"""
-    root = roots.new(mounts=MOUNTS + mounts, setup=BOARD + commands, launch="true")
-    root.start(shown=False, timeout=60).wait_exit(60)
-    return root.content(SAID).decode()
+def told(roots: Roots, commands: str, *mounts: str) -> str:
+    """Run commands on that board. @return the content of SAID"""
+    return said(run_tools(roots, BOARD + commands, *MOUNTS, *mounts))
 
 
 @pytest.mark.parametrize("made, status, cause", CAUSES.values(), ids=CAUSES)
 def test_cause(roots: Roots, made: str, status: int, cause: str) -> None:
-    *_, line, ended = said(roots, f"{made}\ndoctor\n").splitlines()
+    *_, line, ended = told(roots, f"{made}\ndoctor\n").splitlines()
     assert cause in line
     assert ended == f"status {status}"
 
@@ -108,7 +102,7 @@ def test_modem(roots: Roots, modems: Modems, answer: str, made: str, cause: str)
     """The doctor queries the modem only if its port is in raw mode and no process has it open. It
     does not change the port's modes."""
     modem = modems([answer.encode()] if answer else [])
-    page = said(roots, f"kill $holder; wait; {made}; echo 5 5 >/run/corvanta-pin\n"
+    page = told(roots, f"kill $holder; wait; {made}; echo 5 5 >/run/corvanta-pin\n"
                 "stty -F /dev/ttyUSB0 -g >/run/modes; doctor\n"
                 f"stty -F /dev/ttyUSB0 -g | cmp - /run/modes >>{SAID} 2>&1\n",
                 "--dev-bind", modem.path, "/dev/ttyUSB0")
@@ -118,14 +112,14 @@ def test_modem(roots: Roots, modems: Modems, answer: str, made: str, cause: str)
 
 
 def test_arguments(roots: Roots) -> None:
-    statuses = said(roots, "doctor; doctor --wrong; doctor --bundle; doctor x; doctor --help\n")
+    statuses = told(roots, "doctor; doctor --wrong; doctor --bundle; doctor x; doctor --help\n")
     assert [int(rest[0]) for rest in statuses.split("status ")[1:]] == [0, 2, 2, 2, 0]
 
 
 def test_output(roots: Roots) -> None:
     """A slow reader receives the complete output, even if a device ID contains control characters.
     If the reader hangs, the doctor exits with status 2."""
-    page, _, status = said(roots, f"""printf '\\377\\033[1\\n\\342\\200\\256m' >$usb/1-1/idProduct
+    page, _, status = told(roots, f"""printf '\\377\\033[1\\n\\342\\200\\256m' >$usb/1-1/idProduct
         (head -c 65000 /dev/zero; {DOCTOR} --json) | (sleep 1; tr -d '\\0' >>{SAID})
         (head -c 65000 /dev/zero; {DOCTOR}; echo "status $?" >>{SAID}) | sleep 5
         """).partition("status")
@@ -139,7 +133,7 @@ def test_output(roots: Roots) -> None:
 def test_hung(roots: Roots, modems: Modems) -> None:
     """If the modem and some programs hang, the doctor still finishes within 9 s. It leaves none of
     these programs running."""
-    page = said(roots, "kill $holder; for name in systemctl journalctl dpkg-query getent; do "
+    page = told(roots, "kill $holder; for name in systemctl journalctl dpkg-query getent; do "
                 "program $name 'exec /usr/bin/sleep 99'; done; before=$(date +%s); doctor; "
                 f"(echo $(($(date +%s) - before)); cat /proc/[0-9]*/comm) >>{SAID}\n",
                 "--dev-bind", modems().path, "/dev/ttyUSB0").split("status 1\n")
@@ -153,7 +147,7 @@ def test_bundle(roots: Roots) -> None:
     """The bundle has the files and none of the secrets, and only root can read it."""
     password, user, pin, phone = SECRETS[:4]
     log = (f'rcvd [CHAP Response <0123456789abcdef0>, name = "{user}"]', *SECRETS, 'CPIN="12"')
-    unpacked = said(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"
+    unpacked = told(roots, f"{PROVISION} user={user} password={password} pin={pin} dial={phone}\n"
                     f"printf '%s\\n' {join(log)} >{PPP_LOG}; {DOCTOR} --bundle /run/b.tgz\n"
                     "(tar -tzf /run/b.tgz; tar -xzOf /run/b.tgz; ls /run; "
                     f"stat -c mode%a /run/b.tgz) >>{SAID}\n")
@@ -171,6 +165,6 @@ def test_bundle(roots: Roots) -> None:
 def test_no_bundle(roots: Roots, made: str, file: str) -> None:
     """An archive that cannot be written leaves nothing behind and nothing changed."""
     files = "find /run /full /etc/ppp -printf '%p %s %l\\n' | sort"
-    page = said(roots, f"{made}; {files} >/tmp/before; doctor --bundle {file}; "
+    page = told(roots, f"{made}; {files} >/tmp/before; doctor --bundle {file}; "
                 f"{files} | diff /tmp/before - >>{SAID}\n")
     assert page.splitlines()[-1] == "status 2"

@@ -2,7 +2,6 @@
 signals, and output pipes that are full or have no reader."""
 
 import time
-from itertools import combinations
 from pathlib import Path
 from signal import SIGUSR1, Signals
 
@@ -12,8 +11,8 @@ from panel.constants import STORED
 from privateroot.files import LAUNCH
 from privateroot.operating import alive, ended, expect, leave, stored_root
 from program.conftest import Roots
-from program.injection import (Fault, connect_and_leave, connecting, expect_injected, launch,
-                               leave_unseen, phases, unseen_root, untouched_run)
+from program.injection import (Fault, connecting, expect_injected, launch, leave_unseen, phases,
+                               unseen_root, untouched_run)
 from program.programtest import EDITED, LATE, PRINTS_LATE, expect_stored, row, type_and_connect
 
 LAUNCHER = Path(__file__).resolve().parents[2] / "debian/libexec/launch"
@@ -50,7 +49,7 @@ def closing(*numbers: int) -> str:
 # ignored or blocked it.
 @pytest.mark.parametrize("command, setup, closed, signal", [
     *(row(f"closed: {' '.join(map(str, numbers))}", closing(*numbers), "", numbers, "",
-          everyday=count == 3) for count in (1, 2, 3) for numbers in combinations(range(3), count)),
+          everyday=len(numbers) == 3) for numbers in ((0,), (1,), (2,), (0, 1, 2))),
     *(row(f"{how} {name}", LAUNCH.replace("program", f"{ENV} --{how}-signal={name}"), "", (), name,
           everyday=name in ("USR1", "CHLD", "TERM")) for how in ("ignore", "block")
       for name in SIGNALS),
@@ -90,23 +89,14 @@ def test_unseen(command: str, setup: str) -> None:
         untouched_run(root)
 
 
-@unseen(", a save fails")
-def test_failed_save_unseen(command: str, setup: str) -> None:
-    """Make a save fail while its error message cannot be written. The stored content is kept."""
+@unseen(", a save fails and pppd prints late")
+def test_output_unseen(command: str, setup: str) -> None:
+    """Make a save fail while its error message cannot be written, and let pppd print after the exit
+    of its shell. Neither pppd nor the program may be killed. The stored content is kept."""
     write = next(call for call in phases(launch())["connect"] if call.name == "pwrite64")
     told = launch(Fault(write, "error=ENOSPC", lasting=True)).replace(
         LAUNCH.removeprefix("program"), command.removeprefix("program"))
     with unseen_root(setup, launch=told.replace("program", TELLING, 1)) as root:
-        connect_and_leave(root)
-        expect_injected(root)
-        expect_stored(root, STORED)
-
-
-@unseen(", pppd prints late")
-def test_late_output_unseen(command: str, setup: str) -> None:
-    """Let pppd print after the exit of its shell, while the program's output is not read. Neither
-    pppd nor the program may be killed."""
-    with unseen_root(setup, launch=command.replace("program", TELLING, 1)) as root:
         root.answer("pppd", PRINTS_LATE)
         with connecting(root) as viewer:
             root.wait_until(lambda: root.read(LATE), 5, "pppd has survived its late output")
@@ -114,6 +104,8 @@ def test_late_output_unseen(command: str, setup: str) -> None:
             root.signal(SIGUSR1)
             root.wait_calls("ifconfig", checked + 1)
             leave_unseen(root, viewer)
+        expect_injected(root)
+        expect_stored(root, STORED)
 
 
 def test_signals_from_exec(roots: Roots) -> None:

@@ -7,14 +7,9 @@ import pytest
 from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, FIELDS, FILES, PARAMETERS, PEER_FILE,
                              STORED, stored_parameters)
 from privateroot.files import LAUNCH
-from privateroot.process import BUILD, PrivateRoot
-from program.programtest import expect_file
+from program.programtest import PROVISION, SAID, TOOLS, expect_file, run_tools, said
 from program.conftest import Roots
 
-PROVISION = "/app/corvanta-provision"
-MOUNTS = ("--ro-bind", str(BUILD / "app/provision/corvanta-provision"), PROVISION,
-          "--tmpfs", "/run")
-SAID = "/testrun/said"
 ALL = ("--as-is", "apn=web.example", "dial=*99***1#", "user=guest", "password=pass word",
        "pin=1234", "auth=PAP", "auto-connect=YES", "counts=7")
 VALUES = ("web.example", "*99***1#", "guest", "pass word", "1234")
@@ -34,24 +29,13 @@ def command(*words: str, lines: str = "") -> str:
     return run(f"printf %b {quote(lines)} | {join([PROVISION, *words])}")
 
 
-def provisioned(roots: Roots, setup: str) -> PrivateRoot:
-    """Run shell commands to their end, in a new private root without the panel program."""
-    root = roots.new(mounts=MOUNTS, setup=setup, launch="true").start(shown=False, timeout=60)
-    root.wait_exit(60)
-    return root
-
-
-def said(root: PrivateRoot) -> str:
-    return root.content(SAID).decode()
-
-
 @pytest.mark.parametrize("setup", (
     command(*ALL), command(*ALL[:3], "-", lines="\n".join(["", "# secrets", *ALL[3:]]))),
     ids=("arguments", "standard input"))
 def test_every_value(roots: Roots, setup: str) -> None:
     """Set every value. The files equal those that the panel would write, have mode 0600, and the
     panel shows their values."""
-    root = roots.new(mounts=MOUNTS, setup=setup).start()
+    root = roots.new(mounts=TOOLS, setup=setup).start()
     assert said(root) == "status 0\n" + "".join(f"wrote {file}\n" for file in FILES)
     assert root.read(PARAMETERS) == stored_parameters(*VALUES, "1")
     assert root.read(AUTO_CONNECT) == b"0\n7\n"
@@ -67,8 +51,8 @@ def test_every_value(roots: Roots, setup: str) -> None:
     ids=("complete", "short", "unknown method"))
 def test_values_that_are_not_named(roots: Roots, stored: bytes, kept: bytes) -> None:
     """Values that the command does not name are kept, even if the stored file has too few lines."""
-    root = provisioned(roots, f"printf %s {quote(stored.decode())} >{PARAMETERS}\n"
-                       + command("pin=0000"))
+    root = run_tools(roots, f"printf %s {quote(stored.decode())} >{PARAMETERS}\n"
+                     + command("pin=0000"))
     assert root.read(PARAMETERS) == kept
 
 
@@ -83,7 +67,7 @@ def test_refusals(roots: Roots) -> None:
         ("no quote into the next line", "password='hidden"),
         ("no word after a quote", "user='x'y z"), ("no comment", "user=#x"),
     )
-    root = provisioned(roots, "".join(
+    root = run_tools(roots, "".join(
         (*(command("apn=new", word) for _, word in table),
          command("apn=new", "-", lines="user=half-a-character-\\0303"),
          command("apn=new", "-", lines="hidden"), command())))
@@ -101,7 +85,7 @@ def test_refusals(roots: Roots) -> None:
 def test_files_that_cannot_be_used(roots: Roots, broken: str, message: str) -> None:
     """A file that cannot be read is not overwritten. If a file cannot be written, the error message
     names it and the files already written."""
-    root = provisioned(roots, f"{broken}\n" + command("apn=new"))
+    root = run_tools(roots, f"{broken}\n" + command("apn=new"))
     assert "status 74\n" in said(root)
     assert message in said(root)
 
@@ -113,7 +97,7 @@ def test_callers(roots: Roots) -> None:
              (75, f"flock /run/corvanta-parameters.lock {PROVISION} apn=x"),
              (64, f"{PROVISION} --as-is"), (0, f"{PROVISION} --help"), (0, f"{PROVISION} -h"),
              (0, f"{PROVISION} --version"))
-    root = provisioned(roots, "".join(run(words) for _, words in table))
+    root = run_tools(roots, "".join(run(words) for _, words in table))
     statuses = [line for line in said(root).splitlines() if line.startswith("status ")]
     assert statuses == [f"status {status}" for status, _ in table]
     assert root.read(PARAMETERS) is None
@@ -123,7 +107,7 @@ def test_show(roots: Roots) -> None:
     """--show prints the stored values with the secrets masked, and names generated files that are
     out of date."""
     changes = f"echo >>{CHAT_SCRIPT}\nprintf '0\\n' >{AUTO_CONNECT}\n"
-    root = provisioned(roots, command(*ALL) + changes + command("--show"))
+    root = run_tools(roots, command(*ALL) + changes + command("--show"))
     assert said(root).split("status 0\n")[2] == (
         "apn=web.example\ndial=*99***1#\nuser=guest\npassword=********\npin=********\n"
         "auth=PAP\nauto-connect=NO\ncounts=\n"
@@ -153,7 +137,7 @@ def test_check(roots: Roots) -> None:
         (1, "", (*good, "dial="), "dial is empty"),
     )
     clear = f"rm -f {' '.join(FILES)} /etc/ppp/pap-secrets\n"
-    root = provisioned(roots, "".join(
+    root = run_tools(roots, "".join(
         f"{clear}{setup}{PROVISION} --as-is {join(words)} >/dev/null\n{command('--check')}"
         f"echo :: >>{SAID}\n" for _, setup, words, _ in table))
     for (status, _, words, message), answer in zip(table, said(root).split("::\n")[:-1],
@@ -168,7 +152,7 @@ def test_two_at_once(roots: Roots) -> None:
     one, other = (f"{PROVISION} {values} >/dev/null || echo failed >>{SAID}" for values in (
         "apn=a user=one pin=1", "apn=another.example user= pin="))
     note = f"cat {' '.join(FILES)} | md5sum >>{SAID}"
-    root = provisioned(
+    root = run_tools(
         roots, f"{one}; {note}; {other}; {note}\n"
         f"for i in 1 2 3 4 5 6 7 8 9; do ({one}) & ({other}) & wait; {note}; done\n")
     sums = said(root).splitlines()
@@ -179,7 +163,7 @@ def test_two_at_once(roots: Roots) -> None:
 def test_with_a_panel(roots: Roots) -> None:
     """While the panel runs, print that it must be restarted, because Exit would overwrite the new
     values with those on the screen."""
-    root = roots.new(mounts=MOUNTS, launch=(
+    root = roots.new(mounts=TOOLS, launch=(
         "(until [ -e /testrun/go ]; do sleep 0.1; done\n"
         f"{command('apn=new')}touch /testrun/done) & {LAUNCH}")).start()
     root.write("/testrun/go", "")
