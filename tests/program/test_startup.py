@@ -8,7 +8,7 @@ from signal import SIGKILL, SIGTERM, SIGUSR1
 import pytest
 
 from panel.constants import APN, DONGLE_STATUS, GREEN, RED, UNDETECTED
-from panel.patience import wait_until
+from panel.patience import patient, wait_until
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import wait_link
 from privateroot.procfs import processor_ticks
@@ -123,7 +123,9 @@ def test_terminated_at_once(roots: Roots) -> None:
     leads to a clean exit. The dialog that waits for the dongle does not delay it."""
     root = roots.new(usb="").start(shown=False)
     maps = Path(f"/proc/{root.pid}/maps")
-    wait_until(lambda: "libqvnc" in maps.read_text(), 5, "the platform plugin is loaded")
+    deadline = time.monotonic() + patient(5)
+    while "libqvnc" not in maps.read_text():  # the platform plugin, loaded by QApplication
+        assert time.monotonic() < deadline
     root.signal(SIGTERM)
     assert root.wait_exit() == 0
 
