@@ -8,7 +8,7 @@ from signal import SIGKILL, SIGTERM, SIGUSR1
 import pytest
 
 from panel.constants import APN, DONGLE_STATUS, GREEN, RED, UNDETECTED
-from panel.patience import patient, wait_until
+from panel.patience import patient
 from privateroot.files import DONGLE, LAUNCH
 from privateroot.operating import wait_link
 from privateroot.procfs import processor_ticks
