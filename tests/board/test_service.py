@@ -56,14 +56,17 @@ def test_running(board: OperatedBoard) -> None:
 
 
 def check_environment(board: OperatedBoard) -> None:
-    """Check the environment that the program and its commands get, and that ModemManager ignores
-    the port."""
+    """Check the environment that the program and its commands get, that ModemManager ignores the
+    port, and that no port echoes the modem's responses to it."""
     found = board.sh(f"tr '\\0' '\\n' </proc/{board.program.pid()}/environ").splitlines()
     assert {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root",
             "XDG_RUNTIME_DIR=/run/corvanta"} <= set(found)
     assert board.sh("stat -c %a /run/corvanta") == "700\n"
     port = board.sh("udevadm info --query=property --name=/dev/ttyUSB0").splitlines()
     assert {"ID_MM_PORT_IGNORE=1", "ID_MM_DEVICE_IGNORE=1"} <= set(port)
+    for port_number in range(3):
+        modes = board.sh(f"stty --file=/dev/ttyUSB{port_number} --all").split()
+        assert {"-icanon", "-echo"} <= set(modes)
 
 
 def check_console(board: OperatedBoard) -> None:
