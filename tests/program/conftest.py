@@ -1,7 +1,6 @@
 """Fixtures of the program tests: private roots and modems, closed after the test."""
 
-import itertools
-import threading
+import subprocess
 from collections.abc import Callable, Iterator
 from contextlib import ExitStack, closing
 from signal import SIGTERM
@@ -9,12 +8,10 @@ from typing import Any
 
 import pytest
 
-from privateroot.operating import STEPPED, ended, step_clock, stored_root
+from privateroot.operating import CLOCK_FILE, STEPPED, ended, step_clock, stored_root
 from privateroot.process import PrivateRoot
 from privateroot.procfs import process_name
 from program.modem import Modem
-
-STEP_SECONDS = 0.7
 
 
 class Roots:
@@ -34,11 +31,11 @@ class Roots:
         self._stack.callback(expect_no_report, root)
         self._stack.callback(end, root)
         if self._clock:
-            over = threading.Event()
-            stepper = threading.Thread(target=step, args=(root, self._clock, over))
-            stepper.start()
-            self._stack.callback(stepper.join)
-            self._stack.callback(over.set)
+            step_clock(root, "+0")
+            script = "while sleep 0.7; do echo \"$1\" >\"$0\"; sleep 0.7; echo +0 >\"$0\"; done"
+            stepper = self._stack.enter_context(subprocess.Popen(
+                ["sh", "-c", script, root.host(CLOCK_FILE), self._clock]))
+            self._stack.callback(stepper.kill)
         return root
 
     def stored(self, **how: Any) -> PrivateRoot:
@@ -48,13 +45,6 @@ class Roots:
     def started(self, **how: Any) -> PrivateRoot:
         """Make a root with stored parameters and start the program in it."""
         return self.stored(**how).start()
-
-
-def step(root: PrivateRoot, clock: str, over: threading.Event) -> None:
-    for moment in itertools.cycle(("+0", clock)):
-        step_clock(root, moment)
-        if over.wait(STEP_SECONDS):
-            return
 
 
 def end(root: PrivateRoot) -> None:

@@ -80,11 +80,6 @@ def expect_period(calls: list[Call], seconds: float) -> None:
     assert 0.6 * seconds < mean < seconds + patient(0.4)
 
 
-def expect_file(root: PrivateRoot, path: str, expected: str) -> None:
-    """Compare a written file with one of tests/expected, byte for byte."""
-    assert root.content(path).decode() == (EXPECTED / expected).read_bytes().decode()
-
-
 def generated(parameters: bytes) -> dict[str, bytes]:
     """Return the chat script and peer file that Connect generates from six parameter lines."""
     apn, dial, user, password, pin, method = parameters.split(b"\n")[:6]

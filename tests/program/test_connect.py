@@ -15,7 +15,7 @@ from panel.patience import wait_until
 from privateroot.files import DONGLE
 from privateroot.operating import DIALLING, check_link, connect, leave
 from privateroot.process import PrivateRoot
-from program.programtest import (FAST, clocks, expect_file, expect_period, fail, generated,
+from program.programtest import (FAST, clocks, expect_period, fail, generated,
                                  screenshot, stored)
 from program.conftest import Roots
 
@@ -92,10 +92,9 @@ def test_order_and_written_files(roots: Roots) -> None:
     assert not screen.button("Connect")["enabled"]
     assert not screen.field(APN)["enabled"]
     assert [bar["rect"] for bar in screen.busy_bars()] == [[200, 200, 400, 40]]
-    expect_file(root, PEER_FILE, "peer-chap")
-    expect_file(root, CHAT_SCRIPT, "chat-with-pin")
-    assert root.read(PARAMETERS) == stored_parameters(
-        "web.example", "*99***1#", "guest", "pass word", "1234", "2")
+    parameters = stored_parameters("web.example", "*99***1#", "guest", "pass word", "1234", "2")
+    for path, content in {PARAMETERS: parameters, **generated(parameters)}.items():
+        assert root.read(path) == content
     assert root.read(AUTO_CONNECT) == b"0\nold\n"
     assert [root.mode(path) for path in FILES] == ["600"] * 4
     for path in FILES:
@@ -201,7 +200,6 @@ def test_closed_with_a_node(root: PrivateRoot) -> None:
     root.wait_calls("pppd", 1)
 
 
-@clocks()
 @pytest.mark.parametrize("node", (True, False), ids=("node", "no node"))
 def test_dongle_dialog_closes_itself(root: PrivateRoot, node: bool) -> None:
     """The dialog closes once the dongle is found. Then the attempt waits for the device node; Exit
