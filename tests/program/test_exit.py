@@ -1,5 +1,4 @@
-"""Exit rotates the logs, saves the parameters and exits, in every state of the program. Floods of
-SIGUSR1 lose no touch and do not prevent the exit."""
+"""Exit rotates the logs. Floods of SIGUSR1 lose no touch and do not prevent the exit."""
 
 import time
 from contextlib import suppress
