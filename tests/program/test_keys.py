@@ -7,9 +7,9 @@ from signal import SIGUSR1
 import pytest
 
 from host.sockets import connect
-from panel.constants import (APN, BUTTON_GUARD_SECONDS, DIAL, DOUBLE_TOUCH_SECONDS, FAILED,
+from panel.constants import (APN, AUTH, BUTTON_GUARD_SECONDS, DIAL, DOUBLE_TOUCH_SECONDS, FAILED,
                              FIELDS, MISC, PARAMETERS, PIN, SETTING, SIZES, USER)
-from panel.screen import Screen
+from panel.screen import Screen, Widget
 from privateroot.operating import check_link, ended
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET, Viewer
@@ -101,6 +101,45 @@ def test_never_over_a_dialog(keyed: PrivateRoot) -> None:
     keyed.panel.raise_keys(PIN)
 
 
+def touch_late(root: PrivateRoot, button: Widget, since: float) -> None:
+    """Touch a button 0.5 s after a change of windows. On a slow machine, when the button guard may
+    have ended, do nothing.
+
+    @param since time of the change, by time.monotonic()"""
+    time.sleep(max(0, since + 0.5 - time.monotonic()))
+    if time.monotonic() - since < 0.9:
+        root.panel.click(button)
+
+
+@pytest.mark.parametrize("size", SIZES, ids=str)
+def test_no_touch_ends_the_program(keyed: PrivateRoot) -> None:
+    """A late touch on a list row or key must not press the button that appears at its place: Exit
+    under the list and the keyboard, OK under the keyboard."""
+    exit_button = keyed.panel.button("Exit")
+    keyed.panel.click(keyed.panel.field(AUTH))
+    chap = keyed.panel.wait(lambda screen: screen.row("CHAP"), 5, "the list")
+    assert sum(chap["rect"][1::2]) < exit_button["rect"][1]
+    for _ in range(2):
+        keyed.panel.click(chap)
+        time.sleep(0.1)
+    enter, since = keyed.panel.raise_keys(PIN).key("Enter"), time.monotonic()
+    keyed.panel.click(enter)
+    wait_gone(keyed)
+    touch_late(keyed, exit_button, since)
+    keyed.panel.raise_keys(PIN)
+    since = time.monotonic()
+    keyed.panel.invoke("Makeup", "checkPPPMsg")
+    keyed.wait(lambda screen: screen.has_dialog(), 5, "the notice")
+    touch_late(keyed, keyed.panel.button("OK"), since)
+    time.sleep(BUTTON_GUARD_SECONDS)
+    assert keyed.panel.screen().has_dialog(), "a late touch pressed OK"
+    keyed.panel.press("OK")
+    keyed.wait(lambda screen: not screen.has_dialog(), 5, "the notice gone")
+    assert keyed.panel.field(PIN)["text"] == ""
+    assert keyed.exit_status() is None, "a late touch pressed Exit"
+
+
+@pytest.mark.parametrize("size", SIZES, ids=str)
 def test_touch_before_the_window(roots: Roots, size: tuple[int, int]) -> None:
     """Touch the black panel, before the window is shown, where Exit will be."""
     root = roots.stored(size=size, keys=True, setup=SETUP)
