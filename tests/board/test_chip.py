@@ -2,7 +2,6 @@
 
 from boardtest import OperatedBoard
 from panel.constants import LANGUAGE
-from virtualboard.chip import SLOW_MS
 
 IDENTITY = "7f7f7f7f7f7fc22208"
 # Starts by the chip's fault: language parameter, the button Connect in that language, the program's
@@ -12,8 +11,8 @@ STARTS = {
                 "speed hzFram speed: 20000000 Hz (20000 KHz)\n",
                 ["RD_MODE failed", "WR_MODE failed", "RD_BITS_PER_WORD failed",
                  "RD_MAX_SPEED_HZ failed"]),
-    "slow": (2, "连线", "Fram speed: 10000000 Hz (10000 KHz)\n",
-             ["RD_MODE 0", "WR_MODE 0", "RD_BITS_PER_WORD 8", "RD_MAX_SPEED_HZ 10000000"]),
+    None: (2, "连线", "Fram speed: 10000000 Hz (10000 KHz)\n",
+           ["RD_MODE 0", "WR_MODE 0", "RD_BITS_PER_WORD 8", "RD_MAX_SPEED_HZ 10000000"]),
 }
 
 
@@ -30,8 +29,5 @@ def test_starts(board: OperatedBoard) -> None:
         log = ["open", *queries, f"cycle 9f r9 {IDENTITY}",
                f"cycle 030004 r200 {block.hex():0<400}"]
         assert board.chip.log() == log
-    times = [time for time, _ in board.chip.timed_log()]
-    assert 2 <= (times[-1] - times[0]) / (SLOW_MS / 1000) < 3
-    # Later steps do not access the chip.
-    board.panel.open_tab("其他设定", SLOW_MS / 1000)
-    assert board.chip.log() == log
+    board.panel.open_tab("其他设定")
+    assert board.chip.log() == log  # later steps do not access the chip

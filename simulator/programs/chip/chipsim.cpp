@@ -1,19 +1,17 @@
-// chipsim LOG FAULT DELAY_MS [N=V]...: simulates the FM25V02 F-RAM chip at /dev/spidev1.0, by CUSE,
+// chipsim LOG FAULT [N=V]...: simulates the FM25V02 F-RAM chip at /dev/spidev1.0, by CUSE,
 // with the two commands that the program sends: read identification and read memory.
 //
-// DELAY_MS is added to the duration of each message. Parameter N of the block at address 4 is V,
-// all others are 0. FAULT is one of:
+// Parameter N of the block at address 4 is V, all others are 0. FAULT is one of:
 // - none;
 // - queries: ioctls for a setting fail.
 //
 // LOG records opens, settings and chip-select cycles. A cycle has the sent bytes, the number of
 // received bytes and these bytes:
 //
-//     1.234 RD_MAX_SPEED_HZ 10000000
-//     1.235 cycle 9f r9 7f7f7f7f7f7fc22208
+//     RD_MAX_SPEED_HZ 10000000
+//     cycle 9f r9 7f7f7f7f7f7fc22208
 #define FUSE_USE_VERSION 31
 #include <cerrno>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -22,14 +20,12 @@
 #include <linux/spi/spidev.h>
 #include <string>
 #include <sys/ioctl.h>
-#include <thread>
 #include <vector>
 
 namespace
 {
 
 using Bytes = std::vector<uint8_t>;
-using Clock = std::chrono::steady_clock;
 
 constexpr uint8_t ReadIdentification = 0x9f; // opcode; the only other one is that of a read
 constexpr unsigned BlockAddress = 4;
@@ -86,10 +82,7 @@ iovec part(uint64_t address, std::size_t length)
 class Chip
 {
 public:
-    Chip(const char *log, const char *fault, int delay)
-        : m_log(std::fopen(log, "ae")), m_fault(fault), m_delay(delay)
-    {
-    }
+    Chip(const char *log, const char *fault) : m_log(std::fopen(log, "ae")), m_fault(fault) {}
 
     void setParameter(std::size_t number, unsigned long value)
     {
@@ -114,8 +107,7 @@ public:
 private:
     void log(const std::string &text)
     {
-        const std::chrono::duration<double> age = Clock::now() - m_start;
-        std::fprintf(m_log, "%.3f %s\n", age.count(), text.c_str());
+        std::fprintf(m_log, "%s\n", text.c_str());
         std::fflush(m_log);
     }
 
@@ -159,7 +151,6 @@ private:
         if (!request.has({records, part(transfers[0].tx_buf, transfers[0].len)},
                          {part(transfers[1].rx_buf, count)}))
             return;
-        std::this_thread::sleep_for(m_delay);
         const uint8_t *begin = request.in + sizeof transfers;
         const Bytes sent(begin, begin + transfers[0].len);
         const Bytes received = reply(sent, count);
@@ -177,8 +168,6 @@ private:
 
     std::FILE *m_log;
     std::string m_fault;
-    std::chrono::milliseconds m_delay;
-    Clock::time_point m_start = Clock::now();
     uint8_t m_memory[0x8000] = {};
 };
 
@@ -198,12 +187,8 @@ void control(fuse_req_t id, int command, void *argument, fuse_file_info *, unsig
 
 int main(int argc, char **argv)
 {
-    if (argc < 4) {
-        std::fputs("Usage: chipsim LOG FAULT DELAY_MS [N=V]...\n", stderr);
-        return 2;
-    }
-    Chip simulated(argv[1], argv[2], std::atoi(argv[3]));
-    for (int i = 4; i < argc; ++i) {
+    Chip simulated(argv[1], argv[2]);
+    for (int i = 3; i < argc; ++i) {
         char *value = nullptr;
         const auto number = std::strtoul(argv[i], &value, 10);
         simulated.setParameter(number, std::strtoul(value + 1, nullptr, 10));
