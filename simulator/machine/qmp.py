@@ -65,6 +65,12 @@ class Qmp:
                 raise BoardError("the machine's state could not be saved (disk full?)")
             time.sleep(0.05)
 
+    def quit(self) -> None:
+        """Kill the machine, as in a power cut, and wait until QEMU has exited."""
+        self.command("quit")
+        while self._stream.readline():
+            pass
+
     def resume(self) -> None:
         """Wait until the machine has read its saved state, and resume it."""
         while self.command("query-status")["status"] == "inmigrate":

@@ -3,15 +3,15 @@
 import re
 import subprocess
 import time
-from contextlib import ExitStack, closing
+from contextlib import ExitStack, closing, suppress
 from pathlib import Path
-from types import TracebackType
 from typing import Any, Self
 from urllib.parse import unquote
 
 from host.errors import BoardError
-from host.files import current, fingerprint, locked, remove
+from host.files import current, fingerprint, remove
 from host.paths import ARM, BOARD, MACHINE, RUNS
+from host.sockets import connect
 from image import appdisk, rootfs
 from machine import qemu
 from machine.guest import Guest
@@ -20,10 +20,10 @@ from panel.panel import Panel
 from virtualboard.chip import Chip
 from virtualboard.dongle import Dongle
 from virtualboard.fingers import Fingers, Keyboard
-from virtualboard.process import RECORD, Process
 from virtualboard.program import Program
 from virtualboard.records import Records
 
+RECORD = "size"  # file in the run's directory: width and height of the panel
 UP_SECONDS = 300  # a boot takes 40 s of the board's clock, and longer on a busy host
 INSTALL_SECONDS = 180
 LOOK_PAUSE = 0.6  # seconds between two dumps of the screen, because each dump slows the board
@@ -89,26 +89,23 @@ class Board:
         self.size = size
         self.directory = RUNS / run
         self._connections = ExitStack()
-        self._machine, self._panel_on = machine, panel_on
+        self._image, self._panel_on = machine, panel_on
         self._state, self._fresh, self._changes = state, fresh or changes is not None, changes
         self._spare, self._vnc_port, self._detached = spare, vnc_port, detached
         self._stands_still = self._power_cut = False
-        self._process: Process | None = None
-        self._child: subprocess.Popen[bytes] | None = None
+        self.machine: subprocess.Popen[bytes] | None = None  # None for an attached board
 
     def __enter__(self) -> Self:
         self.start()
         return self
 
-    def __exit__(self, kind: type[BaseException] | None, _: BaseException | None,
-                 __: TracebackType | None) -> None:
+    def __exit__(self, kind: type[BaseException] | None, *_: object) -> None:
         try:
             # After Ctrl-C or a signal, which do not raise an Exception, exit without the logs.
             interrupted = kind is not None and not issubclass(kind, Exception)
             if not interrupted and not self._stands_still:
-                self.records.logs()
-        except (BoardError, OSError) as error:
-            (self.directory / "logs.error").write_text(f"{error}\n", encoding="utf-8")
+                with suppress(BoardError, OSError):  # The machine may have stopped.
+                    self.records.logs()
         finally:
             self.off()
 
@@ -116,7 +113,7 @@ class Board:
         """Start the board and wait until the program can be started.
 
         The dongle is not plugged in."""
-        if not (self._machine / rootfs.KERNEL).is_file():
+        if not (self._image / rootfs.KERNEL).is_file():
             raise BoardError("no image: run simulator/board image")
         state = None if self._fresh else self._state or installed_state(self.size)
         self._start_qemu(state)
@@ -128,23 +125,28 @@ class Board:
 
     def _start_qemu(self, state: Path | None) -> None:
         disk = appdisk.ensure()
-        with locked(RUNS / f".{self.directory.name}.lock"):
-            if Process.of(self.directory):
-                raise BoardError(f"a board named {self.directory.name} is already running")
-            remove(self.directory)
-            self.directory.mkdir(parents=True)
-            if self._changes:
-                disk = self.directory / "app.ext4"
-                appdisk.with_changes(self._changes, disk)
-            self._child = qemu.start(self.size, self.directory, self._machine, disk,
-                                     state=state, vnc_port=self._vnc_port,
-                                     detached=self._detached, spare=self._spare)
-            self._process = Process(self._child.pid, self.directory, self.size)
-            self._process.note()
+        if self._is_running():
+            raise BoardError(f"a board named {self.directory.name} is already running")
+        remove(self.directory)
+        self.directory.mkdir(parents=True)
+        if self._changes:
+            disk = self.directory / "app.ext4"
+            appdisk.with_changes(self._changes, disk)
+        self.machine = qemu.start(self.size, self.directory, self._image, disk, state=state,
+                                  vnc_port=self._vnc_port, detached=self._detached,
+                                  spare=self._spare)
+        width, height = self.size
+        (self.directory / RECORD).write_text(f"{width} {height}\n")
+
+    def _is_running(self) -> bool:
+        with suppress(OSError):
+            connect(self.directory / qemu.QMP_SOCKET).close()
+            return True
+        return False
 
     def _set_up(self, state: Path | None) -> None:
         """Resume or boot the machine, mount the disk with the programs, turn on the panel."""
-        if self._power_cut or not self._process:
+        if self._power_cut:
             raise BoardError("the board's power was cut")
         self._connect()
         if state:
@@ -178,11 +180,11 @@ class Board:
     @classmethod
     def attach(cls, run: str = "board") -> Self:
         """Return the running board of that name. @raise BoardError when there is none"""
-        process = Process.of(RUNS / run)
-        if not process:
+        board = cls(run=run)
+        if not board._is_running():
             raise BoardError(f"no board named {run} runs: start one with simulator/board boot")
-        board = cls(process.size, run, detached=True)
-        board._process = process
+        width, height = map(int, (board.directory / RECORD).read_text().split())
+        board.size = width, height
         board._connect()
         return board
 
@@ -192,21 +194,18 @@ class Board:
 
     def off(self) -> None:
         """Kill the machine, as in a power cut, but keep its directory."""
+        if self.machine:
+            self.machine.kill()
+            self.machine.wait()
+        else:
+            self._qmp.quit()
         self._connections.close()
-        if self._process:
-            self._process.end()
-            self._process = None
-        if self._child:
-            self._child.wait()
-            self._child = None
-        for name in (RECORD, qemu.QMP_SOCKET, qemu.AGENT_SOCKET):
-            remove(self.directory / name)
 
     def cut_power(self) -> None:
         """Kill the machine, from any thread. Waiting calls soon raise a BoardError."""
         self._power_cut = True
-        if process := self._process:
-            process.kill()
+        if self.machine:
+            self.machine.kill()
 
     def save(self, file: Path) -> None:
         """Stop the machine and write its complete state to a file."""
@@ -238,7 +237,7 @@ class Board:
                                  **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
         if "Waiting" not in said:
             raise BoardError(f"QEMU: {said.strip()}")
-        return (f"gdb-multiarch -ex 'symbol-file {ARM / 'app/corvanta'} -o {address:#x}' "
+        return (f"gdb-multiarch -ex 'symbol-file {ARM / 'app/corvanta'} -o 0x{address}' "
                 f"-ex 'target remote 127.0.0.1:{port}'")
 
     def _request(self, line: str) -> dict[str, Any]:

@@ -9,7 +9,6 @@ from machine.guest import SECONDS, Guest
 from panel.constants import CHECK_SECONDS
 
 UNIT = "corvanta.service"
-PROGRAM = "/usr/sbin/corvanta"
 PID = "/run/program/pid"
 STATUS = "/run/program/status"
 ENVIRONMENT = "/run/program/environment"
@@ -51,11 +50,9 @@ class Program:
         done = self._guest.run(f"[ ! -e {STATUS} ] && cat {PID} 2>/dev/null")
         return int(done.text) if done.status == 0 else None
 
-    def load_address(self) -> int:
-        """Return the load address of the running program."""
-        maps = self._guest.read(f"/proc/{self.pid()}/maps").decode()
-        first = next(line for line in maps.splitlines() if line.endswith(PROGRAM))
-        return int(first.partition("-")[0], 16)
+    def load_address(self) -> str:
+        """Return the load address of the running program in hexadecimal."""
+        return self._guest.sh(f"grep -m 1 corvanta /proc/$(<{PID})/maps").partition("-")[0]
 
     def status(self) -> int | None:
         """Return the program's exit status, 128 + N for signal N; None until it has exited."""

@@ -12,9 +12,8 @@ OWNER = """
 import signal
 from panel.constants import SIZES
 from virtualboard.board import Board
-from virtualboard.process import Process
 with Board(SIZES[0], "test-owned") as board:
-    print(Process.of(board.directory).pid, flush=True)
+    print(board.machine.pid, flush=True)
     signal.pause()
 """
 
