@@ -23,8 +23,5 @@ ARM = BUILD / ARCH.preset
 
 def cache() -> Path:
     """Return the cache directory, which all build directories of the user share."""
-    named = os.environ.get("CORVANTA_CACHE")
-    if named:
-        return Path(named).absolute()
     base = os.environ.get("XDG_CACHE_HOME") or Path.home() / ".cache"
     return Path(base).absolute() / "corvanta"

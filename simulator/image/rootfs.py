@@ -6,7 +6,7 @@ from pathlib import Path
 from host import programs
 from host.architecture import ARCH
 from host.files import read_list, remove
-from host.paths import GUEST, IMAGE_DATA, SIMULATOR
+from host.paths import GUEST, IMAGE_DATA, ROOT, SIMULATOR
 from image import debian, ext4
 
 IMAGE_SIZE = "400M"
@@ -31,14 +31,13 @@ LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash"
             ("systemd-logind", "getty-static", "serial-getty@ttyAMA0")}}
 # Programs of the image, of a file each; they are running in the saved machine states.
 PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
-EMPTY_FILES = ("etc/fstab", "etc/machine-id", "etc/resolv.conf")
 
 
 def inputs() -> list[str | Path]:
     """Return all that the image is made of, for a fingerprint."""
     here = Path(__file__)
     return [here, here.with_name("ext4.py"), IMAGE_DATA, GUEST, debian.directory("board").name,
-            *(SIMULATOR / source for source in PROGRAMS.values())]
+            ROOT / "io/filedescriptor.h", *(SIMULATOR / source for source in PROGRAMS.values())]
 
 
 def build(sysroot: Path, into: Path) -> None:
@@ -103,8 +102,6 @@ def _configure(root: Path, sysroot: Path) -> None:
         remove(root / name)
         (root / name).parent.mkdir(parents=True, exist_ok=True)
         (root / name).symlink_to(destination)
-    for name in EMPTY_FILES:
-        (root / name).write_text("")
     own = root.with_name("guest")
     programs.run(["sh", "-c", 'cp -R "$1" "$2" && chmod -R u=rwX,go=rX "$2" && '
                   'cp -a --remove-destination "$2/." "$3"', "sh", GUEST, own, root],
@@ -114,5 +111,5 @@ def _configure(root: Path, sysroot: Path) -> None:
     programs.run(["cp", root / "usr/sbin/pppd", root / "usr/sbin/netpppd"], "copying pppd")
     for name, source in PROGRAMS.items():
         programs.run([f"{ARCH.triplet}-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
-                      "-o", root / "usr/sbin" / name, SIMULATOR / source],
+                      "-I", ROOT, "-o", root / "usr/sbin" / name, SIMULATOR / source],
                      f"compiling the board's {name}")

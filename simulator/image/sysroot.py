@@ -2,21 +2,14 @@
 
 from pathlib import Path
 
-from host.errors import BoardError
 from host.files import remove, whole
 from host.paths import ARM, SYSROOT_NAME
 from image import debian
 
 
 def ensure() -> Path:
-    """
-    Return the sysroot's directory, and make it again when its packages have changed.
-
-    @raise BoardError when there is a space in its path, which pkg-config cannot handle
-    """
+    """Return the sysroot's directory, and make it again when its packages have changed."""
     sysroot = debian.unpacked("sysroot", for_host=True)
-    if " " in str(sysroot):
-        raise BoardError(f"a space is in {sysroot}; set CORVANTA_CACHE to a path without one")
     if not (SYSROOT_NAME.is_file() and SYSROOT_NAME.read_text("utf-8") == str(sysroot)):
         remove(ARM / "CMakeCache.txt")  # it has paths in the previous sysroot
         with whole(SYSROOT_NAME) as unfinished:

@@ -13,13 +13,12 @@ from host.sockets import connect
 SECONDS = 30  # default timeout
 # Time that the agent needs after the timeout to kill a command and send its output.
 GRACE_SECONDS = 10
-TOOK_TOO_LONG = 256  # the agent's status for a command that it killed after the timeout
 
 
 class Result(NamedTuple):
     """The result of a command."""
 
-    status: int  # exit status, 128 + N for signal N, or TOOK_TOO_LONG
+    status: int  # exit status, 128 + N for signal N, or 124 after the timeout
     output: bytes
 
     @property
@@ -59,9 +58,8 @@ class Guest:
         """
         done = self.run(commands, seconds)
         if done.status:
-            reason = (f"timeout after {seconds:g} s" if done.status == TOOK_TOO_LONG
-                      else f"exit status {done.status}")
-            raise BoardError(f"{reason} on the board: {commands.strip()}: {done.text}")
+            raise BoardError(f"exit status {done.status} on the board: {commands.strip()}: "
+                             f"{done.text}")
         return done.text
 
     def read(self, path: str) -> bytes:
@@ -73,7 +71,7 @@ class Guest:
         return self._served("read", path, b"", SECONDS)
 
     def write(self, path: str, data: bytes) -> None:
-        """Write a file on the board atomically. @raise OSError with the board's errno"""
+        """Write a file on the board. @raise OSError with the board's errno"""
         self._served("write", path, b"\0" + data, SECONDS)
 
     def ask(self, socket: str, question: bytes, seconds: float) -> bytes:
@@ -99,11 +97,8 @@ class Guest:
             self._socket.settimeout(seconds + GRACE_SECONDS)
             self._socket.sendall(request)
             return self._receive(seconds + GRACE_SECONDS)
-        except TimeoutError as error:
-            raise BoardError(f"the board has not answered within {seconds:g} s; it may still run "
-                             "an earlier command") from error
         except OSError as error:
-            raise BoardError(f"the board has stopped: {error.strerror}") from error
+            raise BoardError(f"the board does not answer: {error}") from error
 
     def _receive(self, seconds: float) -> Result:
         """Wait for the reply to the last request. Ignore replies to interrupted requests of other

@@ -7,7 +7,6 @@ from pathlib import Path
 
 from host import programs
 from host.architecture import ARCH
-from host.files import remove
 from image.rootfs import INITRAMFS, KERNEL, ROOT_IMAGE
 
 QMP_SOCKET = "qmp.sock"
@@ -43,9 +42,9 @@ def devices(size: tuple[int, int], machine: Path, app_disk: Path) -> list[str]:
         "-icount", "shift=3,sleep=on,align=off",
         "-kernel", str(machine / KERNEL), "-initrd", str(machine / INITRAMFS),
         "-append", " ".join(KERNEL_OPTIONS),
-        "-drive", f"if=none,id=root,format=raw,readonly=on,file={_escaped(machine / ROOT_IMAGE)}",
+        "-drive", f"if=none,id=root,format=raw,readonly=on,file={machine / ROOT_IMAGE}",
         "-device", "virtio-blk-pci,drive=root",
-        "-drive", f"if=none,id=app,format=raw,readonly=on,file={_escaped(app_disk)}",
+        "-drive", f"if=none,id=app,format=raw,readonly=on,file={app_disk}",
         "-device", "virtio-blk-pci,drive=app",
         "-device", "virtio-blk-pci,drive=spare",
         "-device", f"virtio-gpu-pci,xres={width},yres={height}",
@@ -60,13 +59,8 @@ def _spare_disk(image: Path | None) -> str:
     if image is None:
         return f"driver=null-co,node-name=spare,size={SPARE_BYTES},read-zeroes=on"
     return ("driver=blklogwrites,node-name=spare,log-sector-size=512,"
-            f"file.driver=file,file.filename={_escaped(image)},"
+            f"file.driver=file,file.filename={image},"
             f"log.driver=file,log.filename={SPARE_LOG}")
-
-
-def _escaped(path: Path) -> str:
-    """Return a file name escaped for QEMU's comma-separated options."""
-    return str(path).replace(",", ",,")
 
 
 def start(size: tuple[int, int], directory: Path, machine: Path, app_disk: Path, *,
@@ -80,8 +74,6 @@ def start(size: tuple[int, int], directory: Path, machine: Path, app_disk: Path,
     @param detached  true when the machine outlives this process; otherwise it is killed with it
     @param spare  image of the third disk, SPARE_BYTES long, whose writes are logged
     """
-    for name in (QMP_SOCKET, AGENT_SOCKET):
-        remove(directory / name)
     (directory / SPARE_LOG).touch()
     argv = [*devices(size, machine, app_disk), "-blockdev", _spare_disk(spare), "-no-reboot",
             "-display", "none", "-serial", f"file:{SERIAL_LOG}",

@@ -3,18 +3,19 @@
 // A request is the line "ID VERB SECONDS LENGTH" and LENGTH bytes; the reply is the line
 // "ID STATUS LENGTH" and LENGTH bytes. ID is any word. The verbs and their bytes:
 // - run: shell commands, run by bash as root; the reply has their exit status (128 + N for signal
-//   N, 256 when they took longer than SECONDS) and their output. The agent kills them then, and
+//   N, 124 when they took longer than SECONDS) and their output. The agent kills them then, and
 //   when the host disconnects or sends the next request before the reply;
 // - read: the path of a file; the reply has its content;
-// - write: a path, a NUL and the content, which replaces the file atomically;
+// - write: a path, a NUL and the content, which replaces that of the file;
 // - ask: the path of a Unix socket, a NUL and the data to send; the reply has the data received
 //   until the other end closed the connection.
 // The status of the last three is 0, or errno.
 //
 // A shell script would be slow, because an emulated process takes some 50 ms to start.
+#include "io/filedescriptor.h"
+
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <iostream>
@@ -31,16 +32,10 @@
 namespace
 {
 
-constexpr int TimedOut = 256; // not an exit status
+constexpr int TimedOut = 124; // as of timeout(1)
 constexpr int NotRun = 127;
 constexpr int SignalBase = 128;
 constexpr useconds_t HostPoll = 20'000; // µs
-
-struct Descriptor {
-    int fd;
-    ~Descriptor() { ::close(fd); }
-    operator int() const { return fd; }
-};
 
 struct Reply {
     int status = 0;
@@ -72,21 +67,19 @@ Reply readAll(int fd)
 Reply run(const std::string &commands, double seconds)
 {
     // A file, not a pipe: background processes may keep it open without delaying the reply.
-    const Descriptor output{::memfd_create("output", MFD_CLOEXEC)};
+    const FileDescriptor output(::memfd_create("output", MFD_CLOEXEC));
     const pid_t child = ::fork();
-    if (child == -1)
-        return {NotRun, std::strerror(errno)};
     if (child == 0)
-        becomeShell(commands, output);
-    const Descriptor handle{static_cast<int>(::syscall(SYS_pidfd_open, child, 0))};
-    pollfd events[] = {{handle, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+        becomeShell(commands, output.get());
+    const FileDescriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+    pollfd events[] = {{handle.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     const bool late = ::poll(events, 2, static_cast<int>(seconds * 1000)) == 0;
     if (events[0].revents == 0)
         ::kill(-child, SIGKILL);
     int status = 0;
     ::waitpid(child, &status, 0);
-    ::lseek(output, 0, SEEK_SET);
-    Reply reply = readAll(output);
+    ::lseek(output.get(), 0, SEEK_SET);
+    Reply reply = readAll(output.get());
     reply.status = late                  ? TimedOut
                    : WIFSIGNALED(status) ? SignalBase + WTERMSIG(status)
                                          : WEXITSTATUS(status);
@@ -95,17 +88,16 @@ Reply run(const std::string &commands, double seconds)
 
 Reply readFile(const std::string &path)
 {
-    const Descriptor file{::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
-    return file == -1 ? Reply{errno, {}} : readAll(file);
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    return file.isOpen() ? readAll(file.get()) : Reply{errno, {}};
 }
 
 Reply writeFile(const std::string &path, const std::string &content)
 {
-    const std::string unfinished = path + ".unfinished";
-    std::ofstream file(unfinished, std::ios::binary);
+    std::ofstream file(path, std::ios::binary);
     file << content;
     file.close();
-    return {file && ::rename(unfinished.c_str(), path.c_str()) == 0 ? 0 : errno, {}};
+    return {file ? 0 : errno, {}};
 }
 
 Reply ask(const std::string &path, const std::string &question, double seconds)
@@ -113,14 +105,13 @@ Reply ask(const std::string &path, const std::string &question, double seconds)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const Descriptor peer{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    const FileDescriptor peer(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const timeval patience{static_cast<time_t>(seconds), 0};
-    ::setsockopt(peer, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    ::setsockopt(peer, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-    if (::connect(peer, reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1 ||
-        ::send(peer, question.data(), question.size(), 0) == -1)
+    ::setsockopt(peer.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    if (::connect(peer.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == -1 ||
+        ::send(peer.get(), question.data(), question.size(), 0) == -1)
         return {errno, {}};
-    return readAll(peer);
+    return readAll(peer.get());
 }
 
 Reply serve(const std::string &verb, double seconds, const std::string &body)
