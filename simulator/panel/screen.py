@@ -54,15 +54,6 @@ def _right_of(label: Widget, widget: Widget) -> bool:
     return widget["rect"][0] >= x + width and y <= centre(widget)[1] < y + height
 
 
-def _moved(key: Widget, window: Widget) -> Widget:
-    """Return a key of an on-screen keyboard with its "rect" moved from its window to the screen."""
-    left, top, _, _ = window["rect"]
-    x, y, width, height = key["rect"]
-    moved = key.copy()
-    moved["rect"] = [left + x, top + y, width, height]
-    return moved
-
-
 class Screen:
     """A dump of the screen: the inspector's reply."""
 
@@ -72,8 +63,13 @@ class Screen:
         self.windows: list[Widget] = dump["windows"]
         self.widgets: list[Widget] = dump["widgets"]
         self.invoked: list[dict[str, Any]] = dump.get("invoked", [])
-        self.keys = [_moved(key, window) for window in self.windows if window["visible"]
-                     for key in window.get("keys", [])]
+        self.keys: list[Widget] = []
+        for window in self.windows:
+            left, top, _, _ = window["rect"]
+            for key in window.get("keys", []) if window["visible"] else ():
+                x, y, *extent = key["rect"]  # relative to the window
+                self.keys.append(key.copy())
+                self.keys[-1]["rect"] = [left + x, top + y, *extent]
 
     def all(self, *classes: str, visible: bool = True) -> Iterator[Widget]:
         """Yield the widgets of these classes; hidden ones, too, when `visible` is false."""

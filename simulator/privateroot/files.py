@@ -23,7 +23,6 @@ TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 STAND_IN = "/testfakes/boardprogram"
 DEVICES = ("null", "zero", "full", "random", "urandom")  # device nodes of the host
 CHIP = "spidev1.0"
-CHIP_BYTES = 32768
 LAUNCH = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
 BLOCK_ADDRESS = 4  # address of the parameters in the chip, 2 bytes each
 # Beginnings of lines that every start prints, from the platform plugin and about the chip.
@@ -114,10 +113,8 @@ class RootFiles:
 
     def add_chip(self, language: int) -> None:
         """Create the file that fakes/fakechip.c uses as the memory of the F-RAM chip."""
-        memory = bytearray(CHIP_BYTES)
-        at = BLOCK_ADDRESS + 2 * LANGUAGE
-        memory[at:at + 2] = language.to_bytes(2, "little")
-        self.write(f"/dev/{CHIP}", bytes(memory))
+        memory = bytes(BLOCK_ADDRESS + 2 * LANGUAGE) + language.to_bytes(2, "little") + bytes(200)
+        self.write(f"/dev/{CHIP}", memory)
         self.write(CHIP_MARKER, b"")
 
     def _replace(self, name: str, text: str) -> None:

@@ -6,8 +6,8 @@ Connect succeeds. With the APN "fail" it fails after 15 s, when the program chec
 from __future__ import annotations
 
 import argparse
+import math
 import os
-import select
 import shutil
 import signal
 import socket
@@ -101,10 +101,7 @@ def main() -> int:
         root = stack.enter_context(make_root(options.size, options.language))
         root.start()
         show(stack, root)
-        ended = os.pidfd_open(root.pid)
-        stack.callback(os.close, ended)
-        select.select([ended], [], [])
-        if status := root.wait_exit():
+        if status := root.wait_exit(math.inf):
             print(root.report(), file=sys.stderr)
     return status or 0
 

@@ -49,7 +49,7 @@ private:
     QJsonObject invoke(const QStringList &words);
 
     QLocalServer m_server;
-    QJsonArray m_invoked; ///< for each call {"slot", "running", "result" (only of int slots)}
+    QJsonArray m_invoked; ///< for each call {"slot", "running", "result" (0 without one)}
 };
 
 namespace
@@ -149,8 +149,6 @@ QJsonObject Inspector::answer(const QStringList &words)
     }
     if (request == "key") {
         const QKeySequence keys = QKeySequence::fromString(argument, QKeySequence::PortableText);
-        if (keys.count() != 1 || keys[0].key() == Qt::Key_unknown)
-            return failure("no such key: " + argument);
         return later([key = keys[0]] { sendKey(key.key(), key.keyboardModifiers(), QString()); });
     }
     if (request == "shot") {
@@ -183,13 +181,11 @@ QJsonObject Inspector::invoke(const QStringList &words)
         const QGenericArgument first =
             hasArgument ? QGenericArgument("int", &argument) : QGenericArgument();
         int result = 0;
-        if (method.returnType() == QMetaType::Int) {
-            method.invoke(target, Qt::DirectConnection, QGenericReturnArgument("int", &result),
-                          first);
-            call.insert("result", result);
-        } else {
-            method.invoke(target, Qt::DirectConnection, first);
-        }
+        const QGenericReturnArgument returned = method.returnType() == QMetaType::Int
+                                                    ? QGenericReturnArgument("int", &result)
+                                                    : QGenericReturnArgument();
+        method.invoke(target, Qt::DirectConnection, returned, first);
+        call.insert("result", result);
         call.insert("running", false);
         m_invoked.replace(index, call);
     });
