@@ -8,9 +8,6 @@ from machine.qmp import Qmp
 
 AXIS_MAXIMUM = 32767  # largest coordinate of QEMU's absolute pointer; the smallest is 0
 TOUCH_SECONDS = 0.08  # duration of a touch
-# Number of keys to press before waiting for the board. The kernel's queues hold 64 events, and a
-# key with Shift makes 8 of them.
-KEYS_AHEAD = 4
 
 
 class Fingers:
@@ -57,20 +54,15 @@ class Keyboard:
         self._keep_up = keep_up
 
     def type(self, text: str) -> None:
-        """Type a text. @raise ValueError, before the first key, if a character has no key"""
-        for at, codes in enumerate([keycodes.keys_of(character) for character in text], 1):
-            self._press(codes)
-            if at % KEYS_AHEAD == 0 or at == len(text):
-                self._keep_up()
+        """Type a text. @raise ValueError if a character has no key"""
+        for character in text:
+            self.press(character)
 
     def press(self, name: str) -> None:
         """Press a key or chord, such as "Tab" or "Ctrl+A". @raise BoardError if there is none"""
-        self._press(keycodes.chord(name))
-        self._keep_up()
-
-    def _press(self, codes: list[str]) -> None:
-        """Press keys in this order and release them in reverse order."""
+        codes = keycodes.chord(name)
         for down, order in ((True, codes), (False, codes[::-1])):
             self._qmp.command("input-send-event", events=[
                 {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": code}}}
                 for code in order])
+        self._keep_up()

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace modem
 {
@@ -42,11 +43,10 @@ public:
     /** Set the behaviour. If the value of a sim key changes, a new SIM card is inserted. */
     void setScenario(const Scenario &scenario)
     {
-        bool isOtherSim = m_scenario.empty();
-        for (const char *key : {"sim.present", "sim.pin", "sim.tries"})
-            isOtherSim = isOtherSim || scenario.at(key) != m_scenario.at(key);
+        const std::string sim =
+            scenario.at("sim.present") + scenario.at("sim.pin") + scenario.at("sim.tries");
         m_scenario = scenario;
-        if (isOtherSim) {
+        if (std::exchange(m_sim, sim) != sim) {
             m_tries = std::stoi(scenario.at("sim.tries"));
             m_verified = false;
         }
@@ -150,7 +150,8 @@ private:
     static constexpr int MaxTries = 3;
 
     Scenario m_scenario;
-    int m_tries = 0; ///< PIN attempts left
+    std::string m_sim; ///< values of the sim keys
+    int m_tries = 0;   ///< PIN attempts left
     bool m_verified = false;
     std::string m_apn;
 };

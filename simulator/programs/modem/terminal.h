@@ -1,10 +1,10 @@
-// Raw terminals with non-blocking reads and a time limit for writes.
+// Raw terminals that do not block.
 #pragma once
 
 #include "io/filedescriptor.h"
 
+#include <cstdio>
 #include <fcntl.h>
-#include <poll.h>
 #include <string>
 #include <termios.h>
 
@@ -41,18 +41,11 @@ inline std::string readTerminal(const FileDescriptor &terminal)
     return {buffer, length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
-/** Write bytes. If the other end accepts none for 1 s, drop the rest. */
-inline void writeTerminal(const FileDescriptor &terminal, std::string bytes)
+/** Write bytes. Those that do not fit into the line's buffer are lost, as without flow control. */
+inline void writeTerminal(const FileDescriptor &terminal, const std::string &bytes)
 {
-    constexpr int Patience = 1000; // ms
-    for (pollfd entry{terminal.get(), POLLOUT, 0}; !bytes.empty();) {
-        ssize_t written = -1;
-        if (::poll(&entry, 1, Patience) == 1)
-            written = ::write(entry.fd, bytes.data(), bytes.size());
-        if (written <= 0)
-            return;
-        bytes.erase(0, static_cast<std::size_t>(written));
-    }
+    if (::write(terminal.get(), bytes.data(), bytes.size()) == -1)
+        std::perror("modemsim: write");
 }
 
 } // namespace modem
