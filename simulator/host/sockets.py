@@ -5,8 +5,6 @@ import socket
 import time
 from pathlib import Path
 
-RETRY_SECONDS = 0.01
-
 
 def connect(path: Path, timeout: float = 0) -> socket.socket:
     """
@@ -30,6 +28,6 @@ def connect(path: Path, timeout: float = 0) -> socket.socket:
                 client.close()
                 if time.monotonic() >= deadline:
                     raise
-            time.sleep(RETRY_SECONDS)
+            time.sleep(0.01)
     finally:
         os.close(directory)

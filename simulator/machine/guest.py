@@ -36,10 +36,7 @@ class Guest:
 
     def __init__(self, path: Path) -> None:
         """Connect to the agent's socket."""
-        try:
-            self._socket = connect(path)
-        except OSError as error:
-            raise BoardError(f"the board does not answer: {error.strerror}") from error
+        self._socket = connect(path)
 
     def close(self) -> None:
         self._socket.close()

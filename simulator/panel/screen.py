@@ -95,15 +95,12 @@ class Screen:
         for at, widget in enumerate(self.widgets):
             if widget["class"] != "QLabel" or widget["text"] != label:
                 continue
+            row = self.widgets[at + 1:at + 2]
             if widget["visible"]:
-                row = [w for w in self.all(*classes) if _right_of(widget, w)
-                       and w["window"] == widget["window"]]
-                row.sort(key=lambda w: w["rect"][0])
-            else:
-                row = [w for w in self.widgets[at + 1:at + 2]
-                       if w["class"] in classes and w["window"] == widget["window"]]
+                row = [w for w in self.all(*classes) if _right_of(widget, w)]
+            row = [w for w in row if w["class"] in classes and w["window"] == widget["window"]]
             if row:
-                return row[0]
+                return min(row, key=lambda w: w["rect"][0])
         raise NotShown(f"nothing next to {label!r} on {self.short()}")
 
     def field(self, label: str) -> Widget:

@@ -63,18 +63,15 @@ class RootFiles:
         self.run.joinpath("setup").write_text(setup)
         self.run.joinpath("launch").write_text(launch + "\n")
         self.base.joinpath("etc/passwd").write_text("root:x:0:0::/tmp:/bin/sh\n")
-        self._fill_path()
-        self.set_usb(usb)
-        self.set_link(False)
-        for name in (*DEVICES, *nodes):
-            self.add_node(name)
-
-    def _fill_path(self) -> None:
         for name in STAND_INS:
             self.run.joinpath("bin", name).symlink_to(STAND_IN)
             self.run.joinpath("answering", name).symlink_to("/testroot/answer")
         for name in TOOLS:
             self.run.joinpath("bin", name).symlink_to(f"/usr/bin/{name}")
+        self.set_usb(usb)
+        self.set_link(False)
+        for name in (*DEVICES, *nodes):
+            self.add_node(name)
 
     def host(self, path: str) -> Path:
         """Return the path on the host of a path in /dev, /etc/ppp, /quenfold or /testrun of the

@@ -39,13 +39,7 @@ def children(parent: int) -> list[int]:
 
 def descendants(ancestor: int) -> list[int]:
     """Return the process IDs of the children of a process, of their children, and so on."""
-    found = []
-    waiting = children(ancestor)
-    while waiting:
-        pid = waiting.pop()
-        found.append(pid)
-        waiting += children(pid)
-    return found
+    return [pid for child in children(ancestor) for pid in (child, *descendants(child))]
 
 
 def is_pending(pid: int, signal: int) -> bool:

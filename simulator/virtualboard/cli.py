@@ -15,8 +15,6 @@ from virtualboard import states
 from virtualboard.board import Board
 from virtualboard.chip import FAULTS
 
-FAILED = 1  # exit status; after a usage error argparse exits with 2
-
 Options = argparse.Namespace
 
 
@@ -153,7 +151,7 @@ def parser() -> argparse.ArgumentParser:
 
 
 def main() -> int:
-    """Run a verb. @return exit status: 0, FAILED, or that of a command on the board"""
+    """Run a verb. @return exit status: 0, 1 after a failure, or that of a command on the board"""
     chosen = parser().parse_args()
     exit_on_signals()
     try:
@@ -169,4 +167,4 @@ def main() -> int:
         return INTERRUPTED
     except (BoardError, PanelError, OSError, ValueError) as error:
         print(f"board: {error}", file=sys.stderr)
-        return FAILED
+        return 1

@@ -20,12 +20,6 @@ CHECK_AGE = 16  # run time of pppd in seconds after which Connect's link check i
 SIGNALLED = 128  # 128 + N is the exit status of a program that signal N has killed
 
 
-def _status(record: bytes) -> int:
-    """Return the exit status in a record of the service, such as "exited 0" or "killed TERM"."""
-    how, what = record.decode().split()
-    return int(what) if how == "exited" else SIGNALLED + signal.Signals[f"SIG{what}"]
-
-
 class Program:
     """The program under test: the service of the installed package."""
 
@@ -57,9 +51,10 @@ class Program:
     def status(self) -> int | None:
         """Return the program's exit status, 128 + N for signal N; None until it has exited."""
         try:
-            return _status(self._guest.read(STATUS))
+            how, what = self._guest.read(STATUS).decode().split()  # "exited 0", "killed TERM"
         except FileNotFoundError:
             return None
+        return int(what) if how == "exited" else SIGNALLED + signal.Signals[f"SIG{what}"]
 
     def log(self) -> str:
         """Return the program's output since its last start, from the journal."""
@@ -67,7 +62,7 @@ class Program:
             f"journalctl --quiet --output=cat --identifier=corvanta "
             f"_SYSTEMD_INVOCATION_ID=$(systemctl show --property=InvocationID --value {UNIT})")
 
-    def wait_end(self, seconds: float) -> int:
+    def wait_end(self, seconds: float) -> int | None:
         """
         Wait for the program to exit by itself.
 
@@ -75,7 +70,7 @@ class Program:
         @raise BoardError after the timeout
         """
         self._guest.sh(f"until [ -e {STATUS} ]; do sleep 0.05; done", seconds)
-        return _status(self._guest.read(STATUS))
+        return self.status()
 
     def stop(self) -> int | None:
         """

@@ -1,5 +1,6 @@
 """The records of a run: screenshots of the panel and the board's logs, in the run's directory."""
 
+from contextlib import suppress
 from pathlib import Path
 
 from machine import qemu
@@ -47,12 +48,9 @@ class Records:
                         f">{PROGRAM_LOG}")
         found = []
         for log in LOGS:
-            try:
+            with suppress(FileNotFoundError):
                 content = self._guest.read(log)
-            except FileNotFoundError:
-                continue
-            path = self._directory / Path(log).name
-            path.write_bytes(content)
-            found.append(path)
+                found.append(self._directory / Path(log).name)
+                found[-1].write_bytes(content)
         serial = self._directory / qemu.SERIAL_LOG
         return sorted([*found, serial] if serial.is_file() else found)

@@ -214,15 +214,6 @@ private:
     Clock::time_point m_start = Clock::now();
 };
 
-/** @return exit status of the program: 1 if the scenario is invalid */
-int check(const std::string &path)
-{
-    modem::Scenario scenario;
-    const std::string error = modem::readScenario(path, scenario);
-    std::fputs(error.c_str(), stdout);
-    return error.empty() ? 0 : 1;
-}
-
 /** @return exit status of the program */
 int help(int status)
 {
@@ -237,8 +228,12 @@ int help(int status)
 int main(int argc, char **argv)
 {
     const std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.size() == 2 && words[0] == "--check-scenario")
-        return check(words[1]);
+    if (words.size() == 2 && words[0] == "--check-scenario") {
+        modem::Scenario scenario;
+        const std::string error = modem::readScenario(words[1], scenario);
+        std::fputs(error.c_str(), stdout);
+        return error.empty() ? 0 : 1;
+    }
     if (words.size() != 3)
         return help(argc == 2 && words[0] == "--help" ? 0 : 2);
     modem::Network network(words[2], words[1]);
