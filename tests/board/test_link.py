@@ -12,15 +12,14 @@ HOLDOFF_SECONDS = 5
 RETURN_SECONDS = 60
 GADGETS = "/sys/kernel/config/usb_gadget"
 # Plugs in a serial adapter of another maker on its own bus, and then the dongle.
-ADAPTER = f"""systemctl stop modem; modprobe -r g_serial dummy_hcd && modprobe dummy_hcd num=2
-mkdir {GADGETS}/adapter && cd {GADGETS}/adapter
+ADAPTER = f"""mkdir {GADGETS}/adapter && cd {GADGETS}/adapter
 echo 0x0403 >idVendor; echo 0x1234 >idProduct
 mkdir strings/0x409 configs/c.1 functions/gser.9
 ln -s functions/gser.9 configs/c.1/
 echo 0403 1234 ff >/sys/bus/usb-serial/drivers/option1/new_id
 echo dummy_udc.1 >UDC
 until [ -c /dev/ttyUSB0 ]; do sleep 0.1; done
-rm /run/dongle/product; dongle plug 0x1001 3
+dongle plug 0x1001 3
 """
 MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
