@@ -90,7 +90,6 @@ private slots:
     void frames_data();
     void frames();
     void failedTransfersLeaveBuffersAlone();
-    void firstInstanceReadsTheBlockOnce();
     void blockFaults_data();
     void blockFaults();
     void parametersByIndex();
@@ -147,14 +146,6 @@ void Fm25v02Test::failedTransfersLeaveBuffersAlone()
     QCOMPARE(FM25V02_READ(4, buffer, 4), -1);
     QCOMPARE(buffer, "kept");
     QCOMPARE(FM25V02_WRDI(), -1);
-}
-
-void Fm25v02Test::firstInstanceReadsTheBlockOnce()
-{
-    Fram *fram = Fram::getInstance();
-    QCOMPARE(bus.cycles, (QStringList{"9f r9", "030004 r200"}));
-    QCOMPARE(Fram::getInstance(), fram);
-    QCOMPARE(bus.cycles.size(), 2);
 }
 
 using Fault = std::function<void()>;
