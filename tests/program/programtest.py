@@ -2,13 +2,14 @@
 
 import re
 import time
+from functools import cache
 from pathlib import Path
 from typing import Any
 
 import pytest
 
-from panel.constants import (APN, AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, MISC,
-                             PARAMETERS, PEER_FILE, SETTING, STORED)
+from panel.constants import (APN, AUTH, CHAT_SCRIPT, COUNTS, FAILED, FIELDS, FILES,
+                             MISC, PARAMETERS, PEER_FILE, SETTING, STORED)
 from panel.patience import patient
 from privateroot.files import LAUNCH, Call
 from privateroot.operating import AUTO, FAKETIME, SECONDS, connect, expect, leave
@@ -148,27 +149,20 @@ def type_counts(root: PrivateRoot) -> None:
     root.panel.open_tab(SETTING)
 
 
-# Values that a second start shows. The keys are the contents of the four files.
-REPAIRED: dict[tuple[bytes | None, ...], bytes] = {}
-
-
 def repairable(root: PrivateRoot, *expected: bytes) -> None:
     """Check that a second start shows one of the expected values, and that all four files are up to
-    date after an edit and Connect. Each combination of contents is checked once."""
-    contents = {path: root.read(path)
-                for path in (PARAMETERS, AUTO_CONNECT, CHAT_SCRIPT, PEER_FILE)}
-    found = tuple(contents.values())
-    if found not in REPAIRED:
-        REPAIRED[found] = repair(contents)
-    expect(REPAIRED[found] in expected, f"{REPAIRED[found]!r} is one of {expected}")
+    date after an edit and Connect."""
+    found = repair(*map(root.read, FILES))
+    expect(found in expected, f"{found!r} is one of {expected}")
 
 
-def repair(contents: dict[str, bytes | None]) -> bytes:
-    """Start the program with these files, edit the APN and connect, and check all files.
+@cache
+def repair(*contents: bytes | None) -> bytes:
+    """Start the program with these contents of FILES, edit the APN, connect, and check all files.
 
     @return the values that the screen shows after the start"""
     with PrivateRoot() as second:
-        for path, content in contents.items():
+        for path, content in zip(FILES, contents, strict=True):
             if content is not None:
                 second.write(path, content)
         seen = shown(second.start())

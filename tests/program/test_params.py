@@ -8,7 +8,7 @@ from panel.constants import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MI
                              PASSWORD, PEER_FILE, stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import alive, connect, leave
-from program.programtest import DEFAULTS, generated, row, shown, type_counts
+from program.programtest import generated, row, shown, type_counts
 from program.conftest import Roots
 
 YES, NO, NEITHER = [True, False], [False, True], [False, False]
@@ -78,14 +78,6 @@ def test_auto_connect_file(roots: Roots, content: bytes | None, radios: list[boo
     leave(root)
     assert root.read(AUTO_CONNECT) == saved
     assert root.mode(AUTO_CONNECT) == "600"
-
-
-def test_missing_directory(roots: Roots) -> None:
-    root = roots.new()
-    root.host(CONFIGS).rmdir()
-    assert shown(root.start()) == DEFAULTS
-    leave(root)
-    assert not root.host(CONFIGS).exists()
 
 
 @pytest.mark.parametrize("full_at_first", (True, False), ids=("nothing stored", "stored"))
