@@ -189,13 +189,6 @@ def leave_unseen(root: PrivateRoot, viewer: Viewer) -> None:
     expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")
 
 
-def connect_and_leave(root: PrivateRoot) -> None:
-    """Type another APN, touch Connect, wait for pppd and touch Exit."""
-    with connecting(root) as viewer:
-        root.wait_calls("pppd", 1)
-        leave_unseen(root, viewer)
-
-
 def terminate(root: PrivateRoot) -> None:
     root.signal(SIGTERM)
     expect(root.wait_exit(SECONDS) == 0, f"exit status 0:\n{root.report()}")

@@ -10,9 +10,9 @@ import pytest
 from panel.constants import APN, AUTO_CONNECT, COUNTS, FILES, PARAMETERS, STORED
 from privateroot.operating import AUTO, alive, expect, leave, stored_root
 from privateroot.process import PrivateRoot
-from program.injection import (EARLIER, TRACE, Call, Fault, connect_and_leave, edit_again,
+from program.injection import (EARLIER, TRACE, Call, Fault, connecting, edit_again,
                                edit_and_connect, expect_injected, first_of_each, launch,
-                               logged_root, phases, unseen_root, untouched_run)
+                               leave_unseen, logged_root, phases, unseen_root, untouched_run)
 from program.programtest import (AUTO_EDITED, DEFAULT_COUNTS, DEFAULTS, EDITED, EDITED_LAST,
                                  STORED_COUNTS, TYPED, generated, repairable, row, shown, stored,
                                  type_and_connect)
@@ -134,7 +134,9 @@ def test_start_unseen(fault: Fault) -> None:
                   for call in first_of_each(phases(launch())["connect"]))])
 def test_connect_unseen(fault: Fault) -> None:
     with unseen_root(launch=launch(fault)) as root:
-        connect_and_leave(root)
+        with connecting(root) as viewer:
+            root.wait_calls("pppd", 1)
+            leave_unseen(root, viewer)
         expect_injected(root)
         missed = failed("connect", fault)
         expect_whole(root, missed, *possible(PARAMETERS, UNCOUNTED, missed))

@@ -21,16 +21,12 @@ LATE = 1.0
 LEAST_STEP = 3000
 
 
-def dialling(roots: Roots) -> PrivateRoot:
-    root = roots.started()
-    connect(root)
-    return root
-
-
 @clocks()
 def test_fifteen_seconds(roots: Roots) -> None:
     """Make four attempts at the same time, each with another outcome."""
-    fails, comes_up, early, leaves = (dialling(roots) for _ in range(4))
+    attempts = fails, comes_up, early, leaves = [roots.started() for _ in range(4)]
+    for root in attempts:
+        connect(root)
     dialled = {root: root.calls("pppd")[0].time for root in (fails, comes_up, early)}
     comes_up.set_link(True)
     check_link(early, True)  # before the 15 s are over
