@@ -21,11 +21,6 @@ FLUSH, FUA, DISCARD = 1, 2, 4  # flags of an entry, as in Linux' dm-log-writes
 # system, because a power cut may leave a mix of old and new blocks.
 LENGTHS = 3 * (4, 60, 7, 200, 1, 800, 30, 31, 300, 2, 700, 5)
 VALUES = ("apn", "dial", "user", "password", "pin")
-MOUNT = """
-set -e
-blockdev --flushbufs /dev/vdc
-mount /dev/vdc /quenfold/configs
-"""
 
 
 @dataclass
@@ -103,7 +98,7 @@ def save_on_board(disk: Path) -> tuple[list[Write], list[list[bytes]]]:
     @return writes to the disk, and values of each save, both in order"""
     saves = []
     with Board(SIZES[0], "test-power-cuts", spare=disk) as board:
-        board.guest.sh(MOUNT)
+        board.guest.sh("blockdev --flushbufs /dev/vdc; mount /dev/vdc /quenfold/configs")
         for number, length in enumerate(LENGTHS):
             values = [f"{name[0]}{number}".ljust(length, name[0]) for name in VALUES]
             saves.append([*(value.encode() for value in values), b"%d" % (number % 3)])
