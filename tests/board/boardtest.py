@@ -2,63 +2,34 @@
 
 import time
 from collections.abc import Callable, Mapping
-from contextlib import ExitStack
 from typing import Any
 
 from host.paths import ROOT
-from panel.constants import (CHAT_LOG, CHECK_SECONDS, COUNTS, DONGLE_DETECTED, DONGLE_UNDETECTED,
-                             FAILED, FILES, LINK_DOWN, LINK_STATUS, LINK_UP, LOGS, MISC, OLD_LOG,
-                             PARAMETERS, PPP_LOG, SETTING, SOON_SECONDS, START_SECONDS, STATUS,
-                             STORED, UNDETECTED, WITHOUT_KEYS)
+from panel.constants import (CHECK_SECONDS, FAILED, LINK_DOWN, LINK_STATUS, LINK_UP, SOON_SECONDS,
+                             START_SECONDS, STATUS, UNDETECTED, WITHOUT_KEYS)
 from panel.screen import Screen
 from virtualboard.board import Board
 from virtualboard.dongle import MODEM_LOG
 
 EXPECTED = ROOT / "tests/expected"
-CLEAR_SECONDS = 60
 INSTALL_SECONDS = 120
 PACKAGE = "/app/corvanta.deb"
 SETTINGS = "/etc/default/corvanta"
-UP, DOWN, DETECTED, AWAY = LINK_UP, LINK_DOWN, DONGLE_DETECTED, DONGLE_UNDETECTED
+RESTART = f"echo CORVANTA_AFTER_EXIT=restart >{SETTINGS}"
 LINK = "[ -e /sys/class/net/ppp0 ]"
 NO_LINK = f"! {LINK}"
-END_PPPD = "killall -q pppd; until ! pgrep -x pppd; do sleep 0.1; done"
 
 
 class OperatedBoard(Board):
-    """A board that tests use one after the other.
+    """A board with the steps and waits that several tests have."""
 
-    @ivar cleanups callbacks to run after the current test
-    @ivar reusable false once later tests cannot use the board
-    """
-
-    def __init__(self, size: tuple[int, int], run: str, **how: Any) -> None:
-        super().__init__(size, run, **how)
-        self.cleanups = ExitStack()
-        self.reusable = True
-        self._logged_before = 0
-
-    def clear(self) -> None:
-        """Reset the board to the state before the first dial: no parameters, logs or dongle."""
-        self.program.stop()
-        self.sh(f"{END_PPPD}; rm -f {' '.join(FILES)} {{{','.join(LOGS)}}}{{,{OLD_LOG}}}; "
-                f"install -m 600 /dev/null {PPP_LOG}; install -m 600 /dev/null {CHAT_LOG}",
-                CLEAR_SECONDS)
-        self.dongle.unplug()
-        self.dongle.tell_modem()
-        self._logged_before = 0
-        self._logged_before = len(self.modem_log())
-
-    def provide(self, modem: Mapping[str, str] | None = None, parameters: bytes = STORED) -> None:
-        """Plug in the dongle and start the program with stored parameters. Then edit the counts,
-        which are in neither generated file, so that the next touch on Connect writes both files."""
+    def provide(self, modem: Mapping[str, str] | None = None, pin: str = "") -> None:
+        """Store parameters, plug in the dongle and start the program."""
+        self.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret "
+                f"pin={pin}")
         self.dongle.tell_modem(modem)
         self.dongle.plug()
-        self.guest.write(PARAMETERS, parameters)
         self.start_program()
-        self.panel.open_tab(MISC)
-        self.panel.fill(COUNTS, "7")
-        self.panel.open_tab(SETTING)
 
     def start_program(self, environment: Mapping[str, str] = WITHOUT_KEYS) -> None:
         self.program.start(environment)
@@ -91,9 +62,6 @@ class OperatedBoard(Board):
         self.wait("the waiting dialog", START_SECONDS,
                   lambda screen: screen.dialog()["text"] == UNDETECTED)
 
-    def choose_after_exit(self, choice: str) -> None:
-        self.sh(f"echo CORVANTA_AFTER_EXIT={choice} >{SETTINGS}")
-
     def link(self) -> tuple[str, str]:
         """@return text and style sheet of the link's status, as it is now"""
         value = self.panel.value(LINK_STATUS)
@@ -109,7 +77,7 @@ class OperatedBoard(Board):
         """Wait until the panel shows the link up, which may be before Connect's link check. Wait
         for the link itself first, because each dump of the screen slows the board."""
         self.wait_for(LINK, seconds)
-        self.wait_status(LINK_STATUS, UP, seconds)
+        self.wait_status(LINK_STATUS, LINK_UP, seconds)
 
     def wait_checked(self) -> None:
         """Wait for the link and for Connect's link check. If the link went down before this check,
@@ -119,7 +87,7 @@ class OperatedBoard(Board):
 
     def wait_down(self) -> None:
         self.wait_for(NO_LINK, CHECK_SECONDS)
-        self.wait_status(LINK_STATUS, DOWN)
+        self.wait_status(LINK_STATUS, LINK_DOWN)
 
     def wait_notice(self) -> None:
         self.wait("the notice", CHECK_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
@@ -136,11 +104,10 @@ class OperatedBoard(Board):
         return float(self.guest.read("/proc/uptime").split()[0])
 
     def modem_log(self) -> str:
-        """@return the part of the modem's log that was written in this test"""
-        return self.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text[self._logged_before:]
+        return self.guest.run(f"cat {MODEM_LOG} 2>/dev/null").text
 
     def heard(self) -> list[str]:
-        """@return the commands that the modem has received in this test"""
+        """@return the commands that the modem has received"""
         return [line.split(" heard ", 1)[1] for line in self.modem_log().splitlines()
                 if " heard " in line]
 

@@ -1,7 +1,7 @@
 """The link and the panel's service: the link stays up without the panel, and the panel shows it."""
 
-from boardtest import DOWN, INSTALL_SECONDS, PACKAGE, UP, OperatedBoard
-from panel.constants import CHECK_SECONDS, PPP_LOG, STATUS
+from boardtest import INSTALL_SECONDS, PACKAGE, OperatedBoard
+from panel.constants import CHECK_SECONDS, LINK_DOWN, LINK_UP, PPP_LOG, STATUS
 from virtualboard.dongle import NETWORK_ADDRESS
 from virtualboard.program import UNIT
 
@@ -25,12 +25,9 @@ MAIN_PID = f"systemctl show --property=MainPID --value {UNIT}"
 
 
 def dial(board: OperatedBoard) -> None:
-    """Dial with provisioned parameters and without an edit on the panel. Shorten pppd's holdoff,
-    its wait before a redial."""
-    board.sh("corvanta-provision apn=internet 'dial=*99#' user=operator password=secret; "
-             f"echo 'holdoff {HOLDOFF_SECONDS}' >>/etc/ppp/peers/ppp-connect")
-    board.dongle.plug()
-    board.start_program()
+    """Dial. Shorten pppd's holdoff, its wait before a redial."""
+    board.sh(f"echo holdoff {HOLDOFF_SECONDS} >>/etc/ppp/options")
+    board.provide()
     board.panel.press("Connect")
 
 
@@ -39,8 +36,8 @@ def test_panel_follows_the_link_that_survives_it(board: OperatedBoard) -> None:
     The link stays up during a restart, a crash, an upgrade and the removal of the program."""
     dial(board)
     board.panel.open_tab(STATUS)
-    for change, there, shown in (("true", "", UP), ("killall netpppd", "! ", DOWN),
-                                 ("true", "", UP)):
+    for change, there, shown in (("true", "", LINK_UP), ("killall netpppd", "! ", LINK_DOWN),
+                                 ("true", "", LINK_UP)):
         changed = float(board.sh(
             f"{change}; until {there}ifconfig | grep -q ppp0; do sleep 0.1; done; date +%s.%N",
             CHECK_SECONDS))
@@ -57,13 +54,12 @@ def test_panel_follows_the_link_that_survives_it(board: OperatedBoard) -> None:
         before = board.program.pid()
         board.sh(commands, INSTALL_SECONDS)
         board.await_window()
-        assert board.link() == UP
+        assert board.link() == LINK_UP
         assert board.program.pid() != before
         assert board.sh("pgrep -x pppd") == pppd
     board.sh("dpkg --remove corvanta", INSTALL_SECONDS)
     assert board.sh("pgrep -x pppd") == pppd
     assert " 0% packet loss" in board.sh("kill -INT $(</run/pinger); sleep 0.5; cat /run/ping")
-    board.sh(f"dpkg --install {PACKAGE}; systemctl stop {UNIT}", INSTALL_SECONDS)
 
 
 def test_link_returns_under_another_port_name(board: OperatedBoard) -> None:
@@ -79,8 +75,6 @@ def test_link_returns_under_another_port_name(board: OperatedBoard) -> None:
     assert int(took) < RETURN_SECONDS - 30 + HOLDOFF_SECONDS
     board.dongle.unplug()
     board.sh(ADAPTER)
-    board.cleanups.callback(board.sh, f"cd {GADGETS}/adapter; rm configs/c.1/gser.9; "
-                            "rmdir configs/c.1 functions/* strings/0x409; rmdir $PWD")
     heard = len(board.heard())
     board.wait_for(f"grep 'ttyUSB0 belongs to another USB device' {PPP_LOG}", OUTAGE_SECONDS)
     board.wait_down()

@@ -1,9 +1,8 @@
 """The panel's systemd service: exit and crash of the program, its devices and the console."""
 
-import re
-
-from boardtest import OperatedBoard
+from boardtest import RESTART, OperatedBoard
 from panel.constants import CHECK_SECONDS, USER, WITHOUT_KEYS
+from virtualboard.dongle import PORTS
 from virtualboard.program import UNIT
 
 LIMIT = 5  # number of failures after which systemd does not restart the panel
@@ -20,29 +19,27 @@ def state(board: OperatedBoard) -> str:
     return board.guest.run(f"systemctl is-active {UNIT}").text.strip()
 
 
-def seconds(board: OperatedBoard, unit: str, what: str) -> int:
-    """@return a time span property of a unit, in seconds
-
-    @param what name of the property without its ending USec"""
-    text = board.sh(f"systemctl show --property={what}USec --value {unit}").strip()
-    found = re.fullmatch(r"(?:(\d+)min ?)?(?:(\d+)s)?", text)
-    assert found, text
-    minutes, rest = found.groups("0")
-    return int(minutes) * 60 + int(rest)
+def microseconds(board: OperatedBoard, unit: str, name: str) -> int:
+    """@return a time span property of a unit"""
+    return int(board.sh(f"systemd-analyze timespan \"$(systemctl show --property={name} --value "
+                        f"{unit})\" | grep -o '[0-9]*000000$'"))
 
 
 def test_running(board: OperatedBoard) -> None:
     """Run several checks during one run of the panel, which none of them may stop."""
     board.sh("echo 'ACTION==\"add\", SUBSYSTEM==\"usb\", TEST==\"power/control\", "
              f"ATTR{{power/control}}=\"auto\"' >{RULES}; udevadm control --reload")
-    board.cleanups.callback(board.sh, f"rm {RULES}; udevadm control --reload")
     board.dongle.plug()
     board.start_program(WITHOUT_KEYS | {"QT_LOGGING_RULES": "corvanta.*.warning=true"})
     pid = board.program.pid()
     # The package overrides a power-saving udev rule, so the dongle is not suspended.
     assert board.sh("cd /sys/bus/usb/devices; cat $(dirname $(grep -l 12d1 */idVendor))"
                     "/power/control") == "on\n"
-    check_environment(board)
+    port = board.sh("udevadm info --query=property --name=/dev/ttyUSB0").splitlines()
+    assert {"ID_MM_PORT_IGNORE=1", "ID_MM_DEVICE_IGNORE=1"} <= set(port)
+    # No port echoes the modem's responses to it as commands.
+    modes = [board.sh(f"stty --file=/dev/ttyUSB{number} --all").split() for number in range(PORTS)]
+    assert all({"-icanon", "-echo"} <= set(mode) for mode in modes)
     check_console(board)
     check_killed_child(board)
     # With QT_LOGGING_RULES, the error messages of pppd are in the journal.
@@ -53,20 +50,6 @@ def test_running(board: OperatedBoard) -> None:
     board.program.stop()
     board.sh("sleep 1")
     assert board.is_black()
-
-
-def check_environment(board: OperatedBoard) -> None:
-    """Check the environment that the program and its commands get, that ModemManager ignores the
-    port, and that no port echoes the modem's responses to it."""
-    found = board.sh(f"tr '\\0' '\\n' </proc/{board.program.pid()}/environ").splitlines()
-    assert {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root",
-            "XDG_RUNTIME_DIR=/run/corvanta"} <= set(found)
-    assert board.sh("stat -c %a /run/corvanta") == "700\n"
-    port = board.sh("udevadm info --query=property --name=/dev/ttyUSB0").splitlines()
-    assert {"ID_MM_PORT_IGNORE=1", "ID_MM_DEVICE_IGNORE=1"} <= set(port)
-    for port_number in range(3):
-        modes = board.sh(f"stty --file=/dev/ttyUSB{port_number} --all").split()
-        assert {"-icanon", "-echo"} <= set(modes)
 
 
 def check_console(board: OperatedBoard) -> None:
@@ -91,8 +74,7 @@ def test_after_exit(board: OperatedBoard) -> None:
     board.start_program()
     board.leave()
     board.wait_for(f"[ $(systemctl is-active {UNIT}) = inactive ]")
-    board.choose_after_exit("restart")
-    board.cleanups.callback(board.choose_after_exit, "stay")
+    board.sh(RESTART)
     board.start_program()
     before = board.program.pid()
     board.panel.press("Exit")
@@ -124,14 +106,12 @@ def test_failures_end_in_a_message(board: OperatedBoard) -> None:
 def test_no_framebuffer(board: OperatedBoard) -> None:
     """Without a framebuffer, each start waits for it and then fails as after a crash, so that
     systemd tries again up to the limit."""
-    wait = seconds(board, "dev-fb0.device", "JobTimeout")
-    assert seconds(board, UNIT, "StartLimitInterval") > (wait + 5) * LIMIT
+    wait = microseconds(board, "dev-fb0.device", "JobTimeoutUSec")
+    assert microseconds(board, UNIT, "StartLimitIntervalUSec") > 1.2 * LIMIT * wait
     board.sh(f"cd /run/systemd/system; mkdir -p dev-fb7.device.d {DROP_INS}\n"
              "printf '[Unit]\\nJobTimeoutSec=1\\n' >dev-fb7.device.d/short.conf\n"
              "printf '[Unit]\\nWants=dev-fb7.device\\nAfter=dev-fb7.device\\n' "
              f">{DROP_INS}/fb7.conf; systemctl daemon-reload", CHECK_SECONDS)
-    board.cleanups.callback(board.sh, f"systemctl stop {UNIT}; rm -r {DROP_INS}; "
-                            "systemctl daemon-reload", CHECK_SECONDS)
     board.program.start({"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb7"})
     board.wait_for(f"[ $(systemctl show --property=NRestarts --value {UNIT}) -ge 2 ]",
                    CHECK_SECONDS)
@@ -142,8 +122,6 @@ def test_no_framebuffer(board: OperatedBoard) -> None:
 def test_mounts_come_first(board: OperatedBoard) -> None:
     """systemd mounts the directory of the parameters before it starts the panel."""
     board.sh(f"printf '[Mount]\\nWhat=tmpfs\\nType=tmpfs\\n' >{MOUNT}; systemctl daemon-reload")
-    board.cleanups.callback(board.sh, f"systemctl stop {UNIT} quenfold-configs.mount; rm {MOUNT}; "
-                            "systemctl daemon-reload", CHECK_SECONDS)
     board.program.start()
     board.sh("mountpoint /quenfold/configs")
 
@@ -157,8 +135,6 @@ def test_second_instance(board: OperatedBoard) -> None:
     board.program.stop()
     board.sh(f"env $(systemctl show --property=Environment --value {UNIT}) XDG_RUNTIME_DIR=/run "
              "setsid /usr/libexec/corvanta/launch </dev/null >/run/launched 2>&1 &")
-    board.cleanups.callback(
-        board.sh, "killall corvanta; until ! pgrep -x corvanta; do sleep 0.1; done")
     board.wait_picture(shown, "the launched panel")
     board.sh(f"systemctl start {UNIT}; "
              f"until [ $(systemctl is-active {UNIT}) = inactive ]; do sleep 0.2; done; sleep 2")

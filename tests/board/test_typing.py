@@ -4,19 +4,15 @@ import re
 import struct
 from pathlib import Path
 
-import pytest
-
 from boardtest import OperatedBoard
 from host.paths import ROOT
-from panel.constants import (AUTO_CONNECT, BUTTON_GUARD_SECONDS, COUNTS, FAILED, MISC, PARAMETERS,
-                             SIZES, SOON_SECONDS)
+from panel.constants import AUTO_CONNECT, COUNTS, MISC, PARAMETERS, SOON_SECONDS
 from panel.screen import centre
 from virtualboard.board import Board
 
 VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
           "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
 TEXT = "the quick brown fox jumps over a lazy bookkeeper"
-TURNED = {"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"}
 RULE = "/etc/udev/rules.d/90-turned.rules"
 HALF_SECONDS = 0.04  # half of the time from one character to the next
 
@@ -32,67 +28,23 @@ def event_node(board: Board) -> str:
                           "sed 's|/device/name||; s|^|/dev/input/|'").strip()
 
 
-def documented_unit(name: str) -> str:
-    """@return the text of a systemd unit in the integrator's guide"""
-    guide = (ROOT / "docs/integrating.md").read_text()
-    block = re.search(rf"^    # /etc/systemd/system/{re.escape(name)}\n((?:    .*\n)+)", guide,
-                      re.MULTILINE)
-    assert block, f"the guide has no {name}"
-    return re.sub("^    ", "", block[1], flags=re.MULTILINE)
-
-
-@pytest.fixture
-def keyed(board: OperatedBoard) -> OperatedBoard:
-    """Provide a board whose program runs with the on-screen keyboard, without parameters."""
+def test_every_value(board: OperatedBoard) -> None:
+    """Type every value. Enter moves to the next field, or hides the keyboard after the last."""
     board.dongle.plug()
     board.start_program({})
-    return board
-
-
-def test_every_value(keyed: OperatedBoard) -> None:
-    """Type every value. Enter moves to the next field, or hides the keyboard after the last."""
-    panel = keyed.panel
+    panel = board.panel
     for label, text in VALUES.items():
         panel.touch_in(label, text, SOON_SECONDS)
         panel.click(panel.screen().key("Enter"))
-    keyed.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
+    board.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
     panel.choose("APN Auth Methods:", "CHAP", SOON_SECONDS)
     panel.open_tab(MISC, SOON_SECONDS)
     panel.press("YES")
     panel.touch_in(COUNTS, "12", SOON_SECONDS)
     panel.put_keys_away("Enter", SOON_SECONDS)
-    keyed.leave()
-    assert keyed.guest.read(PARAMETERS).decode().splitlines() == [*VALUES.values(), "2"]
-    assert keyed.guest.read(AUTO_CONNECT) == b"0\n12\n"
-
-
-def test_held_while_a_dialog_opens(keyed: OperatedBoard) -> None:
-    panel = keyed.panel
-    keyed.fingers.down(*centre(panel.raise_keys("PinCode:", SOON_SECONDS).key("7")))
-    keyed.sh("sleep 0.3")
-    panel.invoke("Makeup", "checkPPPMsg")
-    keyed.wait("the notice", SOON_SECONDS, lambda screen: screen.dialog()["text"] == FAILED)
-    assert panel.screen().keys == []
-    keyed.fingers.up()
-    keyed.sh(f"sleep {BUTTON_GUARD_SECONDS}")
-    assert panel.screen().has_dialog()
-    panel.press("OK")
-    keyed.wait("the notice closed", SOON_SECONDS, lambda screen: not screen.has_dialog())
-    assert panel.field("PinCode:")["text"] == ""
-
-
-def test_before_the_window_is_shown(keyed: OperatedBoard) -> None:
-    """Touch the place of Exit while the program starts. The kernel queues these touches, but they
-    must not end the program."""
-    at_exit = centre(keyed.panel.button("Exit"))
-    keyed.program.stop()
-    keyed.program.start({})
-    for _ in range(5):
-        keyed.fingers.touch(*at_exit)
-    keyed.await_window()
-    keyed.fingers.touch(*at_exit)
-    keyed.sh("sleep 1")
-    keyed.leave()  # the program still runs, and Exit works
+    board.leave()
+    assert board.guest.read(PARAMETERS).decode().splitlines() == [*VALUES.values(), "2"]
+    assert board.guest.read(AUTO_CONNECT) == b"0\n12\n"
 
 
 def report(*events: tuple[int, int, int]) -> str:
@@ -103,11 +55,12 @@ def report(*events: tuple[int, int, int]) -> str:
     return "printf '" + "".join(f"\\x{byte:02x}" for byte in data) + "' >&3; rest\n"
 
 
-@pytest.mark.parametrize("size", SIZES[-1:], ids=str)
-def test_no_character_is_lost_or_doubled(keyed: OperatedBoard) -> None:
+def test_no_character_is_lost_or_doubled(board: OperatedBoard) -> None:
     """Type with two thumbs in turn. Each is lifted after the other has touched the next key."""
-    screen = keyed.panel.raise_keys("APN NAME:", SOON_SECONDS)
-    script = (f"exec 3>{event_node(keyed)} 4<> <(:)\n"
+    board.dongle.plug()
+    board.start_program({})
+    screen = board.panel.raise_keys("APN NAME:", SOON_SECONDS)
+    script = (f"exec 3>{event_node(board)} 4<> <(:)\n"
               f"rest() {{ read -t {HALF_SECONDS} -u 4 || :; }}\n")
     for at, character in enumerate(TEXT):
         x, y = centre(screen.key(character))
@@ -116,52 +69,41 @@ def test_no_character_is_lost_or_doubled(keyed: OperatedBoard) -> None:
         if at:
             script += report((EV_ABS, SLOT, (at - 1) % 2), (EV_ABS, TRACKING_ID, -1))
     script += report((EV_ABS, SLOT, at % 2), (EV_ABS, TRACKING_ID, -1), (EV_KEY, BTN_TOUCH, 0))
-    keyed.guest.write("/run/thumbs", script.encode())
-    keyed.sh("bash /run/thumbs", 60)
-    keyed.wait("every character once", SOON_SECONDS,
+    board.guest.write("/run/thumbs", script.encode())
+    board.sh("bash /run/thumbs", 60)
+    board.wait("every character once", SOON_SECONDS,
                lambda now: now.field("APN NAME:")["text"] == TEXT)
 
 
-def check_turned(board: OperatedBoard, environment: dict[str, str]) -> None:
+def test_turned(board: OperatedBoard) -> None:
     """Touch a tab of a panel that is mounted upside down."""
+    board.guest.write(RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
+                      b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
+    board.sh("udevadm control --reload; udevadm trigger --subsystem-match=input; udevadm settle")
     board.dongle.plug()
-    board.start_program(TURNED | environment)
+    board.start_program({"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"})
     x, y = centre(board.panel.tab(MISC))
-    width, height = SIZES[0]
+    width, height = board.size
     board.fingers.touch(width - 1 - x, height - 1 - y)
     board.wait("the tab under the finger", SOON_SECONDS, lambda screen: screen.field(COUNTS))
 
 
-def test_evdev_turned(board: OperatedBoard) -> None:
-    """A touch screen that is read without libinput."""
-    check_turned(board, {"QT_QPA_FB_NO_LIBINPUT": "1", "QT_QPA_EVDEV_TOUCHSCREEN_PARAMETERS":
-                         f"{event_node(board)}:rotate=180"})
-
-
-def test_libinput_turned(board: OperatedBoard) -> None:
-    board.guest.write(RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
-                      b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
-    reload = "udevadm control --reload; udevadm trigger --subsystem-match=input; udevadm settle"
-    board.sh(reload)
-    board.cleanups.callback(board.sh, f"rm {RULE}; {reload}")
-    check_turned(board, {})
-
-
 def test_tslib(board: OperatedBoard) -> None:
-    """Type on a single-touch screen whose events tslib calibrates and forwards. Later tests cannot
-    use the board."""
-    board.reusable = False
+    """Type on a single-touch screen whose events tslib calibrates and forwards."""
     board.dongle.plug()
     board.sh("killall touchd; "
              "until ! grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
              "setsid touchd {} {} single </dev/null >/dev/null 2>&1 & "
              "until grep -q 'panel touch' /proc/bus/input/devices; do sleep 0.1; done; "
-             "udevadm settle".format(*SIZES[0]))
+             "udevadm settle".format(*board.size))
     board.guest.write("/etc/ts.conf", b"module_raw input grab_events=1\n"
                       b"module pthres pmin=1\nmodule dejitter delta=100\nmodule linear\n")
-    node = event_node(board)
-    unit = documented_unit("ts_uinput.service").replace("event0", Path(node).name)
-    board.guest.write("/etc/systemd/system/ts_uinput.service", unit.encode())
+    # systemd ignores the indentation of the documented unit.
+    documented = re.search(r"    # (/etc/systemd/system/ts_uinput.service)\n((?:    .*\n)+)",
+                           (ROOT / "docs/integrating.md").read_text())
+    assert documented
+    unit = documented[2].replace("event0", Path(event_node(board)).name)
+    board.guest.write(documented[1], unit.encode())
     board.sh("systemctl daemon-reload; systemctl start ts_uinput; "
              "until grep -q ts_uinput /proc/bus/input/devices; do sleep 0.1; done; "
              "udevadm settle")
