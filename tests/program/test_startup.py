@@ -118,15 +118,18 @@ def test_node_wait_is_served(roots: Roots) -> None:
 
 
 def test_terminated_at_once(roots: Roots) -> None:
-    """SIGTERM during the start-up stays pending until the signal handlers are installed, and then
-    leads to a clean exit. The dialog that waits for the dongle does not delay it."""
-    root = roots.new(usb="").start(shown=False)
+    """SIGTERM during the start-up leads to a clean exit: before the signal handlers are installed,
+    when it stays pending, and while the dialog waits for the dongle."""
+    waiting, root = (roots.new(usb="").start(shown=False) for _ in range(2))
     maps = Path(f"/proc/{root.pid}/maps")
     deadline = time.monotonic() + patient(5)
     while "libqvnc" not in maps.read_text():  # the platform plugin, loaded by QApplication
         assert time.monotonic() < deadline
     root.signal(SIGTERM)
     assert root.wait_exit() == 0
+    waiting.wait(lambda screen: screen.has_dialog(), 5, "the dialog")
+    waiting.signal(SIGTERM)
+    assert waiting.wait_exit() == 0
 
 
 def test_descriptors_close_on_exec(roots: Roots) -> None:
