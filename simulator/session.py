@@ -219,6 +219,7 @@ class Gallery:
     def _run(self, board: Board) -> None:
         with board:
             board.guest.write(PARAMETERS, STORED)
+            board.dongle.plug()
             for language in LANGUAGES:
                 self._photograph(board, language)
 
@@ -226,12 +227,8 @@ class Gallery:
         text, panel = Texts(language), board.panel
         board.chip.put_in({LANGUAGE: language})
         board.program.start()
-        panel.wait(lambda screen: screen.dialog()["text"] == text(UNDETECTED), START_SECONDS,
-                   f"the waiting dialog in {LANGUAGES[language]}")
-        self._save_screenshot(board, language, "waiting")
-        board.dongle.plug()
-        panel.wait(lambda screen: screen.main_window()["visible"] and not screen.has_dialog(),
-                   START_SECONDS, "the main window")
+        panel.wait(lambda screen: screen.main_window()["visible"], START_SECONDS,
+                   f"the main window in {LANGUAGES[language]}")
         for tab, what in ((STATUS, "status"), (MISC, "misc"), (SETTING, "setting")):
             panel.open_tab(text(tab), START_SECONDS)
             faults = panel.screen().cut_off()
@@ -240,7 +237,6 @@ class Gallery:
         panel.raise_keys(text(PIN), START_SECONDS)
         self._save_screenshot(board, language, "typing")
         board.program.stop()
-        board.dongle.unplug()
 
     def _save_screenshot(self, board: Board, language: int, what: str) -> None:
         name = LANGUAGES[language].lower().replace(" ", "-")
@@ -265,7 +261,9 @@ def interactive(board: Board, language: int, port: int) -> None:
 def run_all(size: tuple[int, int], language: int) -> None:
     """Run the session and the gallery in parallel. @raise BoardError if a step fails"""
     gallery = Gallery()
-    with ThreadPoolExecutor() as threads, Board(size, "session") as board:
+    # The gallery takes what the session leaves of the CPUs: Linux has a nice value per thread.
+    with (Board(size, "session") as board,
+          ThreadPoolExecutor(initializer=os.nice, initargs=(10,)) as threads):
         running = gallery.start(threads)
         session = Session(board, language)
         try:
