@@ -1,6 +1,6 @@
-// The typed text for sequences of touches on the keyboard. In a sequence, "1+q" puts finger 1 on q,
-// "1>w" slides it to w, "1-" lifts it, "q" touches and releases q, "~500" waits 500 ms, "rep"
-// repeats a held key, "cancel" cancels all touches.
+// The places of the keys on the keyboard's pages, and the typed text for sequences of touches. In a
+// sequence, "1+q" puts finger 1 on q, "1>w" slides it to w, "1-" lifts it, "q" touches and releases
+// q, "~500" waits 500 ms, "rep" repeats a held key, "cancel" cancels all touches.
 #include "platform/keyboard/keyboardstate.h"
 
 #include <QtTest>
@@ -103,6 +103,7 @@ private slots:
     void scenes_data();
     void scenes();
     void openStartsOver();
+    void keysFillThePanel();
 };
 
 void KeyboardStateTest::scenes_data()
@@ -163,6 +164,35 @@ void KeyboardStateTest::openStartsOver()
     QCOMPARE(keys.held(), -1);
     QCOMPARE(keys.shift(), Shift::Off);
     QCOMPARE(Scene(keys).play("1"), QStringLiteral("1"));
+}
+
+/** Check that the keys of each page cover the keyboard without gaps, also at the edges of the
+ * panel. Each page has one key for Backspace, Enter and Hide. */
+void KeyboardStateTest::keysFillThePanel()
+{
+    const QList<std::pair<QSize, QSize>> smallestKeys{{{480, 272}, {48, 37}},
+                                                      {{800, 480}, {80, 62}},
+                                                      {{1280, 800}, {128, 100}},
+                                                      {{1023, 333}, {102, 46}}};
+    for (const auto &[panel, smallest] : smallestKeys) {
+        const QSize whole = size(panel);
+        QCOMPARE(whole.width(), panel.width());
+        QVERIFY(whole.height() < panel.height() * 3 / 5);
+        for (Page page : {Page::Letters, Page::Digits, Page::Symbols}) {
+            QRegion covered;
+            QList<Action> actions;
+            for (const Key &key : keys(page, whole)) {
+                QVERIFY(key.rect.width() >= smallest.width());
+                QVERIFY(key.rect.height() >= smallest.height());
+                QVERIFY(!covered.intersects(key.rect));
+                covered += key.rect;
+                actions << key.action;
+            }
+            for (Action action : {Action::Backspace, Action::Enter, Action::Hide})
+                QCOMPARE(actions.count(action), 1);
+            QCOMPARE(covered, QRegion(QRect(QPoint(0, 0), whole)));
+        }
+    }
 }
 
 QTEST_APPLESS_MAIN(KeyboardStateTest)
