@@ -147,19 +147,6 @@ def test_check(roots: Roots) -> None:
         assert "hid" not in answer, words
 
 
-def test_two_at_once(roots: Roots) -> None:
-    """Run two commands at the same time. All four files are complete and come from the same one."""
-    one, other = (f"{PROVISION} {values} >/dev/null || echo failed >>{SAID}" for values in (
-        "apn=a user=one pin=1", "apn=another.example user= pin="))
-    note = f"cat {' '.join(FILES)} | md5sum >>{SAID}"
-    root = run_tools(
-        roots, f"{one}; {note}; {other}; {note}\n"
-        f"for i in 1 2 3 4 5 6 7 8 9; do ({one}) & ({other}) & wait; {note}; done\n")
-    sums = said(root).splitlines()
-    assert len(sums) == 11
-    assert set(sums) == set(sums[:2])
-
-
 def test_with_a_panel(roots: Roots) -> None:
     """While the panel runs, print that it must be restarted, because Exit would overwrite the new
     values with those on the screen."""
