@@ -46,7 +46,7 @@ EDITS: tuple[tuple[str, bool, str, Act], ...] = (
     ("method", True, SETTING, next_method),
     ("same radio", False, MISC, lambda panel: panel.press("NO")),
     ("radio", True, MISC, lambda panel: panel.press("YES")),
-    ("counts", True, MISC, lambda panel: panel.fill(COUNTS, "05")),
+    ("counts", True, MISC, lambda panel: panel.fill(COUNTS, "05 ")),
     ("typed as stored", False, SETTING, lambda panel: panel.fill(PIN, "0000")),
 )
 

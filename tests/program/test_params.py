@@ -4,8 +4,8 @@ import os
 
 import pytest
 
-from panel.constants import (AUTH, AUTO_CONNECT, CHAT_SCRIPT, COUNTS, FIELDS, MISC, PARAMETERS,
-                             PASSWORD, PEER_FILE, stored_parameters)
+from panel.constants import (AUTO_CONNECT, COUNTS, FIELDS, PARAMETERS, PASSWORD,
+                             stored_parameters)
 from privateroot.files import LAUNCH
 from privateroot.operating import alive, connect, leave
 from program.programtest import generated, row, shown, type_counts
@@ -97,25 +97,6 @@ def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
     leave(root)
     left = (root.inner_read(PARAMETERS), root.inner_read(AUTO_CONNECT))
     assert left == ((None, None) if full_at_first else (parameters, auto))
-
-
-def test_saved_trimmed_in_place(roots: Roots) -> None:
-    root = roots.stored()
-    root.write(CHAT_SCRIPT, "old")
-    before = root.host(PARAMETERS).stat().st_ino
-    root.start()
-    for label, text in zip(FIELDS, (" web ", "*99***1#", "\u00fcser", "p w", "0000"), strict=True):
-        root.panel.fill(label, text)
-    root.panel.choose(AUTH, "CHAP")
-    root.panel.open_tab(MISC)
-    root.panel.press("NO")
-    root.panel.fill(COUNTS, "\u00a012 ")
-    leave(root)
-    assert root.content(PARAMETERS).decode() == "web\n*99***1#\n\u00fcser\np w\n0000\n2\n"
-    assert root.content(AUTO_CONNECT).decode() == "1\n\u00a012\n"
-    assert root.host(PARAMETERS).stat().st_ino == before, "Exit rewrites the file in place"
-    assert (root.read(CHAT_SCRIPT), root.read(PEER_FILE)) == (b"old", None), "Exit writes neither"
-    assert root.commands() == ["ifconfig"]
 
 
 @pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)
