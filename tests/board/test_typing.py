@@ -13,7 +13,6 @@ from virtualboard.board import Board
 VALUES = {"APN NAME:": "web.Example-2", "Dial Num:": "*99***1#", "USER:": "guest@example",
           "PASSWORD:": "Pa5$w{rD!", "PinCode:": "0471"}
 TEXT = "the quick brown fox jumps over a lazy bookkeeper"
-RULE = "/etc/udev/rules.d/90-turned.rules"
 HALF_SECONDS = 0.04  # half of the time from one character to the next
 
 # The kernel's input events (linux/input-event-codes.h).
@@ -73,19 +72,6 @@ def test_no_character_is_lost_or_doubled(board: OperatedBoard) -> None:
     board.sh("bash /run/thumbs", 60)
     board.wait("every character once", SOON_SECONDS,
                lambda now: now.field("APN NAME:")["text"] == TEXT)
-
-
-def test_turned(board: OperatedBoard) -> None:
-    """Touch a tab of a panel that is mounted upside down."""
-    board.guest.write(RULE, b'SUBSYSTEM=="input", KERNEL=="event*", '
-                      b'ENV{LIBINPUT_CALIBRATION_MATRIX}="-1 0 1 0 -1 1"\n')
-    board.sh("udevadm control --reload; udevadm trigger --subsystem-match=input; udevadm settle")
-    board.dongle.plug()
-    board.start_program({"QT_QPA_PLATFORM": "linuxfb:fb=/dev/fb0:rotation=180"})
-    x, y = centre(board.panel.tab(MISC))
-    width, height = board.size
-    board.fingers.touch(width - 1 - x, height - 1 - y)
-    board.wait("the tab under the finger", SOON_SECONDS, lambda screen: screen.field(COUNTS))
 
 
 def test_tslib(board: OperatedBoard) -> None:
