@@ -1,4 +1,4 @@
-"""Runs the fault-injection groups of the test suite in parallel, and reports each outcome."""
+"""Runs the fault-injection groups of the test suite in parallel, and reports their outcomes."""
 
 from __future__ import annotations
 
@@ -6,7 +6,7 @@ import argparse
 import os
 import sys
 import time
-from collections import Counter
+from collections import Counter, defaultdict
 from collections.abc import Iterator
 from pathlib import Path
 from typing import TYPE_CHECKING, NamedTuple
@@ -22,8 +22,7 @@ HEAD = """\
 Written by `./torture --write-docs`. Do not edit this page: [reliability.md](../reliability.md)
 describes the behaviour in words.
 
-| group | passed | known limitation | failed |
-|---|---|---|---|"""
+"""
 PASSED, LIMITED, FAILED = OUTCOMES = ("passed", "known limitation", "failed")
 # Names of the properties with which a test records a known limitation, and a line for the page.
 LIMITATION, FIGURE = "limitation", "figure"
@@ -44,7 +43,9 @@ class Group(NamedTuple):
     marked: bool = False
 
 
-GROUPS = {
+GROUPS = {  # in the order of their start: the longest rows are in the first group
+    "growth": Group("memory growth over time, and a dongle that comes and goes",
+                    ("program/test_growth.py",)),
     "calls": Group("system calls of the program fail", ("program/test_calls.py",)),
     "saves": Group("terminated or killed at each system call of a save",
                    ("program/test_saves.py",)),
@@ -55,8 +56,6 @@ GROUPS = {
     "clock": Group("the clock steps during a wait", tuple(
         f"program/test_{subject}.py" for subject in (
             "supervision", "connect", "modem", "startup")), "[clock "),
-    "growth": Group("memory growth over time, and a dongle that comes and goes",
-                    ("program/test_growth.py",)),
     "board": Group("modem, network and dongle, on the simulated board",
                    ("board/test_dialling.py",), marked=True),
     "power": Group("power cut during a save, on ext4 of the simulated board",
@@ -71,86 +70,74 @@ def group_of(test: str) -> str:
 
 
 def pytest_addoption(parser: pytest.Parser) -> None:
-    parser.addoption("--only", default="")
+    parser.addoption("--only")
     parser.addoption("--group", action="append")
 
 
 def pytest_collection_modifyitems(config: pytest.Config, items: list[pytest.Item]) -> None:
-    """Select the rows of the chosen groups whose names contain the text of --only. Run the long
-    rows of the group growth first."""
-    wanted, only = config.getoption("--group"), config.getoption("--only")
-
+    """Select the rows of the chosen groups whose names contain the text of --only."""
     def is_wanted(item: pytest.Item) -> bool:
         group = group_of(item.nodeid)
-        return group in wanted and only in item.nodeid and (
-            not GROUPS[group].marked or item.get_closest_marker("torture") is not None)
+        return (group in config.getoption("--group")
+                and config.getoption("--only") in item.nodeid
+                and (not GROUPS[group].marked or item.get_closest_marker("torture") is not None))
 
-    items[:] = sorted(filter(is_wanted, items),
-                      key=lambda item: group_of(item.nodeid) != "growth")
+    items[:] = filter(is_wanted, items)
 
 
 class Results:
     """Collects the outcomes of all rows.
 
-    @ivar outcomes outcome by group and node ID
-    @ivar recorded values that rows have recorded, by group and name
+    @ivar outcomes outcome by node ID
+    @ivar recorded values that rows have recorded, by group and name of the value
     """
 
-    def __init__(self, groups: list[str]) -> None:
-        self.outcomes: dict[str, dict[str, str]] = {group: {} for group in groups}
-        self.recorded: dict[str, dict[str, list[object]]] = {group: {} for group in groups}
-
-    def pytest_report_teststatus(self, report: pytest.TestReport) -> tuple[str, str, str] | None:
-        limited = report.when == "call" and LIMITATION in dict(report.user_properties)
-        return (LIMITED, ".", LIMITED.upper()) if report.passed and limited else None
+    def __init__(self) -> None:
+        self.outcomes: dict[str, str] = {}
+        self.recorded: dict[tuple[str, str], list[object]] = defaultdict(list)
 
     def pytest_runtest_logreport(self, report: pytest.TestReport) -> None:
-        group = group_of(report.nodeid)
         if not report.passed:
-            self.outcomes[group][report.nodeid] = FAILED
+            self.outcomes[report.nodeid] = FAILED
         if report.when == "teardown":
             for name, value in report.user_properties:
-                self.recorded[group].setdefault(name, []).append(value)
+                self.recorded[group_of(report.nodeid), name].append(value)
             limited = LIMITATION in dict(report.user_properties)
-            self.outcomes[group].setdefault(report.nodeid, LIMITED if limited else PASSED)
+            self.outcomes.setdefault(report.nodeid, LIMITED if limited else PASSED)
 
-    def counts(self, *groups: str) -> list[int]:
-        """Return the number of rows with each of OUTCOMES."""
-        found = [outcome for group in groups for outcome in self.outcomes[group].values()]
-        return [found.count(outcome) for outcome in OUTCOMES]
-
-    def summary(self, *groups: str) -> str:
-        return ", ".join(f"{count} {outcome}"
-                         for count, outcome in zip(self.counts(*groups), OUTCOMES, strict=True))
-
-    def figures(self, group: str) -> Iterator[str]:
-        """Yield lines with the values that the rows of a group have recorded."""
-        for name, values in self.recorded[group].items():
-            numbers = [value for value in values if isinstance(value, float)]
-            if name == FIGURE:
-                yield from map(str, values)
-            elif name == LIMITATION:
-                yield from (f"{LIMITED}: {text}" for text in sorted(set(map(str, values))))
-            elif numbers:
-                yield f"{name}: {min(numbers):.1f} to {max(numbers):.1f} ({len(numbers)} times)"
-            else:
-                counted = sorted(Counter(map(str, values)).items())
-                yield f"{len(values)} times {name}: " + ", ".join(
-                    f"{count} {value}" for value, count in counted)
+    def page(self, duration: str) -> str:
+        """Return the page without its head: the number of rows with each outcome, by group, and the
+        values that the rows have recorded."""
+        lines = [f"| group | {' | '.join(OUTCOMES)} |", "|---|---|---|---|"]
+        for name, group in GROUPS.items():
+            found = [outcome for test, outcome in self.outcomes.items() if group_of(test) == name]
+            counts = " | ".join(str(found.count(outcome)) for outcome in OUTCOMES)
+            if found:
+                lines.append(f"| {name}: {group.title} | {counts} |")
+        lines += ["", f"Total: {len(self.outcomes)} faults in {duration}.", ""]
+        lines += sorted(f"- {group}, {line}" for (group, name), values in self.recorded.items()
+                        for line in lines_of(name, values))
+        return "\n".join(lines)
 
 
-def write_docs(results: Results, total: str) -> None:
-    """Write the page. @param total line about all groups"""
-    table = [f"| {name}: {group.title} | {' | '.join(map(str, results.counts(name)))} |"
-             for name, group in GROUPS.items()]
-    notes = sorted(f"- {name}, {figure}" for name in GROUPS for figure in results.figures(name))
-    PAGE.write_text("\n".join([HEAD, *table, "", total, "", *notes, ""]))
+def lines_of(name: str, values: list[object]) -> Iterator[str]:
+    """Yield lines about the values that the rows of a group have recorded under one name."""
+    numbers = [value for value in values if isinstance(value, float)]
+    if name == FIGURE:
+        yield from map(str, values)
+    elif name == LIMITATION:
+        yield from (f"{LIMITED}: {text}" for text in {*map(str, values)})
+    elif numbers:
+        yield f"{name}: {min(numbers):.1f} to {max(numbers):.1f} ({len(numbers)} times)"
+    else:
+        yield f"{len(values)} times {name}: " + ", ".join(
+            f"{count} {value}" for value, count in sorted(Counter(map(str, values)).items()))
 
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog="./torture", description="Inject faults into the shipped program and report the "
-        "outcomes. Exit status: 1 if a row fails, 2 if no row matches the arguments.",
+        "outcomes. Exit status: 1 if a row fails, 5 if no row matches the arguments.",
         epilog="groups: " + ", ".join(f"{name} ({group.title})" for name, group in GROUPS.items()))
     parser.add_argument("groups", nargs="*", metavar="GROUP", help="inject only these groups")
     parser.add_argument("--rows", action="store_true",
@@ -171,24 +158,18 @@ def main() -> int:
     begin, wanted, cores = time.monotonic(), arguments(), os.cpu_count() or 1
     import pytest  # not at the top, so that --help needs no package
     groups = wanted.groups or list(GROUPS)
-    files = {f"{TESTS}/{file}" for group in groups for file in GROUPS[group].files}
-    results = Results(groups)
+    files = [f"{TESTS}/{file}" for group in groups for file in GROUPS[group].files]
+    results = Results()
     status = pytest.main([
         "-p", "torture", "-vv" if wanted.rows else "-q",  # pytest.ini has another -q
         "-n", str(2 * cores + 1),  # most of a row is waiting
-        "--only", wanted.only, *(f"--group={group}" for group in groups), *sorted(files)],
+        "--only", wanted.only, *(f"--group={group}" for group in groups), *files],
         plugins=[results])
-    for group in filter(results.outcomes.get, groups):
-        print(f"{group}: {results.summary(group)}", *results.figures(group), sep="\n  ")
-    seconds, total = time.monotonic() - begin, sum(results.counts(*groups))
-    if not total:
-        print("torture: no fault matches the arguments (./torture --help lists the groups)",
-              file=sys.stderr)
-        return 2
-    print(f"{total} faults: {results.summary(*groups)} ({seconds:.0f} s)")
+    page = results.page(f"{time.monotonic() - begin:.0f} s on {cores} cores")
+    print(page)
     if wanted.write_docs:
-        write_docs(results, f"Total: {total} faults in {seconds:.0f} s on {cores} cores.")
-    return 1 if status else 0
+        PAGE.write_text(f"{HEAD}{page}\n")
+    return int(status)
 
 
 if __name__ == "__main__":
