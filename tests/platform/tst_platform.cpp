@@ -40,7 +40,6 @@ class PlatformTest : public QObject
 private slots:
     void backgroundIsPaintedUntilCovered();
     void layoutsTakeThePanelsMeasures();
-    void listOpensAboveItsBox();
     void movingBarIsPaintedTenTimesASecond();
 };
 
@@ -90,23 +89,6 @@ void PlatformTest::layoutsTakeThePanelsMeasures()
     PanelStyle::apply(*qApp);
     QCOMPARE(qApp->font().pixelSize(), panelMetrics(deviceScreenSize()).fontPixels);
     QVERIFY(panelMetrics({480, 272}).layoutSpacing < panelMetrics({800, 480}).layoutSpacing);
-}
-
-void PlatformTest::listOpensAboveItsBox()
-{
-    qApp->setStyle(new PanelStyle({20, 7, 2}));
-    qApp->setStyleSheet("QComboBox{font: 20px;}");
-    QWidget page;
-    QComboBox box(&page);
-    box.addItems({"AUTO", "PAP", "CHAP"});
-    box.setCurrentIndex(1);
-    box.move(10, 200);
-    page.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&page));
-    box.showPopup();
-    const QRect list = box.view()->window()->frameGeometry();
-    QCOMPARE(list.bottom() + 1, box.mapToGlobal(QPoint(0, 0)).y());
-    qApp->setStyleSheet(QString());
 }
 
 void PlatformTest::movingBarIsPaintedTenTimesASecond()
