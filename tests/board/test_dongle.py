@@ -1,27 +1,8 @@
-"""The dongle on the simulated board: missing, late, a wrong one, and unplugged during use."""
-
-import time
+"""The dongle on the simulated board: unplugged during use."""
 
 from boardtest import OperatedBoard
-from panel.constants import (CHECK_SECONDS, DONGLE_DETECTED, DONGLE_PRODUCT, DONGLE_STATUS,
-                             DONGLE_UNDETECTED, SOON_SECONDS, START_SECONDS)
-
-
-def test_black_until_the_right_dongle_has_its_port(board: OperatedBoard) -> None:
-    """The program waits while another dongle is plugged in, and while the right one has no serial
-    port. During the second wait the panel is black."""
-    board.dongle.plug(product=DONGLE_PRODUCT + 1)
-    board.program.start()
-    board.wait_undetected()
-    board.panel.press("Close")  # does not close the dialog, because there is no window below it
-    board.wait_undetected()
-    board.dongle.plug(ports=0)
-    deadline = time.monotonic() + START_SECONDS
-    while not board.is_black():
-        assert time.monotonic() < deadline, "the panel is black"
-    assert not board.panel.screen().main_window()["visible"]
-    board.dongle.plug()
-    board.await_window()
+from panel.constants import (CHECK_SECONDS, DONGLE_DETECTED, DONGLE_STATUS, DONGLE_UNDETECTED,
+                             SOON_SECONDS)
 
 
 def test_unplugged_and_plugged_in(board: OperatedBoard) -> None:
