@@ -1,5 +1,4 @@
 // Parameter files with any content, and the edits on the screen that count as a change.
-#include "core/lineencoding.h"
 #include "core/paramlist.h"
 
 #include <QtTest>
@@ -13,8 +12,6 @@ class ParamListTest : public QObject
 private slots:
     void parsesFiles_data();
     void parsesFiles();
-    void keepsEveryText_data();
-    void keepsEveryText();
     void noticesChanges_data();
     void noticesChanges();
 };
@@ -48,26 +45,6 @@ void ParamListTest::parsesFiles()
 {
     QFETCH(QByteArray, content);
     QTEST(parseLines(content), "lines");
-}
-
-void ParamListTest::keepsEveryText_data()
-{
-    QTest::addColumn<QString>("text");
-
-    const QChar high(0xD83D);
-    const QChar low(0xDE00);
-    QTest::newRow("pair") << QString(high) + low;
-    QTest::newRow("lone halves") << QStringLiteral("a") + low + u'b' + high;
-    QTest::newRow("halves in the wrong order") << QString(low) + high;
-    QTest::newRow("two highs and a low") << QString(high) + high + low;
-    QTest::newRow("byte order mark in front") << QStringLiteral("\uFEFFx");
-    QTest::newRow("looks like ISO 8859-1") << QStringLiteral("\u00C3\u00A4");
-}
-
-void ParamListTest::keepsEveryText()
-{
-    QFETCH(QString, text);
-    QCOMPARE(decodeLine(lineencoding::encode(text) + '\n'), text);
 }
 
 using Edit = std::function<void(ScreenValues &)>;

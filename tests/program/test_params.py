@@ -4,16 +4,13 @@ import os
 
 import pytest
 
-from panel.constants import (AUTO_CONNECT, COUNTS, FIELDS, PARAMETERS, PASSWORD,
-                             stored_parameters)
+from panel.constants import AUTO_CONNECT, COUNTS, FIELDS, PARAMETERS
 from privateroot.files import LAUNCH
-from privateroot.operating import alive, connect, leave
+from privateroot.operating import connect, leave
 from program.programtest import generated, row, shown, type_counts
 from program.conftest import Roots
 
 YES, NO, NEITHER = [True, False], [False, True], [False, False]
-CONFIGS = "/quenfold/configs"
-PAGE = os.sysconf("SC_PAGE_SIZE")  # bytes
 # Content, and the shown values in the format of the next save.
 PARAMETER_FILES: dict[str, tuple[bytes | None, str]] = {
     "missing": (None, "\n\n\n\n\n0\n"),
@@ -42,11 +39,11 @@ VALUES = {
     "control characters": "a\x01\x07\x1b[2J\x7fb",
     "format directives": "%s%n%1$s %1 %2",
     "beyond ASCII": "\ufeffé ü 電話 设置 😀 אב a\u0301",
-    "half of a surrogate pair": "a\ud83db",
+    "halves of a surrogate pair": "a\ud83db\ude00c",
     "no-break spaces around": "\u00a0x\u00a0",
     "a thousand characters": "0123456789" * 100,
 }
-EVERYDAY = ("every ASCII character", "half of a surrogate pair")
+EVERYDAY = ("every ASCII character", "halves of a surrogate pair")
 
 
 @pytest.mark.parametrize("content, saved", PARAMETER_FILES.values(), ids=PARAMETER_FILES)
@@ -78,25 +75,6 @@ def test_auto_connect_file(roots: Roots, content: bytes | None, radios: list[boo
     leave(root)
     assert root.read(AUTO_CONNECT) == saved
     assert root.mode(AUTO_CONNECT) == "600"
-
-
-@pytest.mark.parametrize("full_at_first", (True, False), ids=("nothing stored", "stored"))
-def test_full_file_system(roots: Roots, full_at_first: bool) -> None:
-    """A save without free space keeps the stored content. Each stored file fills a page, and its
-    new content is a little longer."""
-    parameters = stored_parameters(user="u" * (PAGE - len(stored_parameters())))
-    auto = b"\n" + b"7" * (PAGE - 2) + b"\n"  # the first line is empty; a save adds the flag
-    fill = f"/usr/bin/cat /dev/zero >{CONFIGS}/filler 2>/dev/null\n"
-    store = "" if full_at_first else f"/usr/bin/cp /testrun/*param {CONFIGS}\n"
-    root = roots.new(setup=store + fill,
-                     mounts=["--size", str(4 * PAGE), "--tmpfs", CONFIGS])
-    root.write("/testrun/3gparam", parameters)
-    root.write("/testrun/autoparam", auto)
-    root.start().panel.fill(PASSWORD, "new")
-    alive(root)
-    leave(root)
-    left = (root.inner_read(PARAMETERS), root.inner_read(AUTO_CONNECT))
-    assert left == ((None, None) if full_at_first else (parameters, auto))
 
 
 @pytest.mark.parametrize("text", [row(name, text, everyday=name in EVERYDAY)
