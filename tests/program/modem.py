@@ -4,18 +4,17 @@ import os
 import select
 import threading
 import tty
-from collections.abc import Iterable
 
 
 class Modem:
-    """Answers each command line with the same chunks; without chunks it sends nothing.
+    """Answers each command line with the same bytes, or not at all.
 
-    @param chunks data to send, each with its own write
-    @param pause delay before each chunk, in seconds
+    @param answer bytes to send; none if empty
+    @param pause delay before the answer, in seconds
     """
 
-    def __init__(self, chunks: Iterable[bytes] = (), pause: float = 0.0) -> None:
-        self._chunks = list(chunks)
+    def __init__(self, answer: bytes = b"", pause: float = 0.0) -> None:
+        self._answer = answer
         self._pause = pause
         self._master, self._slave = os.openpty()
         tty.setraw(self._slave)
@@ -29,13 +28,13 @@ class Modem:
         while not self._closed.is_set():
             if select.select([self._master], [], [], 0.02)[0]:
                 self.heard += os.read(self._master, 1024)
-                for chunk in self._chunks if self.heard.endswith(b"\r") else ():
+                if self.heard.endswith(b"\r"):
                     self._closed.wait(self._pause)
-                    os.write(self._master, chunk)
+                    os.write(self._master, self._answer)
         os.close(self._master)
         os.close(self._slave)
 
     def close(self) -> None:
-        """Hang up, as when the dongle is unplugged."""
+        """Hang up."""
         self._closed.set()
         self._thread.join()

@@ -101,7 +101,7 @@ def test_cause(roots: Roots, made: str, status: int, cause: str) -> None:
 def test_modem(roots: Roots, modems: Modems, answer: str, made: str, cause: str) -> None:
     """The doctor queries the modem only if its port is in raw mode and no process has it open. It
     does not change the port's modes."""
-    modem = modems([answer.encode()] if answer else [])
+    modem = modems(answer.encode())
     page = told(roots, f"kill $holder; wait; {made}; echo 5 5 >/run/corvanta-pin\n"
                 "stty -F /dev/ttyUSB0 -g >/run/modes; doctor\n"
                 f"stty -F /dev/ttyUSB0 -g | cmp - /run/modes >>{SAID} 2>&1\n",

@@ -25,7 +25,7 @@ def asked(roots: Roots, modem: Modem) -> PrivateRoot:
 def test_response(roots: Roots, modems: Modems) -> None:
     """The label shows the first read of a late response as plain text. tst_csqresponse has other
     responses."""
-    modem = modems([b"\r\n<b>QQ:17,</b>\r\n" + b"x" * 300], 1)
+    modem = modems(b"\r\n<b>QQ:17,</b>\r\n" + b"x" * 300, 1)
     root = asked(roots, modem)
     assert query_signal(root) == 0
     label = signal_value(root)
