@@ -10,7 +10,7 @@ from contextlib import contextmanager
 from pathlib import Path
 from typing import NamedTuple
 
-from panel.constants import CHIP_MARKER, DONGLE_PRODUCT, DONGLE_VENDOR, LANGUAGE
+from panel.constants import DONGLE_PRODUCT, DONGLE_VENDOR
 from panel.patience import wait_until
 
 DONGLE = f"device {DONGLE_VENDOR:x} {DONGLE_PRODUCT:x}\n"
@@ -22,9 +22,7 @@ STAND_INS = ("pppd", "killall", "ifconfig", "route", "ping", "ls")
 TOOLS = ("sh", "grep", "ps", "cat", "sleep", "echo", "kill")
 STAND_IN = "/testfakes/boardprogram"
 DEVICES = ("null", "zero", "full", "random", "urandom")  # device nodes of the host
-CHIP = "spidev1.0"
 LAUNCH = "program </dev/null >/testrun/stdout 2>/testrun/stderr"
-BLOCK_ADDRESS = 4  # address of the parameters in the chip, 2 bytes each
 # Beginnings of lines that every start prints, from the platform plugin and about the chip.
 USUAL_OUTPUT = ("QVncServer created on port", "RDID:", "langid", "load translator")
 
@@ -107,12 +105,6 @@ class RootFiles:
 
     def remove_node(self, name: str) -> None:
         self.host(f"/dev/{name}").unlink()
-
-    def add_chip(self, language: int) -> None:
-        """Create the file that fakes/fakechip.c uses as the memory of the F-RAM chip."""
-        memory = bytes(BLOCK_ADDRESS + 2 * LANGUAGE) + language.to_bytes(2, "little") + bytes(200)
-        self.write(f"/dev/{CHIP}", memory)
-        self.write(CHIP_MARKER, b"")
 
     def _replace(self, name: str, text: str) -> None:
         """Replace a control file atomically, so that readers never get incomplete content."""

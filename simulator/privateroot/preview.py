@@ -15,10 +15,10 @@ import subprocess
 import sys
 from contextlib import ExitStack
 
-from panel.constants import (AUTO_CONNECT, CHAT_SCRIPT, LANGUAGES, PARAMETERS, SIZES,
-                             stored_parameters)
+from panel.constants import CHAT_SCRIPT, PARAMETERS, SIZES, STORED_AUTO
 from panel.patience import wait_until
 from privateroot.files import LINK_DOWN, LINK_UP
+from privateroot.operating import stored_root
 from privateroot.process import PrivateRoot
 from privateroot.viewer import SETUP, SOCKET
 
@@ -43,16 +43,11 @@ def arguments() -> argparse.Namespace:
     sizes = ", ".join(f"{width}x{height}" for width, height in SIZES)
     parser.add_argument("--size", type=size, default=SIZES[1], metavar="WxH",
                         help=f"panel size in pixels (the board's panels: {sizes})")
-    parser.add_argument("--language", type=int, choices=LANGUAGES, default=0, metavar="N",
-                        help=", ".join(f"{n} {name}" for n, name in LANGUAGES.items()))
     return parser.parse_args()
 
 
-def make_root(size: tuple[int, int], language: int) -> PrivateRoot:
-    root = PrivateRoot(size=size, setup=SETUP, keys=True)
-    root.write(PARAMETERS, stored_parameters(user="operator", password="secret"))
-    root.write(AUTO_CONNECT, "1\n5\n")
-    root.add_chip(language)
+def make_root(size: tuple[int, int]) -> PrivateRoot:
+    root = stored_root(auto=STORED_AUTO, size=size, setup=SETUP, keys=True)
     for name, answer in COMMANDS.items():
         root.answer(name, answer)
     return root
@@ -98,7 +93,7 @@ def main() -> int:
     options, status = arguments(), None
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     with ExitStack() as stack:
-        root = stack.enter_context(make_root(options.size, options.language))
+        root = stack.enter_context(make_root(options.size))
         root.start()
         show(stack, root)
         if status := root.wait_exit(math.inf):

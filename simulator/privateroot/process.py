@@ -18,7 +18,7 @@ from panel.constants import WITHOUT_KEYS
 from panel.panel import Panel, unix_request
 from panel.patience import wait_until
 from panel.screen import Screen
-from privateroot.files import CHIP, DEVICES, RootFiles
+from privateroot.files import DEVICES, RootFiles
 from privateroot.procfs import ENDED, children, descendants, process_name
 
 HERE = Path(__file__).resolve().parent
@@ -35,7 +35,7 @@ class PrivateRoot(RootFiles):
     close() kills all processes that are left.
 
     @param size width and height of the panel in pixels
-    @param preload additional libraries to preload: names in the directory fakes, or paths
+    @param preload paths of additional libraries to preload
     @param mounts additional arguments for bwrap, after all others
     @param inspected true to load the inspector, which `panel` needs
     @param keys true to enable the on-screen keyboard, which moves the window
@@ -48,7 +48,7 @@ class PrivateRoot(RootFiles):
         super().__init__(**files)
         self.size = size
         self._mounts = list(mounts)
-        self._preload = ["fakeusb", *preload]
+        self._preload = ["/testfakes/libfakeusb.so", *preload]
         self._keys = keys
         self._inspected = inspected
         self._bwrap: subprocess.Popen[bytes] | None = None
@@ -86,7 +86,6 @@ class PrivateRoot(RootFiles):
 
     def _environment(self) -> dict[str, str]:
         width, height = self.size
-        preload = self._preload + ["fakechip"] * self.host(f"/dev/{CHIP}").exists()
         return {
             "HOME": "/tmp", "XDG_RUNTIME_DIR": "/tmp", "LC_ALL": "C.UTF-8",
             "PATH": os.environ["PATH"],
@@ -95,8 +94,7 @@ class PrivateRoot(RootFiles):
             "QT_PLUGIN_PATH": "/testplugins", "QT_NO_XDG_DESKTOP_PORTAL": "1",
             **({} if self._keys else WITHOUT_KEYS),
             "CORVANTA_INSPECTOR_SOCKET": "/testrun/inspector",
-            "CORVANTA_PRELOAD": ":".join(
-                name if "/" in name else f"/testfakes/lib{name}.so" for name in preload),
+            "CORVANTA_PRELOAD": ":".join(self._preload),
             "ASAN_OPTIONS": "verify_asan_link_order=0",
             "LSAN_OPTIONS": "suppressions=/testroot/leaks:print_suppressions=0",
         }
