@@ -4,11 +4,9 @@ import re
 
 from host.paths import ROOT
 
-# The rows of core/panels.h: width, height, profile, font size, range of a button's height.
-_PANELS = [tuple(map(int, row.split(","))) for row in re.findall(
-    r"\{(\d[\d, ]+)\}", (ROOT / "core/panels.h").read_text("utf-8"))]
-SIZES = tuple((row[0], row[1]) for row in _PANELS)  # width and height of the panels in pixels
-BUTTON_HEIGHTS = {(row[0], row[1]): range(row[4], row[5] + 1) for row in _PANELS}  # in pixels
+# Width and height of the panels in pixels: the first two numbers of each row in core/panels.h.
+SIZES = tuple((int(width), int(height)) for width, height in re.findall(
+    r"\{(\d+), (\d+), ", (ROOT / "core/panels.h").read_text("utf-8")))
 
 # USB vendor and product ID of the dongle.
 DONGLE_VENDOR, DONGLE_PRODUCT = 0x12D1, 0x1001
