@@ -9,7 +9,7 @@
 //
 //     12.345 heard "AT+CSQ"
 //     12.346 reply "\r\n+CSQ: 17,99\r\n\r\nOK\r\n"
-//     13.000 event dialled, apn "internet", connected
+//     13.000 event connected
 #include "simulator/programs/modem/modem.h"
 #include "simulator/programs/modem/network.h"
 #include "simulator/programs/modem/scenario.h"
@@ -118,9 +118,7 @@ private:
     void execute(const std::string &line)
     {
         log("heard " + quoted(line));
-        const std::string error = modem::readScenario(m_scenarioPath, m_scenario);
-        if (!error.empty())
-            log("event " + error);
+        modem::readScenario(m_scenarioPath, m_scenario);
         m_modem.setScenario(m_scenario);
         if (m_scenario["answer"] == "silent")
             return;
@@ -128,8 +126,7 @@ private:
             modem::writeTerminal(m_port, line + '\r');
         const modem::Reply reply = m_modem.execute(line);
         if (reply.dialled) {
-            log("event dialled, apn \"" + m_modem.apn() + "\", " +
-                (reply.connected ? "connected" : "refused"));
+            log(reply.connected ? "event connected" : "event refused");
             std::this_thread::sleep_for(milliseconds(std::stoi(m_scenario["dial_ms"])));
         }
         if (!reply.text.empty())

@@ -74,8 +74,6 @@ public:
         return name == m_scenario.at("refused") ? result(false) : run(name, argument);
     }
 
-    const std::string &apn() const { return m_apn; }
-
 private:
     Reply run(const std::string &name, const std::string &argument)
     {
@@ -90,7 +88,7 @@ private:
         if (name == "+CSQ")
             return information("+CSQ: 17,99");
         if ((name == "+CREG" || name == "+CGREG") && argument == "?")
-            return information(name + ": 0," + registration());
+            return information(name + (simState() == "READY" ? ": 0,1" : ": 0,2"));
         if (name == "+COPS" && simState() == "READY")
             return information("+COPS: 0,0,\"Testnet\",2");
         return result(name == "Z");
@@ -104,14 +102,6 @@ private:
         if (m_tries == 0)
             return "SIM PUK";
         return m_scenario.at("sim.pin").empty() || m_verified ? "READY" : "SIM PIN";
-    }
-
-    /** @return the state of the registration (3GPP TS 27.007, 7.2) */
-    std::string registration() const
-    {
-        if (m_scenario.at("registration") == "denied")
-            return "3";
-        return simState() == "READY" ? "1" : "2";
     }
 
     Reply pin(const std::string &argument)

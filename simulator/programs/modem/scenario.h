@@ -31,7 +31,6 @@ constexpr ScenarioKey ScenarioKeys[] = {
     {"refused", "", ".*", "command that is answered with ERROR: Z, I, +CPIN"},
     {"dial", "connect", "connect|busy", "result of the dial command"},
     {"dial_ms", "0", "[0-9]{1,5}", "delay of the dial result"},
-    {"registration", "home", "home|denied", "reply to +CREG? and +CGREG?"},
     {"apn", "", ".*", "accepted APN; empty: any"},
     {"auth", "none", "none|pap|chap", "authentication that the network requires"},
     {"user", "", ".*", "accepted user name"},
