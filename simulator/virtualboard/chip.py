@@ -7,7 +7,6 @@ from machine.guest import Guest
 from panel.constants import CHIP_MARKER
 
 NODE = "/dev/spidev1.0"
-FAULTS = ("missing", "queries")
 LOG = "/run/chip/chip.log"
 
 TAKE_OUT = f"""
@@ -40,14 +39,13 @@ class Chip:
         Insert a chip with an empty log; it replaces any earlier chip.
 
         @param parameters  values, 0 to 65535, by index, 0 to 99; all others are 0
-        @param fault  one of FAULTS: "missing" inserts no chip, chipsim.cpp describes the others
+        @param fault  fault of the chip, as in chipsim.cpp
         @raise BoardError when the device does not appear
         """
         words = [fault or "none", *(f"{index}={value}" for index, value in parameters.items())]
-        put_in = "" if fault == "missing" else PUT_IN % shlex.join(words)
         # One command for everything, because each command takes the board noticeable time.
         self._guest.sh(f"{TAKE_OUT}\nmkdir -p /run/chip; rm -f {LOG}; touch {CHIP_MARKER}\n"
-                       f"{put_in}")
+                       f"{PUT_IN % shlex.join(words)}")
 
     def log(self) -> list[str]:
         """Return the entries of the chip's log, in the format described in chipsim.cpp."""

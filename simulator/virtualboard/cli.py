@@ -13,7 +13,6 @@ from panel.constants import LANGUAGE, LANGUAGES, SIZES
 from panel.screen import NotShown, PanelError, centre
 from virtualboard import states
 from virtualboard.board import Board
-from virtualboard.chip import FAULTS
 
 Options = argparse.Namespace
 
@@ -121,7 +120,7 @@ def parser() -> argparse.ArgumentParser:
     chip = add("chip", lambda board, chosen: board.chip.put_in(
         {LANGUAGE: chosen.language}, fault=chosen.fault), "insert an F-RAM chip")
     add_language(chip)
-    chip.add_argument("--fault", choices=FAULTS)
+    chip.add_argument("--fault", choices=("queries",), help="ioctls for a setting fail")
     add("modem", lambda board, chosen: board.dongle.tell_modem(dict(chosen.settings)),
         "set the behaviour of the dongle; /app/modemsim --help on the board lists the settings"
         ).add_argument("settings", nargs="*", type=pair, metavar="NAME=VALUE")
