@@ -70,15 +70,6 @@ class Board:
     @param spare  image of the third disk, as in machine.qemu.start()
     """
 
-    guest: Guest
-    dongle: Dongle
-    chip: Chip
-    program: Program
-    panel: Panel
-    fingers: Fingers
-    keyboard: Keyboard
-    records: Records
-
     def __init__(self, size: tuple[int, int] = (800, 480), run: str = "board", *,
                  fresh: bool = False, vnc_port: int | None = None, detached: bool = False,
                  machine: Path = MACHINE, state: Path | None = None,
