@@ -35,9 +35,7 @@ class Program:
         """
         lines = "".join(f"{key}={value}\n" for key, value in (environment or {}).items())
         self._guest.write(ENVIRONMENT, lines.encode())
-        # Reset systemd's start limit, because it also counts the starts of earlier tests.
-        self._guest.sh(f"systemctl reset-failed {UNIT} 2>/dev/null; systemctl start {UNIT}",
-                       START_SECONDS)
+        self._guest.sh(f"systemctl start {UNIT}", START_SECONDS)
 
     def pid(self) -> int | None:
         """Return the program's process id on the board, or None if it does not run."""
