@@ -12,7 +12,7 @@ from image import ext4
 
 # Constant, because running and saved boards have read the disk's size.
 SIZE = "64M"
-PACKAGE = "corvanta.deb"  # its path on the disk
+PACKAGE = "corvanta.deb"  # path of the package on the disk
 # Files of the cross build, as globs, and their paths on the disk.
 CONTENTS = {
     f"corvanta_*_{ARCH.name}.deb": PACKAGE,
@@ -59,7 +59,3 @@ def _make(image: Path, contents: Mapping[Path, str]) -> None:
 def key() -> str:
     """Return the fingerprint of what ensure() puts on the disk."""
     return fingerprint([SIZE, *_present()])
-
-
-def has_package() -> bool:
-    return PACKAGE in _present().values()

@@ -142,8 +142,7 @@ class Board:
         self._connect()
         if state:
             self._qmp.resume()
-        self.guest.sh("set -e; mountpoint -q /app || "
-                      "{ blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; }; "
+        self.guest.sh("set -e; blockdev --flushbufs /dev/vdb; mount -o ro /dev/vdb /app; "
                       + ("[ -e /dev/fb0 ] || panel; " if self._panel_on else "")
                       + f"date -s @{time.time():.3f} >/dev/null", UP_SECONDS)
 
@@ -232,8 +231,8 @@ class Board:
                 f"-ex 'target remote 127.0.0.1:{port}'")
 
     def _request(self, line: str) -> dict[str, Any]:
-        """Serve a request of `Panel`. QEMU makes touches, key presses and screenshots; the
-        inspector serves all other requests."""
+        """Serve a request of `Panel`. QEMU makes touches and key presses; the inspector serves all
+        other requests."""
         word, _, rest = line.partition(" ")
         if word == "click":
             x, y = map(int, rest.split())
@@ -243,8 +242,6 @@ class Board:
             self.keyboard.press(rest)
         elif word == "type":
             self.keyboard.type(unquote(rest))
-        elif word == "shot":
-            self.records.picture(rest)
         else:
             return self.program.inspect(line)
         return {"ok": True}
@@ -254,14 +251,10 @@ def installed_state(size: tuple[int, int]) -> Path:
     """
     Return the saved state with a panel of that size and the program's package installed.
 
-    If the package or the image has changed, make the state again, which takes some seconds. Without
-    a package, return the state of the image.
+    If the package or the image has changed, make the state again, which takes some seconds.
     """
-    plain = state_file(MACHINE, size)
-    if not appdisk.has_package():
-        return plain
-
     def make(file: Path) -> None:
+        plain = state_file(MACHINE, size)
         with Board(size, f"install-{plain.name}", state=plain) as board:
             board.guest.sh(INSTALL + FORGET, INSTALL_SECONDS)
             board.save(file)
