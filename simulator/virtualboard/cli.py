@@ -143,7 +143,7 @@ def parser() -> argparse.ArgumentParser:
     add("gdb", lambda board, chosen: print(board.serve_debugger(chosen.port)),
         "let gdb-multiarch connect, and print its command line").add_argument(
             "--port", type=int, default=1234, help="TCP port (default: 1234)")
-    add("logs", lambda board, _: print("\n".join(map(str, board.records.logs()))),
+    add("logs", lambda board, _: board.records.logs(),
         "copy the board's logs to the run's directory")
     add("off", do_off, "copy the logs and switch the board off")
     return top

@@ -3,7 +3,6 @@
 from contextlib import suppress
 from pathlib import Path
 
-from machine import qemu
 from machine.guest import Guest
 from machine.qmp import Qmp
 from panel.constants import LOGS as PPP_LOGS
@@ -41,16 +40,12 @@ class Records:
         self._qmp.command("screendump", filename=str(path.absolute()), format="png")
         return path
 
-    def logs(self) -> list[Path]:
-        """Copy the board's logs to the host. @return paths of the copies of all existing logs"""
+    def logs(self) -> None:
+        """Copy the board's logs to the run's directory."""
         self._guest.run(f"dmesg >{KERNEL_LOG}; ps -eo pid,ppid,stat,etimes,args >{PROCESSES}; "
                         f"journalctl --quiet --output=short-monotonic --unit={program.UNIT} "
                         f">{PROGRAM_LOG}")
-        found = []
         for log in LOGS:
             with suppress(FileNotFoundError):
                 content = self._guest.read(log)
-                found.append(self._directory / Path(log).name)
-                found[-1].write_bytes(content)
-        serial = self._directory / qemu.SERIAL_LOG
-        return sorted([*found, serial] if serial.is_file() else found)
+                (self._directory / Path(log).name).write_bytes(content)
