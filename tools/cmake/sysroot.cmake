@@ -16,6 +16,4 @@ set(ENV{PKG_CONFIG_LIBDIR} "${SYSROOT_PKG_CONFIG}")
 
 # moc, rcc and uic run on the host: use those of the host's Qt.
 set(QT_HOST_PATH /usr)
-file(GLOB QT_HOST_PATH_CMAKE_DIR /usr/lib/*-linux-gnu*/cmake/Qt6HostInfo)
-list(GET QT_HOST_PATH_CMAKE_DIR 0 QT_HOST_PATH_CMAKE_DIR)
-get_filename_component(QT_HOST_PATH_CMAKE_DIR "${QT_HOST_PATH_CMAKE_DIR}" DIRECTORY)
+set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu/cmake)
