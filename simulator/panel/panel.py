@@ -77,15 +77,15 @@ class Panel:
         """Send a key or chord, such as "Esc" or "Ctrl+A", to the widget with the focus."""
         self._ask(f"key {name}")
 
-    def fill(self, label: str, text: str, timeout: float = SECONDS) -> None:
+    def fill(self, label: str, text: str) -> None:
         """Touch the field next to a label and replace its text by hardware key presses."""
         self.click(self.field(label))
-        self.wait(lambda screen: screen.field(label)["focus"], timeout, f"focus in {label!r}")
+        self.wait(lambda screen: screen.field(label)["focus"], SECONDS, f"focus in {label!r}")
         self.key("Ctrl+A")
         self.key("Del")
         if text:
             self._ask(f"type {quote(text, safe='')}")
-        self._wait_text(label, text, timeout)
+        self._wait_text(label, text)
 
     def raise_keys(self, label: str, timeout: float = SECONDS) -> Screen:
         """Touch the field next to a label and wait for the keyboard. @return the screen, once a
@@ -96,47 +96,46 @@ class Panel:
         self._rest(DOUBLE_TOUCH_SECONDS)
         return self.screen()
 
-    def touch_in(self, label: str, text: str, timeout: float = SECONDS) -> None:
+    def touch_in(self, label: str, text: str) -> None:
         """Replace the text of the field next to a label, with touches on the on-screen keyboard."""
-        screen = self.raise_keys(label, timeout)
+        screen = self.raise_keys(label)
         for _ in screen.field(label)["text"]:
             self.click(screen.key("Backspace"))
         for at, character in enumerate(text, 1):
             name = character.lower()
-            screen = self._turn_to(screen, name, timeout)
+            screen = self._turn_to(screen, name)
             if name.isalpha() and screen.key(name)["upper"] != character.isupper():
                 self.click(screen.key("Shift"))
             self.click(screen.key(name))
             if character.isupper():  # Shift applies to one letter; dump the screen again
-                screen = self._wait_text(label, text[:at], timeout)
-        self._wait_text(label, text, timeout)
+                screen = self._wait_text(label, text[:at])
+        self._wait_text(label, text)
 
-    def put_keys_away(self, key: str = "Hide", timeout: float = SECONDS) -> None:
+    def put_keys_away(self, key: str = "Hide") -> None:
         """Hide the keyboard by a touch on Hide or Enter."""
         self.click(self.screen().key(key))
-        self.wait(lambda screen: not screen.keys, timeout, "the keyboard hidden")
+        self.wait(lambda screen: not screen.keys, SECONDS, "the keyboard hidden")
         self._rest(DOUBLE_TOUCH_SECONDS)
         self._guard = BUTTON_GUARD_SECONDS - DOUBLE_TOUCH_SECONDS
 
-    def _turn_to(self, screen: Screen, name: str, timeout: float) -> Screen:
+    def _turn_to(self, screen: Screen, name: str) -> Screen:
         """Open the keyboard page that has a key. @return the screen with that key"""
         while not screen.has_key(name):
             page = "ABC" if name.isalpha() else "#+=" if screen.has_key("#+=") else "123"
             self.click(screen.key(page))
-            screen = self.wait(lambda now: None if now.has_key(page) else now, timeout,
+            screen = self.wait(lambda now: None if now.has_key(page) else now, SECONDS,
                                f"the page that {page!r} opens")
         return screen
 
-    def _wait_text(self, label: str, text: str, timeout: float) -> Screen:
+    def _wait_text(self, label: str, text: str) -> Screen:
         return self.wait(lambda screen: screen if screen.field(label)["text"] == text else None,
-                         timeout, f"{text[:60]!r} in {label!r}")
+                         SECONDS, f"{text[:60]!r} in {label!r}")
 
-    def choose(self, label: str, row: str, timeout: float = SECONDS) -> None:
+    def choose(self, label: str, row: str) -> None:
         """Touch the combo box next to a label, then a row of its list."""
         self.click(self.field(label))
-        self.click(self.wait(lambda screen: screen.row(row), timeout, f"the row {row!r}"))
-        self.wait(lambda screen: screen.field(label)["text"] == row, timeout,
-                  f"{row!r} in {label!r}")
+        self.click(self.wait(lambda screen: screen.row(row), SECONDS, f"the row {row!r}"))
+        self._wait_text(label, row)
 
     def open_tab(self, text: str, timeout: float = SECONDS) -> None:
         """Touch a tab and wait until its page is shown."""

@@ -33,14 +33,14 @@ def test_every_value(board: OperatedBoard) -> None:
     board.start_program({})
     panel = board.panel
     for label, text in VALUES.items():
-        panel.touch_in(label, text, SOON_SECONDS)
+        panel.touch_in(label, text)
         panel.click(panel.screen().key("Enter"))
     board.wait("the keyboard is hidden", SOON_SECONDS, lambda screen: not screen.keys)
-    panel.choose("APN Auth Methods:", "CHAP", SOON_SECONDS)
-    panel.open_tab(MISC, SOON_SECONDS)
+    panel.choose("APN Auth Methods:", "CHAP")
+    panel.open_tab(MISC)
     panel.press("YES")
-    panel.touch_in(COUNTS, "12", SOON_SECONDS)
-    panel.put_keys_away("Enter", SOON_SECONDS)
+    panel.touch_in(COUNTS, "12")
+    panel.put_keys_away("Enter")
     board.leave()
     assert board.guest.read(PARAMETERS).decode().splitlines() == [*VALUES.values(), "2"]
     assert board.guest.read(AUTO_CONNECT) == b"0\n12\n"
@@ -58,7 +58,7 @@ def test_no_character_is_lost_or_doubled(board: OperatedBoard) -> None:
     """Type with two thumbs in turn. Each is lifted after the other has touched the next key."""
     board.dongle.plug()
     board.start_program({})
-    screen = board.panel.raise_keys("APN NAME:", SOON_SECONDS)
+    screen = board.panel.raise_keys("APN NAME:")
     script = (f"exec 3>{event_node(board)} 4<> <(:)\n"
               f"rest() {{ read -t {HALF_SECONDS} -u 4 || :; }}\n")
     for at, character in enumerate(TEXT):
@@ -95,4 +95,4 @@ def test_tslib(board: OperatedBoard) -> None:
              "udevadm settle")
     board.start_program({})
     board.fingers.touch(20, 200)  # the kernel reports a coordinate only when it changes
-    board.panel.touch_in("PinCode:", "0471", SOON_SECONDS)
+    board.panel.touch_in("PinCode:", "0471")
