@@ -26,6 +26,7 @@ from virtualboard.records import Records
 RECORD = "size"  # file in the run's directory: width and height of the panel
 UP_SECONDS = 300  # a boot takes 40 s of the board's clock, and longer on a busy host
 INSTALL_SECONDS = 180
+GDB_ADDRESS = "127.0.0.1:1234"
 LOOK_PAUSE = 0.6  # seconds between two dumps of the screen, because each dump slows the board
 
 # Installs the package as on any board, and stops the program until Program.start().
@@ -215,20 +216,16 @@ class Board:
             self.program.keep_up()
         return self.records.picture(file)
 
-    def serve_debugger(self, port: int) -> str:
-        """
-        Let gdb-multiarch connect to the machine.
-
-        @param port  TCP port of the loopback interface
-        @return command line of gdb-multiarch for the running program
-        """
+    def serve_debugger(self) -> str:
+        """Let gdb-multiarch connect to the machine at GDB_ADDRESS.
+        @return command line of gdb-multiarch for the running program"""
         address = self.program.load_address()
         said = self._qmp.command("human-monitor-command",
-                                 **{"command-line": f"gdbserver tcp:127.0.0.1:{port}"})
+                                 **{"command-line": f"gdbserver tcp:{GDB_ADDRESS}"})
         if "Waiting" not in said:
             raise BoardError(f"QEMU: {said.strip()}")
         return (f"gdb-multiarch -ex 'symbol-file {ARM / 'app/corvanta'} -o 0x{address}' "
-                f"-ex 'target remote 127.0.0.1:{port}'")
+                f"-ex 'target remote {GDB_ADDRESS}'")
 
     def _request(self, line: str) -> dict[str, Any]:
         """Serve a request of `Panel`. QEMU makes touches and key presses; the inspector serves all

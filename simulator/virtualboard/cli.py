@@ -140,9 +140,8 @@ def parser() -> argparse.ArgumentParser:
     command = add("sh", do_sh, "run a command on the board")
     command.add_argument("--seconds", type=float, default=60, help="timeout (default: 60)")
     command.add_argument("command", nargs="+")
-    add("gdb", lambda board, chosen: print(board.serve_debugger(chosen.port)),
-        "let gdb-multiarch connect, and print its command line").add_argument(
-            "--port", type=int, default=1234, help="TCP port (default: 1234)")
+    add("gdb", lambda board, _: print(board.serve_debugger()),
+        "let gdb-multiarch connect, and print its command line")
     add("logs", lambda board, _: board.records.logs(),
         "copy the board's logs to the run's directory")
     add("off", do_off, "copy the logs and switch the board off")

@@ -17,7 +17,7 @@ SHIFTED = {"~": "`", "!": "1", "@": "2", "#": "3", "$": "4", "%": "5", "^": "6",
            ":": ";", '"': "'", "<": ",", ">": ".", "?": "/"}
 # Qt's key names, which are accepted in addition to QEMU's own.
 NAMES = {"enter": "ret", "return": "ret", "escape": "esc", "del": "delete", "ins": "insert",
-         "space": "spc", "pgup": "pgup", "pgdown": "pgdn", "backspace": "backspace"}
+         "space": "spc", "pgdown": "pgdn"}
 
 
 def keys_of(character: str) -> list[str]:
