@@ -4,9 +4,8 @@ import re
 from pathlib import Path
 
 from host import programs
-from host.architecture import ARCH
 from host.files import read_list, remove
-from host.paths import GUEST, IMAGE_DATA, ROOT, SIMULATOR
+from host.paths import ARM, GUEST, IMAGE_DATA
 from image import debian, ext4
 
 IMAGE_SIZE = "400M"
@@ -29,18 +28,18 @@ LINKS = {"etc/mtab": "/proc/mounts", "usr/bin/awk": "gawk", "usr/bin/sh": "dash"
          # Masked: the board has no message bus, and no operator at a console.
          **{f"etc/systemd/system/{unit}.service": "/dev/null" for unit in
             ("systemd-logind", "getty-static", "serial-getty@ttyAMA0")}}
-# Programs of the image, of a file each; they are running in the saved machine states.
-PROGRAMS = {"touchd": "programs/touch/touchd.cpp", "board-agent": "programs/agent/boardagent.cpp"}
+# Programs of the cross build that are running in the saved machine states.
+PROGRAMS = (ARM / "simulator/touchd", ARM / "simulator/board-agent")
 
 
 def inputs() -> list[str | Path]:
     """Return all that the image is made of, for a fingerprint."""
     here = Path(__file__)
     return [here, here.with_name("ext4.py"), IMAGE_DATA, GUEST, debian.directory("board").name,
-            ROOT / "io/filedescriptor.h", *(SIMULATOR / source for source in PROGRAMS.values())]
+            *PROGRAMS]
 
 
-def build(sysroot: Path, into: Path) -> None:
+def build(into: Path) -> None:
     """
     Make the machine's three files: KERNEL, INITRAMFS and ROOT_IMAGE.
 
@@ -55,7 +54,7 @@ def build(sysroot: Path, into: Path) -> None:
     programs.run(["depmod", "-b", root, version], "indexing the kernel's modules")
     _build_initramfs(root, version, into)
     _keep_modules(root, version)
-    _configure(root, sysroot)
+    _configure(root)
     ext4.make(root, into / ROOT_IMAGE, IMAGE_SIZE)
     remove(root)
 
@@ -93,7 +92,7 @@ def _keep_modules(root: Path, version: str) -> None:
     programs.run(["depmod", "-b", root, version], "indexing the kernel's modules")
 
 
-def _configure(root: Path, sysroot: Path) -> None:
+def _configure(root: Path) -> None:
     """Do the work of the maintainer scripts and add the board's own files."""
     for name in DIRECTORIES:
         (root / name).mkdir(parents=True, exist_ok=True)
@@ -109,7 +108,4 @@ def _configure(root: Path, sysroot: Path) -> None:
     remove(own)
     # The simulated network's pppd has another name, so that "killall pppd" does not kill it.
     programs.run(["cp", root / "usr/sbin/pppd", root / "usr/sbin/netpppd"], "copying pppd")
-    for name, source in PROGRAMS.items():
-        programs.run([f"{ARCH.triplet}-g++", f"--sysroot={sysroot}", "-std=c++17", "-O2",
-                      "-I", ROOT, "-o", root / "usr/sbin" / name, SIMULATOR / source],
-                     f"compiling the board's {name}")
+    programs.run(["cp", *PROGRAMS, root / "usr/sbin"], "adding the programs of tools/build-board")

@@ -6,7 +6,7 @@ from host import programs
 from host.architecture import ARCH
 from host.files import current, fingerprint, whole
 from host.paths import MACHINE, cache
-from image import rootfs, sysroot
+from image import rootfs
 from machine import qemu
 from panel.constants import SIZES
 from virtualboard.board import FORGET, Board, state_file
@@ -38,7 +38,7 @@ def ensure() -> Path:
     def build(directory: Path) -> None:
         directory.mkdir()
         print("building the disk image", flush=True)
-        rootfs.build(sysroot.ensure(), directory)
+        rootfs.build(directory)
         _save_states(directory)
 
     saved = current(cache() / f"machine-{key[:16]}", key, build)
