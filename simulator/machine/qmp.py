@@ -3,6 +3,7 @@
 import json
 import shlex
 import time
+from contextlib import suppress
 from pathlib import Path
 from typing import Any
 
@@ -68,8 +69,9 @@ class Qmp:
     def quit(self) -> None:
         """Kill the machine, as in a power cut, and wait until QEMU has exited."""
         self.command("quit")
-        while self._stream.readline():
-            pass
+        with suppress(ConnectionResetError):  # QEMU may close the socket before it has read all.
+            while self._stream.readline():
+                pass
 
     def resume(self) -> None:
         """Wait until the machine has read its saved state, and resume it."""
