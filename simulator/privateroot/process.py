@@ -135,14 +135,6 @@ class PrivateRoot(RootFiles):
     def signal(self, number: Signals) -> None:
         os.kill(self.pid, number)
 
-    def inner_read(self, path: str) -> bytes | None:
-        """Return the content of a file inside the root, including its own mounts; None if the file
-        does not exist."""
-        try:
-            return Path(f"/proc/{self._init}/root{path}").read_bytes()
-        except FileNotFoundError:
-            return None
-
     def descriptors(self) -> dict[int, str]:
         """Return the program's open descriptors and their targets."""
         found = {}
