@@ -115,9 +115,11 @@ void OnScreenKeyboardTest::enterOpensTheNextField()
     QTRY_COMPARE(m_window->y(), 0); // the second field is visible without a move
     QTest::qWait(50);               // all touches are ignored just after the move
     touch("1 ABC q");               // the second field opens the digits page
+    // Without a wait, the touches of the field and of Enter would complete double taps.
+    QTest::qWait(QApplication::doubleClickInterval());
     touchField(m_number);
-    touch("e");                                        // still on the page of letters
-    QTest::qWait(QApplication::doubleClickInterval()); // otherwise Enter completes a double tap
+    touch("e"); // still on the page of letters
+    QTest::qWait(QApplication::doubleClickInterval());
     touch("Enter");
     QTRY_VERIFY(keys() == nullptr);
     QCOMPARE(QApplication::cursorFlashTime(), 0);
