@@ -28,7 +28,7 @@ constexpr ScenarioKey ScenarioKeys[] = {
     {"answer", "normal", "normal|silent|echo|slow|pieces",
      "replies; echo: echo commands; pieces: byte by byte"},
     {"delay_ms", "1000", "[0-9]{1,5}", "delay of each slow reply"},
-    {"refused", "", ".*", "command that is answered with ERROR: Z, I, +CPIN"},
+    {"refused", "", ".*", "command that is answered with ERROR, such as Z or +CGDCONT"},
     {"dial", "connect", "connect|busy", "result of the dial command"},
     {"dial_ms", "0", "[0-9]{1,5}", "delay of the dial result"},
     {"apn", "", ".*", "accepted APN; empty: any"},
