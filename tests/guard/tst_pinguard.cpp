@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -111,10 +112,12 @@ void PinGuardTest::modem()
     QCOMPARE(tcgetattr(port, &before), 0);
     const int flags = fcntl(port, F_GETFL);
     QCOMPARE(write(master, stale.constData(), stale.size()), stale.size());
+    int delivered = 0; // A thread of the kernel delivers what was written.
+    QTRY_VERIFY(ioctl(port, FIONREAD, &delivered) == 0 && delivered == stale.size());
 
     std::thread modem(serve, master, answers);
     const auto begin = std::chrono::steady_clock::now();
-    const SimState state = guard::ModemPort(port).ask(std::chrono::milliseconds(1500));
+    const SimState state = guard::ModemPort(port).ask(std::chrono::milliseconds(2500));
     const auto spent = std::chrono::steady_clock::now() - begin;
     termios after{};
     tcgetattr(port, &after);
@@ -126,7 +129,7 @@ void PinGuardTest::modem()
     close(master);
 
     QTEST(state, "wanted");
-    QVERIFY(spent < std::chrono::milliseconds(3000));
+    QVERIFY(spent < std::chrono::milliseconds(4000));
     QVERIFY(after.c_lflag == before.c_lflag && after.c_iflag == before.c_iflag &&
             after.c_cflag == before.c_cflag && flagsAfter == flags);
     QCOMPARE(unread, 0);
